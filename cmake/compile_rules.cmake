@@ -1,0 +1,28 @@
+# Warnings and hardening that every target of ours takes from one place: link to qv::rules.
+add_library(qv_rules INTERFACE)
+add_library(qv::rules ALIAS qv_rules)
+target_compile_definitions(qv_rules INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601
+                                              _CRT_SECURE_NO_WARNINGS)
+
+if(MSVC)
+  target_compile_options(qv_rules INTERFACE /W4 /WX /utf-8 /permissive-)
+  target_link_options(qv_rules INTERFACE /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT)
+else()
+  target_compile_options(
+    qv_rules INTERFACE -Wall -Wextra -Wshadow -Wformat=2 -Wundef -Werror
+                       $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wsign-conversion -Wnon-virtual-dtor>)
+  target_link_options(qv_rules INTERFACE -static -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+endif()
+
+# What only the product's own code gets: counters and traps stay out of the test frameworks.
+add_library(qv_product INTERFACE)
+add_library(qv::product ALIAS qv_product)
+target_link_libraries(qv_product INTERFACE qv_rules)
+if(QV_COVERAGE)
+  target_compile_options(qv_product INTERFACE --coverage -O0)
+  target_link_options(qv_product INTERFACE --coverage)
+endif()
+if(QV_SANITIZE)
+  target_compile_options(qv_product INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error
+                                              -fstack-protector-strong)
+endif()
