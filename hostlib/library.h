@@ -1,0 +1,9 @@
+// What the library learns once, while it is being attached.
+#pragma once
+
+namespace qvshr {
+
+/// Works out the full path of qvshr.ini beside the host executable; without one every setting is absent.
+void FindSettings() noexcept;
+
+}  // namespace qvshr

@@ -1,0 +1,209 @@
+// Key objects over the registry. An object owns its key handle; its values are bytes from strangers, and any of them
+// may change between two reads, so every read is one call that either fits or is repeated with more room. The cursor of
+// EnumValue is one atomic number: threads may share a key, and a lost update costs time only.
+#include <windows.h>
+
+#include <algorithm>
+#include <atomic>
+#include <new>
+
+#include "host/qvshr.h"
+#include "hostlib/backend.h"
+#include "hostlib/scratch.h"
+#include "hostlib/text_object.h"
+#include "hostlib/wide_text.h"
+
+namespace qvshr {
+namespace {
+
+constexpr size_t kMaxValueBytes = size_t{64} << 20;
+constexpr size_t kMaxNameUnits = 16384;  // the registry's own limit, with the null
+
+using DataBuffer = Scratch<1024>;
+using NameBuffer = Scratch<512>;
+
+bool IsText(DWORD type) noexcept { return type == REG_SZ || type == REG_EXPAND_SZ; }
+
+// An odd last byte is dropped; the text ends at the first null or with the data.
+std::wstring_view TextIn(DataBuffer& data, DWORD bytes) noexcept {
+  const size_t units = std::min<size_t>(bytes, data.SizeBytes()) / sizeof(wchar_t);
+  const std::wstring_view whole(data.As<const wchar_t>(), units);
+  return whole.substr(0, whole.find(L'\0'));
+}
+
+// Room for what did not fit: at least what Windows asks for, and always more than before.
+[[nodiscard]] bool TryGrowData(DataBuffer& data, DWORD wantedBytes) noexcept {
+  const size_t bytes = std::max<size_t>(wantedBytes, data.SizeBytes() * 2);
+  return wantedBytes <= kMaxValueBytes && bytes <= 2 * kMaxValueBytes && data.TryGrow(bytes);
+}
+
+struct ValueAt {
+  NameBuffer name;
+  DataBuffer data;
+  DWORD nameUnits = 0;
+  DWORD dataBytes = 0;
+  DWORD type = REG_NONE;
+};
+
+// Reads the value at the registry's own index. The data is there only when the type is text.
+LSTATUS ReadValueAt(HKEY key, DWORD index, ValueAt& value) noexcept {
+  for (;;) {
+    const size_t nameCapacity = value.name.SizeBytes() / sizeof(wchar_t);
+    value.nameUnits = static_cast<DWORD>(nameCapacity);
+    value.dataBytes = static_cast<DWORD>(value.data.SizeBytes());
+    value.type = REG_SZ;  // stands when Windows gives up before it knows the type
+    const LSTATUS status = RegEnumValueW(key, index, value.name.As<wchar_t>(), &value.nameUnits, nullptr, &value.type,
+                                         value.data.As<BYTE>(), &value.dataBytes);
+    if (status != ERROR_MORE_DATA || !IsText(value.type)) {
+      return status == ERROR_MORE_DATA ? LSTATUS{ERROR_SUCCESS} : status;
+    }
+    // Windows does not say which of the two buffers was too small.
+    const bool growName = nameCapacity < kMaxNameUnits;
+    if (growName && !value.name.TryGrow(kMaxNameUnits * sizeof(wchar_t))) return ERROR_NOT_ENOUGH_MEMORY;
+    const bool growData = !growName || value.dataBytes > value.data.SizeBytes();
+    if (growData && !TryGrowData(value.data, value.dataBytes)) return ERROR_NOT_ENOUGH_MEMORY;
+  }
+}
+
+int32_t Failure(LSTATUS status) noexcept {
+  return status == ERROR_SUCCESS ? QV_E_FAIL : static_cast<int32_t>(HRESULT_FROM_WIN32(static_cast<DWORD>(status)));
+}
+
+LSTATUS OpenKey(HKEY parent, const wchar_t* path, uint32_t access, const void* caller, IQvRegKey** out) noexcept;
+
+class RegistryKey final : public IQvRegKey {
+ public:
+  // Adopts the handle when `owned`; the hive that opens as itself stays the host's.
+  RegistryKey(HKEY key, bool owned) noexcept : m_key(key), m_owned(owned) { NoteObjectBorn(ObjectKind::Key); }
+
+  int32_t QueryInterface(const GUID& iid, void** object) noexcept override {
+    if (object == nullptr) return E_POINTER;
+    *object = nullptr;
+    if (!IsUnknownId(iid)) return QV_E_NOINTERFACE;
+    AddRef();
+    *object = static_cast<IQvRegKey*>(this);
+    return QV_S_OK;
+  }
+  uint32_t AddRef() noexcept override { return ++m_references; }
+  uint32_t Release() noexcept override {
+    const uint32_t left = --m_references;
+    if (left == 0) {
+      if (m_owned) RegCloseKey(m_key);
+      NoteObjectGone(ObjectKind::Key);
+      this->~RegistryKey();
+      FreeBlock(this, QVSHR_CALLER);
+    }
+    return left;
+  }
+  int32_t Reserved3() noexcept override { return QV_E_NOTIMPL; }
+  int32_t OpenSubKey(IQvString* relativePath, uint32_t access, IQvRegKey** key) noexcept override {
+    if (key == nullptr) return E_POINTER;
+    *key = nullptr;
+    if (CallFails(kQvshrCallOpenSubKey)) return QV_E_FAIL;
+    if (relativePath == nullptr) return QV_E_INVALIDARG;
+    const LSTATUS status = OpenKey(m_key, TextOf(relativePath), access, QVSHR_CALLER, key);
+    return status == ERROR_SUCCESS ? QV_S_OK : Failure(status);
+  }
+  int32_t Reserved5() noexcept override { return QV_E_NOTIMPL; }
+  int32_t Reserved6() noexcept override { return QV_E_NOTIMPL; }
+  int32_t EnumValue(int32_t index, IQvString** name, IQvString** value) noexcept override;
+  int32_t Reserved8() noexcept override { return QV_E_NOTIMPL; }
+  int32_t Reserved9() noexcept override { return QV_E_NOTIMPL; }
+  int32_t Reserved10() noexcept override { return QV_E_NOTIMPL; }
+  int32_t Reserved11() noexcept override { return QV_E_NOTIMPL; }
+  int32_t QueryStringValue(IQvString* name, IQvString** value) noexcept override;
+
+ private:
+  ~RegistryKey() = default;
+
+  // "The text value with this number is at this index of the registry or behind it."
+  struct Cursor {
+    uint32_t text;
+    uint32_t raw;
+  };
+  Cursor LoadCursor() const noexcept {
+    const uint64_t packed = m_cursor.load(std::memory_order_relaxed);
+    return {static_cast<uint32_t>(packed >> 32), static_cast<uint32_t>(packed)};
+  }
+  void StoreCursor(Cursor cursor) noexcept {
+    m_cursor.store(uint64_t{cursor.text} << 32 | cursor.raw, std::memory_order_relaxed);
+  }
+
+  const HKEY m_key;
+  std::atomic<uint64_t> m_cursor{0};
+  std::atomic<uint32_t> m_references{1};
+  const bool m_owned;
+};
+
+int32_t RegistryKey::EnumValue(int32_t index, IQvString** name, IQvString** value) noexcept {
+  if (name != nullptr) *name = nullptr;
+  if (value != nullptr) *value = nullptr;
+  if (name == nullptr || value == nullptr) return E_POINTER;
+  if (CallFails(kQvshrCallEnumValue)) return QV_E_FAIL;
+  if (index < 0) return QV_E_INVALIDARG;
+  const uint32_t wanted = static_cast<uint32_t>(index);
+  Cursor at = LoadCursor();
+  if (wanted < at.text) at = {0, 0};
+  ValueAt found;
+  for (;; ++at.raw) {
+    const LSTATUS status = ReadValueAt(m_key, at.raw, found);
+    if (status != ERROR_SUCCESS) return Failure(status);
+    if (!IsText(found.type)) continue;
+    if (at.text == wanted) break;
+    ++at.text;
+  }
+  StoreCursor(at);
+  const std::wstring_view nameText(found.name.As<const wchar_t>(), found.nameUnits);
+  const int32_t status = CreateText(nameText.substr(0, nameText.find(L'\0')), {}, QVSHR_CALLER, name);
+  if (status < 0) return status;
+  const int32_t valueStatus = CreateText(TextIn(found.data, found.dataBytes), {}, QVSHR_CALLER, value);
+  if (valueStatus < 0) {
+    (*name)->Release();
+    *name = nullptr;
+  }
+  return valueStatus;
+}
+
+int32_t RegistryKey::QueryStringValue(IQvString* name, IQvString** value) noexcept {
+  if (value == nullptr) return E_POINTER;
+  *value = nullptr;
+  if (CallFails(kQvshrCallQueryStringValue)) return QV_E_FAIL;
+  if (name == nullptr) return QV_E_INVALIDARG;
+  DataBuffer data;
+  for (;;) {
+    DWORD type = REG_SZ;
+    DWORD bytes = static_cast<DWORD>(data.SizeBytes());
+    const LSTATUS status = RegQueryValueExW(m_key, TextOf(name), nullptr, &type, data.As<BYTE>(), &bytes);
+    if (status != ERROR_SUCCESS && status != ERROR_MORE_DATA) return Failure(status);
+    if (!IsText(type)) return Failure(ERROR_INVALID_DATATYPE);
+    if (status == ERROR_SUCCESS) return CreateText(TextIn(data, bytes), {}, QVSHR_CALLER, value);
+    if (!TryGrowData(data, bytes)) return QV_E_OUTOFMEMORY;
+  }
+}
+
+LSTATUS OpenKey(HKEY parent, const wchar_t* path, uint32_t access, const void* caller, IQvRegKey** out) noexcept {
+  HKEY key = nullptr;
+  const LSTATUS status = RegOpenKeyExW(parent, path, 0, access, &key);
+  if (status != ERROR_SUCCESS) return status;
+  const bool owned = key != parent;  // an empty path may give a hive back as itself
+  void* const block = AllocateBlock(sizeof(RegistryKey), caller);
+  if (block == nullptr) {
+    if (owned) RegCloseKey(key);
+    return ERROR_NOT_ENOUGH_MEMORY;
+  }
+  *out = new (block) RegistryKey(key, owned);
+  return ERROR_SUCCESS;
+}
+
+}  // namespace
+}  // namespace qvshr
+
+using namespace qvshr;
+
+extern "C" int32_t QvshrOpenRegistryKey(HKEY hive, IQvString* path, uint32_t access, IQvRegKey** out) noexcept {
+  if (out == nullptr) return ERROR_INVALID_PARAMETER;
+  *out = nullptr;
+  if (CallFails(kQvshrCallOpenRegistryKey)) return ERROR_ACCESS_DENIED;
+  if (path == nullptr) return ERROR_INVALID_PARAMETER;
+  return OpenKey(hive, TextOf(path), access, QVSHR_CALLER, out);
+}
