@@ -9,9 +9,10 @@ if(MSVC)
   target_link_options(qv_rules INTERFACE /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT)
 else()
   target_compile_options(
-    qv_rules INTERFACE -Wall -Wextra -Wshadow -Wformat=2 -Wundef -Werror
+    qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-Wall -Wextra -Wshadow -Wformat=2 -Wundef -Werror>
                        $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wsign-conversion -Wnon-virtual-dtor>)
-  target_link_options(qv_rules INTERFACE -static -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+  target_link_options(qv_rules INTERFACE -static -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat
+                                         $<$<CONFIG:Release>:-s>)
 endif()
 
 # What only the product's own code gets: counters and traps stay out of the test frameworks.
@@ -19,10 +20,11 @@ add_library(qv_product INTERFACE)
 add_library(qv::product ALIAS qv_product)
 target_link_libraries(qv_product INTERFACE qv_rules)
 if(QV_COVERAGE)
-  target_compile_options(qv_product INTERFACE --coverage -O0)
+  target_compile_options(qv_product INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:--coverage -O0>)
   target_link_options(qv_product INTERFACE --coverage)
 endif()
 if(QV_SANITIZE)
-  target_compile_options(qv_product INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error
-                                              -fstack-protector-strong)
+  target_compile_options(
+    qv_product INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-fsanitize=undefined -fsanitize-undefined-trap-on-error
+                         -fstack-protector-strong>)
 endif()

@@ -19,7 +19,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-/* ---- status codes ------------------------------------------------------------------------------------------------ */
+/* ---- status codes ---- */
 
 #define QV_S_OK ((int32_t)0)
 /** QV_CreateJavaVM only: a good object, but the JVM ran already and did not get the extra class path. */
@@ -33,7 +33,7 @@
 /** Code in the error record of a failed typed call or array operation; every other record has code 0. */
 #define QV_CODE_CALL_FAILED ((int32_t)-1001)
 
-/* ---- Java references, as opaque pointers; the same values as JNI's jobject and its kin ----------------------------- */
+/* ---- Java references, as opaque pointers; the same values as JNI's jobject and its kin ---- */
 
 typedef void* qv_jobject;
 typedef void* qv_jclass;
@@ -41,15 +41,15 @@ typedef void* qv_jstring;
 typedef void* qv_jarray;
 typedef void* qv_jnienv; /* JNIEnv* */
 
-/* ---- how a table is written: once, for both languages ------------------------------------------------------------ */
+/* ---- how a table is written: once, for both languages ---- */
 
 #if defined(__cplusplus) && !defined(QV_C_VIEW)
 #define QV_CPP_VIEW 1
 #define QV_TABLE_BEGIN(Interface) struct Interface {
-#define QV_TABLE_END(Interface)  \
- protected:                      \
-  ~Interface() = default;        \
-  }                              \
+#define QV_TABLE_END(Interface) \
+ protected:                     \
+  ~Interface() = default;       \
+  }                             \
   ;
 #define QV_METHOD(Result, Name) virtual Result Name
 #define QV_THIS
@@ -58,17 +58,19 @@ typedef void* qv_jnienv; /* JNIEnv* */
 #define QV_IIDREF const GUID&
 #else
 #define QV_CPP_VIEW 0
-#define QV_TABLE_BEGIN(Interface)        \
-  typedef struct Interface Interface;    \
+#define QV_TABLE_BEGIN(Interface)                 \
+  typedef struct Interface Interface;             \
   typedef struct Interface##Vtbl Interface##Vtbl; \
-  struct Interface {                     \
-    const Interface##Vtbl* lpVtbl;       \
-  };                                     \
+  struct Interface {                              \
+    const Interface##Vtbl* lpVtbl;                \
+  };                                              \
   struct Interface##Vtbl {
-#define QV_TABLE_END(Interface) };
+#define QV_TABLE_END(Interface) \
+  }                             \
+  ;
 #define QV_METHOD(Result, Name) Result(*Name)
 #define QV_THIS QV_SELF* self
-#define QV_THIS_ QV_SELF* self,
+#define QV_THIS_ QV_SELF *self,
 #define QV_PURE
 #define QV_IIDREF const GUID*
 #endif
@@ -80,7 +82,7 @@ extern "C" {
 #define QV_NOEXCEPT
 #endif
 
-/* ---- IQvString: immutable text of the host library ---------------------------------------------------------------- */
+/* ---- IQvString: immutable text of the host library ---- */
 
 #define QV_SELF IQvString
 QV_TABLE_BEGIN(IQvString)
@@ -100,13 +102,19 @@ QV_METHOD(int32_t, Concat)(QV_THIS_ IQvString* right, IQvString** joined) QV_PUR
 QV_TABLE_END(IQvString)
 #undef QV_SELF
 
-/* ---- IQV_JavaVM: the service object -------------------------------------------------------------------------------- */
+/* ---- IQV_JavaVM: the service object ---- */
 
-struct QV_ErrorRecord; /* what CaptureException hands out; free it with the host library's QvshrFree */
+/** What CaptureException hands out, one block of the host library's QvshrAlloc: free it with its QvshrFree. */
+typedef struct ErrorRecord {
+  wchar_t text[512]; /* UTF-16, at most 511 units of message, the last unit always 0 */
+  int32_t code;      /* 0, or QV_CODE_CALL_FAILED for typed calls and array operations */
+} ErrorRecord;
 
 /** {76C5133D-2502-4A2A-BC55-F03AFEB1B5AF} */
-#define QV_IID_JAVAVM_INIT \
-  { 0x76C5133D, 0x2502, 0x4A2A, { 0xBC, 0x55, 0xF0, 0x3A, 0xFE, 0xB1, 0xB5, 0xAF } }
+#define QV_IID_JAVAVM_INIT                                                         \
+  {                                                                                \
+    0x76C5133D, 0x2502, 0x4A2A, { 0xBC, 0x55, 0xF0, 0x3A, 0xFE, 0xB1, 0xB5, 0xAF } \
+  }
 
 #define QV_SELF IQV_JavaVM
 QV_TABLE_BEGIN(IQV_JavaVM)
@@ -212,7 +220,8 @@ QV_METHOD(int32_t, NewStringArray)(QV_THIS_ qv_jarray* out, int32_t length) QV_P
 /* 46 */ /** Copies `count` bytes from element 0. The count is not checked against the array. */
 QV_METHOD(int32_t, GetByteArrayData)(QV_THIS_ qv_jarray array, int32_t ignored, int32_t count, void* bytes) QV_PURE;
 /* 47 */ /** Copies `count` bytes to element 0 and on. The count is not checked against the array. */
-QV_METHOD(int32_t, SetByteArrayData)(QV_THIS_ qv_jarray array, int32_t ignored, const void* bytes, int32_t count) QV_PURE;
+QV_METHOD(int32_t, SetByteArrayData)
+(QV_THIS_ qv_jarray array, int32_t ignored, const void* bytes, int32_t count) QV_PURE;
 
 /* -- environment, configuration, log -- */
 
@@ -237,7 +246,7 @@ QV_METHOD(void*, Destroy)(QV_THIS_ uint32_t deleteFlag) QV_PURE;
 /* 58 */ /** Clears a pending Java exception; a null environment is allowed. */
 QV_METHOD(void, ExceptionClear)(QV_THIS_ qv_jnienv env) QV_PURE;
 /* 59 */ /** 1 when a record was made (which may still be null without memory), 0 when no exception was pending. */
-QV_METHOD(int32_t, CaptureException)(QV_THIS_ struct QV_ErrorRecord** record, qv_jnienv env) QV_PURE;
+QV_METHOD(int32_t, CaptureException)(QV_THIS_ ErrorRecord** record, qv_jnienv env) QV_PURE;
 #if !QV_CPP_VIEW
 /* 60 */ /** The calling thread's JNIEnv*, or null with the reason in the error record; attaches on first use. */
 QV_METHOD(qv_jnienv, AcquireThreadEnv)(QV_THIS) QV_PURE;
@@ -257,7 +266,7 @@ inline qv_jnienv QV_AcquireThreadEnv(IQV_JavaVM* vm) noexcept {
 }
 #endif
 
-/* ---- exports ------------------------------------------------------------------------------------------------------- */
+/* ---- exports ---- */
 
 /** Starts or joins the process's JVM and hands out a new service object with reference count 1.
  *  @param javaVM     out; on failure left as it was, but null with E_OUTOFMEMORY.

@@ -1,0 +1,7 @@
+// The module that this code was loaded as, the home of its resources.
+#pragma once
+
+#include <windows.h>
+
+// Stored at the first process attach, never changed afterwards.
+extern HINSTANCE g_hModule;
