@@ -1,0 +1,63 @@
+// Gathers the pieces of the class path and hands them to the composition in class_path.h.
+#include "config/class_path.h"
+#include "config/folders.h"
+#include "config/jvm_config_info.h"
+#include "store/config_store.h"
+#include "store/counted_list.h"
+#include "store/names.h"
+
+namespace {
+
+bool AppendDefaultEntries(qv::HostText& path, const wchar_t* installFolder, const wchar_t* hostFolder) noexcept {
+  const qv::HostText list{qv::names::kRuntimeConfigKey, L"\\", qv::names::kClassPathList};
+  qv::KeyRef tree;
+  qv::KeyRef key;
+  if (!list.Ok() || !qv::OpenDefaultTree(tree) || !qv::OpenSubKey(*tree, list.Text(), key)) return false;
+  qv::StringRef count;
+  if (qv::QueryValue(*key, qv::names::kCount, count) < 0 || !count) return true;
+  return qv::VisitCountedList(*key, qv::CountFromText(count->GetText()), [&](int32_t index, std::wstring_view entry) {
+    qv::AppendListEntry(path, index, entry, installFolder, hostFolder, qv::FileExists);
+  });
+}
+
+}  // namespace
+
+bool CQV_JVMConfigInfo::BuildSystemClassPath(IQvString** classPath) noexcept {
+  *classPath = nullptr;
+  qv::ModuleFolder install;
+  qv::ModuleFolder host;
+  if (!qv::TryFindInstallFolder(install)) return false;
+  (void)host.TryFind(nullptr);  // without it the fallback entries begin at the root
+
+  qv::HostText path;
+  if (!m_bLoomhallHost && !m_bHostKnown) {
+    qv::AppendPrivateRuntimeLibrary(path, install.Text(), qv::FileExists);
+  } else if (!m_bLoomhallHost) {
+    qv::StringRef jdk;
+    (void)ReadJDKLocation(jdk.Out());
+    qv::AppendConfiguredLibraries(path, qv::TextOf(jdk));
+  }
+  if (!AppendDefaultEntries(path, install.Text(), host.Text())) return false;
+  if (m_bHostKnown && !m_bLoomhallHost) {
+    const qv::HostText list{qv::names::kDevelopmentConfigKey, L"\\", qv::names::kClassPathList};
+    qv::StringRef entries;
+    if (!list.Ok() || !ReadCountedList(HKEY_LOCAL_MACHINE, list.Text(), qv::kReadAccess, entries.Out(), false)) {
+      return false;
+    }
+    path.Append({L";", qv::TextOf(entries)});
+  }
+  *classPath = path.ToString().Detach();
+  return *classPath != nullptr;
+}
+
+bool CQV_JVMConfigInfo::ComposeClassPath(IQvString** classPath) noexcept {
+  *classPath = nullptr;
+  qv::StringRef system;
+  qv::StringRef user;
+  if (!BuildSystemClassPath(system.Out())) return false;
+  if (m_bHostKnown) ReadUserClassPath(user.Out());
+  qv::HostArray<wchar_t> environment;
+  if (qv::ReadEnvironmentText(L"CLASSPATH", environment) == qv::EnvironmentRead::NoMemory) return false;
+  *classPath = qv::JoinClassPath(qv::TextOf(system), qv::TextOf(user), environment.get()).ToString().Detach();
+  return *classPath != nullptr;
+}

@@ -1,0 +1,51 @@
+// Which Java runtime a host of unknown name gets: the candidates in order and the first that holds a JVM. Pure but for
+// the probe that is passed in.
+#pragma once
+
+#include <array>
+#include <span>
+#include <string_view>
+
+#include "host/host_text.h"
+
+namespace qv {
+
+// Below a Java home: a JRE of its own, then the JRE inside a JDK.
+inline constexpr std::array<std::wstring_view, 5> kJavaHomeFolders = {
+    L"\\BIN\\CLIENT", L"\\BIN\\SERVER", L"\\JRE\\BIN\\CLIENT", L"\\JRE\\BIN\\SERVER", L"\\JRE\\BIN\\CLASSIC"};
+// Below the service's own folder: a private runtime beside it.
+inline constexpr std::array<std::wstring_view, 3> kInstallFolders = {L"\\JRE\\BIN\\CLIENT", L"\\JRE\\BIN\\SERVER",
+                                                                     L"\\JRE\\BIN\\CLASSIC"};
+inline constexpr std::wstring_view kJvmFile = L"\\JVM.DLL";
+
+// The setting that keeps the current runtime out: one or two characters read, and they are the number 1.
+bool CurrentRuntimeDisabled(int32_t charactersRead, const wchar_t* text) noexcept;
+
+enum class RuntimeProbe { Found, NotFound, NoMemory };
+
+// Sets `folder` to the first of home + sub-folder for which exists(folder + "\JVM.DLL") holds.
+template <class Exists>
+RuntimeProbe FindJvmFolder(std::wstring_view home, std::span<const std::wstring_view> subFolders, Exists&& exists,
+                           HostText& folder) noexcept {
+  for (const std::wstring_view subFolder : subFolders) {
+    HostText candidate{home, subFolder};
+    const HostText file{candidate.View(), kJvmFile};
+    if (!candidate.Ok() || !file.Ok()) return RuntimeProbe::NoMemory;
+    if (exists(file.Text())) {
+      folder = std::move(candidate);
+      return RuntimeProbe::Found;
+    }
+  }
+  return RuntimeProbe::NotFound;
+}
+
+// PATH with a discovered runtime in front. The separator stands there also when there was no PATH.
+HostText SearchPathWithRuntime(std::wstring_view runtimeFolder, std::wstring_view oldPath) noexcept;
+
+// PATH with a configured JDK and JRE in front; `oldPath` is null when the variable does not exist.
+HostText SearchPathWithConfigured(std::wstring_view jdk, std::wstring_view jreBin, const wchar_t* oldPath) noexcept;
+
+// The folder that holds a runtime's own libraries: the one above the folder of its jvm.dll. Empty when there is none.
+std::wstring_view RuntimeBinFolder(std::wstring_view jvmFolder) noexcept;
+
+}  // namespace qv

@@ -1,0 +1,97 @@
+// Collects what the JVM is started with and has the option array built from it.
+#include "config/folders.h"
+#include "config/jvm_config_info.h"
+#include "store/boot_class_path.h"
+#include "store/config_store.h"
+#include "store/counted_list.h"
+#include "store/names.h"
+
+bool CQV_JVMConfigInfo::BuildBootClassPath(IQvString** option) noexcept {
+  qv::ModuleFolder jvm;
+  const HMODULE module = m_pfnFindLoadedModule != nullptr ? m_pfnFindLoadedModule("jvm.dll") : nullptr;
+  if (module != nullptr) (void)jvm.TryFind(module);
+  *option = qv::BootClassPathOption(jvm.Text()).ToString().Detach();
+  return true;
+}
+
+namespace {
+
+// Appends the key's properties as option texts. False without memory.
+bool CollectProperties(IQvRegKey& key, int32_t count, wchar_t** texts) noexcept {
+  for (int32_t i = 0; i < count; ++i) {
+    qv::StringRef name;
+    qv::StringRef value;
+    (void)key.EnumValue(i, name.Out(), value.Out());  // gone since it was counted: empty
+    texts[i] = qv::PropertyOption(qv::TextOf(name), qv::TextOf(value)).DetachBlock().release();
+    if (texts[i] == nullptr) {
+      while (i > 0) QvshrFree(texts[--i]);
+      return false;
+    }
+  }
+  return true;
+}
+
+int32_t CountValues(IQvRegKey& key) noexcept {
+  int32_t count = 0;
+  for (; count < std::numeric_limits<int32_t>::max(); ++count) {
+    qv::StringRef name;
+    qv::StringRef value;
+    if (key.EnumValue(count, name.Out(), value.Out()) < 0) break;
+  }
+  return count;
+}
+
+}  // namespace
+
+bool CQV_JVMConfigInfo::ReadJVMProperties(wchar_t*** list, int32_t* count) noexcept {
+  *list = nullptr;
+  *count = 0;
+  ChooseRegistryRoot();
+  qv::ConfiguredKey properties;
+  if (!qv::OpenConfiguredKey(m_bHostKnown, m_szRegistryRoot, qv::names::kPropertyKey, qv::CountProbe::No, properties)) {
+    return false;
+  }
+  const int32_t found = CountValues(*properties.key);
+  if (found == 0) return true;
+  qv::HostPtr<wchar_t*> texts(qv::AllocHostArray<wchar_t*>(static_cast<size_t>(found)).release());
+  if (!texts || !CollectProperties(*properties.key, found, texts.get())) return false;
+  *list = texts.release();
+  *count = found;
+  return true;
+}
+
+bool CQV_JVMConfigInfo::BuildJavaVMOptions(JavaVMOption** options, int32_t* count,
+                                           const wchar_t* threadClassPath) noexcept {
+  qv::StringRef bootClassPath;
+  if (!BuildBootClassPath(bootClassPath.Out())) return true;  // never; a JVM without options would be the result
+  qv::StringRef classPath;
+  if (!ComposeClassPath(classPath.Out())) return false;
+
+  wchar_t** propertyList = nullptr;
+  int32_t propertyCount = 0;
+  if (!ReadJVMProperties(&propertyList, &propertyCount)) return false;
+  const qv::PropertyTexts properties(propertyList, propertyCount);
+
+  qv::ConfiguredKey configured;
+  if (!qv::OpenConfiguredKey(m_bHostKnown, m_szRegistryRoot, qv::names::kOptionList, qv::CountProbe::Required,
+                             configured)) {
+    return false;
+  }
+  qv::StringRef configuredCount;
+  if (qv::QueryValue(*configured.key, qv::names::kCount, configuredCount) < 0) return false;
+  if (!bootClassPath) return false;  // there was no memory for its text
+
+  const qv::OptionSources sources{
+      .threadClassPath = threadClassPath != nullptr ? threadClassPath : L"",
+      .classPath = qv::TextOf(classPath),
+      .bootClassPathOption = qv::TextOf(bootClassPath),
+      .vfprintfHook = m_pfnVfprintfHook,
+      .exitHook = m_pfnExitHook,
+      .configuredCount = configuredCount ? qv::CountFromText(configuredCount->GetText()) : 0,
+      .properties = &properties,
+  };
+  const auto readConfigured = [&](int32_t index, qv::StringRef& text) {
+    return qv::QueryValue(*configured.key, qv::IndexName(index).Text(), text) == 0;
+  };
+  return qv::BuildOptionArray(sources, readConfigured, options, count);
+}
