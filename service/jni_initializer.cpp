@@ -1,0 +1,107 @@
+// Joining, creating and leaving the JVM.
+#include "service/jni_initializer.h"
+
+#include <new>
+
+#include "base/seh_guard.h"
+#include "config/folders.h"
+#include "config/jvm_config_info.h"
+#include "service/jvm_start.h"
+#include "service/runtime_folder.h"
+#include "service/thread_registry.h"
+
+namespace {
+
+constexpr jsize kMostVMs = 3;  // only the first is ever joined
+
+struct CreateCall {
+  JavaVM* vm;
+  void* env;
+  JavaVMInitArgs args;
+};
+
+int32_t CallCreate(void* context) {
+  auto* const call = static_cast<CreateCall*>(context);
+  return g_pfnCreateJavaVM(&call->vm, &call->env, &call->args);
+}
+
+// The module that holds the address, not counted; null when there is none.
+HMODULE ModuleOf(const void* address) noexcept {
+  HMODULE module = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                     static_cast<const wchar_t*>(address), &module);
+  return module;
+}
+
+}  // namespace
+
+void* CQV_JNIInitializer::Destroy(uint32_t deleteFlag) noexcept {
+  Terminate();
+  this->~CQV_JNIInitializer();
+  if ((deleteFlag & 1U) != 0) QvshrFree(this);
+  return this;
+}
+
+int32_t CQV_JNIInitializer::Fail(ErrorRecord** ppRecord, std::wstring_view text) noexcept {
+  m_pVM = nullptr;
+  m_pEnv = nullptr;
+  *ppRecord = qv::NewErrorRecord(text, 0);
+  return E_FAIL;
+}
+
+int32_t CQV_JNIInitializer::Initialize(uint32_t threadId, ErrorRecord** ppRecord) noexcept {
+  if (ppRecord == nullptr) return E_INVALIDARG;
+  *ppRecord = nullptr;
+  m_dwThreadId = threadId;
+  JavaVM* existing[kMostVMs] = {};
+  jsize count = 0;
+  const bool asked = g_pfnGetCreatedJavaVMs != nullptr && g_pfnGetCreatedJavaVMs(existing, kMostVMs, &count) == JNI_OK;
+  return asked && count >= 1 ? JoinVM(existing[0], ppRecord) : CreateVM(ppRecord);
+}
+
+int32_t CQV_JNIInitializer::CreateVM(ErrorRecord** ppRecord) noexcept {
+  JavaVMOption* options = nullptr;
+  int32_t count = 0;
+  const wchar_t* const threadClassPath =
+      g_pThreadRegistry != nullptr ? g_pThreadRegistry->FindThreadClassPath(m_dwThreadId) : nullptr;
+  if (!JVMConfigInfo().BuildJavaVMOptions(&options, &count, threadClassPath)) {
+    return Fail(ppRecord, qv::texts::kConfigurationError);
+  }
+  int32_t result = JNI_ERR;
+  if (g_pfnCreateJavaVM != nullptr) {
+    CreateCall call{nullptr, nullptr, {JNI_VERSION_1_2, count, options, JNI_FALSE}};
+    qv::ModuleFolder jvmFolder;
+    const HMODULE module = ModuleOf(reinterpret_cast<void*>(g_pfnCreateJavaVM));
+    if (module != nullptr) (void)jvmFolder.TryFind(module);
+    const qv::RuntimeFolderScope reachable(jvmFolder.Text());
+    // Deliberate: when the JVM raises, the options stay allocated; it may have kept pointers into them.
+    if (!qv::CallGuarded(CallCreate, &call, &result)) return Fail(ppRecord, qv::texts::kCreateRaised);
+    m_pVM = call.vm;
+    m_pEnv = static_cast<JNIEnv*>(call.env);
+  }
+  int32_t status = 0;
+  if (result >= 0) {
+    g_bJvmCreated = 1;
+  } else {
+    status = Fail(ppRecord, qv::texts::kNotInitialized);
+  }
+  qv::FreeOptions(options, count);
+  return status;
+}
+
+int32_t CQV_JNIInitializer::JoinVM(JavaVM* vm, ErrorRecord** ppRecord) noexcept {
+  if (vm == nullptr) return Fail(ppRecord, qv::texts::kNotInitialized);
+  m_pVM = vm;
+  JavaVMAttachArgs args = {JNI_VERSION_1_2, nullptr, nullptr};
+  void* env = nullptr;
+  if (vm->AttachCurrentThread(&env, &args) != JNI_OK) return Fail(ppRecord, qv::texts::kNotInitialized);
+  m_pEnv = static_cast<JNIEnv*>(env);
+  return 0;
+}
+
+void CQV_JNIInitializer::Terminate() noexcept {
+  if (m_pVM == nullptr || m_pEnv == nullptr) return;
+  if (QvshrNoDetachQuery() == 0 && !JVMConfigInfo().m_bLoomhallHost) m_pVM->DetachCurrentThread();
+  m_pVM = nullptr;
+  m_pEnv = nullptr;
+}

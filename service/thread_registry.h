@@ -1,0 +1,66 @@
+// Which threads are attached to the JVM, which libraries start-up tried, which class path a thread asked for.
+// Owns every entry. m_lock guards all three lists and is held for the whole of each operation. Order: g_csLoader may be
+// held while it is taken, never the reverse. A thread that ends takes it outside the loader lock (thread_end.h),
+// because LoadModuleCached holds it across a library load. OnProcessDetach takes no lock: nobody else runs by then.
+#pragma once
+
+#include <windows.h>
+
+#include <jni.h>
+
+#include "host/host_list.h"
+#include "host/host_memory.h"
+#include "service/jni_initializer.h"
+
+struct ModuleEntry {
+  char* name;      // a host block of its own
+  HMODULE handle;  // null when loading failed
+};
+
+struct ThreadClassPath {
+  uint32_t threadId;
+  wchar_t* classPath;  // a host block of its own
+};
+
+class ThreadRegistry {
+ public:
+  QV_HOST_ALLOCATED
+
+  // Null without memory.
+  static ThreadRegistry* Create() noexcept;
+  ThreadRegistry(const ThreadRegistry&) = delete;
+  ThreadRegistry& operator=(const ThreadRegistry&) = delete;
+  ~ThreadRegistry() = default;
+
+  // The environment of the first initializer with that thread id, or null.
+  JNIEnv* FindThreadEnv(uint32_t threadId) noexcept;
+  // Takes the initializer over on true; without memory it stays the caller's. From the first one on the service's
+  // module stays loaded: JVM and threads keep addresses in it.
+  bool RegisterInitializer(CQV_JNIInitializer* initializer) noexcept;
+  // Copies the text. False without memory.
+  bool RegisterThreadClassPath(uint32_t threadId, const wchar_t* classPath) noexcept;
+  // The stored text of the first entry with that id, or null; valid until that thread ends.
+  const wchar_t* FindThreadClassPath(uint32_t threadId) noexcept;
+  // Loads a library once per name. Deliberate: a name that failed is never tried again.
+  HMODULE LoadModuleCached(const char* name) noexcept;
+  // The handle recorded for a name, null when it was never tried or failed. Loads nothing.
+  HMODULE FindModule(const char* name) noexcept;
+  // The ending thread's first initializer and first class path go, and the thread is detached.
+  void OnThreadDetach() noexcept;
+  // Everything goes, without the lock; then only destruction is left.
+  void OnProcessDetach() noexcept;
+
+ private:
+  ThreadRegistry() noexcept = default;
+
+  template <class T>
+  using ListOwner = std::unique_ptr<qv::HostList<T>>;
+
+  CRITICAL_SECTION m_lock;
+  ListOwner<CQV_JNIInitializer> m_initializers{new qv::HostList<CQV_JNIInitializer>()};
+  ListOwner<ModuleEntry> m_modules{new qv::HostList<ModuleEntry>()};
+  ListOwner<ThreadClassPath> m_threadClassPaths{new qv::HostList<ThreadClassPath>()};
+};
+
+// Exists from process attach to process detach; null without memory.
+extern ThreadRegistry* g_pThreadRegistry;
