@@ -1,0 +1,83 @@
+// A pending Java exception becomes text in a record and is cleared. Describe first, then text, then the final clear:
+// getting the text may itself raise a second exception.
+#include "bridge/exception_text.h"
+
+#include "bridge/java_call.h"
+
+namespace qv {
+
+ThreadFlag g_capturing;
+
+namespace {
+
+// Marks the thread while a capture looks up java/lang/Throwable: a failing look-up captures again.
+class CapturingScope {
+ public:
+  CapturingScope() noexcept { g_capturing.Set(true); }
+  ~CapturingScope() { g_capturing.Set(false); }
+  CapturingScope(const CapturingScope&) = delete;
+  CapturingScope& operator=(const CapturingScope&) = delete;
+};
+
+// Slot 16 needs a buffer for the whole string, so a longer one is cut here.
+bool CopyText(IQV_JavaVM& vm, JNIEnv* env, jstring string, wchar_t (&buffer)[kErrorTextUnits]) noexcept {
+  constexpr auto kLongest = static_cast<jsize>(kErrorTextUnits - 1);
+  int32_t length = 0;
+  if (vm.GetStringLength(&length, string) < 0) return false;
+  if (length <= kLongest) {
+    auto size = static_cast<int32_t>(kErrorTextUnits);
+    return vm.GetStringChars(buffer, &size, string) == S_OK;
+  }
+  env->GetStringRegion(string, 0, kLongest, reinterpret_cast<jchar*>(buffer));
+  buffer[kLongest] = L'\0';
+  return true;
+}
+
+// Deliberate: the references made here live until the JVM releases the thread's frame.
+bool ExceptionText(IQV_JavaVM& vm, JNIEnv* env, jthrowable exception, wchar_t (&buffer)[kErrorTextUnits]) noexcept {
+  if (g_capturing.IsSet()) return false;
+  const CapturingScope capturing;
+  qv_jclass throwable = nullptr;
+  vm.FindClass(&throwable, "java/lang/Throwable");
+  if (throwable == nullptr) return false;
+  const jmethodID toString = env->GetMethodID(As<jclass>(throwable), "toString", "()Ljava/lang/String;");
+  if (toString == nullptr) return false;
+  const auto text = static_cast<jstring>(env->functions->CallObjectMethod(env, exception, toString));
+  return text != nullptr && CopyText(vm, env, text, buffer);
+}
+
+}  // namespace
+
+}  // namespace qv
+
+void CQV_JNIVMManager::ExceptionClear(qv_jnienv env) noexcept {
+  if (env != nullptr) static_cast<JNIEnv*>(env)->ExceptionClear();
+}
+
+int32_t CQV_JNIVMManager::CaptureException(ErrorRecord** record, qv_jnienv env) noexcept {
+  // The object's own record may belong to another thread's failure by now and is freed; a host's pointer is not read.
+  ErrorRecord* unwanted = nullptr;
+  ErrorRecord** const target = record != nullptr ? record : &unwanted;
+  const auto store = [&](ErrorRecord* made) {
+    if (target == &m_pErrorRecord) {
+      ReplaceErrorRecord(made);
+    } else {
+      *target = made;
+    }
+    if (target == &unwanted) QvshrFree(made);
+  };
+  store(nullptr);
+  auto* const jni = static_cast<JNIEnv*>(env);
+  if (jni == nullptr) {
+    store(qv::NewErrorRecord(qv::texts::kEnvironmentNotAvailable, 0));
+    return 1;
+  }
+  const jthrowable exception = jni->ExceptionOccurred();
+  if (exception == nullptr) return 0;
+  jni->ExceptionDescribe();
+  wchar_t text[qv::kErrorTextUnits];
+  const bool readable = qv::ExceptionText(*this, jni, exception, text);
+  store(qv::NewErrorRecord(readable ? std::wstring_view(text) : qv::texts::kUnknownException, 0));
+  ExceptionClear(env);
+  return 1;
+}
