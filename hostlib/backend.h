@@ -22,7 +22,7 @@ namespace qvshr {
 enum class ObjectKind { Text, Key };
 
 /// No request above this is met, so sums of a few sizes cannot wrap around.
-inline constexpr size_t kMaxBlockBytes = size_t{1} << 46;
+inline constexpr size_t kMaxBlockBytes = size_t{1} << 40;
 
 /// True from the moment on at which the process ends: every other thread is gone, perhaps inside a lock.
 bool ProcessIsEnding() noexcept;

@@ -74,7 +74,9 @@ class Owned {
   T* Get() const { return m_object; }
   T* operator->() const { return m_object; }
   explicit operator bool() const { return m_object != nullptr; }
-  /// For an out-parameter. What was there before is a value that a failure has to replace by null.
+  /// For a reference that the test has given back itself.
+  void Forget() { m_object = nullptr; }
+  /// For an out-parameter.
   T** Out() {
     *this = Owned();
     return &m_object;
