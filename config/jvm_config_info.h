@@ -92,7 +92,8 @@ class CQV_JVMConfigInfo {
   bool LoadLocked() noexcept;
   void ChooseRegistryRoot() noexcept;
   bool ReadJavaLocation(const wchar_t* valueName, IQvString*& cached, IQvString** location) noexcept;
-  bool UseRuntimeFolder(qv::HostText folder, std::wstring_view oldPath) noexcept;
+  // What setting PATH returned; non-zero makes this the runtime in use.
+  BOOL UseRuntimeFolder(qv::HostText folder, std::wstring_view oldPath) noexcept;
   bool FindJavaHome(qv::HostText& home) noexcept;
 
   SRWLOCK m_textLock = SRWLOCK_INIT;

@@ -53,14 +53,14 @@ bool CQV_JVMConfigInfo::FindJavaHome(qv::HostText& home) noexcept {
   return home.Append(qv::TextOf(folder)).Ok();
 }
 
-bool CQV_JVMConfigInfo::UseRuntimeFolder(qv::HostText folder, std::wstring_view oldPath) noexcept {
+BOOL CQV_JVMConfigInfo::UseRuntimeFolder(qv::HostText folder, std::wstring_view oldPath) noexcept {
   const qv::HostText path = qv::SearchPathWithRuntime(folder.View(), oldPath);
-  if (!path.Ok()) return false;
-  const BOOL set = SetEnvironmentVariableW(kPath, path.Text());
-  if (set == FALSE) return false;
-  m_bRuntimeFound = true;
-  m_discoveredJvmFolder = std::move(folder);
-  return set == TRUE;
+  const BOOL set = path.Ok() ? SetEnvironmentVariableW(kPath, path.Text()) : FALSE;
+  if (set != FALSE) {
+    m_bRuntimeFound = true;
+    m_discoveredJvmFolder = std::move(folder);
+  }
+  return set;
 }
 
 bool CQV_JVMConfigInfo::LocateJavaRuntime() noexcept {
@@ -75,14 +75,16 @@ bool CQV_JVMConfigInfo::LocateJavaRuntime() noexcept {
     const qv::RuntimeProbe probe = qv::FindJvmFolder(home.View(), qv::kJavaHomeFolders, qv::FileExists, folder);
     if (probe == qv::RuntimeProbe::NoMemory) return false;
     // A PATH that cannot be written here is not the end: the private runtime comes next.
-    if (probe == qv::RuntimeProbe::Found && UseRuntimeFolder(std::move(folder), oldPath.OrEmpty())) return true;
+    if (probe == qv::RuntimeProbe::Found && UseRuntimeFolder(std::move(folder), oldPath.OrEmpty()) != FALSE) {
+      return true;
+    }
   }
 
   qv::ModuleFolder install;
   if (!qv::TryFindInstallFolder(install)) return false;
   switch (qv::FindJvmFolder(install.Text(), qv::kInstallFolders, qv::FileExists, folder)) {
     case qv::RuntimeProbe::Found:
-      return UseRuntimeFolder(std::move(folder), oldPath.OrEmpty());
+      return UseRuntimeFolder(std::move(folder), oldPath.OrEmpty()) == TRUE;
     case qv::RuntimeProbe::NoMemory:
       return false;
     case qv::RuntimeProbe::NotFound:

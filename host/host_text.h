@@ -4,6 +4,7 @@
 
 #include <initializer_list>
 #include <string_view>
+#include <utility>
 
 #include "host/host_memory.h"
 #include "host/host_ref.h"
@@ -14,8 +15,15 @@ class HostText {
  public:
   HostText() noexcept = default;
   HostText(std::initializer_list<std::wstring_view> pieces) noexcept { Append(pieces); }
-  HostText(HostText&&) noexcept = default;
-  HostText& operator=(HostText&&) noexcept = default;
+  HostText(HostText&& other) noexcept { *this = std::move(other); }
+  // What is moved from is empty.
+  HostText& operator=(HostText&& other) noexcept {
+    m_block = std::move(other.m_block);
+    m_capacity = std::exchange(other.m_capacity, 0);
+    m_length = std::exchange(other.m_length, 0);
+    m_failed = std::exchange(other.m_failed, false);
+    return *this;
+  }
 
   // The answer of a text function that found no memory.
   static HostText Failed() noexcept {

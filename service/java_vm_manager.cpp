@@ -74,6 +74,8 @@ int32_t CQV_JavaVMManager::GetErrorCode(int32_t* pCode) noexcept {
 }
 
 bool CQV_JavaVMManager::ReplaceErrorRecord(ErrorRecord* record) noexcept {
+  // Most calls have nothing to replace and pay no lock.
+  if (record == nullptr && std::atomic_ref(m_pErrorRecord).load(std::memory_order_acquire) == nullptr) return false;
   ErrorRecord* old = nullptr;
   {
     const qv::SlimGuard guard(m_recordLock);

@@ -31,6 +31,15 @@ void FreeThreadClassPath(ThreadClassPath* entry) noexcept {
   QvshrFree(entry);
 }
 
+// A broken library file must not stop the host at a system dialog.
+HMODULE LoadWithoutDialogs(const char* name) noexcept {
+  DWORD previous = 0;
+  const BOOL changed = SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &previous);
+  const HMODULE library = LoadLibraryA(name);
+  if (changed != FALSE) SetThreadErrorMode(previous, nullptr);
+  return library;
+}
+
 // The created JVM keeps the addresses of the hooks and each attached thread that of the thread-end callback.
 bool KeepServiceLoaded() noexcept {
   HMODULE self = nullptr;
@@ -88,7 +97,7 @@ HMODULE ThreadRegistry::LoadModuleCached(const char* name) noexcept {
   qv::HostPtr<ModuleEntry> entry(static_cast<ModuleEntry*>(QvshrAlloc(sizeof(ModuleEntry))));
   qv::HostPtr<char> copy(CopyText(name, std::strlen(name)));
   if (!entry || !copy) return nullptr;
-  *entry = {copy.get(), LoadLibraryA(name)};
+  *entry = {copy.get(), LoadWithoutDialogs(name)};
   const HMODULE handle = entry->handle;
   if (!m_modules->Append(entry.get())) {
     if (handle != nullptr) FreeLibrary(handle);
