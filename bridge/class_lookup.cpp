@@ -7,8 +7,6 @@
 #include "host/host_text.h"
 #include "service/jvm_start.h"
 
-using qv::As;
-
 namespace {
 
 // The dotted name in wide characters; null when it cannot be converted.

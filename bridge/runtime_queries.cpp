@@ -4,8 +4,6 @@
 #include "service/jvm_start.h"
 #include "service/output_log.h"
 
-using qv::As;
-
 int32_t CQV_JNIVMManager::GetJNIEnv(qv_jnienv* out) noexcept {
   if (out == nullptr) return E_INVALIDARG;
   JNIEnv* const env = Env();

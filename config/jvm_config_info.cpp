@@ -86,7 +86,7 @@ CQV_JVMConfigInfo::~CQV_JVMConfigInfo() {
 }
 
 void* CQV_JVMConfigInfo::Destroy(uint32_t deleteFlag) noexcept {
-  this->~CQV_JVMConfigInfo();
+  this->CQV_JVMConfigInfo::~CQV_JVMConfigInfo();
   if ((deleteFlag & 1U) != 0) QvshrFree(this);
   return this;
 }

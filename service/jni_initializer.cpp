@@ -37,7 +37,7 @@ HMODULE ModuleOf(const void* address) noexcept {
 
 void* CQV_JNIInitializer::Destroy(uint32_t deleteFlag) noexcept {
   Terminate();
-  this->~CQV_JNIInitializer();
+  this->CQV_JNIInitializer::~CQV_JNIInitializer();
   if ((deleteFlag & 1U) != 0) QvshrFree(this);
   return this;
 }

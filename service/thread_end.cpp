@@ -13,6 +13,7 @@ namespace {
 
 DWORD g_slot = FLS_OUT_OF_INDEXES;
 
+// NOLINTNEXTLINE(performance-no-int-to-ptr): the system keeps a pointer-sized value, never followed
 void* MarkOf(DWORD threadId) noexcept { return reinterpret_cast<void*>(static_cast<ULONG_PTR>(threadId)); }
 
 void DetachEndingThread() noexcept {
