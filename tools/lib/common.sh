@@ -32,11 +32,43 @@ run_logged() {
   shift
   mkdir -p "$(dirname "$log")"
   "$@" >"$log" 2>&1 </dev/null || status=$?
-  if [ "$status" -ne 0 ]; then
-    cat "$log" >&2
-    printf 'error: exit code %d from: %s\n' "$status" "$*" >&2
-  fi
+  [ "$status" -eq 0 ] || tell_failure "$log" "$status" "$@"
   return "$status"
+}
+
+# The same for what takes long: tells every five seconds how far it is, as progress_of reads it from the log.
+run_watched() {
+  local log=$1 status=0 ticker
+  shift
+  mkdir -p "$(dirname "$log")"
+  : >"$log"
+  tick_progress "$log" &
+  ticker=$!
+  "$@" >"$log" 2>&1 </dev/null || status=$?
+  kill "$ticker" 2>/dev/null || true
+  wait "$ticker" 2>/dev/null || true
+  [ "$status" -eq 0 ] || tell_failure "$log" "$status" "$@"
+  return "$status"
+}
+
+tell_failure() {
+  local log=$1 status=$2
+  shift 2
+  cat "$log" >&2
+  printf 'error: exit code %d from: %s\n' "$status" "$*" >&2
+}
+
+# Waits in the shell itself, on a pipe that nobody writes to, so that ending it leaves no sleeping child.
+tick_progress() {
+  local never progress told=
+  exec {never}<> <(:)
+  while true; do
+    read -r -t 5 -u "$never" _ || true
+    progress=$(progress_of "$1")
+    [ -n "$progress" ] && [ "$progress" != "$told" ] || continue
+    note "$progress"
+    told=$progress
+  done
 }
 
 # Runs a command while holding a lock file, and says so when it has to wait.

@@ -31,3 +31,40 @@ setup_wine() {
   [ ! -f "$WINEPREFIX/system.reg" ] || return 0
   with_lock "$WINEPREFIX.lock" "another script makes the Wine prefix" make_wine_prefix
 }
+
+# Marks what this script starts, so that finish_wine can tell it from what others run in the same prefix.
+export QV_RUN_MARK=${QV_RUN_MARK:-$$-${EPOCHREALTIME/./}}
+
+# Prints the process ids of Windows programs that this script started, Wine's own services left out.
+marked_programs() {
+  local folder command
+  for folder in /proc/[0-9]*; do
+    grep -qzsx "QV_RUN_MARK=$QV_RUN_MARK" "$folder/environ" || continue
+    command=$(tr '\0' '\n' <"$folder/cmdline" 2>/dev/null | head -n 1)
+    case $command in
+      [Cc]:\\windows\\*) ;;
+      *.exe) printf '%s\n' "${folder#/proc/}" ;;
+    esac
+  done
+}
+
+# Ends programs of this script that hang, and waits until Wine's own processes have left.
+finish_wine() {
+  local left
+  mapfile -t left < <(marked_programs)
+  if [ "${#left[@]}" -gt 0 ]; then
+    note "ending Windows programs that did not end by themselves: ${left[*]}"
+    kill -KILL "${left[@]}" 2>/dev/null || true
+  fi
+  timeout 10 wineserver -w || true
+}
+
+# Wine's server outlives the program that started it; what it inherits stays open, locks and pipes too.
+# 255 is where bash reads the calling script; it is not passed on.
+close_inherited_files() {
+  local file
+  for file in /proc/self/fd/*; do
+    file=${file##*/}
+    case $file in 0 | 1 | 2 | 255) ;; *) eval "exec $file>&-" ;; esac
+  done
+}

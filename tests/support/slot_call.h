@@ -1,0 +1,16 @@
+// Calls an operation of an object by its number in the table, as a host of another compiler would.
+// Nothing here proves anything by itself.
+// On 64-bit Windows an operation is a function whose first argument is the object.
+#pragma once
+
+#include <cstddef>
+
+namespace qvtest {
+
+template <class Result, class... Arguments>
+Result CallSlot(void* object, size_t slot, Arguments... arguments) {
+  using Operation = Result (*)(void*, Arguments...);
+  return (*static_cast<Operation**>(object))[slot](object, arguments...);
+}
+
+}  // namespace qvtest

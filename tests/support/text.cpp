@@ -1,0 +1,63 @@
+// Conversions for messages and for the arguments of child processes.
+// Nothing here proves anything by itself.
+// Windows does the work; what it cannot convert is escaped first.
+#include "tests/support/text.h"
+
+#include <windows.h>
+
+#include <cstdio>
+
+namespace qvtest {
+
+namespace {
+
+bool IsHighSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool IsLowSurrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+void AppendConverted(std::string& out, std::wstring_view text) {
+  if (text.empty()) return;
+  const int units = static_cast<int>(text.size());
+  const int bytes = WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
+  const size_t before = out.size();
+  out.resize(before + static_cast<size_t>(bytes));
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), units, out.data() + before, bytes, nullptr, nullptr);
+}
+
+}  // namespace
+
+std::string ToUtf8(std::wstring_view text) {
+  std::string out;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool pair = IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1]);
+    if (!pair && (IsHighSurrogate(text[i]) || IsLowSurrogate(text[i]))) {
+      char escape[8];
+      std::snprintf(escape, sizeof(escape), "\\u%04X", static_cast<unsigned>(text[i]));
+      out += escape;
+      continue;
+    }
+    AppendConverted(out, text.substr(i, pair ? 2 : 1));
+    if (pair) ++i;
+  }
+  return out;
+}
+
+std::wstring ToWide(std::string_view utf8) {
+  if (utf8.empty()) return {};
+  const int bytes = static_cast<int>(utf8.size());
+  std::wstring out(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), bytes, nullptr, 0)), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, utf8.data(), bytes, out.data(), static_cast<int>(out.size()));
+  return out;
+}
+
+std::wstring TextOf(IQvString* string) {
+  return string != nullptr ? std::wstring(qv::TextOf(string)) : std::wstring(L"<null>");
+}
+
+std::wstring TakeText(IQvString*& string) {
+  std::wstring text = TextOf(string);
+  if (string != nullptr) string->Release();
+  string = nullptr;
+  return text;
+}
+
+}  // namespace qvtest

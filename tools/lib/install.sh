@@ -1,0 +1,61 @@
+# shellcheck shell=bash
+# The installation folder of a host program, and the report that its example program makes. Needs common.sh.
+#
+#   qvjvm.dll qvshr.dll fo2pdf.exe   the service, the host library, the program
+#   JRE/                             a Java runtime, where the service looks for a private one
+#   fop-0.20.5/                      the formatter, where the service's class path expects it
+
+# Copies a file unless the same one is there already; never leaves half of one.
+install_file() {
+  cmp -s "$1" "$2" && return
+  mkdir -p "$(dirname "$2")"
+  cp "$1" "$2.new"
+  mv "$2.new" "$2"
+}
+
+# The runtime's files are hard links where the file system allows it: at once, and without their size again.
+install_runtime() {
+  local from=$1 to=$2
+  [ "$(cat "$to/.unpacked-from" 2>/dev/null)" = "$(cat "$from/.unpacked-from")" ] && return
+  rm -rf "$to" "$to.new"
+  cp -al "$from" "$to.new" 2>/dev/null || { rm -rf "$to.new" && cp -a "$from" "$to.new"; }
+  mv "$to.new" "$to"
+}
+
+# Usage: stage_installation BIN RUNTIME FOLDER
+stage_installation() {
+  local bin=$1 runtime=$2 folder=$3 file place
+  [ -f "$qv_runtimes/$runtime/bin/server/jvm.dll" ] || fail "there is no Java runtime $runtime in $qv_runtimes"
+  mkdir -p "$folder"
+  for file in qvjvm.dll qvshr.dll fo2pdf.exe; do
+    [ -f "$bin/$file" ] || fail "$bin/$file was not built"
+    install_file "$bin/$file" "$folder/$file"
+  done
+  install_runtime "$qv_runtimes/$runtime" "$folder/JRE"
+  while read -r _ _ file _ place; do
+    [ "$place" = - ] || install_file "$qv_jars/$file" "$folder/$place"
+  done < <(locked jar)
+}
+
+windows_path() { printf 'Z:%s\n' "${1//\//\\}"; }
+
+# The Linux path of a file on the prefix's drive C: or on Z:.
+linux_path() {
+  local path=${1//\\//}
+  case $path in
+    [Cc]:*) printf '%s/drive_c%s\n' "$WINEPREFIX" "${path#?:}" ;;
+    *) printf '%s\n' "${path#?:}" ;;
+  esac
+}
+
+# Lets the installed program make the PDF of the report. Usage: make_report FOLDER PDF LOG
+make_report() {
+  local status=0
+  run_logged "$3" timeout 120 "$qv_root/tools/wine-run" "$1/fo2pdf.exe" \
+    "$(windows_path "$qv_root/examples/fo2pdf/report.fo")" "$(windows_path "$2")" || status=$?
+  [ "$status" -ne 124 ] || note "fo2pdf did not end within 120 seconds"
+  return "$status"
+}
+
+# A line "name: value" of the program's output. Usage: told_by_program LOG NAME
+told_by_program() { sed -n "s/\r\$//; s/^$2: //p" "$1" | head -n 1; }
