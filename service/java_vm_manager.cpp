@@ -111,14 +111,13 @@ void* CQV_JNIVMManager::Destroy(uint32_t deleteFlag) noexcept {
 qv_jnienv CQV_JNIVMManager::AcquireThreadEnv() noexcept {
   ThreadRegistry* const registry = g_pThreadRegistry;
   if (registry == nullptr) return nullptr;
-  const uint32_t threadId = GetCurrentThreadId();
-  if (JNIEnv* const env = registry->FindThreadEnv(threadId)) return env;
+  if (JNIEnv* const env = registry->CurrentThreadEnv()) return env;
 
   ReplaceErrorRecord(nullptr);
   InitializerOwner initializer(new CQV_JNIInitializer());
   if (!initializer) return nullptr;
   ErrorRecord* record = nullptr;
-  const int32_t status = initializer->Initialize(threadId, &record);
+  const int32_t status = initializer->Initialize(GetCurrentThreadId(), &record);
   ReplaceErrorRecord(record);
   if (status < 0) return nullptr;
   JNIEnv* const env = initializer->GetEnv();

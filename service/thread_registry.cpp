@@ -7,6 +7,7 @@
 
 #include "base/lock.h"
 #include "base/module_handle.h"
+#include "base/process_end.h"
 #include "service/thread_end.h"
 
 ThreadRegistry* g_pThreadRegistry = nullptr;
@@ -54,6 +55,7 @@ ThreadRegistry* ThreadRegistry::Create() noexcept {
   if (!registry) return nullptr;
   if (!registry->m_initializers || !registry->m_modules || !registry->m_threadClassPaths) return nullptr;
   InitializeCriticalSection(&registry->m_lock);
+  registry->m_envSlot = TlsAlloc();
   return registry.release();
 }
 
@@ -62,6 +64,19 @@ JNIEnv* ThreadRegistry::FindThreadEnv(uint32_t threadId) noexcept {
   const auto* const node =
       m_initializers->FindFirst([&](const CQV_JNIInitializer& item) { return item.ThreadId() == threadId; });
   return node != nullptr ? node->item->GetEnv() : nullptr;
+}
+
+JNIEnv* ThreadRegistry::CurrentThreadEnv() noexcept {
+  if (m_envSlot != TLS_OUT_OF_INDEXES) {
+    if (void* const remembered = TlsGetValue(m_envSlot)) return static_cast<JNIEnv*>(remembered);
+  }
+  JNIEnv* const env = FindThreadEnv(GetCurrentThreadId());
+  if (env != nullptr) RememberEnv(env);
+  return env;
+}
+
+void ThreadRegistry::RememberEnv(JNIEnv* env) noexcept {
+  if (m_envSlot != TLS_OUT_OF_INDEXES) TlsSetValue(m_envSlot, env);
 }
 
 bool ThreadRegistry::RegisterInitializer(CQV_JNIInitializer* initializer) noexcept {
@@ -118,6 +133,7 @@ HMODULE ThreadRegistry::FindModule(const char* name) noexcept {
 void ThreadRegistry::OnThreadDetach() noexcept {
   const uint32_t threadId = GetCurrentThreadId();
   const qv::CriticalSectionGuard guard(m_lock);
+  RememberEnv(nullptr);
   if (auto* const node = m_initializers->FindFirst([&](const auto& item) { return item.ThreadId() == threadId; })) {
     m_initializers->Remove(node)->Destroy(1);
   }
@@ -127,6 +143,8 @@ void ThreadRegistry::OnThreadDetach() noexcept {
 }
 
 void ThreadRegistry::OnProcessDetach() noexcept {
+  if (m_envSlot != TLS_OUT_OF_INDEXES && !qv::ProcessIsEnding()) TlsFree(m_envSlot);
+  m_envSlot = TLS_OUT_OF_INDEXES;
   while (auto* const node = m_initializers->Head()) m_initializers->Remove(node)->Destroy(1);
   m_initializers.reset();
   while (auto* const node = m_modules->Head()) FreeModuleEntry(m_modules->Remove(node));

@@ -34,6 +34,8 @@ class ThreadRegistry {
 
   // The environment of the first initializer with that thread id, or null.
   JNIEnv* FindThreadEnv(uint32_t threadId) noexcept;
+  // The same for the calling thread; after its first time without lock and walk.
+  JNIEnv* CurrentThreadEnv() noexcept;
   // Takes the initializer over on true; without memory it stays the caller's. From the first one on the service's
   // module stays loaded: JVM and threads keep addresses in it.
   bool RegisterInitializer(CQV_JNIInitializer* initializer) noexcept;
@@ -56,10 +58,15 @@ class ThreadRegistry {
   template <class T>
   using ListOwner = std::unique_ptr<qv::HostList<T>>;
 
+  void RememberEnv(JNIEnv* env) noexcept;
+
   CRITICAL_SECTION m_lock;
   ListOwner<CQV_JNIInitializer> m_initializers{new qv::HostList<CQV_JNIInitializer>()};
   ListOwner<ModuleEntry> m_modules{new qv::HostList<ModuleEntry>()};
   ListOwner<ThreadClassPath> m_threadClassPaths{new qv::HostList<ThreadClassPath>()};
+  // What the calling thread was found to have. Only its own end removes a thread's entry while the registry lives, and
+  // freeing the slot forgets all threads' values; without a slot every look-up walks.
+  DWORD m_envSlot = TLS_OUT_OF_INDEXES;
 };
 
 // Exists from process attach to process detach; null without memory.
