@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Configures and builds a preset. Needs common.sh and packages.sh.
+# Configures, builds and tests a preset. Needs common.sh and packages.sh.
 
 # What a configured build folder depends on besides the CMake files, which Ninja watches itself.
 configure_inputs() {
@@ -30,4 +30,18 @@ build_preset() {
   configure_preset "$preset"
   (cd "$qv_root" && run_watched "$log" cmake --build --preset "$preset" ${1:+--target "$@"}) ||
     fail "building the preset $preset failed; see the output above"
+}
+
+# Runs the tests of a built preset; which of them failed is for the report to say.
+# Usage: run_tests PRESET REPORT [CTEST-OPTION...]
+run_tests() {
+  local preset=$1 report=$2 log=$qv_build/logs/test-$1.log status=0
+  shift 2
+  rm -f "$report"
+  (cd "$qv_root" && watch_log "$log" ctest --preset "$preset" --output-junit "$report" "$@") || status=$?
+  case $status in 0 | 8) ;; *) rm -f "$report" ;; esac
+  if [ ! -f "$report" ]; then
+    tell_failure "$log" "$status" ctest --preset "$preset"
+    fail "the tests did not run to their end; see the output above"
+  fi
 }

@@ -38,16 +38,24 @@ run_logged() {
 
 # The same for what takes long: tells every five seconds how far it is, as progress_of reads it from the log.
 run_watched() {
-  local log=$1 status=0 ticker
+  local log=$1 status=0
+  watch_log "$@" || status=$?
+  shift
+  [ "$status" -eq 0 ] || tell_failure "$log" "$status" "$@"
+  return "$status"
+}
+
+# The watching alone. The ticker lives as long as somebody holds the leash, which is nobody but this shell.
+watch_log() {
+  local log=$1 status=0 leash ticker
   shift
   mkdir -p "$(dirname "$log")"
   : >"$log"
-  tick_progress "$log" &
+  exec {leash}> >(tick_progress "$log")
   ticker=$!
-  "$@" >"$log" 2>&1 </dev/null || status=$?
-  kill "$ticker" 2>/dev/null || true
-  wait "$ticker" 2>/dev/null || true
-  [ "$status" -eq 0 ] || tell_failure "$log" "$status" "$@"
+  "$@" >"$log" 2>&1 </dev/null {leash}>&- || status=$?
+  exec {leash}>&-
+  wait "$ticker" || true
   return "$status"
 }
 
@@ -58,16 +66,14 @@ tell_failure() {
   printf 'error: exit code %d from: %s\n' "$status" "$*" >&2
 }
 
-# Waits in the shell itself, on a pipe that nobody writes to, so that ending it leaves no sleeping child.
 tick_progress() {
-  local never progress told=
-  exec {never}<> <(:)
-  while true; do
-    read -r -t 5 -u "$never" _ || true
+  local progress told=
+  until read -r -t 5 _ || [ $? -le 128 ]; do
     progress=$(progress_of "$1")
-    [ -n "$progress" ] && [ "$progress" != "$told" ] || continue
-    note "$progress"
-    told=$progress
+    if [ -n "$progress" ] && [ "$progress" != "$told" ]; then
+      note "$progress"
+      told=$progress
+    fi
   done
 }
 

@@ -52,6 +52,7 @@ setup_runtimes() {
 }
 
 # Writes the project that makes Maven copy the jars of the lock file.
+# shellcheck disable=SC2016 # the folder's name is Maven's to put in
 write_jar_project() {
   local coordinates group artifact version
   printf '%s\n' '<project><modelVersion>4.0.0</modelVersion>' \

@@ -59,6 +59,13 @@ finish_wine() {
   timeout 10 wineserver -w || true
 }
 
+# Whichever way the script ends, what it started ends too.
+end_cleanly() {
+  trap finish_wine EXIT
+  trap 'printf "interrupted\n" >&2; exit 130' INT
+  trap 'exit 143' TERM
+}
+
 # Wine's server outlives the program that started it; what it inherits stays open, locks and pipes too.
 # 255 is where bash reads the calling script; it is not passed on.
 close_inherited_files() {

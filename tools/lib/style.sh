@@ -1,0 +1,34 @@
+# shellcheck shell=bash
+# The form of our sources: clang-format, clang-tidy, shellcheck. Needs common.sh and build.sh.
+
+qv_source_folders=(base bridge config examples host hostlib include service store tests)
+
+# Prints our C++ files, relative to the root, each ended by a null.
+cpp_files() { (cd "$qv_root" && find "${qv_source_folders[@]}" -name '*.h' -print0 -o -name '*.cpp' -print0); }
+
+# Prints our shell scripts in the same way: what begins with a line for bash, and the libraries.
+shell_files() {
+  (cd "$qv_root" && find . \( -path ./build -o -path ./out -o -path ./.cache -o -path ./.git \) -prune -o -type f -print0 |
+    xargs -0 grep -lZ -m 1 -E '^(#!.*bash|# shellcheck shell=bash)$')
+}
+
+# Each major version formats differently, so only the one that formatted the tree may judge it.
+require_clang_format() {
+  local version
+  version=$(clang-format-14 --version 2>/dev/null) || fail "clang-format-14 is missing; install the package clang-format-14"
+  case $version in *'version 14.'*) ;; *) fail "clang-format-14 is not version 14: $version" ;; esac
+}
+
+# Usage: format_sources OPTION...
+format_sources() {
+  require_clang_format
+  cpp_files | (cd "$qv_root" && xargs -0 clang-format-14 "$@")
+}
+
+check_format() {
+  format_sources --dry-run -Werror || fail "the places above are not formatted; ./format does it"
+}
+
+check_scripts() {
+  shell_files | (cd "$qv_root" && xargs -0 shellcheck) || fail "shellcheck found the above"
+}
