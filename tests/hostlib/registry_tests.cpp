@@ -1,5 +1,5 @@
 // Registry keys: ordinal 4 and the operations of their key objects, over the real registry and hostile data in it.
-// Every test owns a key of its own below HKEY_CURRENT_USER and removes it.
+// Every test owns a key of its own below HKEY_CURRENT_USER and removes it, but not the parent: tests run side by side.
 #include <windows.h>
 
 #include <atomic>
@@ -22,7 +22,6 @@ class RegistryTest : public HostTest {
   ~RegistryTest() override {
     RegCloseKey(raw);
     RegDeleteTreeW(HKEY_CURRENT_USER, path.c_str());
-    RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\QvTests");  // stays while another test has its key there
   }
 
   /// Exactly these bytes: what lies behind them in memory is no null, since one would be taken along.

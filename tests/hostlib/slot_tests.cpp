@@ -83,9 +83,9 @@ TEST_P(SlotTest, TreeKeyTable) {
 TEST_P(SlotTest, RegistryKeyTable) {
   const std::wstring path = L"Software\\QvTests\\slots" + std::to_wstring(GetCurrentProcessId());
   HKEY raw = nullptr;
-  ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, (path + L"\\Sub").c_str(), 0, nullptr, REG_OPTION_VOLATILE, KEY_WRITE,
-                            nullptr, &raw, nullptr),
-            0);
+  ASSERT_EQ(
+      RegCreateKeyExW(HKEY_CURRENT_USER, (path + L"\\Sub").c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &raw, nullptr),
+      0);
   EXPECT_EQ(RegSetValueExW(raw, L"Name", 0, REG_SZ, reinterpret_cast<const BYTE*>(L"value"), 12), 0);
   RegCloseKey(raw);
   void* key = nullptr;
