@@ -77,10 +77,10 @@ ChildResult RunChild(const std::wstring& program, const ChildOptions& options) {
   startup.hStdOutput = writeEnd;
   startup.hStdError = writeEnd;
   PROCESS_INFORMATION process{};
-  result.started = CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE,
-                                  CREATE_UNICODE_ENVIRONMENT, environment.data(),
-                                  options.workFolder.empty() ? nullptr : options.workFolder.c_str(), &startup,
-                                  &process) != FALSE;
+  result.started =
+      CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT,
+                     environment.data(), options.workFolder.empty() ? nullptr : options.workFolder.c_str(), &startup,
+                     &process) != FALSE;
   EXPECT_TRUE(result.started) << "cannot start " << ToUtf8(program) << ": error " << GetLastError();
   CloseHandle(writeEnd);
   if (result.started) {

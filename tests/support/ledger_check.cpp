@@ -32,9 +32,9 @@ std::string PlaceName(const void* address) {
   std::wstring name = path;
   name.erase(0, name.find_last_of(L'\\') + 1);
   char offset[32];
-  std::snprintf(offset, sizeof(offset), "+0x%llx",
-                static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(address) -
-                                                reinterpret_cast<uintptr_t>(module)));
+  std::snprintf(
+      offset, sizeof(offset), "+0x%llx",
+      static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(address) - reinterpret_cast<uintptr_t>(module)));
   return ToUtf8(name) + offset;
 }
 

@@ -16,7 +16,8 @@ std::vector<ShownBox> g_shown;
 
 int WINAPI Catch(HWND owner, LPCWSTR text, LPCWSTR title, UINT style) {
   const std::lock_guard guard(g_lock);
-  g_shown.push_back({text != nullptr ? text : L"<null>", title != nullptr ? title : L"<null>", style, owner != nullptr});
+  g_shown.push_back(
+      {text != nullptr ? text : L"<null>", title != nullptr ? title : L"<null>", style, owner != nullptr});
   return IDOK;
 }
 

@@ -13,8 +13,7 @@ namespace {
 
 HKEY MakeKey(HKEY parent, const std::wstring& path) {
   HKEY key = nullptr;
-  const LSTATUS status =
-      RegCreateKeyExW(parent, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
+  const LSTATUS status = RegCreateKeyExW(parent, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
   EXPECT_EQ(status, ERROR_SUCCESS) << "cannot make the registry key " << ToUtf8(path);
   return key;
 }
@@ -29,8 +28,7 @@ RegistrySandbox::RegistrySandbox(Override which)
   RegDeleteTreeW(m_realUser, m_base.c_str());
   for (Place* place : {&m_machine, &m_user}) place->key = MakeKey(m_realUser, place->path);
   for (Place* place : {&m_machine, &m_user}) {
-    const bool wanted =
-        which == Override::MachineAndUser || (which == Override::Machine && place == &m_machine);
+    const bool wanted = which == Override::MachineAndUser || (which == Override::Machine && place == &m_machine);
     if (!wanted) continue;
     const LSTATUS status = RegOverridePredefKey(place->predefined, place->key);
     EXPECT_EQ(status, ERROR_SUCCESS) << "cannot override a hive for " << ToUtf8(place->path);
@@ -61,8 +59,7 @@ void RegistrySandbox::SetRaw(Hive hive, const std::wstring& path, const std::wst
   RegCloseKey(key);
 }
 
-void RegistrySandbox::SetText(Hive hive, const std::wstring& path, const std::wstring& name,
-                              const std::wstring& text) {
+void RegistrySandbox::SetText(Hive hive, const std::wstring& path, const std::wstring& name, const std::wstring& text) {
   const auto* const first = reinterpret_cast<const unsigned char*>(text.c_str());
   SetRaw(hive, path, name, REG_SZ, {first, first + (text.size() + 1) * sizeof(wchar_t)});
 }

@@ -1,6 +1,7 @@
 // The service inside a test program, as the loader would have loaded it.
 // Every test is a process of its own, so the service's state is fresh when a test begins.
-// The program links the service's own objects (qv_whitebox), without its entry routine: this class calls what that calls.
+// The program links the service's own objects (qv_whitebox), without its entry routine: this class calls what that
+// calls.
 #pragma once
 
 #include <windows.h>
