@@ -1,6 +1,8 @@
 // Replaces a function in a module's import table for the life of the object: to record and to fail Windows calls.
 // Works on the test program itself and on any loaded DLL; other modules are not touched.
 // A hook that finds nothing to replace fails the test: a silent one would prove nothing.
+// The compiler may keep an import's address in a register for the whole of a function: what is hooked has to be called
+// from another function than the one that makes the hook.
 #pragma once
 
 #include <windows.h>

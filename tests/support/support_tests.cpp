@@ -1,0 +1,352 @@
+// What the shared helpers must not get wrong: each detector is shown something that it has to report, and each scope
+// has to put back what it changed. The program is also its own child: QV_SUPPORT_CHILD says what the child does. No
+// service here: the helpers alone.
+#include <windows.h>
+// After windows.h, whose types it needs.
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <shellapi.h>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/compiler.h"
+#include "host/host_memory.h"
+#include "tests/support/child_process.h"
+#include "tests/support/environment.h"
+#include "tests/support/import_hook.h"
+#include "tests/support/ledger_check.h"
+#include "tests/support/message_box.h"
+#include "tests/support/registry_sandbox.h"
+#include "tests/support/slot_call.h"
+#include "tests/support/temp_folder.h"
+#include "tests/support/text.h"
+
+namespace {
+
+using namespace qvtest;
+
+constexpr wchar_t kChildRole[] = L"QV_SUPPORT_CHILD";
+constexpr wchar_t kChildVariable[] = L"QV_SUPPORT_VARIABLE";
+
+std::wstring ReadMachineValue(const wchar_t* path, const wchar_t* name) {
+  wchar_t text[64] = {};
+  DWORD bytes = sizeof(text) - sizeof(wchar_t);
+  const LSTATUS status = RegGetValueW(HKEY_LOCAL_MACHINE, path, name, RRF_RT_REG_SZ, nullptr, text, &bytes);
+  return status == ERROR_SUCCESS ? text : L"<error " + std::to_wstring(status) + L">";
+}
+
+// Runs before main when this process is a child.
+bool PlayChildRole() {
+  const auto role = ReadVariable(kChildRole);
+  if (!role) return false;
+  int argumentCount = 0;
+  wchar_t** const arguments = CommandLineToArgvW(GetCommandLineW(), &argumentCount);
+  if (role == L"hang") {
+    std::puts("about to hang");
+    std::fflush(stdout);
+    Sleep(INFINITE);
+  }
+  if (role == L"report") {
+    std::printf("variable=%s\n", ToUtf8(ReadVariable(kChildVariable).value_or(L"<none>")).c_str());
+    for (int i = 1; i < argumentCount; ++i) std::printf("[%s]\n", ToUtf8(arguments[i]).c_str());
+    std::fflush(stdout);
+    std::fputs("and an error line\n", stderr);
+    std::fflush(stderr);
+  }
+  if (role == L"flood") {
+    for (int i = 0; i < 20000; ++i) std::puts("0123456789");
+  }
+  if (role == L"registry") {
+    const bool overridden = argumentCount > 1 && OverrideHive(Hive::Machine, arguments[1]);
+    std::printf("%s\n", overridden ? ToUtf8(ReadMachineValue(L"Software\\Maker", L"Name")).c_str() : "not overridden");
+  }
+  LocalFree(arguments);
+  std::fflush(stdout);
+  ExitProcess(42);
+}
+const bool g_isChild = PlayChildRole();
+
+ChildResult RunSelf(const wchar_t* role, std::vector<std::wstring> arguments = {}, DWORD limitMs = 60000) {
+  ChildOptions options;
+  options.arguments = std::move(arguments);
+  options.environment[kChildRole] = role;
+  options.limitMs = limitMs;
+  wchar_t program[1024] = {};
+  GetModuleFileNameW(nullptr, program, 1024);
+  return RunChild(program, options);
+}
+
+std::string WithoutCarriageReturns(std::string text) {
+  std::erase(text, '\r');
+  return text;
+}
+
+TEST(ChildProcess, GivesOutputOfBothStreamsAndTheExitCode) {
+  const EnvironmentScope variable(kChildVariable, L"a value");
+  const ChildResult result = RunSelf(L"report", {L"plain", L"with space", L"quo\"te", L"back\\slash\\ ", L""});
+  EXPECT_FALSE(result.hung);
+  EXPECT_EQ(result.exitCode, 42u);
+  EXPECT_EQ(WithoutCarriageReturns(result.output),
+            "variable=a value\n[plain]\n[with space]\n[quo\"te]\n[back\\slash\\ ]\n[]\nand an error line\n");
+}
+
+TEST(ChildProcess, RemovesAndReplacesVariablesForTheChildAlone) {
+  const EnvironmentScope variable(kChildVariable, L"mine");
+  ChildOptions options;
+  options.environment[kChildRole] = L"report";
+  wchar_t program[1024] = {};
+  GetModuleFileNameW(nullptr, program, 1024);
+  options.environment[kChildVariable] = std::nullopt;
+  EXPECT_NE(RunChild(program, options).output.find("variable=<none>"), std::string::npos);
+  options.environment[kChildVariable] = L"the child's";
+  EXPECT_NE(RunChild(program, options).output.find("variable=the child's"), std::string::npos);
+  EXPECT_EQ(ReadVariable(kChildVariable), L"mine");
+}
+
+TEST(ChildProcess, ChildThatHangsIsEndedAndReported) {
+  const ChildResult result = RunSelf(L"hang", {}, 3000);
+  EXPECT_TRUE(result.hung);
+  EXPECT_EQ(WithoutCarriageReturns(result.output), "about to hang\n");
+}
+
+TEST(ChildProcess, MoreOutputThanAPipeHoldsStopsNobody) {
+  const ChildResult result = RunSelf(L"flood");
+  EXPECT_FALSE(result.hung);
+  EXPECT_EQ(WithoutCarriageReturns(result.output).size(), 20000u * 11);
+}
+
+TEST(EnvironmentScope, RestoresAbsentEmptyAndPresentVariables) {
+  EXPECT_EQ(ReadVariable(kChildVariable), std::nullopt);
+  {
+    const EnvironmentScope outer(kChildVariable, L"");
+    EXPECT_EQ(ReadVariable(kChildVariable), L"");
+    {
+      const EnvironmentScope inner(kChildVariable, std::nullopt);
+      EXPECT_EQ(ReadVariable(kChildVariable), std::nullopt);
+    }
+    EXPECT_EQ(ReadVariable(kChildVariable), L"");
+    const EnvironmentScope longest(kChildVariable, std::wstring(32000, L'x'));
+    EXPECT_EQ(ReadVariable(kChildVariable), std::wstring(32000, L'x'));
+  }
+  EXPECT_EQ(ReadVariable(kChildVariable), std::nullopt);
+}
+
+// The compiler may keep an import's address in a register for the whole of one function, so what is hooked is called
+// from a function of its own.
+QV_NOINLINE DWORD AskTicks() { return GetTickCount(); }
+QV_NOINLINE void* AskBlock() { return QvshrAlloc(8); }
+
+DWORD WINAPI SevenTicks() { return 7; }
+ULONGLONG WINAPI SevenLongTicks() { return 7; }
+
+TEST(ImportHook, ReplacesByNameAndRestores) {
+  {
+    const ImportHook hook(nullptr, "GetTickCount", &SevenTicks);
+    EXPECT_TRUE(hook.Installed());
+    EXPECT_EQ(AskTicks(), 7u);
+    EXPECT_NE(hook.Original<DWORD(WINAPI*)()>(), &SevenTicks);
+  }
+  EXPECT_NE(AskTicks(), 7u);
+}
+
+void* NoMemory(size_t) noexcept { return nullptr; }
+
+TEST(ImportHook, ReplacesByOrdinalAndRestores) {
+  {
+    const ImportHook hook(nullptr, "QVSHR.dll", 1, reinterpret_cast<void*>(&NoMemory));
+    EXPECT_EQ(AskBlock(), nullptr);
+  }
+  const qv::HostPtr<void> block(AskBlock());
+  EXPECT_NE(block, nullptr);
+}
+
+TEST(ImportHook, LeavesOtherModulesAlone) {
+  const ImportHook hook(GetModuleHandleW(L"qvshr.dll"), "GetTickCount64", &SevenLongTicks);
+  EXPECT_NE(GetTickCount64(), 7u);
+}
+
+TEST(ImportHook, FindingNothingFailsTheTest) {
+  EXPECT_NONFATAL_FAILURE(ImportHook(nullptr, "NoSuchFunction", reinterpret_cast<void*>(&SevenTicks)),
+                          "does not import NoSuchFunction");
+  EXPECT_NONFATAL_FAILURE(ImportHook(nullptr, "qvshr.dll", 99, reinterpret_cast<void*>(&SevenTicks)),
+                          "does not import qvshr.dll ordinal 99");
+}
+
+TEST(MessageBoxCatcher, RecordsTextTitleAndStyleAndAnswersOk) {
+  const MessageBoxCatcher boxes;
+  EXPECT_EQ(MessageBoxW(nullptr, L"a text", L"a title", MB_ICONERROR), IDOK);
+  std::thread([] { MessageBoxW(nullptr, L"from a thread", nullptr, MB_YESNO); }).join();
+  const std::vector<ShownBox> want = {{L"a text", L"a title", 0x10, false}, {L"from a thread", L"<null>", 4, false}};
+  EXPECT_EQ(boxes.Shown(), want);
+}
+
+TEST(LedgerCheck, BalancedWorkPasses) {
+  LedgerCheck ledger;
+  QvshrFree(QvshrAlloc(10));
+  IQvString* string = nullptr;
+  QvshrCreateString(L"text", &string);
+  string->Release();
+  EXPECT_EQ(ledger.Allocations(), 2u);
+}
+
+TEST(LedgerCheck, BlockLeftBehindIsReportedWithItsSize) {
+  void* block = nullptr;
+  EXPECT_NONFATAL_FAILURE(
+      {
+        LedgerCheck ledger;
+        block = QvshrAlloc(123);
+      },
+      "123 bytes, made at support_tests.exe+0x");
+  QvshrFree(block);
+}
+
+TEST(LedgerCheck, BlockMadeBeforeAndFreedInsideIsReported) {
+  void* const block = QvshrAlloc(1);
+  EXPECT_NONFATAL_FAILURE(
+      {
+        LedgerCheck ledger;
+        QvshrFree(block);
+      },
+      "blocks left behind");
+}
+
+TEST(LedgerCheck, StringLeftBehindIsReported) {
+  static IQvString* string = nullptr;
+  const auto leave = [] {
+    LedgerCheck ledger;
+    QvshrCreateString(L"left", &string);
+    ledger.ExpectLeft(1, "the string's own block");
+  };
+  EXPECT_NONFATAL_FAILURE(leave(), "string objects left behind");
+  string->Release();
+}
+
+TEST(LedgerCheck, DoubleFreeIsReported) {
+  EXPECT_NONFATAL_FAILURE(
+      {
+        LedgerCheck ledger;
+        void* const block = QvshrAlloc(1);
+        QvshrFree(block);
+        QvshrFree(block);
+      },
+      "was freed twice");
+}
+
+TEST(LedgerCheck, WriteBehindABlockIsReported) {
+  EXPECT_NONFATAL_FAILURE(
+      {
+        LedgerCheck ledger;
+        auto* const block = static_cast<char*>(QvshrAlloc(5));
+        block[5] = 'x';
+        QvshrFree(block);
+      },
+      "written over at an edge");
+}
+
+TEST(LedgerCheck, ExpectedBlocksThatAreNotLeftAreReported) {
+  EXPECT_NONFATAL_FAILURE(
+      {
+        LedgerCheck ledger;
+        ledger.ExpectLeft(2, "two that a contract leaves");
+      },
+      "two that a contract leaves");
+}
+
+TEST(FailAllocation, FailsTheOneThatItNamesOrAllFromThere) {
+  const auto pattern = [](QvshrLedgerMode mode) {
+    const FailAllocation fault(2, mode);
+    std::string made;
+    for (int i = 0; i < 4; ++i) {
+      const qv::HostPtr<void> block(QvshrAlloc(1));
+      made += block ? '+' : '-';
+    }
+    EXPECT_TRUE(fault.Fired());
+    return made;
+  };
+  EXPECT_EQ(pattern(kQvshrFailOnce), "+-++");
+  EXPECT_EQ(pattern(kQvshrFailFromHere), "+---");
+  const qv::HostPtr<void> block(QvshrAlloc(1));
+  EXPECT_NE(block, nullptr) << "the fault ended with its object";
+}
+
+TEST(FailCall, FailsTheCallThatItNames) {
+  const FailCall fault(kQvshrCallCreateString, 2);
+  IQvString* first = nullptr;
+  IQvString* second = nullptr;
+  EXPECT_EQ(QvshrCreateString(L"a", &first), 0);
+  EXPECT_LT(QvshrCreateString(L"b", &second), 0);
+  EXPECT_EQ(second, nullptr);
+  EXPECT_TRUE(fault.Fired());
+  first->Release();
+}
+
+TEST(RegistrySandbox, WritesReachTheProcessesOwnMachineHiveAlone) {
+  const std::wstring before = ReadMachineValue(L"Software\\Maker", L"Name");
+  {
+    RegistrySandbox registry;
+    EXPECT_EQ(ReadMachineValue(L"Software\\Maker", L"Name"), L"<error 2>");
+    registry.SetText(Hive::Machine, L"Software\\Maker", L"Name", L"sand");
+    EXPECT_EQ(ReadMachineValue(L"Software\\Maker", L"Name"), L"sand");
+  }
+  EXPECT_EQ(ReadMachineValue(L"Software\\Maker", L"Name"), before);
+}
+
+TEST(RegistrySandbox, UserHiveCanBeReplacedToo) {
+  RegistrySandbox registry(RegistrySandbox::Override::MachineAndUser);
+  registry.SetText(Hive::User, L"Software\\Maker", L"Name", L"user");
+  registry.SetText(Hive::Machine, L"Software\\Maker", L"Name", L"machine");
+  wchar_t text[64] = {};
+  DWORD bytes = sizeof(text) - sizeof(wchar_t);
+  ASSERT_EQ(RegGetValueW(HKEY_CURRENT_USER, L"Software\\Maker", L"Name", RRF_RT_REG_SZ, nullptr, text, &bytes),
+            ERROR_SUCCESS);
+  EXPECT_STREQ(text, L"user");
+  EXPECT_EQ(ReadMachineValue(L"Software\\Maker", L"Name"), L"machine");
+}
+
+TEST(RegistrySandbox, ChildSeesWhatItIsPointedAt) {
+  RegistrySandbox registry(RegistrySandbox::Override::Nothing);
+  registry.SetText(Hive::Machine, L"Software\\Maker", L"Name", L"for the child");
+  const ChildResult result = RunSelf(L"registry", {registry.Path(Hive::Machine)});
+  EXPECT_EQ(WithoutCarriageReturns(result.output), "for the child\n");
+}
+
+TEST(TempFolder, IsGoneAfterwardsWithEverythingInIt) {
+  std::wstring path;
+  {
+    const TempFolder folder;
+    path = folder.Path();
+    EXPECT_EQ(ReadWholeFile(folder.WriteFile(L"a\\b\\file.txt", "con\ntent")), "con\ntent");
+    EXPECT_TRUE(FileExists(folder.CopyIn(folder.Path(L"a\\b\\file.txt"), L"c\\copy.txt")));
+  }
+  EXPECT_FALSE(FileExists(path));
+}
+
+struct Numbers {
+  virtual int First(int) { return 1; }
+  virtual int Second(int value) { return value + m_base; }
+  int m_base = 40;
+
+ protected:
+  ~Numbers() = default;
+};
+
+TEST(CallSlot, ReachesAnOperationByItsNumber) {
+  struct Object final : Numbers {
+  } object;
+  EXPECT_EQ((CallSlot<int>(&object, 0, 5)), 1);
+  EXPECT_EQ((CallSlot<int>(&object, 1, 2)), 42);
+}
+
+TEST(Text, SurrogatesThatStandAloneBecomeEscapes) {
+  const wchar_t text[] = {L'a', 0xD83D, 0xDE00, L'b', 0xD83D, 0};
+  EXPECT_EQ(ToUtf8(text),
+            "a\xF0\x9F\x98\x80"
+            "b\\uD83D");
+  EXPECT_EQ(ToWide("\xC3\xA4"), L"\u00E4");
+  EXPECT_EQ(qvtest::TextOf(nullptr), L"<null>");
+}
+
+}  // namespace
