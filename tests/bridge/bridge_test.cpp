@@ -1,0 +1,108 @@
+#include "tests/bridge/bridge_test.h"
+
+#include <utility>
+
+namespace qvtest {
+
+namespace {
+
+FakeVm* g_created = nullptr;
+
+jint JNICALL GetCreatedJavaVMs(JavaVM** vms, jsize capacity, jsize* count) {
+  EXPECT_GE(capacity, 1);
+  vms[0] = g_created;
+  *count = 1;
+  return JNI_OK;
+}
+
+qv_jnienv NoEnvironment(void*) { return nullptr; }
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& out, const RecordView& record) {
+  if (!record.text) return out << "no record";
+  return out << "record \"" << ToUtf8(*record.text) << "\", code " << record.code;
+}
+
+RecordView Record(const std::wstring& text, int32_t code) { return {text, code}; }
+
+RecordView ViewOf(const ErrorRecord* record) {
+  if (record == nullptr) return kNoRecord;
+  return {std::wstring(record->text), record->code};
+}
+
+Lines operator+(Lines left, const Lines& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+Lines CaptureOf(const std::string& throwable, const std::string& text) {
+  const std::string string = '"' + text + '"';
+  return {"slot 59 CaptureException", "ExceptionOccurred()", "ExceptionDescribe()", "slot 12 FindClass", kEnvironment,
+          "slot 58 ExceptionClear", "ExceptionClear()", "FindClass(\"java/lang/Throwable\")",
+          "GetMethodID(java/lang/Throwable, \"toString\", \"()Ljava/lang/String;\")",
+          "CallObjectMethod(" + throwable + ", toString()Ljava/lang/String;)",
+          // how long it is
+          "slot 15 GetStringLength", kEnvironment, "GetStringLength(" + string + ")",
+          // the text itself
+          "slot 16 GetStringChars", kEnvironment, "slot 15 GetStringLength", kEnvironment,
+          "GetStringLength(" + string + ")", "GetStringChars(" + string + ")",
+          "ReleaseStringChars(" + string + ", characters)", "slot 58 ExceptionClear", "ExceptionClear()"};
+}
+
+Lines JniCaptureOf(const std::string& throwable, const std::string& text) {
+  Lines lines = CaptureOf(throwable, text);
+  std::erase_if(lines, [](const std::string& line) { return line.starts_with("slot "); });
+  return lines;
+}
+
+BridgeTest::BridgeTest() {
+  g_created = &m_vm;
+  g_pfnGetCreatedJavaVMs = GetCreatedJavaVMs;
+  MakeObject();
+  // The thread's entry in the registry stays until the service unloads; the books begin behind it.
+  EXPECT_NE(m_object->AcquireThreadEnv(), nullptr);
+  DropObject();
+  m_vm.Reset();
+  m_ledger.emplace();
+  MakeObject();
+}
+
+BridgeTest::~BridgeTest() {
+  DropObject();
+  EXPECT_EQ(m_vm.Pinned(), 0u) << "characters or elements were not released";
+  m_ledger.reset();
+  SetCreated(false);
+}
+
+void BridgeTest::MakeObject() { m_object = new CQV_JNIVMManager(); }
+
+void BridgeTest::DropObject() {
+  m_slots.reset();
+  if (CQV_JNIVMManager* const object = std::exchange(m_object, nullptr)) object->Release();
+}
+
+void BridgeTest::Renew() {
+  DropObject();
+  EXPECT_EQ(m_vm.Pinned(), 0u) << "characters or elements were not released";
+  m_vm.Reset();
+  MakeObject();
+}
+
+void BridgeTest::GiveObjectRecord(const wchar_t* text, int32_t code) {
+  m_object->ReplaceErrorRecord(qv::NewErrorRecord(text, code));
+}
+
+void BridgeTest::LeavePending(const std::wstring& text) { Jni().SetPending(Throwable("exception", text)); }
+
+SlotTable& BridgeTest::Watch() {
+  m_slots = std::make_unique<SlotTable>(m_object, m_vm);
+  return *m_slots;
+}
+
+void BridgeTest::TakeEnvironmentAway() {
+  if (m_slots == nullptr) Watch();
+  m_slots->Replace(QV_SLOT_ACQUIRE_THREAD_ENV, NoEnvironment);
+}
+
+}  // namespace qvtest

@@ -1,0 +1,95 @@
+// The frame of the bridge's tests: the service inside the test program, on a recorded Java VM that it has joined, and
+// one service object. Whatever a test leaves in the host library's books or pinned in the VM fails it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "service/java_vm_manager.h"
+#include "service/jvm_start.h"
+#include "tests/bridge/fake_jni.h"
+#include "tests/bridge/slot_table.h"
+#include "tests/support/ledger_check.h"
+#include "tests/support/service_process.h"
+#include "tests/support/text.h"
+
+namespace qvtest {
+
+// An error record as a value.
+struct RecordView {
+  std::optional<std::wstring> text;  // none: there is no record
+  int32_t code = 0;
+
+  friend bool operator==(const RecordView&, const RecordView&) = default;
+  friend std::ostream& operator<<(std::ostream& out, const RecordView& record);
+};
+
+inline const RecordView kNoRecord{};
+RecordView Record(const std::wstring& text, int32_t code);
+RecordView ViewOf(const ErrorRecord* record);
+
+using Lines = std::vector<std::string>;
+Lines operator+(Lines left, const Lines& right);
+
+// What CaptureException does in a JVM that knows java/lang/Throwable, from its first look on: slots and JNI calls.
+Lines CaptureOf(const std::string& throwable, const std::string& text);
+// The same without a watched table: the JNI calls alone.
+Lines JniCaptureOf(const std::string& throwable, const std::string& text);
+// A look that finds nothing.
+inline const Lines kNothingPending = {"slot 59 CaptureException", "ExceptionOccurred()"};
+inline const std::string kEnvironment = "slot 60 AcquireThreadEnv";
+
+inline constexpr wchar_t kInternal[] = L"QVJava Internal Exception";
+inline constexpr wchar_t kUnknown[] = L"QVJava Unknown Exception";
+inline constexpr wchar_t kNoEnvironment[] = L"QVJava Exception JNI Environment not available";
+
+class BridgeTest : public testing::Test {
+ protected:
+  BridgeTest();
+  ~BridgeTest() override;
+
+  FakeVm& Java() { return m_vm; }
+  // The environment of the thread that the test runs on.
+  FakeJni& Jni() { return m_vm.Here(); }
+  CQV_JNIVMManager& Object() { return *m_object; }
+  // Whether the service counts as the JVM's creator; it has joined it in the beginning.
+  static void SetCreated(bool created) { g_bJvmCreated = created ? 1 : 0; }
+
+  RecordView ObjectRecord() { return ViewOf(*m_object->RecordSlot()); }
+  // Puts a record there, as an earlier failure would.
+  void GiveObjectRecord(const wchar_t* text, int32_t code = 0);
+  // An exception that an earlier call left behind.
+  void LeavePending(const std::wstring& text = L"java.lang.Error: from before");
+
+  // The record of the VM since the last time.
+  Lines Log() { return m_vm.TakeLog(); }
+
+  // Watches the object's table from now on, to the end of the test.
+  SlotTable& Watch();
+  // No environment for anybody from now on, and nothing that says why.
+  void TakeEnvironmentAway();
+
+  // A new object and a VM as in the beginning, for the next row of a table.
+  void Renew();
+
+  LedgerCheck& Ledger() { return *m_ledger; }
+
+ private:
+  void MakeObject();
+  void DropObject();
+
+  FakeVm m_vm;
+  ServiceProcess m_service;
+  GuardPages m_guard;
+  CQV_JNIVMManager* m_object = nullptr;
+  std::unique_ptr<SlotTable> m_slots;
+  std::optional<LedgerCheck> m_ledger;
+};
+
+}  // namespace qvtest

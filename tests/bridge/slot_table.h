@@ -1,0 +1,45 @@
+// The table of one service object, watched: every call that goes through a slot is recorded before it is passed on, and
+// a slot can be replaced. For the rule that the operations reach each other through the object's own table.
+// One watched object at a time, in the life of the SlotTable.
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include "qvjvm/qvjvm.h"
+#include "tests/bridge/fake_jni.h"
+
+namespace qvtest {
+
+class SlotTable {
+ public:
+  // Lines like "slot 12 FindClass" go to the VM's record.
+  SlotTable(IQV_JavaVM* object, FakeVm& record);
+  ~SlotTable();
+  SlotTable(const SlotTable&) = delete;
+  SlotTable& operator=(const SlotTable&) = delete;
+
+  // From now on this function stands in the slot; its first argument is the object.
+  template <class Result, class... Arguments>
+  void Replace(size_t slot, Result (*function)(void*, Arguments...)) {
+    m_targets[slot] = reinterpret_cast<void*>(function);
+  }
+  void Restore(size_t slot) { m_targets[slot] = m_original[slot]; }
+
+  // For the functions in the watched table:
+  [[nodiscard]] void* Target(size_t slot) const { return m_targets[slot]; }
+  void RecordCall(size_t slot) const;
+
+ private:
+  static constexpr size_t kBefore = 2;  // what a table has in front of its first slot: type information
+
+  void*** m_object;
+  void** m_original;
+  FakeVm& m_record;
+  std::array<void*, QV_SLOT_COUNT> m_targets{};
+  std::array<void*, kBefore + QV_SLOT_COUNT> m_watched{};
+};
+
+const char* SlotName(size_t slot);
+
+}  // namespace qvtest
