@@ -1,0 +1,131 @@
+#include "bench/harness.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace bench {
+
+namespace {
+
+double TimeOf(const Batch& batch, size_t times, uint64_t& result) {
+  const double begin = NowNs();
+  result = batch(times);
+  return (NowNs() - begin) / static_cast<double>(times);
+}
+
+// How many times fill the wanted span, found by doubling; the doubling also warms everything up.
+size_t Calibrate(const Batch& batch, const Settings& settings) {
+  if (settings.quick) return 1;
+  uint64_t ignored = 0;
+  for (size_t times = 1;; times *= 2) {
+    const double perOperation = TimeOf(batch, times, ignored);
+    const double span = perOperation * static_cast<double>(times);
+    if (span >= settings.batchSeconds * 1e9 / 2) {
+      return std::max<size_t>(1, static_cast<size_t>(settings.batchSeconds * 1e9 / perOperation));
+    }
+  }
+}
+
+nlohmann::json AsJson(const Sample& sample) {
+  return {{"median", sample.median}, {"q1", sample.low}, {"q3", sample.high}};
+}
+
+const char* Verdict(const Settings& settings, double value, double limit) {
+  if (limit == 0 || settings.quick) return "";
+  return value <= limit ? "  ok" : "  MISSED";
+}
+
+}  // namespace
+
+double NowNs() {
+  LARGE_INTEGER frequency;
+  LARGE_INTEGER count;
+  QueryPerformanceFrequency(&frequency);
+  QueryPerformanceCounter(&count);
+  return static_cast<double>(count.QuadPart) * 1e9 / static_cast<double>(frequency.QuadPart);
+}
+
+void Die(const std::string& message) {
+  std::fprintf(stderr, "error: %s\n", message.c_str());
+  std::fflush(nullptr);
+  std::_Exit(1);
+}
+
+Sample Summarize(std::vector<double>& values) {
+  std::sort(values.begin(), values.end());
+  const auto at = [&](double share) {
+    return values[static_cast<size_t>(share * static_cast<double>(values.size() - 1) + 0.5)];
+  };
+  return {.median = at(0.5), .low = at(0.25), .high = at(0.75)};
+}
+
+void Report::Compare(const std::string& name, double limit, const Batch& service, const Batch& twin) {
+  const size_t times = Calibrate(service, m_settings);
+  std::vector<double> serviceTimes;
+  std::vector<double> twinTimes;
+  std::vector<double> ratios;
+  const size_t rounds = m_settings.quick ? 1 : m_settings.rounds;
+  for (size_t round = 0; round < rounds; ++round) {
+    uint64_t serviceResult = 0;
+    uint64_t twinResult = 0;
+    const bool serviceFirst = round % 2 == 0;
+    if (serviceFirst) serviceTimes.push_back(TimeOf(service, times, serviceResult));
+    twinTimes.push_back(TimeOf(twin, times, twinResult));
+    if (!serviceFirst) serviceTimes.push_back(TimeOf(service, times, serviceResult));
+    if (serviceResult != twinResult) Die(name + ": the service and its twin came to different results");
+    ratios.push_back(serviceTimes.back() / twinTimes.back());
+  }
+  const Sample serviceSample = Summarize(serviceTimes);
+  const Sample twinSample = Summarize(twinTimes);
+  const Sample ratio = Summarize(ratios);
+  std::printf("%-46s %12.1f ns  twin %12.1f ns  ratio %6.3f (%.3f-%.3f)%s\n", name.c_str(), serviceSample.median,
+              twinSample.median, ratio.median, ratio.low, ratio.high, Verdict(m_settings, ratio.median, limit));
+  std::fflush(stdout);
+  m_results.push_back({{"name", name},
+                       {"service", AsJson(serviceSample)},
+                       {"twin", AsJson(twinSample)},
+                       {"ratio", AsJson(ratio)},
+                       {"limit", limit},
+                       {"times", times},
+                       {"rounds", rounds}});
+}
+
+void Report::Measure(const std::string& name, double limitNs, const Batch& work) {
+  const size_t times = Calibrate(work, m_settings);
+  std::vector<double> values;
+  uint64_t ignored = 0;
+  for (size_t round = 0; round < (m_settings.quick ? 1 : m_settings.rounds); ++round) {
+    values.push_back(TimeOf(work, times, ignored));
+  }
+  const Sample sample = Summarize(values);
+  std::printf("%-46s %12.1f ns  (%.1f-%.1f)%s\n", name.c_str(), sample.median, sample.low, sample.high,
+              Verdict(m_settings, sample.median, limitNs));
+  std::fflush(stdout);
+  m_results.push_back({{"name", name}, {"service", AsJson(sample)}, {"limitNs", limitNs}, {"times", times}});
+}
+
+void Report::Note(const std::string& name, double value, const std::string& unit, double limit) {
+  std::printf("%-46s %12.0f %s%s\n", name.c_str(), value, unit.c_str(), Verdict(m_settings, value, limit));
+  std::fflush(stdout);
+  m_results.push_back({{"name", name}, {"value", value}, {"unit", unit}, {"limit", limit}});
+}
+
+bool Report::Write(const std::wstring& path) const {
+  if (path.empty()) return true;
+  std::ofstream file{std::filesystem::path(path)};
+  file << nlohmann::json{{"program", m_program},
+                         {"quick", m_settings.quick},
+                         {"facts", m_facts},
+                         {"results", m_results}}
+              .dump(1)
+       << '\n';
+  file.close();
+  return file.good();
+}
+
+}  // namespace bench

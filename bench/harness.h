@@ -1,0 +1,65 @@
+// Times two ways of doing the same work, alternating in one run, and reports medians, spread and their ratio.
+// A ratio within one run is what counts: both ways meet the same machine, the same JVM, the same noise.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// Does the work `times` times and returns something that depends on all of it, to be compared between the two ways.
+using Batch = std::function<uint64_t(size_t times)>;
+
+struct Settings {
+  bool quick = false;  ///< Only proves that everything runs and both ways agree; the figures mean nothing.
+  double batchSeconds = 0.004;
+  size_t rounds = 61;  ///< One batch of each way in a round, first the one, next round first the other.
+};
+
+struct Sample {
+  double median = 0;  ///< ns per operation
+  double low = 0;     ///< first quartile
+  double high = 0;    ///< third quartile
+};
+
+/// Quartiles of the values, which are reordered.
+Sample Summarize(std::vector<double>& values);
+
+/// Collects results and prints each as a line when it is there.
+class Report {
+ public:
+  Report(std::string program, const Settings& settings) : m_program(std::move(program)), m_settings(settings) {}
+
+  /// Times `service` against `twin`. `limit` is the ratio to reach, 0 for none. Ends the program with a message when
+  /// the two ways do not agree in their results.
+  void Compare(const std::string& name, double limit, const Batch& service, const Batch& twin);
+  /// One way alone; `limitNs` is what the median may reach, 0 for no limit.
+  void Measure(const std::string& name, double limitNs, const Batch& work);
+  /// A figure that is no time.
+  void Note(const std::string& name, double value, const std::string& unit, double limit = 0);
+  /// Anything else to keep beside the results.
+  void Fact(const std::string& name, const std::string& value) { m_facts[name] = value; }
+  void Add(nlohmann::json result) { m_results.push_back(std::move(result)); }
+
+  [[nodiscard]] const Settings& Options() const { return m_settings; }
+  /// Writes everything as JSON; an empty path writes nothing. False when the file cannot be written.
+  [[nodiscard]] bool Write(const std::wstring& path) const;
+
+ private:
+  std::string m_program;
+  Settings m_settings;
+  nlohmann::json m_facts = nlohmann::json::object();
+  nlohmann::json m_results = nlohmann::json::array();
+};
+
+/// Nanoseconds of a steady clock.
+double NowNs();
+
+/// Prints the message to standard error and ends the program with exit code 1.
+[[noreturn]] void Die(const std::string& message);
+
+}  // namespace bench
