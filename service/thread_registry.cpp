@@ -81,7 +81,8 @@ void ThreadRegistry::RememberEnv(JNIEnv* env) noexcept {
 
 bool ThreadRegistry::RegisterInitializer(CQV_JNIInitializer* initializer) noexcept {
   const qv::CriticalSectionGuard guard(m_lock);
-  return KeepServiceLoaded() && qv::MarkThreadForEnd() && m_initializers->Append(initializer);
+  m_serviceKept = m_serviceKept || KeepServiceLoaded();
+  return m_serviceKept && qv::MarkThreadForEnd() && m_initializers->Append(initializer);
 }
 
 bool ThreadRegistry::RegisterThreadClassPath(uint32_t threadId, const wchar_t* classPath) noexcept {

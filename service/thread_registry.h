@@ -67,6 +67,7 @@ class ThreadRegistry {
   // What the calling thread was found to have. Only its own end removes a thread's entry while the registry lives, and
   // freeing the slot forgets all threads' values; without a slot every look-up walks.
   DWORD m_envSlot = TLS_OUT_OF_INDEXES;
+  bool m_serviceKept = false;
 };
 
 // Exists from process attach to process detach; null without memory.
