@@ -1,0 +1,163 @@
+// Host objects that a test makes itself, to see what is asked of them and to give answers that no registry gives.
+// They live as long as the test's own variables; the counts say whether every reference came back.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/host_ref.h"
+#include "host/qvshr.h"
+#include "tests/support/import_hook.h"
+#include "tests/support/text.h"
+
+namespace qvtest {
+
+// Counts its references; calls `gone` when the last one is given back.
+class FakeString final : public IQvString {
+ public:
+  explicit FakeString(std::wstring text = L"", std::function<void()> gone = {})
+      : m_text(std::move(text)), m_gone(std::move(gone)) {}
+
+  int32_t QueryInterface(const GUID&, void**) noexcept override { return QV_E_NOINTERFACE; }
+  uint32_t AddRef() noexcept override { return ++references; }
+  uint32_t Release() noexcept override {
+    if (--references == 0 && m_gone) m_gone();
+    return references;
+  }
+  int32_t Reserved3() noexcept override { return QV_E_NOTIMPL; }
+  int32_t Reserved4() noexcept override { return QV_E_NOTIMPL; }
+  const wchar_t* GetText() noexcept override { return m_text.c_str(); }
+  int32_t GetLength() noexcept override { return static_cast<int32_t>(m_text.size()) + 1; }
+  int32_t Reserved7() noexcept override { return QV_E_NOTIMPL; }
+  int32_t Reserved8() noexcept override { return QV_E_NOTIMPL; }
+  int32_t Concat(IQvString*, IQvString** joined) noexcept override {
+    *joined = nullptr;
+    return QV_E_NOTIMPL;
+  }
+
+  uint32_t references = 1;
+
+ private:
+  std::wstring m_text;
+  std::function<void()> m_gone;
+};
+
+// A key that answers every path with itself. Starts with one reference, the test's.
+class FakeKey final : public IQvRegKey {
+ public:
+  struct Value {
+    int32_t status = QV_S_OK;
+    std::optional<std::wstring> text;  // none: no object, whatever the status
+  };
+
+  int32_t QueryInterface(const GUID&, void**) noexcept override { return QV_E_NOINTERFACE; }
+  uint32_t AddRef() noexcept override { return ++references; }
+  uint32_t Release() noexcept override { return --references; }
+  int32_t Reserved3() noexcept override { return QV_E_NOTIMPL; }
+  int32_t OpenSubKey(IQvString* path, uint32_t access, IQvRegKey** key) noexcept override {
+    opened.emplace_back(TextOf(path), access);
+    *key = openStatus >= 0 ? this : nullptr;
+    if (*key != nullptr) AddRef();
+    return openStatus;
+  }
+  int32_t Reserved5() noexcept override { return QV_E_NOTIMPL; }
+  int32_t Reserved6() noexcept override { return QV_E_NOTIMPL; }
+  int32_t EnumValue(int32_t index, IQvString** name, IQvString** value) noexcept override {
+    ++enumerations;
+    *name = *value = nullptr;
+    if (index < 0 || static_cast<size_t>(index) >= values.size()) return QV_E_FAIL;
+    const auto at = std::next(values.begin(), index);
+    QvshrCreateString(at->first.c_str(), name);
+    return Answer(at->second, value);
+  }
+  int32_t Reserved8() noexcept override { return QV_E_NOTIMPL; }
+  int32_t Reserved9() noexcept override { return QV_E_NOTIMPL; }
+  int32_t Reserved10() noexcept override { return QV_E_NOTIMPL; }
+  int32_t Reserved11() noexcept override { return QV_E_NOTIMPL; }
+  int32_t QueryStringValue(IQvString* name, IQvString** value) noexcept override {
+    queried.push_back(TextOf(name));
+    *value = nullptr;
+    const auto at = values.find(queried.back());
+    return at != values.end() ? Answer(at->second, value) : QV_E_FAIL;
+  }
+
+  std::map<std::wstring, Value> values;
+  int32_t openStatus = QV_S_OK;
+  uint32_t references = 1;
+  int enumerations = 0;
+  std::vector<std::wstring> queried;
+  std::vector<std::pair<std::wstring, uint32_t>> opened;
+
+ private:
+  static int32_t Answer(const Value& answer, IQvString** value) {
+    if (answer.text.has_value()) QvshrCreateString(answer.text->c_str(), value);
+    return answer.status;
+  }
+};
+
+// Puts a fake key in the place of every registry key that the service opens, for the life of the object.
+class FakeRegistry {
+ public:
+  struct Request {
+    HKEY hive;
+    std::wstring path;
+    uint32_t access;
+
+    friend bool operator==(const Request&, const Request&) = default;
+  };
+
+  explicit FakeRegistry(FakeKey& key, int32_t status = 0)
+      : m_hook(nullptr, "qvshr.dll", 4, reinterpret_cast<void*>(&Open)) {
+    s_key = &key;
+    s_status = status;
+    s_requests.clear();
+  }
+
+  [[nodiscard]] const std::vector<Request>& Requests() const { return s_requests; }
+
+ private:
+  static int32_t Open(HKEY hive, IQvString* path, uint32_t access, IQvRegKey** out) noexcept {
+    s_requests.push_back({hive, TextOf(path), access});
+    *out = s_status == 0 ? s_key : nullptr;
+    if (*out != nullptr) s_key->AddRef();
+    return s_status;
+  }
+
+  static inline FakeKey* s_key = nullptr;
+  static inline int32_t s_status = 0;
+  static inline std::vector<Request> s_requests;
+  ImportHook m_hook;
+};
+
+// Puts another table in the place of the built-in tree, for the life of the object. Values alone, all of one key.
+class FakeDefaultTree {
+ public:
+  using Values = std::vector<std::pair<const wchar_t*, const wchar_t*>>;
+
+  // `list` is the key below "Java\QVRTConfig".
+  FakeDefaultTree(const wchar_t* list, const Values& values)
+      : m_hook(nullptr, "qvshr.dll", 5, reinterpret_cast<void*>(&Open)) {
+    s_open = m_hook.Original<OpenFn>();
+    s_table.clear();
+    for (const wchar_t* key : {L"ROOT", L"Java", L"QVRTConfig", list}) s_table.push_back({kOpenKey, key, nullptr, {}});
+    for (const auto& [name, value] : values) s_table.push_back({kStringValue, name, value, {}});
+    s_table.insert(s_table.end(), 4, {kCloseKey, nullptr, nullptr, {}});
+    s_table.push_back({kEndOfTable, nullptr, nullptr, {}});
+  }
+
+ private:
+  using OpenFn = int32_t (*)(const DefaultConfigRecord*, IQvRegKey**);
+  static int32_t Open(const DefaultConfigRecord*, IQvRegKey** out) noexcept { return s_open(s_table.data(), out); }
+
+  static inline OpenFn s_open = nullptr;
+  static inline std::vector<DefaultConfigRecord> s_table;
+  ImportHook m_hook;
+};
+
+}  // namespace qvtest

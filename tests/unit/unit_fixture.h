@@ -1,0 +1,86 @@
+// What the tests of pure logic and configuration share: a configuration object of the test's own, host kinds, a module
+// loaded from a chosen place, and a fixture that guards and counts every block of the host library.
+#pragma once
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "config/jvm_config_info.h"
+#include "tests/support/environment.h"
+#include "tests/support/ledger_check.h"
+#include "tests/support/registry_sandbox.h"
+#include "tests/support/temp_folder.h"
+#include "tests/support/text.h"
+
+namespace qvtest {
+
+// A test that runs with guard pages behind every block, no scripts of an earlier test, and ends with balanced books.
+class LedgerTest : public testing::Test {
+ protected:
+  LedgerTest() { QvshrLedgerReset(); }
+
+  GuardPages m_guard;
+  LedgerCheck m_ledger;
+};
+
+// A configuration object in a host block; its own destruction gives the block back.
+class ConfigObject {
+ public:
+  ConfigObject() : m_config(new CQV_JVMConfigInfo()) {}
+  ~ConfigObject() { m_config->Destroy(1); }
+  ConfigObject(const ConfigObject&) = delete;
+  ConfigObject& operator=(const ConfigObject&) = delete;
+
+  CQV_JVMConfigInfo* operator->() const { return m_config; }
+  CQV_JVMConfigInfo& operator*() const { return *m_config; }
+
+ private:
+  CQV_JVMConfigInfo* m_config;
+};
+
+enum class HostKind { Unknown, Quovant, Tablero, Loomhall };
+
+// What a host of this kind leaves in the flags.
+inline void SetHost(CQV_JVMConfigInfo& config, HostKind kind) {
+  config.m_bHostKnown = kind != HostKind::Unknown;
+  config.m_bQuovantHost = kind != HostKind::Tablero;
+  config.m_bLoomhallHost = kind == HostKind::Loomhall;
+}
+
+inline constexpr wchar_t kQuovantRoot[] = L"Software\\Harlowe\\Quovant\\19.0";
+inline constexpr wchar_t kTableroRoot[] = L"Software\\Harlowe\\Tablero\\19.0";
+inline constexpr wchar_t kLoomhallRoot[] = L"Software\\Harlowe\\Loomhall\\2.0\\DBComponents";
+
+// A module with nothing in it, copied to a path and loaded from there.
+class LoadedModule {
+ public:
+  LoadedModule(const TempFolder& folder, const std::wstring& relative)
+      : m_path(folder.CopyIn(ProgramFolder() + L"\\unit_module.dll", relative)),
+        m_module(LoadLibraryW(m_path.c_str())) {
+    EXPECT_NE(m_module, nullptr) << "cannot load " << ToUtf8(m_path) << ": error " << GetLastError();
+  }
+  ~LoadedModule() { FreeLibrary(m_module); }
+  LoadedModule(const LoadedModule&) = delete;
+  LoadedModule& operator=(const LoadedModule&) = delete;
+
+  [[nodiscard]] HMODULE Handle() const { return m_module; }
+  [[nodiscard]] const std::wstring& Path() const { return m_path; }
+
+ private:
+  std::wstring m_path;
+  HMODULE m_module;
+};
+
+// The result and the text of a reader: "true: text", "false: <null>".
+template <class Read>
+std::wstring ResultAndText(Read&& read) {
+  IQvString* text = nullptr;
+  const bool ok = read(&text);
+  return (ok ? L"true: " : L"false: ") + TakeText(text);
+}
+
+}  // namespace qvtest
