@@ -1,0 +1,404 @@
+// The fake jvm.dll: three VMs that do nothing but write down who called them.
+// g_lock guards the record, the VMs and the environments. It is not waited for while the process ends.
+// An environment is never given out twice: one that is used after its thread was detached ends in a trap.
+#include "tests/fakejvm/fake_jvm.h"
+
+#include <windows.h>
+
+#include <jni.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+namespace {
+
+constexpr int32_t kEnvironments = 2048;
+
+struct Environment {
+  JNIEnv env;  // first, so that its address is the environment's
+  int32_t vm;
+  uint32_t threadId;
+  bool attached;
+};
+
+SRWLOCK g_lock = SRWLOCK_INIT;
+FakeJvmState g_state;
+bool g_created = false;  // VM 0 was made by JNI_CreateJavaVM
+Environment g_environments[kEnvironments];
+int32_t g_environmentCount = 0;
+wchar_t g_logPath[1024];
+
+JNINativeInterface_ g_functions;
+JNINativeInterface_ g_deadFunctions;
+extern const JNIInvokeInterface_ g_invoke;
+JavaVM g_vms[kFakeVMs] = {{&g_invoke}, {&g_invoke}, {&g_invoke}};
+
+class Locked {
+ public:
+  Locked() : m_held(TryAcquireSRWLockExclusive(&g_lock) != 0) {
+    // At process end the other threads are gone, perhaps with the lock.
+    for (int i = 0; !m_held && i < 20000; ++i) {
+      Sleep(0);
+      m_held = TryAcquireSRWLockExclusive(&g_lock) != 0;
+    }
+  }
+  ~Locked() {
+    if (m_held) ReleaseSRWLockExclusive(&g_lock);
+  }
+  Locked(const Locked&) = delete;
+  Locked& operator=(const Locked&) = delete;
+
+ private:
+  bool m_held;
+};
+
+const char* NameOf(int32_t entry) {
+  constexpr const char* kNames[] = {"JNI_GetDefaultJavaVMInitArgs",
+                                    "JNI_CreateJavaVM",
+                                    "JNI_GetCreatedJavaVMs",
+                                    "DestroyJavaVM",
+                                    "AttachCurrentThread",
+                                    "DetachCurrentThread",
+                                    "GetEnv",
+                                    "AttachCurrentThreadAsDaemon",
+                                    "ExceptionCheck",
+                                    "ExceptionClear",
+                                    "DeleteGlobalRef",
+                                    "DeleteLocalRef"};
+  return kNames[entry];
+}
+
+void AppendToLog(const FakeJvmCall& call) {
+  if (g_logPath[0] == L'\0') return;
+  char line[128];
+  const int length = std::snprintf(line, sizeof(line), "%s vm=%d thread=%lu result=%d\n", NameOf(call.entry),
+                                   static_cast<int>(call.vm), static_cast<unsigned long>(call.threadId),
+                                   static_cast<int>(call.result));
+  HANDLE const file = CreateFileW(g_logPath, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return;
+  DWORD written = 0;
+  WriteFile(file, line, static_cast<DWORD>(length), &written, nullptr);
+  CloseHandle(file);
+}
+
+FakeJvmCall NewCall(FakeJvmEntry entry, int32_t vm) {
+  FakeJvmCall call = {};
+  call.entry = entry;
+  call.threadId = GetCurrentThreadId();
+  call.vm = vm;
+  call.threadName = "<null>";
+  return call;
+}
+
+// The lock is held.
+int32_t Record(const FakeJvmCall& call) {
+  AppendToLog(call);
+  if (g_state.callCount < static_cast<int32_t>(std::size(g_state.calls))) {
+    g_state.calls[g_state.callCount++] = call;
+  } else {
+    ++g_state.callsLost;
+  }
+  return call.result;
+}
+
+const char* CopyText(const char* text) {
+  if (text == nullptr) return "<null>";
+  char* const copy = static_cast<char*>(HeapAlloc(GetProcessHeap(), 0, std::strlen(text) + 1));
+  return copy != nullptr ? std::strcpy(copy, text) : "<no memory>";
+}
+
+const FakeJvmOption* CopyOptions(const JavaVMInitArgs& args) {
+  if (args.nOptions <= 0) return nullptr;
+  auto* const copies = static_cast<FakeJvmOption*>(
+      HeapAlloc(GetProcessHeap(), 0, static_cast<size_t>(args.nOptions) * sizeof(FakeJvmOption)));
+  for (jint i = 0; copies != nullptr && i < args.nOptions; ++i) {
+    copies[i] = {CopyText(args.options[i].optionString), args.options[i].extraInfo};
+  }
+  return copies;
+}
+
+[[noreturn]] void EndTest(const char* what, size_t number) {
+  std::fprintf(stderr, "fake jvm.dll: %s, JNI function %zu of its table\n", what, number);
+  std::fflush(stderr);
+  TerminateProcess(GetCurrentProcess(), 97);
+  std::abort();
+}
+
+template <size_t I>
+void NotExpected() {
+  EndTest("a call that start-up has no business with", I);
+}
+template <size_t I>
+void NotAttached() {
+  EndTest("a call through the environment of a thread that was detached", I);
+}
+
+constexpr size_t kFunctions = sizeof(JNINativeInterface_) / sizeof(void*);
+
+template <size_t... I>
+void FillTables(std::index_sequence<I...>) {
+  ((reinterpret_cast<void**>(&g_functions)[I] = reinterpret_cast<void*>(&NotExpected<I>)), ...);
+  ((reinterpret_cast<void**>(&g_deadFunctions)[I] = reinterpret_cast<void*>(&NotAttached<I>)), ...);
+}
+
+int32_t IndexOf(const JavaVM* vm) { return static_cast<int32_t>(vm - g_vms); }
+
+// The lock is held.
+Environment* FindEnvironment(int32_t vm, uint32_t threadId) {
+  for (int32_t i = g_environmentCount; i-- > 0;) {
+    Environment& found = g_environments[i];
+    if (found.attached && found.vm == vm && found.threadId == threadId) return &found;
+  }
+  return nullptr;
+}
+
+// The lock is held.
+Environment* Attach(int32_t vm) {
+  if (Environment* const found = FindEnvironment(vm, GetCurrentThreadId())) return found;
+  if (g_environmentCount == kEnvironments) EndTest("more environments than it has", 0);
+  Environment& made = g_environments[g_environmentCount++];
+  made = {{&g_functions}, vm, GetCurrentThreadId(), true};
+  ++g_state.attachedThreads;
+  return &made;
+}
+
+// ---- the environment's functions that start-up and teardown may use ----
+
+int32_t RecordEnvCall(FakeJvmEntry entry, const JNIEnv* env, const void* reference = nullptr) {
+  const Locked lock;
+  FakeJvmCall call = NewCall(entry, reinterpret_cast<const Environment*>(env)->vm);
+  call.env = env;
+  call.reference = reference;
+  if (reinterpret_cast<const Environment*>(env)->threadId != call.threadId) {
+    EndTest("a call through another thread's environment", 0);
+  }
+  return Record(call);
+}
+
+jboolean JNICALL ExceptionCheck(JNIEnv* env) { return static_cast<jboolean>(RecordEnvCall(kFakeExceptionCheck, env)); }
+void JNICALL ExceptionClear(JNIEnv* env) { RecordEnvCall(kFakeExceptionClear, env); }
+void JNICALL DeleteGlobalRef(JNIEnv* env, jobject reference) { RecordEnvCall(kFakeDeleteGlobalRef, env, reference); }
+void JNICALL DeleteLocalRef(JNIEnv* env, jobject reference) { RecordEnvCall(kFakeDeleteLocalRef, env, reference); }
+
+// ---- the invocation interface ----
+
+jint JNICALL DestroyJavaVM(JavaVM* vm) {
+  const Locked lock;
+  return Record(NewCall(kFakeDestroyVM, IndexOf(vm)));
+}
+
+jint AttachThread(JavaVM* vm, void** env, void* arguments, FakeJvmEntry entry) {
+  const Locked lock;
+  FakeJvmCall call = NewCall(entry, IndexOf(vm));
+  call.result = g_state.script.attachResult;
+  const auto* const args = static_cast<const JavaVMAttachArgs*>(arguments);
+  call.argumentsNull = args == nullptr;
+  if (args != nullptr) {
+    call.version = args->version;
+    call.threadName = CopyText(args->name);
+    call.threadGroup = args->group;
+  }
+  if (call.result == JNI_OK) {
+    Environment* const attached = Attach(call.vm);
+    *env = g_state.script.attachWithoutEnv != 0 ? nullptr : attached;
+    call.env = *env;
+  }
+  return Record(call);
+}
+
+jint JNICALL AttachCurrentThread(JavaVM* vm, void** env, void* arguments) {
+  return AttachThread(vm, env, arguments, kFakeAttach);
+}
+jint JNICALL AttachCurrentThreadAsDaemon(JavaVM* vm, void** env, void* arguments) {
+  return AttachThread(vm, env, arguments, kFakeAttachAsDaemon);
+}
+
+jint JNICALL DetachCurrentThread(JavaVM* vm) {
+  const Locked lock;
+  FakeJvmCall call = NewCall(kFakeDetach, IndexOf(vm));
+  if (Environment* const attached = FindEnvironment(call.vm, call.threadId)) {
+    attached->attached = false;
+    attached->env.functions = &g_deadFunctions;
+    call.env = attached;
+    --g_state.attachedThreads;
+  }
+  return Record(call);
+}
+
+jint JNICALL GetEnv(JavaVM* vm, void** env, jint version) {
+  const Locked lock;
+  FakeJvmCall call = NewCall(kFakeGetEnv, IndexOf(vm));
+  Environment* const attached = FindEnvironment(call.vm, call.threadId);
+  *env = attached;
+  call.env = attached;
+  call.version = version;
+  call.result = attached != nullptr ? JNI_OK : JNI_EDETACHED;
+  return Record(call);
+}
+
+const JNIInvokeInterface_ g_invoke = {nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      DestroyJavaVM,
+                                      AttachCurrentThread,
+                                      DetachCurrentThread,
+                                      GetEnv,
+                                      AttachCurrentThreadAsDaemon};
+
+// ---- creating ----
+
+void PrintThroughHook(void* hook, const char* format, ...) {
+  using VfprintfHook = jint(JNICALL*)(FILE*, const char*, va_list);
+  va_list args;
+  va_start(args, format);
+  reinterpret_cast<VfprintfHook>(hook)(stderr, format, args);
+  va_end(args);
+}
+
+void PrintAsScripted(const JavaVMInitArgs& args) {
+  for (jint i = 0; i < args.nOptions; ++i) {
+    if (std::strcmp(args.options[i].optionString, "vfprintf") != 0) continue;
+    PrintThroughHook(args.options[i].extraInfo, "fake %s %d\n", "output", 42);
+  }
+}
+
+void RaiseAsScripted(int32_t what) {
+  switch (what) {
+    case kRaiseAccessViolation: {
+      int* volatile nowhere = nullptr;
+      *nowhere = 1;
+      break;
+    }
+    case kRaiseSoftware:
+      RaiseException(kFakeSoftwareException, 0, 0, nullptr);
+      break;
+    case kRaiseCpp:
+      throw std::runtime_error("the fake JVM throws");
+    default:
+      break;
+  }
+}
+
+// ---- script from outside ----
+
+struct ScriptField {
+  const char* name;
+  int32_t FakeJvmScript::*value;
+};
+constexpr ScriptField kScriptFields[] = {
+    {"existing", &FakeJvmScript::existing},
+    {"firstVmNull", &FakeJvmScript::firstVmNull},
+    {"getCreatedResult", &FakeJvmScript::getCreatedResult},
+    {"createResult", &FakeJvmScript::createResult},
+    {"createRaises", &FakeJvmScript::createRaises},
+    {"createWithoutEnv", &FakeJvmScript::createWithoutEnv},
+    {"createPrints", &FakeJvmScript::createPrints},
+    {"attachResult", &FakeJvmScript::attachResult},
+    {"attachWithoutEnv", &FakeJvmScript::attachWithoutEnv},
+};
+
+void ReadScript(char* text) {
+  for (char* field = std::strtok(text, ";"); field != nullptr; field = std::strtok(nullptr, ";")) {
+    char* const equals = std::strchr(field, '=');
+    bool known = false;
+    if (equals != nullptr) {
+      *equals = '\0';
+      for (const ScriptField& candidate : kScriptFields) {
+        if (std::strcmp(candidate.name, field) != 0) continue;
+        g_state.script.*candidate.value = std::atoi(equals + 1);
+        known = true;
+      }
+    }
+    if (!known) EndTest("FAKEJVM_SCRIPT names no field of its script", 0);
+  }
+}
+
+}  // namespace
+
+extern "C" {
+
+jint JNICALL JNI_GetDefaultJavaVMInitArgs(void*) {
+  const Locked lock;
+  return Record(NewCall(kFakeGetDefaultArgs, -1));
+}
+
+jint JNICALL JNI_GetCreatedJavaVMs(JavaVM** vms, jsize capacity, jsize* count) {
+  const Locked lock;
+  FakeJvmCall call = NewCall(kFakeGetCreatedVMs, -1);
+  call.capacity = capacity;
+  call.countBefore = *count;
+  call.result = g_state.script.getCreatedResult;
+  const int32_t running = g_created ? 1 : g_state.script.existing;
+  *count = running;
+  for (int32_t i = 0; i < running && i < capacity; ++i) {
+    vms[i] = i == 0 && g_state.script.firstVmNull != 0 ? nullptr : &g_vms[i];
+  }
+  return Record(call);
+}
+
+jint JNICALL JNI_CreateJavaVM(JavaVM** vm, void** env, void* arguments) {
+  const auto& args = *static_cast<const JavaVMInitArgs*>(arguments);
+  int32_t raises = kRaiseNothing;
+  bool prints = false;
+  jint result = JNI_OK;
+  {
+    const Locked lock;
+    FakeJvmCall call = NewCall(kFakeCreateVM, -1);
+    call.version = args.version;
+    call.ignoreUnrecognized = args.ignoreUnrecognized;
+    call.optionCount = args.nOptions;
+    call.options = CopyOptions(args);
+    raises = g_state.script.createRaises;
+    prints = g_state.script.createPrints != 0;
+    result = g_state.script.createResult;
+    call.result = result;
+    if (raises == kRaiseNothing && result >= 0) {
+      g_created = true;
+      Environment* const attached = Attach(0);
+      *vm = &g_vms[0];
+      *env = g_state.script.createWithoutEnv != 0 ? nullptr : attached;
+      call.env = *env;
+    } else {
+      // What a JVM that gives up half way may leave in its out-values.
+      *vm = &g_vms[2];
+      *env = &g_environments[kEnvironments - 1];
+    }
+    Record(call);
+  }
+  if (prints) PrintAsScripted(args);
+  RaiseAsScripted(raises);
+  return result;
+}
+
+FakeJvmState* FakeJvmGetState(int32_t reset) {
+  const Locked lock;
+  if (reset != 0) {
+    g_state = {};
+    g_created = false;
+    g_environmentCount = 0;
+  }
+  return &g_state;
+}
+
+BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+  if (reason != DLL_PROCESS_ATTACH) return TRUE;
+  FillTables(std::make_index_sequence<kFunctions>());
+  g_functions.ExceptionCheck = ExceptionCheck;
+  g_functions.ExceptionClear = ExceptionClear;
+  g_functions.DeleteGlobalRef = DeleteGlobalRef;
+  g_functions.DeleteLocalRef = DeleteLocalRef;
+  char script[512] = {};
+  const DWORD length = GetEnvironmentVariableA("FAKEJVM_SCRIPT", script, sizeof(script));
+  if (length != 0 && length < sizeof(script)) ReadScript(script);
+  if (GetEnvironmentVariableW(L"FAKEJVM_LOG", g_logPath, static_cast<DWORD>(std::size(g_logPath))) >=
+      std::size(g_logPath)) {
+    g_logPath[0] = L'\0';
+  }
+  return TRUE;
+}
+}

@@ -1,0 +1,108 @@
+// The world that a start-up test runs in: the service in this program, a fake Java runtime as JAVA_HOME, a private
+// registry, an environment and a log folder of the test's own, caught message boxes, and the books of the host library,
+// which must be even when the world ends.
+// The host is this test program, whose name no product has, unless the test gives it another path.
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "qvjvm/qvjvm.h"
+#include "tests/fakejvm/fake_jvm_user.h"
+#include "tests/support/environment.h"
+#include "tests/support/import_hook.h"
+#include "tests/support/ledger_check.h"
+#include "tests/support/message_box.h"
+#include "tests/support/registry_sandbox.h"
+#include "tests/support/service_process.h"
+#include "tests/support/temp_folder.h"
+#include "tests/support/text.h"
+
+namespace qvtest {
+
+// What the service is told when it asks for the host executable's path, for the life of the object.
+class HostPath {
+ public:
+  explicit HostPath(std::wstring path);
+  ~HostPath();
+  HostPath(const HostPath&) = delete;
+  HostPath& operator=(const HostPath&) = delete;
+
+ private:
+  ImportHook m_hook;
+};
+
+class StartupWorld {
+ public:
+  // An unknown host, or the host with this path.
+  explicit StartupWorld(const std::wstring& hostPath = {});
+  ~StartupWorld();
+  StartupWorld(const StartupWorld&) = delete;
+  StartupWorld& operator=(const StartupWorld&) = delete;
+
+  const std::wstring programFolder = ProgramFolder();  // of the service: this program stands in for its module
+  TempFolder folder;
+  RegistrySandbox registry{RegistrySandbox::Override::MachineAndUser};
+  EnvironmentScope path{L"PATH", L"C:\\windows\\system32;C:\\windows"};
+  EnvironmentScope javaHome{L"JAVA_HOME", FakeJvm::Home()};
+  EnvironmentScope classPath{L"CLASSPATH", std::nullopt};
+  FakeJvm jvm;
+  MessageBoxCatcher boxes;
+  LedgerCheck ledger;
+  ServiceProcess service;
+
+  // The host's settings in the registry, whole and right, as a known host needs them: JDK and JRE locations, an empty
+  // class path list, no options and no properties.
+  void ConfigureKnownHost(const std::wstring& root);
+
+ private:
+  std::optional<HostPath> m_host;
+};
+
+inline constexpr wchar_t kQuovantRoot[] = L"Software\\Harlowe\\Quovant\\19.0";
+inline constexpr wchar_t kTableroRoot[] = L"Software\\Harlowe\\Tablero\\19.0";
+inline constexpr wchar_t kLoomhallRoot[] = L"Software\\Harlowe\\Loomhall\\2.0\\DBComponents";
+
+// The built-in class path below a folder, in its order, joined by ";".
+std::wstring BuiltInClassPath(const std::wstring& folder);
+
+// Releases a service object at its end.
+struct ReleaseVM {
+  void operator()(IQV_JavaVM* vm) const { vm->Release(); }
+};
+using VmOwner = std::unique_ptr<IQV_JavaVM, ReleaseVM>;
+
+// QV_CreateJavaVM. What comes out must be an object exactly when the status says so, which fails the test otherwise.
+struct Created {
+  int32_t status;
+  VmOwner vm;
+};
+Created CreateVM(const wchar_t* classPath = nullptr);
+
+// The object's error text, "<none>" when it has no record.
+std::wstring ErrorText(IQV_JavaVM& vm);
+
+// The text of the record, which is freed; "<null>" for none.
+std::wstring TakeRecord(ErrorRecord* record, int32_t expectedCode = 0);
+
+// Runs the work on a thread and waits until that thread is gone.
+template <class Work>
+DWORD OnThread(Work&& work) {
+  struct Run {
+    static DWORD WINAPI Main(void* context) {
+      (*static_cast<std::remove_reference_t<Work>*>(context))();
+      return 0;
+    }
+  };
+  DWORD threadId = 0;
+  HANDLE const thread = CreateThread(nullptr, 0, &Run::Main, std::addressof(work), 0, &threadId);
+  WaitForSingleObject(thread, INFINITE);
+  CloseHandle(thread);
+  return threadId;
+}
+
+}  // namespace qvtest
