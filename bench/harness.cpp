@@ -80,6 +80,12 @@ void Report::Compare(const std::string& name, double limit, const Batch& service
     if (serviceResult != twinResult) Die(name + ": the service and its twin came to different results");
     ratios.push_back(serviceTimes.back() / twinTimes.back());
   }
+  Compared(name, limit, serviceTimes, twinTimes, ratios, times);
+}
+
+void Report::Compared(const std::string& name, double limit, std::vector<double>& serviceTimes,
+                      std::vector<double>& twinTimes, std::vector<double>& ratios, size_t times) {
+  const size_t rounds = ratios.size();
   const Sample serviceSample = Summarize(serviceTimes);
   const Sample twinSample = Summarize(twinTimes);
   const Sample ratio = Summarize(ratios);

@@ -37,6 +37,9 @@ class Report {
   /// Times `service` against `twin`. `limit` is the ratio to reach, 0 for none. Ends the program with a message when
   /// the two ways do not agree in their results.
   void Compare(const std::string& name, double limit, const Batch& service, const Batch& twin);
+  /// The same for times (ns) that were taken elsewhere, one of each way and their ratio a round; they are reordered.
+  void Compared(const std::string& name, double limit, std::vector<double>& service, std::vector<double>& twin,
+                std::vector<double>& ratios, size_t times);
   /// One way alone; `limitNs` is what the median may reach, 0 for no limit.
   void Measure(const std::string& name, double limitNs, const Batch& work);
   /// A figure that is no time.

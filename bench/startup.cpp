@@ -1,0 +1,215 @@
+// What QV_CreateJavaVM adds to the start of a JVM: a process for each start, in turn one with the service and one that
+// loads jvm.dll and calls JNI_CreateJavaVM itself with the very same options.
+//   bench_startup [--quick] [--json FILE]        the driver; JAVA_HOME is the Java runtime
+//   qv190.exe options|service|bare FILE log|silent   one start; the copy's name makes it a known host
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "bench/host.h"
+#include "bench/registry_keys.h"
+#include "config/jvm_config_info.h"
+#include "service/output_log.h"
+#include "service/process_events.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+constexpr char kVfprintf[] = "vfprintf";
+constexpr char kExit[] = "exit";
+
+fs::path JavaHome() {
+  const wchar_t* const home = _wgetenv(L"JAVA_HOME");
+  return bench::Need(home, "JAVA_HOME");
+}
+
+fs::path OwnProgram() {
+  wchar_t path[1024];
+  GetModuleFileNameW(nullptr, path, 1024);
+  return path;
+}
+
+std::wstring Variable(const wchar_t* name) {
+  std::wstring value(32767, L'\0');
+  value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
+  return value;
+}
+
+// -- one start --
+
+// The configuration of the known host: the runtime, and the options with or without the JVM's own chatter.
+void Configure(const bench::PrivateMachine& machine, bool log) {
+  std::vector<std::wstring> options = {L"-Xmx128m"};
+  if (log) options.emplace_back(L"-verbose:jni");
+  machine.SetText(bench::kQuovantJava, L"JDKLocation", JavaHome().wstring());
+  machine.SetText(bench::kQuovantJava, L"JREBinLocation", (JavaHome() / L"bin" / L"server").wstring());
+  machine.SetList(bench::kKnownHostConfig + L"\\QVJVMconfig", options);
+  machine.SetList(bench::kKnownHostConfig + L"\\QVSysclasspath", {L"\\one.jar", L"\\two.jar"});
+  machine.SetText(bench::kKnownHostConfig + L"\\QVJVMprops", L"bench.property", L"1");
+}
+
+HMODULE FindModule(const char* name) { return GetModuleHandleA(name); }
+
+// Writes the options that the service would use and the PATH that it would set.
+void WriteOptions(const fs::path& file) {
+  qv::OnModuleLoaded(GetModuleHandleW(nullptr));
+  CQV_JVMConfigInfo& config = JVMConfigInfo();
+  if (!config.Load() || !config.LocateJavaRuntime()) bench::Die("no Java runtime");
+  SetDllDirectoryW((JavaHome() / L"bin").c_str());
+  bench::Need(LoadLibraryA("jvm.dll"), "jvm.dll");
+  config.m_pfnFindLoadedModule = [](const char* name) noexcept { return FindModule(name); };
+  JavaVMOption* options = nullptr;
+  int32_t count = 0;
+  if (!config.BuildJavaVMOptions(&options, &count, nullptr)) bench::Die("no options");
+  json texts = json::array();
+  for (int32_t i = 0; i < count; ++i) texts.push_back(options[i].optionString);
+  qv::FreeOptions(options, count);
+  const std::u8string path = fs::path(Variable(L"PATH")).u8string();
+  std::ofstream(file) << json{{"options", texts}, {"path", std::string(path.begin(), path.end())}}.dump(1);
+}
+
+double StartWithService(bool log) {
+  const double begin = bench::NowNs();
+  const HMODULE library = bench::Need(LoadLibraryW(L"qvjvm.dll"), "qvjvm.dll");
+  const auto find = [&](const char* name) { return reinterpret_cast<void*>(GetProcAddress(library, name)); };
+  if (!log) reinterpret_cast<QV_SetJavaVMDebugModeFn>(find("QV_SetJavaVMDebugMode"))(0);
+  IQV_JavaVM* vm = nullptr;
+  if (reinterpret_cast<QV_CreateJavaVMFn>(find("QV_CreateJavaVM"))(&vm, nullptr) < 0) bench::Die("QV_CreateJavaVM");
+  return bench::NowNs() - begin;
+}
+
+std::wstring g_twinLog;
+bool g_twinLogStarted = false;
+
+jint JNICALL TwinHook(FILE*, const char* format, va_list arguments) {
+  if (g_twinLog.empty()) return 1;
+  FILE* const file = _wfopen(g_twinLog.c_str(), g_twinLogStarted ? L"a" : L"w");
+  if (file == nullptr) return -1;
+  g_twinLogStarted = true;
+  const jint written = __mingw_vfprintf(file, format, arguments);
+  std::fclose(file);
+  return written;
+}
+
+void JNICALL TwinExit(jint) {}
+
+double StartBare(const fs::path& file, bool log) {
+  std::ifstream stream(file);
+  const json recorded = json::parse(stream);
+  auto texts = recorded.at("options").get<std::vector<std::string>>();
+  std::vector<JavaVMOption> options;
+  for (std::string& text : texts) {
+    void* hook = nullptr;
+    if (text == kVfprintf) hook = reinterpret_cast<void*>(&TwinHook);
+    if (text == kExit) hook = reinterpret_cast<void*>(&TwinExit);
+    options.push_back({text.data(), hook});
+  }
+  const auto path = recorded.at("path").get<std::string>();
+  SetEnvironmentVariableW(L"PATH", fs::path(std::u8string(path.begin(), path.end())).c_str());
+  if (log) g_twinLog = (fs::temp_directory_path() / L"qv-bench-twin.out").wstring();
+
+  const double begin = bench::NowNs();
+  SetDllDirectoryW((JavaHome() / L"bin").c_str());
+  const HMODULE library = bench::Need(LoadLibraryA("jvm.dll"), "jvm.dll");
+  using CreateJavaVM = jint(JNICALL*)(JavaVM**, void**, void*);
+  const auto create =
+      reinterpret_cast<CreateJavaVM>(reinterpret_cast<void*>(GetProcAddress(library, "JNI_CreateJavaVM")));
+  JavaVMInitArgs arguments = {JNI_VERSION_1_2, static_cast<jint>(options.size()), options.data(), JNI_FALSE};
+  JavaVM* vm = nullptr;
+  void* env = nullptr;
+  if (create(&vm, &env, &arguments) != JNI_OK) bench::Die("JNI_CreateJavaVM");
+  SetDllDirectoryW(nullptr);
+  return bench::NowNs() - begin;
+}
+
+// Prints the nanoseconds and ends without waiting for the JVM.
+[[noreturn]] void OneStart(const std::string& way, const fs::path& file, bool log) {
+  const bench::PrivateMachine machine(L"startup-" + std::to_wstring(GetCurrentProcessId()));
+  Configure(machine, log);
+  if (way == "options") {
+    WriteOptions(file);
+  } else {
+    std::printf("%.0f\n", way == "service" ? StartWithService(log) : StartBare(file, log));
+  }
+  std::fflush(stdout);
+  machine.~PrivateMachine();
+  std::_Exit(0);
+}
+
+// -- the driver --
+
+std::string RunChild(const std::wstring& commandLine) {
+  SECURITY_ATTRIBUTES inheritable = {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+  HANDLE readEnd = nullptr;
+  HANDLE writeEnd = nullptr;
+  CreatePipe(&readEnd, &writeEnd, &inheritable, 0);
+  SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof(startup);
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdOutput = writeEnd;
+  startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+  PROCESS_INFORMATION process = {};
+  std::wstring mutableLine = commandLine;
+  if (!CreateProcessW(nullptr, mutableLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+    bench::Die("a start could not be started");
+  }
+  CloseHandle(writeEnd);
+  std::string output;
+  char buffer[256];
+  DWORD got = 0;
+  while (ReadFile(readEnd, buffer, sizeof(buffer), &got, nullptr) && got > 0) output.append(buffer, got);
+  WaitForSingleObject(process.hProcess, INFINITE);
+  DWORD code = 1;
+  GetExitCodeProcess(process.hProcess, &code);
+  for (const HANDLE handle : {readEnd, process.hThread, process.hProcess}) CloseHandle(handle);
+  if (code != 0) bench::Die("a start failed");
+  return output;
+}
+
+void CompareStarts(bench::Report& report, const std::string& name, double limit, const fs::path& folder, bool log) {
+  const auto start = [&](const wchar_t* way) {
+    return RunChild(L"\"" + (folder / L"qv190.exe").wstring() + L"\" " + way + L" \"" +
+                    (folder / L"options.json").wstring() + L"\" " + (log ? L"log" : L"silent"));
+  };
+  start(L"options");
+  std::vector<double> service;
+  std::vector<double> twin;
+  std::vector<double> ratios;
+  const size_t rounds = report.Options().quick ? 1 : 21;
+  for (size_t round = 0; round < rounds; ++round) {
+    if (round % 2 == 0) service.push_back(std::stod(start(L"service")));
+    twin.push_back(std::stod(start(L"bare")));
+    if (round % 2 != 0) service.push_back(std::stod(start(L"service")));
+    ratios.push_back(service.back() / twin.back());
+  }
+  report.Compared(name, limit, service, twin, ratios, 1);
+}
+
+int Drive(int argc, char** argv) {
+  const bench::CommandLine line = bench::ReadCommandLine(argc, argv);
+  const fs::path folder = OwnProgram().parent_path() / L"bench-startup";
+  fs::create_directories(folder);
+  const auto copy = [&](const wchar_t* from, const wchar_t* to) {
+    if (!CopyFileW((OwnProgram().parent_path() / from).c_str(), (folder / to).c_str(), FALSE)) bench::Die("no copy");
+  };
+  copy(OwnProgram().filename().c_str(), L"qv190.exe");
+  copy(L"qvjvm.dll", L"qvjvm.dll");
+  copy(L"qvshr.dll", L"qvshr.dll");
+  bench::Report report("startup", line.settings);
+  report.Fact("java", JavaHome().filename().string());
+  CompareStarts(report, "first QV_CreateJavaVM, without -verbose:jni", 1.03, folder, false);
+  CompareStarts(report, "first QV_CreateJavaVM, -verbose:jni and log on", 1.05, folder, true);
+  return report.Write(line.json) ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 4 && OwnProgram().filename() == L"qv190.exe") OneStart(argv[1], argv[2], std::string(argv[3]) == "log");
+  return Drive(argc, argv);
+}
