@@ -1,0 +1,88 @@
+# Installations for tests with real Java runtimes. An installation is a folder with the service, the host library, the
+# programs of the tests and a private runtime in JRE, made when the tests run, so that a build needs no runtimes.
+#
+#   qv_stage_program(target)                     puts a program where installations take it from
+#   qv_add_java(package jar)                     compiles java/<package> into a jar at the same place
+#   qv_add_installation(name FILES file ...)     a test that makes the installation, "real.install.<name>"
+#   qv_add_real_test(runtime program group ...)  a test that runs a group of a program's tests in an installation
+include_guard(GLOBAL)
+include(${CMAKE_SOURCE_DIR}/cmake/downloads.cmake)
+
+set(QV_REAL_RUNTIMES 11 17 21 25)
+set(QV_REAL_FILES ${CMAKE_BINARY_DIR}/bin/real)
+set(QV_REAL_INSTALLATIONS ${CMAKE_BINARY_DIR}/real)
+set(QV_REAL_SOURCES ${CMAKE_CURRENT_LIST_DIR})
+
+find_program(QV_JAVAC javac HINTS $ENV{JAVA_HOME}/bin /usr/lib/jvm/default-java/bin /usr/lib/jvm/java-17-openjdk-amd64/bin
+             REQUIRED)
+find_program(QV_JAR jar HINTS $ENV{JAVA_HOME}/bin /usr/lib/jvm/default-java/bin /usr/lib/jvm/java-17-openjdk-amd64/bin
+             REQUIRED)
+
+function(qv_stage_program target)
+  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${QV_REAL_FILES})
+  add_dependencies(${target} qvjvm qvshr)
+endfunction()
+
+function(qv_add_java package jar)
+  file(GLOB sources CONFIGURE_DEPENDS ${QV_REAL_SOURCES}/java/${package}/*.java)
+  set(classes ${CMAKE_CURRENT_BINARY_DIR}/classes-${package})
+  add_custom_command(
+    OUTPUT ${QV_REAL_FILES}/${jar}
+    COMMAND ${CMAKE_COMMAND} -E rm -rf ${classes}
+    COMMAND ${QV_JAVAC} -encoding UTF-8 --release 11 -Xlint:all,-serial -Werror -d ${classes} ${sources}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${QV_REAL_FILES}
+    COMMAND ${QV_JAR} --create --file ${QV_REAL_FILES}/${jar} -C ${classes} ${package}
+    DEPENDS ${sources}
+    VERBATIM)
+  add_custom_target(java_${package} ALL DEPENDS ${QV_REAL_FILES}/${jar})
+endfunction()
+
+# How Windows programs under Wine name a path of this machine; a native build keeps it.
+function(qv_windows_path out path)
+  if(CMAKE_HOST_UNIX)
+    set(path Z:${path})
+  endif()
+  string(REPLACE "/" "\\" path ${path})
+  set(${out} ${path} PARENT_SCOPE)
+endfunction()
+
+# `name` is a runtime's version, or anything else for an installation without a private runtime.
+# A file may be "built=installed" where the installed one has another name.
+function(qv_add_installation name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" FILES)
+  set(labels real)
+  set(runtime "")
+  if(name IN_LIST QV_REAL_RUNTIMES)
+    set(runtime ${QV_RUNTIMES_DIR}/${name})
+    list(APPEND labels runtime${name})
+  endif()
+  add_test(
+    NAME real.install.${name}
+    COMMAND
+      ${CMAKE_COMMAND} "-DFOLDER=${QV_REAL_INSTALLATIONS}/${name}" "-DRUNTIME=${runtime}" "-DFILES=${arg_FILES}"
+      "-DFROM=${CMAKE_BINARY_DIR}/bin" -P ${QV_REAL_SOURCES}/install.cmake)
+  set_tests_properties(real.install.${name} PROPERTIES LABELS "${labels}" FIXTURES_SETUP real.${name} TIMEOUT 120)
+endfunction()
+
+# Groups are test suites, several joined by ":". A group that has no tests fails.
+function(qv_add_real_test runtime program group)
+  cmake_parse_arguments(PARSE_ARGV 3 arg "" "INSTALLATION;SUFFIX;TIMEOUT" "ENVIRONMENT")
+  if(NOT arg_INSTALLATION)
+    set(arg_INSTALLATION ${runtime})
+  endif()
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
+  endif()
+  string(REPLACE ":" "And" name "${group}${arg_SUFFIX}")
+  string(REPLACE ":" ".*:" filter "${group}.*")
+  add_test(NAME real.runtime${runtime}.${program}.${name}
+           COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} ${QV_REAL_INSTALLATIONS}/${arg_INSTALLATION}/${program}.exe
+                   --gtest_filter=${filter})
+  set_tests_properties(
+    real.runtime${runtime}.${program}.${name}
+    PROPERTIES LABELS "real;runtime${runtime}"
+               ENVIRONMENT "${arg_ENVIRONMENT}"
+               FIXTURES_REQUIRED real.${arg_INSTALLATION}
+               FAIL_REGULAR_EXPRESSION "Running 0 tests"
+               TIMEOUT ${arg_TIMEOUT})
+endfunction()

@@ -1,0 +1,145 @@
+// One JVM and one service object for the process; they live until it ends, as they would in a host.
+// Texts are compared whole, and long ones are not printed.
+// The registry is replaced during creation only: the Java runtime reads it as well.
+#include "tests/real/running_vm.h"
+
+#include <filesystem>
+#include <iomanip>
+#include <memory>
+
+#include "tests/support/registry_sandbox.h"
+
+namespace qvtest {
+
+namespace {
+
+constexpr wchar_t kConfiguredOptions[] = L"Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMconfig";
+
+HMODULE OwnModule() {
+  HMODULE module = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                     reinterpret_cast<const wchar_t*>(&OwnModule), &module);
+  return module;
+}
+
+std::string Hex(int32_t status) {
+  char text[16];
+  std::snprintf(text, sizeof(text), "0x%08X", static_cast<unsigned>(status));
+  return text;
+}
+
+testing::AssertionResult Unexpected(IQV_JavaVM* vm, int32_t status) {
+  testing::AssertionResult failure = testing::AssertionFailure() << "status " << Hex(status);
+  if (const std::optional<Record> record = RecordOf(vm)) return failure << ", " << *record;
+  return failure << ", no record";
+}
+
+}  // namespace
+
+std::wstring InstallFolder() {
+  std::wstring path(1024, L'\0');
+  path.resize(GetModuleFileNameW(OwnModule(), path.data(), static_cast<DWORD>(path.size())));
+  return std::filesystem::path(path).parent_path().wstring();
+}
+
+const ServiceExports& LoadService() {
+  static const ServiceExports exports = [] {
+    ServiceExports loaded;
+    const std::wstring path = InstallFolder() + L"\\qvjvm.dll";
+    loaded.module = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    EXPECT_NE(loaded.module, nullptr) << ToUtf8(path) << ": error " << GetLastError();
+    if (loaded.module != nullptr) {
+      loaded.createJavaVM = reinterpret_cast<QV_CreateJavaVMFn>(
+          reinterpret_cast<void*>(GetProcAddress(loaded.module, "QV_CreateJavaVM")));
+    }
+    return loaded;
+  }();
+  return exports;
+}
+
+IQV_JavaVM* NewService(const wchar_t* classPath) {
+  const ServiceExports& service = LoadService();
+  if (service.createJavaVM == nullptr) return nullptr;
+  IQV_JavaVM* vm = nullptr;
+  const int32_t status = service.createJavaVM(&vm, classPath);
+  EXPECT_GE(status, 0) << "QV_CreateJavaVM gave " << Hex(status);
+  return status >= 0 ? vm : nullptr;
+}
+
+std::ostream& operator<<(std::ostream& out, const Record& record) {
+  return out << "record \"" << ToUtf8(record.text) << "\" with code " << record.code;
+}
+
+std::optional<Record> RecordOf(IQV_JavaVM* vm) {
+  Record record;
+  IQvString* text = nullptr;
+  const int32_t textStatus = vm->GetErrorText(&text);
+  const int32_t codeStatus = vm->GetErrorCode(&record.code);
+  EXPECT_EQ(textStatus, codeStatus);
+  if (textStatus < 0) return std::nullopt;
+  record.text = TakeText(text);
+  return record;
+}
+
+testing::AssertionResult Ok(IQV_JavaVM* vm, int32_t status) {
+  return status == QV_S_OK ? testing::AssertionSuccess() : Unexpected(vm, status);
+}
+
+testing::AssertionResult Fails(IQV_JavaVM* vm, int32_t status, const Record& record) {
+  if (status == QV_E_FAIL && RecordOf(vm) == record) return testing::AssertionSuccess();
+  return Unexpected(vm, status) << "; expected E_FAIL and " << record;
+}
+
+testing::AssertionResult FailsWith(IQV_JavaVM* vm, int32_t status, const std::wstring& beginning, int32_t code) {
+  const std::optional<Record> record = RecordOf(vm);
+  if (status == QV_E_FAIL && record && record->code == code && record->text.starts_with(beginning)) {
+    return testing::AssertionSuccess();
+  }
+  return Unexpected(vm, status) << "; expected E_FAIL and a text that begins \"" << ToUtf8(beginning) << "\", code "
+                                << code;
+}
+
+Local FindClass(IQV_JavaVM* vm, const char* name) {
+  Local cls(vm);
+  EXPECT_TRUE(Ok(vm, vm->FindClass(cls.Out(), name))) << name;
+  return cls;
+}
+
+Local NewString(IQV_JavaVM* vm, const std::wstring& text) {
+  Local string(vm);
+  EXPECT_TRUE(Ok(vm, vm->NewString(string.Out(), text.c_str())));
+  return string;
+}
+
+Local NewDefaultObject(IQV_JavaVM* vm, qv_jclass cls) {
+  Local object(vm);
+  EXPECT_TRUE(Ok(vm, vm->NewDefaultObject(object.Out(), cls)));
+  EXPECT_NE(object.Get(), nullptr);
+  return object;
+}
+
+std::wstring TextOf(IQV_JavaVM* vm, qv_jstring string) {
+  int32_t length = 0;
+  EXPECT_TRUE(Ok(vm, vm->GetStringLength(&length, string)));
+  std::wstring text(static_cast<size_t>(length), L'\0');
+  EXPECT_TRUE(Ok(vm, vm->GetStringChars(text.data(), &length, string)));
+  return text;
+}
+
+IQV_JavaVM* StartVm(const StartOptions& options) {
+  static IQV_JavaVM* const vm = [&]() -> IQV_JavaVM* {
+    std::optional<RegistrySandbox> registry;
+    if (!options.jvmOptions.empty()) {
+      registry.emplace();
+      registry->SetList(Hive::Machine, kConfiguredOptions, options.jvmOptions);
+    }
+    IQV_JavaVM* const made = NewService((InstallFolder() + L"\\qvtests.jar").c_str());
+    if (made == nullptr) return nullptr;
+    const std::string suite = testing::UnitTest::GetInstance()->current_test_suite()->name();
+    EXPECT_EQ(made->SetLogFileName((InstallFolder() + L"\\" + ToWide(suite) + L".log").c_str()), QV_S_OK);
+    return made;
+  }();
+  return vm;
+}
+
+}  // namespace qvtest

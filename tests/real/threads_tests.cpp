@@ -1,0 +1,191 @@
+// Host threads: many through one object, many with an object each, threads that end, and objects that outlive the
+// thread that made them.
+// The JVM's own count of threads tells whether a thread that ended was detached.
+#include <atomic>
+#include <latch>
+#include <thread>
+
+#include "tests/real/running_vm.h"
+
+namespace qvtest {
+namespace {
+
+constexpr int kThreads = 16;
+
+class Threads : public RunningVmTest {
+ protected:
+  int32_t CountInJava() {
+    const Local cls = Find("qvtest/Threads");
+    const Local object = NewDefaultObject(Vm(), cls);
+    int32_t count = -1;
+    EXPECT_TRUE(Ok(Vm(), Vm()->CallIntMethod(&count, cls, object, "count", "()I")));
+    return count;
+  }
+
+  // Runs `work(number)` on threads that begin together; they have ended when this returns.
+  template <class Work>
+  void OnManyThreads(Work&& work) {
+    std::latch ready(kThreads);
+    std::vector<std::thread> threads;
+    for (int number = 0; number < kThreads; ++number) {
+      threads.emplace_back([&, number] {
+        ready.arrive_and_wait();
+        work(number);
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+  }
+};
+
+// A value goes to Java and back, as a number and as text.
+bool RoundTrip(IQV_JavaVM* vm, qv_jclass cls, qv_jobject object, int32_t value) {
+  int64_t number = 0;
+  if (vm->CallLongMethod(&number, cls, object, "ofLong", "(J)J", int64_t{value} << 20) != QV_S_OK) return false;
+  Local string(vm);
+  Local back(vm);
+  const std::wstring text = L"number " + std::to_wstring(value);
+  if (vm->NewString(string.Out(), text.c_str()) != QV_S_OK) return false;
+  if (vm->CallObjectMethod(back.Out(), cls, object, "ofString", "(Ljava/lang/String;)Ljava/lang/String;",
+                           string.Get()) != QV_S_OK) {
+    return false;
+  }
+  wchar_t buffer[64];
+  int32_t size = 64;
+  return vm->GetStringChars(buffer, &size, back) == QV_S_OK && number == int64_t{value} << 20 && text == buffer;
+}
+
+TEST_F(Threads, ManyThroughOneObject) {
+  constexpr int kCalls = 2000;
+  std::atomic<int> right = 0;
+  OnManyThreads([&](int number) {
+    const Local cls = Find("qvtest/Echo");
+    const Local object = NewDefaultObject(Vm(), cls);
+    for (int i = 0; i < kCalls; ++i) right += RoundTrip(Vm(), cls, object, number * kCalls + i) ? 1 : 0;
+  });
+  EXPECT_EQ(right, kThreads * kCalls);
+}
+
+TEST_F(Threads, FailingThroughOneObjectSharesItsRecordSafely) {
+  constexpr int kCalls = 200;
+  std::atomic<int> failed = 0;
+  std::atomic<int> foreign = 0;
+  OnManyThreads([&](int number) {
+    const Local cls = Find("qvtest/Faults");
+    const Local text = String(L"thread " + std::to_wstring(number));
+    for (int i = 0; i < kCalls; ++i) {
+      const int32_t status = Vm()->CallStaticVoidMethod(cls, "throwText", "(Ljava/lang/String;)V", text.Get());
+      failed += status == QV_E_FAIL ? 1 : 0;
+      IQvString* seen = nullptr;
+      if (Vm()->GetErrorText(&seen) == QV_S_OK) foreign += TakeText(seen).starts_with(L"thread ") ? 0 : 1;
+    }
+  });
+  EXPECT_EQ(failed, kThreads * kCalls);
+  EXPECT_EQ(foreign, 0) << "texts that no thread threw";
+}
+
+TEST_F(Threads, RecordsOfObjectsOfTheirOwnNeverMix) {
+  constexpr int kCalls = 200;
+  std::atomic<int> right = 0;
+  OnManyThreads([&](int number) {
+    IQV_JavaVM* const own = NewService();
+    {
+      const Local cls = FindClass(own, "qvtest/Faults");
+      for (int i = 0; i < kCalls; ++i) {
+        const std::wstring message = std::to_wstring(number) + L" of " + std::to_wstring(i);
+        const Local text = NewString(own, message);
+        const int32_t status = own->CallStaticVoidMethod(cls, "throwText", "(Ljava/lang/String;)V", text.Get());
+        right += Fails(own, status, {message, QV_CODE_CALL_FAILED}) ? 1 : 0;
+      }
+    }
+    EXPECT_EQ(own->Release(), 0U);
+  });
+  EXPECT_EQ(right, kThreads * kCalls);
+}
+
+TEST_F(Threads, AThreadThatEndsIsDetached) {
+  const int32_t before = CountInJava();
+  for (int round = 0; round < 3; ++round) {
+    std::latch attached(kThreads + 1);
+    std::latch counted(1);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+      threads.emplace_back([&] {
+        EXPECT_NE(QV_AcquireThreadEnv(Vm()), nullptr);
+        attached.arrive_and_wait();
+        counted.wait();
+      });
+    }
+    attached.arrive_and_wait();
+    EXPECT_EQ(CountInJava(), before + kThreads);
+    counted.count_down();
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(CountInJava(), before);
+  }
+}
+
+TEST_F(Threads, AThreadKeepsItsEnvironment) {
+  qv_jnienv ofMain = QV_AcquireThreadEnv(Vm());
+  std::thread([&] {
+    qv_jnienv first = QV_AcquireThreadEnv(Vm());
+    qv_jnienv second = nullptr;
+    EXPECT_EQ(Vm()->GetJNIEnv(&second), QV_S_OK);
+    EXPECT_NE(first, nullptr);
+    EXPECT_EQ(first, second);
+    EXPECT_NE(first, ofMain);
+  }).join();
+  EXPECT_EQ(QV_AcquireThreadEnv(Vm()), ofMain);
+}
+
+TEST_F(Threads, AttachedThreadsHaveNoContextClassLoader) {
+  std::thread([&] {
+    const Local cls = Find("qvtest/Threads");
+    const Local object = NewDefaultObject(Vm(), cls);
+    int32_t has = -1;
+    EXPECT_TRUE(Ok(Vm(), Vm()->CallBooleanMethod(&has, cls, object, "hasContextLoader", "()Z")));
+    EXPECT_EQ(has, 0);
+  }).join();
+}
+
+TEST_F(Threads, GlobalReferencesServeEveryThread) {
+  qv_jobject global = nullptr;
+  std::thread([&] {
+    const Local text = String(L"made elsewhere");
+    EXPECT_TRUE(Ok(Vm(), Vm()->NewGlobalRef(&global, text)));
+  }).join();
+  EXPECT_EQ(TextOf(Vm(), global), L"made elsewhere");
+  std::thread([&] { EXPECT_EQ(Vm()->DeleteGlobalRef(global), QV_S_OK); }).join();
+}
+
+TEST_F(Threads, AnObjectMayBeReleasedWhereItWasNeverUsed) {
+  const int32_t before = CountInJava();
+  IQV_JavaVM* const other = NewService();
+  ASSERT_NE(other, nullptr);
+  EXPECT_EQ(other->FindClass(Local(other).Out(), "no/such/Thing"), QV_E_FAIL);
+  std::thread([&] { EXPECT_EQ(other->Release(), 0U); }).join();
+  EXPECT_EQ(CountInJava(), before);
+}
+
+TEST_F(Threads, ThreadsComeAndGoWhileOthersWork) {
+  constexpr int kShortThreads = 100;
+  const int32_t before = CountInJava();
+  std::atomic<bool> stop = false;
+  std::atomic<int> wrong = 0;
+  std::thread worker([&] {
+    const Local cls = Find("qvtest/Echo");
+    const Local object = NewDefaultObject(Vm(), cls);
+    for (int i = 0; !stop; ++i) wrong += RoundTrip(Vm(), cls, object, i) ? 0 : 1;
+  });
+  for (int i = 0; i < kShortThreads; ++i) {
+    std::thread([&] {
+      int32_t number = 0;
+      wrong += Vm()->GetStaticIntField(&number, Find("qvtest/Echo"), "intMinusOne") == QV_S_OK ? 0 : 1;
+    }).join();
+  }
+  stop = true;
+  worker.join();
+  EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(CountInJava(), before);
+}
+
+}  // namespace
+}  // namespace qvtest
