@@ -1,5 +1,6 @@
 #include "tests/bridge/bridge_test.h"
 
+#include <new>
 #include <utility>
 
 namespace qvtest {
@@ -75,7 +76,10 @@ BridgeTest::~BridgeTest() {
   SetCreated(false);
 }
 
-void BridgeTest::MakeObject() { m_object = new CQV_JNIVMManager(); }
+void BridgeTest::MakeObject() {
+  m_object = new CQV_JNIVMManager();
+  if (m_object == nullptr) throw std::bad_alloc();  // a fault that outlived its row
+}
 
 void BridgeTest::DropObject() {
   m_slots.reset();
@@ -96,13 +100,12 @@ void BridgeTest::GiveObjectRecord(const wchar_t* text, int32_t code) {
 void BridgeTest::LeavePending(const std::wstring& text) { Jni().SetPending(Throwable("exception", text)); }
 
 SlotTable& BridgeTest::Watch() {
-  m_slots = std::make_unique<SlotTable>(m_object, m_vm);
+  if (m_slots == nullptr) m_slots = std::make_unique<SlotTable>(m_object, m_vm);
   return *m_slots;
 }
 
 void BridgeTest::TakeEnvironmentAway() {
-  if (m_slots == nullptr) Watch();
-  m_slots->Replace(QV_SLOT_ACQUIRE_THREAD_ENV, NoEnvironment);
+  Watch().Replace(QV_SLOT_ACQUIRE_THREAD_ENV, NoEnvironment);
 }
 
 }  // namespace qvtest

@@ -58,6 +58,8 @@ class BridgeTest : public testing::Test {
   // The environment of the thread that the test runs on.
   FakeJni& Jni() { return m_vm.Here(); }
   CQV_JNIVMManager& Object() { return *m_object; }
+  // The same as a host sees it: every call goes through the table.
+  IQV_JavaVM& Api() { return *m_object; }
   // Whether the service counts as the JVM's creator; it has joined it in the beginning.
   static void SetCreated(bool created) { g_bJvmCreated = created ? 1 : 0; }
 
@@ -78,7 +80,9 @@ class BridgeTest : public testing::Test {
   // A new object and a VM as in the beginning, for the next row of a table.
   void Renew();
 
-  LedgerCheck& Ledger() { return *m_ledger; }
+  // References that the thread has more than before, since the VM was as in the beginning.
+  [[nodiscard]] int LocalsLeft() const { return m_vm.Counts().localsMade - m_vm.Counts().localsDeleted; }
+  [[nodiscard]] int GlobalsLeft() const { return m_vm.Counts().globalsMade - m_vm.Counts().globalsDeleted; }
 
  private:
   void MakeObject();

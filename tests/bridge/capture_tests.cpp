@@ -1,29 +1,286 @@
-// ExceptionClear and CaptureException: a pending Java exception becomes text in a record.
+// ExceptionClear and CaptureException: a pending Java exception becomes text in a record, and the thread is clean
+// again.
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "tests/bridge/bridge_test.h"
 
 namespace qvtest {
 
 namespace {
 
+struct Captured {
+  int32_t result;
+  RecordView record;
+
+  friend bool operator==(const Captured&, const Captured&) = default;
+  friend std::ostream& operator<<(std::ostream& out, const Captured& captured) {
+    return out << captured.result << ", " << captured.record;
+  }
+};
+
 class Capture : public BridgeTest {
  protected:
   Capture() { SetCreated(true); }
 
-  // Captures into a pointer of its own and frees the record.
-  RecordView CaptureInto(int32_t& result) {
+  // Into a pointer that holds something: it must be overwritten.
+  Captured Take(qv_jnienv env) {
     auto* record = reinterpret_cast<ErrorRecord*>(this);
-    result = static_cast<IQV_JavaVM&>(Object()).CaptureException(&record, &Jni());
+    const int32_t result = Api().CaptureException(&record, env);
     const RecordView view = ViewOf(record);
     QvshrFree(record);
-    return view;
+    return {result, view};
+  }
+  Captured Take() { return Take(&Jni()); }
+
+  // An exception whose toString gives null.
+  void LeaveSilentException() {
+    const Thing silent = Throwable("exception", L"");
+    silent->toStringIsNull = true;
+    Jni().SetPending(silent);
   }
 };
 
-TEST_F(Capture, NothingPendingGivesZeroAndNoRecord) {
-  int32_t result = -1;
-  EXPECT_EQ(CaptureInto(result), kNoRecord);
-  EXPECT_EQ(result, 0);
+const Captured kUnknownException = {1, {kUnknown, 0}};
+
+TEST_F(Capture, NothingPendingGivesZeroAndDescribesNothing) {
+  EXPECT_EQ(Take(), (Captured{0, kNoRecord}));
   EXPECT_EQ(Log(), (Lines{"ExceptionOccurred()"}));
+}
+
+TEST_F(Capture, WithoutAnEnvironmentThereIsAFixedText) {
+  Watch();
+  EXPECT_EQ(Take(nullptr), (Captured{1, {kNoEnvironment, 0}}));
+  EXPECT_EQ(Log(), (Lines{"slot 59 CaptureException"}));
+}
+
+TEST_F(Capture, DescribesThenReadsTheTextThenClears) {
+  LeavePending(L"java.io.IOException: no file");
+  Watch();
+  EXPECT_EQ(Take(), (Captured{1, {L"java.io.IOException: no file", 0}}));
+  EXPECT_EQ(Log(), CaptureOf("exception", "java.io.IOException: no file"));
+  EXPECT_EQ(Jni().Pending(), nullptr);
+}
+
+TEST_F(Capture, TheExceptionTheClassAndTheTextStayAsReferences) {
+  LeavePending(L"text");
+  Take();
+  EXPECT_EQ(LocalsLeft(), 3);
+  EXPECT_EQ(Java().LiveReferences(), (Lines{"exception", "java/lang/Throwable", "\"text\""}));
+}
+
+TEST_F(Capture, AToStringThatGivesNullIsAnUnknownException) {
+  LeaveSilentException();
+  EXPECT_EQ(Take(), kUnknownException);
+  EXPECT_EQ(Log(), (Lines{"ExceptionOccurred()", "ExceptionDescribe()", "ExceptionClear()",
+                          "FindClass(\"java/lang/Throwable\")",
+                          "GetMethodID(java/lang/Throwable, \"toString\", \"()Ljava/lang/String;\")",
+                          "CallObjectMethod(exception, toString()Ljava/lang/String;)", "ExceptionClear()"}));
+}
+
+TEST_F(Capture, AMissingToStringIsAnUnknownException) {
+  LeavePending();
+  Java().missingMembers = {"toString"};
+  EXPECT_EQ(Take(), kUnknownException);
+  EXPECT_EQ(
+      Log(),
+      (Lines{"ExceptionOccurred()", "ExceptionDescribe()", "ExceptionClear()", "FindClass(\"java/lang/Throwable\")",
+             "GetMethodID(java/lang/Throwable, \"toString\", \"()Ljava/lang/String;\")", "ExceptionClear()"}));
+  EXPECT_EQ(Jni().Pending(), nullptr);
+}
+
+TEST_F(Capture, AToStringThatThrowsIsAnUnknownExceptionAndClearedToo) {
+  LeavePending();
+  Java().answers["toString"] = [](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
+    jni.SetPending(Throwable("second", L"second"));
+    return jvalue{};
+  };
+  EXPECT_EQ(Take(), kUnknownException);
+  EXPECT_EQ(Jni().Pending(), nullptr);
+}
+
+TEST_F(Capture, CharactersThatCannotBeHadAreAnUnknownException) {
+  LeavePending(L"text");
+  Java().FailAt("GetStringChars", 1, Fault::Null);
+  EXPECT_EQ(Take(), kUnknownException);
+  const Lines log = Log();
+  EXPECT_EQ((Lines{log.end() - 3, log.end()}),
+            (Lines{"GetStringChars(\"text\")", "ReleaseStringChars(\"text\", null)", "ExceptionClear()"}));
+}
+
+TEST_F(Capture, ANestedCaptureLooksNothingUp) {
+  LeavePending();
+  Java().classes.clear();
+  Watch();
+  EXPECT_EQ(Take(), kUnknownException);
+  EXPECT_EQ(Log(),
+            (Lines{"slot 59 CaptureException", "ExceptionOccurred()", "ExceptionDescribe()", "slot 12 FindClass",
+                   kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()", "FindClass(\"java/lang/Throwable\")",
+                   // the failed look-up captures its own error
+                   "slot 59 CaptureException", "ExceptionOccurred()", "ExceptionDescribe()", "slot 58 ExceptionClear",
+                   "ExceptionClear()",
+                   // back in the first one
+                   "slot 58 ExceptionClear", "ExceptionClear()"}));
+  EXPECT_EQ(ObjectRecord(), Record(kUnknown, 0)) << "the failed look-up of java/lang/Throwable has its record";
+  EXPECT_EQ(Jni().Pending(), nullptr);
+}
+
+TEST_F(Capture, AfterANestedCaptureTheNextOneReadsTextsAgain) {
+  LeavePending();
+  Java().FailAt("FindClass", 1, Fault::Throw);
+  EXPECT_EQ(Take(), kUnknownException);
+  LeavePending(L"readable");
+  EXPECT_EQ(Take(), (Captured{1, {L"readable", 0}}));
+}
+
+TEST_F(Capture, InAJoinedJvmTheNestingEndsAsWell) {
+  SetCreated(false);
+  LeavePending();
+  Java().classes.clear();
+  EXPECT_EQ(Take(), kUnknownException);
+  EXPECT_EQ(Jni().Pending(), nullptr);
+}
+
+TEST_F(Capture, TextsAreCutAt511Characters) {
+  for (const size_t length : {0u, 1u, 510u, 511u, 512u, 513u, 1000u, 100000u}) {
+    SCOPED_TRACE(length);
+    std::wstring text(length, L'x');
+    if (length > 0) text.front() = L'(';
+    if (length > 511) text[510] = L')', text[511] = L'!';
+    LeavePending(text);
+    Watch();
+    EXPECT_EQ(Take(), (Captured{1, {text.substr(0, 511), 0}}));
+    const Lines log = Log();
+    const bool copied = std::find(log.begin(), log.end(), "slot 16 GetStringChars") != log.end();
+    EXPECT_EQ(copied, length <= 511) << "a longer text would overflow the 512 units that slot 16 is given";
+    Renew();
+  }
+}
+
+TEST_F(Capture, TheTextIsTakenUnitForUnit) {
+  LeavePending(L"\xD83D\xDE00 \xD800 \x00E9\xFFFF");
+  EXPECT_EQ(Take(), (Captured{1, {L"\xD83D\xDE00 \xD800 \x00E9\xFFFF", 0}}));
+  LeavePending(std::wstring(L"before\0after", 12));
+  EXPECT_EQ(Take(), (Captured{1, {L"before", 0}}));
+}
+
+TEST_F(Capture, ACutMayFallBetweenTwoSurrogates) {
+  LeavePending(std::wstring(510, L'x') + L"\xD83D\xDE00");
+  EXPECT_EQ(Take(), (Captured{1, {std::wstring(510, L'x') + L"\xD83D", 0}}));
+}
+
+TEST_F(Capture, TheLastUnitOfARecordIsAlwaysZero) {
+  LeavePending(std::wstring(600, L'x'));
+  ErrorRecord* record = nullptr;
+  EXPECT_EQ(Api().CaptureException(&record, &Jni()), 1);
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(record->text[511], L'\0');
+  QvshrFree(record);
+}
+
+// What a replaced slot 16 was given.
+std::vector<int32_t> g_sizes;
+int32_t g_copyResult = 0;
+
+int32_t CopyNothing(void*, wchar_t* buffer, int32_t* size, qv_jstring) {
+  g_sizes.push_back(*size);
+  constexpr std::wstring_view kText = L"from slot 16";
+  buffer[kText.copy(buffer, kText.size())] = L'\0';
+  return g_copyResult;
+}
+
+TEST_F(Capture, TheTextComesThroughSlot16WithASizeOf512) {
+  LeavePending(L"java.lang.Error");
+  Watch().Replace(16, CopyNothing);
+  EXPECT_EQ(Take(), (Captured{1, {L"from slot 16", 0}}));
+  EXPECT_EQ(g_sizes, (std::vector<int32_t>{512}));
+}
+
+TEST_F(Capture, ACopyThatDoesNotReturnZeroIsAnUnknownException) {
+  for (const int32_t result : {E_FAIL, E_INVALIDARG, S_FALSE}) {
+    SCOPED_TRACE(result);
+    g_copyResult = result;
+    LeavePending(L"java.lang.Error");
+    Watch().Replace(16, CopyNothing);
+    EXPECT_EQ(Take(), kUnknownException);
+    EXPECT_EQ(Jni().Pending(), nullptr);
+    Renew();
+  }
+}
+
+std::string g_className;
+qv_jclass g_class = nullptr;
+
+int32_t FindAnother(void*, qv_jclass* out, const char* name) {
+  g_className = name;
+  *out = g_class;
+  return E_FAIL;
+}
+
+TEST_F(Capture, TheClassComesThroughSlot12AndCountsWhateverTheStatusIs) {
+  LeavePending(L"java.lang.Error");
+  g_class = Jni().GivenClass("another");
+  Watch().Replace(12, FindAnother);
+  EXPECT_EQ(Take(), (Captured{1, {L"java.lang.Error", 0}}));
+  EXPECT_EQ(g_className, "java/lang/Throwable");
+  const Lines log = Log();
+  EXPECT_NE(std::find(log.begin(), log.end(), "GetMethodID(another, \"toString\", \"()Ljava/lang/String;\")"),
+            log.end());
+}
+
+std::vector<qv_jnienv> g_cleared;
+void ClearNothing(void*, qv_jnienv env) { g_cleared.push_back(env); }
+
+TEST_F(Capture, TheFinalClearGoesThroughSlot58WithTheSameEnvironment) {
+  for (const bool readable : {true, false}) {
+    g_cleared.clear();
+    LeavePending();
+    if (!readable) Java().missingMembers = {"toString"};
+    Watch().Replace(58, ClearNothing);
+    Take();
+    EXPECT_EQ(g_cleared, (std::vector<qv_jnienv>{&Jni(), &Jni()})) << "once in the look-up, once at the end";
+    Renew();
+  }
+}
+
+TEST_F(Capture, WithoutMemoryForTheRecordItIsNullAndTheRestIsTheSame) {
+  for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
+    SCOPED_TRACE(NameOf(mode));
+    const FailAllocation fault(1, mode);
+    EXPECT_EQ(Take(nullptr), (Captured{1, kNoRecord}));
+    LeavePending(L"text");
+    EXPECT_TRUE(fault.Fired());
+    const FailAllocation second(1, mode);
+    EXPECT_EQ(Take(), (Captured{1, kNoRecord}));
+    EXPECT_EQ(Jni().Pending(), nullptr);
+    LeaveSilentException();
+    const FailAllocation third(1, mode);
+    EXPECT_EQ(Take(), (Captured{1, kNoRecord}));
+    EXPECT_EQ(Jni().Pending(), nullptr);
+    EXPECT_TRUE(third.Fired());
+  }
+}
+
+TEST_F(Capture, ANullOutPointerLosesTheTextAndNothingElse) {
+  EXPECT_EQ(Api().CaptureException(nullptr, nullptr), 1);
+  EXPECT_EQ(Api().CaptureException(nullptr, &Jni()), 0);
+  LeavePending();
+  EXPECT_EQ(Api().CaptureException(nullptr, &Jni()), 1);
+  EXPECT_EQ(Jni().Pending(), nullptr);
+  EXPECT_EQ(ObjectRecord(), kNoRecord);
+}
+
+TEST_F(Capture, ClearingCallsJniOnceAndNothingWithoutAnEnvironment) {
+  LeavePending();
+  Watch();
+  Api().ExceptionClear(nullptr);
+  EXPECT_EQ(Log(), (Lines{"slot 58 ExceptionClear"}));
+  EXPECT_NE(Jni().Pending(), nullptr);
+  Api().ExceptionClear(&Jni());
+  EXPECT_EQ(Log(), (Lines{"slot 58 ExceptionClear", "ExceptionClear()"}));
+  EXPECT_EQ(Jni().Pending(), nullptr);
 }
 
 }  // namespace

@@ -1,0 +1,354 @@
+// FindClass: the JVM's own look-up, the fallback of a joined JVM, and what the record says after a failure.
+#include <algorithm>
+#include <string>
+#include <thread>
+
+#include "tests/bridge/bridge_test.h"
+
+namespace qvtest {
+
+namespace {
+
+// The class path of the service, as slot 55 hands it out: empty, so that no loader is built.
+int32_t EmptyClassPath(void*, IQvString** text) { return QvshrCreateString(L"", text); }
+int32_t NoClassPath(void*, IQvString** text) {
+  *text = nullptr;
+  return E_FAIL;
+}
+
+class ClassLookup : public BridgeTest {
+ protected:
+  // An unknown class: E_FAIL and null.
+  void ExpectNotFound(const char* name) {
+    qv_jclass found = this;
+    EXPECT_EQ(Api().FindClass(&found, name), E_FAIL);
+    EXPECT_EQ(found, nullptr);
+  }
+};
+
+TEST_F(ClassLookup, AKnownClassIsFoundDirectlyAndTheRecordIsNotEvenFreed) {
+  for (const bool created : {true, false}) {
+    SetCreated(created);
+    GiveObjectRecord(L"from before", 7);
+    const ErrorRecord* const before = *Object().RecordSlot();
+    qv_jclass found = nullptr;
+    Watch();
+    EXPECT_EQ(Api().FindClass(&found, "java/lang/String"), S_OK);
+    EXPECT_EQ(Java().Label(found), "java/lang/String");
+    EXPECT_EQ(Log(), (Lines{"slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()",
+                            "FindClass(\"java/lang/String\")"}));
+    EXPECT_EQ(*Object().RecordSlot(), before);
+    EXPECT_EQ(ObjectRecord(), Record(L"from before", 7));
+    EXPECT_EQ(LocalsLeft(), 1);
+    Renew();
+  }
+}
+
+TEST_F(ClassLookup, AnExceptionFromBeforeIsDropped) {
+  LeavePending();
+  qv_jclass found = nullptr;
+  EXPECT_EQ(Api().FindClass(&found, "java/lang/String"), S_OK);
+  EXPECT_EQ(Jni().Pending(), nullptr);
+}
+
+TEST_F(ClassLookup, InACreatedJvmTheRecordHasTheErrorsTextAndCode0) {
+  SetCreated(true);
+  GiveObjectRecord(L"from before", 7);
+  Watch();
+  ExpectNotFound("no/Such");
+  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.NoClassDefFoundError: no/Such", 0));
+  EXPECT_EQ(Log(), (Lines{"slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()",
+                          "FindClass(\"no/Such\")"}) +
+                       CaptureOf("java.lang.NoClassDefFoundError", "java.lang.NoClassDefFoundError: no/Such"));
+  EXPECT_EQ(Jni().Pending(), nullptr);
+  EXPECT_EQ(LocalsLeft(), 3);
+}
+
+TEST_F(ClassLookup, WithoutAnErrorTheRecordHasTheServicesOwnText) {
+  SetCreated(true);
+  Java().FailAt("FindClass", 1, Fault::Null);
+  Watch();
+  ExpectNotFound("no/Such");
+  EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
+  EXPECT_EQ(Log(), (Lines{"slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()",
+                          "FindClass(\"no/Such\")"}) +
+                       kNothingPending);
+  EXPECT_EQ(LocalsLeft(), 0);
+}
+
+TEST_F(ClassLookup, TheServicesOwnTextIsCutAt511Characters) {
+  SetCreated(true);
+  // 20 characters before the name and 24 behind it.
+  for (const size_t length : {1u, 466u, 467u, 468u, 480u, 491u, 492u, 511u, 512u, 2000u}) {
+    SCOPED_TRACE(length);
+    const std::string name(length, 'n');
+    Java().FailAt("FindClass", 1, Fault::Null);
+    ExpectNotFound(name.c_str());
+    const std::wstring whole = L"Unable to find java " + std::wstring(length, L'n') + L" class. Check CLASSPATH.";
+    EXPECT_EQ(ObjectRecord(), Record(whole.substr(0, 511), 0));
+  }
+}
+
+TEST_F(ClassLookup, TheServicesOwnTextStandsForARecordThatFoundNoMemory) {
+  // The captured text finds no memory, the formatted one does.
+  SetCreated(true);
+  const FailAllocation fault(1, kQvshrFailOnce);
+  ExpectNotFound("no/Such");
+  EXPECT_TRUE(fault.Fired());
+  EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
+}
+
+TEST_F(ClassLookup, WithoutAnyMemoryThereIsNoRecord) {
+  for (const bool created : {true, false}) {
+    SetCreated(created);
+    Watch().Replace(55, NoClassPath);
+    {
+      const FailAllocation fault(1, kQvshrFailFromHere);
+      ExpectNotFound("no/Such");
+    }
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+    Renew();
+  }
+}
+
+TEST_F(ClassLookup, TheErrorIsCapturedThroughSlot59IntoAPointerOfItsOwn) {
+  static ErrorRecord** where = nullptr;
+  SetCreated(true);
+  Watch().Replace(
+      59, +[](void*, ErrorRecord** record, qv_jnienv) -> int32_t {
+        where = record;
+        *record = qv::NewErrorRecord(L"from slot 59", 3);
+        return 1;
+      });
+  ExpectNotFound("no/Such");
+  EXPECT_NE(where, Object().RecordSlot());
+  EXPECT_EQ(ObjectRecord(), Record(L"from slot 59", 3));
+}
+
+TEST_F(ClassLookup, WithoutAnEnvironmentTheRecordSaysSo) {
+  TakeEnvironmentAway();
+  ExpectNotFound("java/lang/String");
+  EXPECT_EQ(ObjectRecord(), Record(kNoEnvironment, 0));
+  EXPECT_EQ(Log(), (Lines{"slot 12 FindClass", kEnvironment, "slot 59 CaptureException"}));
+}
+
+TEST_F(ClassLookup, WithoutAnEnvironmentARecordThatIsThereStays) {
+  TakeEnvironmentAway();
+  GiveObjectRecord(L"from before", 7);
+  ExpectNotFound("java/lang/String");
+  EXPECT_EQ(ObjectRecord(), Record(L"from before", 7));
+  EXPECT_EQ(Log(), (Lines{"slot 12 FindClass", kEnvironment}));
+}
+
+TEST_F(ClassLookup, TheReasonWhyAThreadIsNotAttachedStays) {
+  Java().attachResult = JNI_ERR;
+  std::thread([this] { ExpectNotFound("java/lang/String"); }).join();
+  EXPECT_EQ(ObjectRecord(), Record(L"Java VM not initialized properly. Cannot proceed!!", 0));
+  EXPECT_EQ(Log(), (Lines{"AttachCurrentThread()"}));
+}
+
+// -- the fallback of a joined JVM --
+
+class Fallback : public ClassLookup {
+ protected:
+  // A service object that has its loader already.
+  void GiveLoader() {
+    Watch().Replace(
+        55, +[](void*, IQvString** text) -> int32_t { return QvshrCreateString(L"a.jar", text); });
+    qv_jclass found = nullptr;
+    Java().loaderClasses = {"first.One"};
+    EXPECT_EQ(Api().FindClass(&found, "first/One"), S_OK);
+    Java().loaderClasses.clear();
+    m_localsBefore = LocalsLeft();
+    Log();
+  }
+  [[nodiscard]] int LocalsLeftSince() const { return LocalsLeft() - m_localsBefore; }
+
+  int m_localsBefore = 0;
+};
+
+const Lines kDirectLookup = {"slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()"};
+
+// From the widened name on, with a loader.
+Lines LoaderLookup(const std::string& dotted) {
+  const std::string string = '"' + dotted + '"';
+  return {"slot 58 ExceptionClear",
+          "ExceptionClear()",
+          "slot 14 NewString",
+          kEnvironment,
+          "NewString(" + string + ", " + std::to_string(dotted.size()) + ")",
+          "FindClass(\"java/net/URLClassLoader\")",
+          "slot 33 CallObjectMethod2",
+          kEnvironment,
+          "GetMethodID(java/net/URLClassLoader, \"loadClass\", \"(Ljava/lang/String;)Ljava/lang/Class;\")",
+          "CallObjectMethodV(global java/net/URLClassLoader(array), loadClass(Ljava/lang/String;)Ljava/lang/Class;, " +
+              string + ")"};
+}
+
+const Lines kDeleteString = {"slot 8 DeleteLocalRef", kEnvironment};
+
+TEST_F(Fallback, AClassIsLoadedByItsDottedName) {
+  GiveLoader();
+  Java().loaderClasses = {"com.acme.Widget"};
+  qv_jclass found = nullptr;
+  EXPECT_EQ(Api().FindClass(&found, "com/acme/Widget"), S_OK);
+  EXPECT_EQ(Java().Label(found), "com/acme/Widget");
+  EXPECT_EQ(Log(), kDirectLookup + Lines{"FindClass(\"com/acme/Widget\")"} + LoaderLookup("com.acme.Widget") +
+                       kNothingPending + kDeleteString + Lines{"DeleteLocalRef(\"com.acme.Widget\")"});
+  EXPECT_EQ(ObjectRecord(), kNoRecord);
+  EXPECT_EQ(LocalsLeftSince(), 2) << "the class found and that of the loader; the name is deleted";
+}
+
+TEST_F(Fallback, AClassThatTheLoaderDoesNotKnowGivesItsTextAndTheCallsCode) {
+  GiveLoader();
+  ExpectNotFound("no/Such");
+  constexpr char kText[] = "java.lang.ClassNotFoundException: no.Such";
+  EXPECT_EQ(ObjectRecord(), Record(ToWide(kText), -1001));
+  EXPECT_EQ(Log(), kDirectLookup + Lines{"FindClass(\"no/Such\")"} + LoaderLookup("no.Such") +
+                       CaptureOf("java.lang.ClassNotFoundException", kText) + kDeleteString +
+                       Lines{"DeleteLocalRef(\"no.Such\")"});
+  EXPECT_EQ(LocalsLeftSince(), 4) << "the loader's class, and what the capture leaves";
+}
+
+TEST_F(Fallback, ARecordFromBeforeIsFreedAndItsExceptionWithIt) {
+  GiveLoader();
+  Java().loaderClasses = {"com.acme.Widget"};
+  GiveObjectRecord(L"from before");
+  qv_jclass found = nullptr;
+  EXPECT_EQ(Api().FindClass(&found, "com/acme/Widget"), S_OK);
+  EXPECT_EQ(ObjectRecord(), kNoRecord);
+}
+
+TEST_F(Fallback, WithAnEmptyClassPathThereIsNoLoaderToCall) {
+  Watch().Replace(55, EmptyClassPath);
+  ExpectNotFound("no/Such");
+  EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+  EXPECT_EQ(GlobalsLeft(), 0);
+}
+
+TEST_F(Fallback, WhenNoLoaderCanBeBuiltTheRecordHasTheServicesOwnText) {
+  // The error of the JVM's own look-up was cleared before the build.
+  Watch().Replace(55, NoClassPath);
+  ExpectNotFound("no/Such");
+  EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
+}
+
+TEST_F(Fallback, WithoutTheLoadersClassThatErrorIsTheText) {
+  Watch().Replace(55, EmptyClassPath);
+  Java().classes.erase("java/net/URLClassLoader");
+  ExpectNotFound("no/Such");
+  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.NoClassDefFoundError: java/net/URLClassLoader", 0));
+}
+
+TEST_F(Fallback, WithoutTheNameAsAStringThatErrorIsTheText) {
+  GiveLoader();
+  Java().FailAt("NewString", 1, Fault::Throw);
+  ExpectNotFound("no/Such");
+  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: NewString", 0));
+  GiveObjectRecord(L"from before");
+  Java().FailAt("NewString", 1, Fault::Null);
+  ExpectNotFound("no/Such");
+  EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
+}
+
+TEST_F(Fallback, ANameThatFindsNoMemoryCountsAsNoString) {
+  GiveLoader();
+  const FailAllocation fault(1, kQvshrFailOnce);
+  ExpectNotFound("no/Such");
+  EXPECT_TRUE(fault.Fired());
+  EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
+  const Lines log = Log();
+  EXPECT_EQ(std::find(log.begin(), log.end(), "slot 14 NewString"), log.end());
+}
+
+TEST_F(Fallback, TheNameIsPassedOnWithEverySlashAsADot) {
+  GiveLoader();
+  for (const auto& [name, dotted] : {std::pair<const char*, const char*>{"Plain", "Plain"},
+                                     {"a/b/c$D", "a.b.c$D"},
+                                     {"/a//b/", ".a..b."},
+                                     {"a.b", "a.b"},
+                                     {"[La/b;", "[La.b;"},
+                                     {"", ""}}) {
+    ExpectNotFound(name);
+    EXPECT_EQ(ObjectRecord(), Record(L"java.lang.ClassNotFoundException: " + ToWide(dotted), -1001));
+  }
+  const std::string longName(5000, '/');
+  ExpectNotFound(longName.c_str());
+  EXPECT_EQ(ObjectRecord(),
+            Record((L"java.lang.ClassNotFoundException: " + std::wstring(5000, L'.')).substr(0, 511), -1001));
+}
+
+// What a replaced slot 33 was given.
+struct LoadCall {
+  qv_jclass* result;
+  qv_jclass cls;
+  qv_jobject object;
+  std::string method;
+  qv_jobject argument;
+};
+LoadCall g_load;
+qv_jclass g_loaded = nullptr;
+int32_t RecordLoad(void*, qv_jobject* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature,
+                   qv_jobject argument) {
+  g_load = {result, cls, object, std::string(name) + signature, argument};
+  *result = g_loaded;
+  return g_loaded != nullptr ? E_FAIL : S_OK;
+}
+
+TEST_F(Fallback, Slot33GetsTheCallersPointerEvenWithoutALoader) {
+  SlotTable& slots = Watch();
+  slots.Replace(55, EmptyClassPath);
+  slots.Replace(33, RecordLoad);
+  qv_jclass found = nullptr;
+  EXPECT_EQ(Api().FindClass(&found, "a/B"), E_FAIL);
+  EXPECT_EQ(g_load.result, &found);
+  EXPECT_EQ(Java().Label(g_load.cls), "java/net/URLClassLoader");
+  EXPECT_EQ(g_load.object, nullptr);
+  EXPECT_EQ(g_load.method, "loadClass(Ljava/lang/String;)Ljava/lang/Class;");
+  EXPECT_EQ(Java().Label(g_load.argument), "\"a.B\"");
+}
+
+TEST_F(Fallback, AClassThatCameBackCountsAndTheStatusIsThatOfTheBuild) {
+  static int32_t classPathStatus;
+  g_loaded = Jni().GivenClass("a/B");
+  SlotTable& slots = Watch();
+  slots.Replace(33, RecordLoad);
+  slots.Replace(
+      55, +[](void*, IQvString** text) -> int32_t {
+        QvshrCreateString(L"", text);
+        return classPathStatus;
+      });
+  for (const int32_t status : {0, 5}) {
+    classPathStatus = status;
+    qv_jclass found = nullptr;
+    EXPECT_EQ(Api().FindClass(&found, "a/B"), status);
+    EXPECT_EQ(found, g_loaded);
+  }
+  g_loaded = nullptr;
+}
+
+TEST_F(Fallback, ThroughSlots14And8GoesTheNameAsAString) {
+  static qv_jobject deleted;
+  static qv_jstring made;
+  made = Jni().GivenString(L"replaced");
+  GiveLoader();
+  SlotTable& slots = Watch();
+  slots.Replace(
+      14, +[](void*, qv_jstring* out, const wchar_t* text) -> int32_t {
+        EXPECT_STREQ(text, L"a.B");
+        *out = made;
+        return S_OK;
+      });
+  slots.Replace(
+      8, +[](void*, qv_jobject reference) -> int32_t {
+        deleted = reference;
+        return S_OK;
+      });
+  ExpectNotFound("a/B");
+  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.ClassNotFoundException: replaced", -1001));
+  EXPECT_EQ(deleted, made);
+}
+
+}  // namespace
+
+}  // namespace qvtest

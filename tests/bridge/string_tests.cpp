@@ -1,0 +1,181 @@
+// Java strings to and from the host's wide text.
+#include <string>
+#include <vector>
+
+#include "tests/bridge/bridge_test.h"
+#include "tests/support/import_hook.h"
+
+namespace qvtest {
+
+namespace {
+
+using Strings = BridgeTest;
+
+// What has gone wrong with strings before: nothing, surrogates whole and broken, the longest unit, much text.
+const std::vector<std::wstring> kTexts = {L"",
+                                          L"x",
+                                          L"Gr\x00FC\x00DF"
+                                          L"e",
+                                          L"\xD83D\xDE00",
+                                          L"\xD800",
+                                          L"\xDC00\xD800",
+                                          L"\xFFFF\xFFFE",
+                                          std::wstring(511, L'a'),
+                                          std::wstring(512, L'b'),
+                                          std::wstring(100000, L'c') + L"\xD83D\xDE00"};
+
+// The text that a reference to a string stands for.
+std::wstring TextBehind(FakeJni& jni, qv_jstring string) { return jni.Vm().Look(&jni, string, "the test")->text; }
+
+TEST_F(Strings, NewStringTakesEveryUnitBeforeTheNull) {
+  for (const std::wstring& text : kTexts) {
+    SCOPED_TRACE(text.size());
+    qv_jstring string = this;
+    Watch();
+    EXPECT_EQ(Api().NewString(&string, text.c_str()), S_OK);
+    EXPECT_EQ(TextBehind(Jni(), string), text);
+    const Lines log = Log();
+    ASSERT_EQ(log.size(), 3u);
+    EXPECT_EQ((Lines{log.begin(), log.begin() + 2}), (Lines{"slot 14 NewString", kEnvironment}));
+    EXPECT_TRUE(log[2].ends_with(", " + std::to_string(text.size()) + ")")) << log[2];
+    Renew();
+  }
+}
+
+TEST_F(Strings, NewStringThatGivesNothingIsAFailure) {
+  for (const Fault fault : {Fault::Null, Fault::Throw}) {
+    Java().FailAt("NewString", 1, fault);
+    qv_jstring string = this;
+    EXPECT_EQ(Api().NewString(&string, L"x"), E_FAIL);
+    EXPECT_EQ(string, nullptr);
+  }
+  EXPECT_EQ(ObjectRecord(), kNoRecord);
+}
+
+TEST_F(Strings, TheLengthCountsUnits) {
+  for (const std::wstring& text : kTexts) {
+    int32_t length = -1;
+    EXPECT_EQ(Api().GetStringLength(&length, Jni().GivenString(text)), S_OK);
+    EXPECT_EQ(length, static_cast<int32_t>(text.size()));
+  }
+  int32_t length = -1;
+  EXPECT_EQ(Api().GetStringLength(&length, Jni().GivenString(std::wstring(L"a\0b", 3))), S_OK);
+  EXPECT_EQ(length, 3);
+}
+
+TEST_F(Strings, CopyingAsksForTheLengthThenTheCharactersThenReleases) {
+  const jstring string = Jni().GivenString(L"copied");
+  wchar_t buffer[512];
+  int32_t size = 512;
+  Watch();
+  EXPECT_EQ(Api().GetStringChars(buffer, &size, string), S_OK);
+  EXPECT_STREQ(buffer, L"copied");
+  EXPECT_EQ(Log(), (Lines{"slot 16 GetStringChars", kEnvironment, "slot 15 GetStringLength", kEnvironment,
+                          "GetStringLength(\"copied\")", "GetStringChars(\"copied\")",
+                          "ReleaseStringChars(\"copied\", characters)"}));
+  EXPECT_EQ(size, 512);
+}
+
+TEST_F(Strings, CopyingAnEmptyStringGivesAnEmptyBuffer) {
+  wchar_t buffer[512] = L"before";
+  int32_t size = 512;
+  EXPECT_EQ(Api().GetStringChars(buffer, &size, Jni().GivenString(L"")), S_OK);
+  EXPECT_STREQ(buffer, L"");
+}
+
+TEST_F(Strings, CopyingIgnoresTheSizeAndWritesTheWholeStringAndItsNull) {
+  std::vector<std::wstring> texts = kTexts;
+  texts.emplace_back(L"with\0null\0s", 11);
+  for (const std::wstring& text : texts) {
+    SCOPED_TRACE(text.size());
+    const jstring string = Jni().GivenString(text);
+    int32_t tooSmall = 1;
+    for (int32_t* size : {&tooSmall, static_cast<int32_t*>(nullptr)}) {
+      std::wstring buffer(text.size() + 2, L'#');
+      EXPECT_EQ(Api().GetStringChars(buffer.data(), size, string), S_OK);
+      EXPECT_EQ(buffer, text + L'\0' + L'#') << "the string, one null, and nothing behind it";
+    }
+  }
+}
+
+TEST_F(Strings, CopyingWithoutCharactersReleasesAllTheSame) {
+  const jstring string = Jni().GivenString(L"x");
+  for (const Fault fault : {Fault::Null, Fault::Throw}) {
+    wchar_t buffer[512] = L"before";
+    Java().FailAt("GetStringChars", 1, fault);
+    EXPECT_EQ(Api().GetStringChars(buffer, nullptr, string), E_FAIL);
+    EXPECT_STREQ(buffer, L"");
+    EXPECT_EQ(Log(), (Lines{"GetStringLength(\"x\")", "GetStringChars(\"x\")", "ReleaseStringChars(\"x\", null)"}));
+    Jni().SetPending(nullptr);
+  }
+}
+
+int32_t g_length = 0;
+int32_t LengthFails(void*, int32_t*, qv_jstring) { return E_FAIL; }
+int32_t ShorterLength(void*, int32_t* length, qv_jstring) {
+  *length = g_length;
+  return S_OK;
+}
+
+TEST_F(Strings, CopyingTakesItsLengthFromSlot15) {
+  const jstring string = Jni().GivenString(L"whole");
+  wchar_t buffer[512] = L"before";
+  SlotTable& slots = Watch();
+  slots.Replace(15, LengthFails);
+  EXPECT_EQ(Api().GetStringChars(buffer, nullptr, string), E_FAIL);
+  EXPECT_STREQ(buffer, L"");
+  EXPECT_EQ(Log(), (Lines{"slot 16 GetStringChars", kEnvironment, "slot 15 GetStringLength"}));
+  slots.Replace(15, ShorterLength);
+  g_length = 2;
+  EXPECT_EQ(Api().GetStringChars(buffer, nullptr, string), S_OK);
+  EXPECT_STREQ(buffer, L"wh");
+}
+
+TEST_F(Strings, AHostStringIsMadeOfTheCharacters) {
+  for (const std::wstring& text : kTexts) {
+    SCOPED_TRACE(text.size());
+    auto* host = reinterpret_cast<IQvString*>(this);
+    EXPECT_EQ(Api().GetStringValue(&host, Jni().GivenString(text)), S_OK);
+    EXPECT_EQ(TakeText(host), text);
+  }
+}
+
+TEST_F(Strings, AHostStringEndsAtAnEmbeddedNull) {
+  IQvString* host = nullptr;
+  EXPECT_EQ(Api().GetStringValue(&host, Jni().GivenString(std::wstring(L"a\0b", 3))), S_OK);
+  EXPECT_EQ(TakeText(host), L"a");
+}
+
+int32_t g_createStatus = 0;
+int32_t AnswerCreateString(const wchar_t*, IQvString**) { return g_createStatus; }
+
+TEST_F(Strings, AHostStringHasTheStatusOfItsMakingAndTheCharactersAreReleased) {
+  const jstring string = Jni().GivenString(L"x");
+  const ImportHook hook(nullptr, "qvshr.dll", 3, reinterpret_cast<void*>(&AnswerCreateString));
+  Watch();
+  for (const int32_t status : {E_OUTOFMEMORY, E_FAIL, S_FALSE}) {
+    g_createStatus = status;
+    auto* host = reinterpret_cast<IQvString*>(this);
+    EXPECT_EQ(Api().GetStringValue(&host, string), status);
+    EXPECT_EQ(host, nullptr);
+    EXPECT_EQ(Log(), (Lines{"slot 17 GetStringValue", kEnvironment, "GetStringChars(\"x\")",
+                            "ReleaseStringChars(\"x\", characters)"}));
+  }
+}
+
+TEST_F(Strings, WithoutCharactersThereIsNoHostStringAndTheyAreReleasedAllTheSame) {
+  const jstring string = Jni().GivenString(L"x");
+  for (const Fault fault : {Fault::Null, Fault::Throw}) {
+    Java().FailAt("GetStringChars", 1, fault);
+    auto* host = reinterpret_cast<IQvString*>(this);
+    EXPECT_EQ(Api().GetStringValue(&host, string), E_FAIL);
+    EXPECT_EQ(host, nullptr);
+    EXPECT_EQ(Log(), (Lines{"GetStringChars(\"x\")", "ReleaseStringChars(\"x\", null)"}));
+    Jni().SetPending(nullptr);
+  }
+  EXPECT_EQ(ObjectRecord(), kNoRecord);
+}
+
+}  // namespace
+
+}  // namespace qvtest
