@@ -1,0 +1,107 @@
+// Which runtime is chosen and what PATH becomes, decided from plain values.
+#include <set>
+#include <vector>
+
+#include "config/runtime_choice.h"
+#include "tests/unit/unit_fixture.h"
+
+namespace qvtest {
+namespace {
+
+class RuntimeChoiceTest : public LedgerTest {};
+
+TEST_F(RuntimeChoiceTest, OnlyTheNumber1InOneOrTwoCharactersKeepsTheCurrentRuntimeOut) {
+  const struct {
+    int32_t read;
+    const wchar_t* text;
+    bool disabled;
+  } rows[] = {{1, L"1", true},   {2, L"1", true},   {2, L" 1", true},   {2, L"1x", true}, {2, L"01", true},
+              {1, L"0", false},  {1, L"2", false},  {1, L"9", false},   {1, L"x", false}, {1, L" ", false},
+              {2, L"10", false}, {2, L"11", false}, {2, L"-1", false},  {0, L"1", false}, {0, L"", false},
+              {3, L"1", false},  {-1, L"1", false}, {1000, L"1", false}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(qv::CurrentRuntimeDisabled(row.read, row.text), row.disabled) << row.read << " of " << ToUtf8(row.text);
+  }
+}
+
+// What is probed below a home, and which folder is taken when these files are there.
+struct Probed {
+  qv::RuntimeProbe result;
+  std::wstring folder;
+  std::vector<std::wstring> probes;
+};
+
+Probed Find(const std::wstring& home, std::span<const std::wstring_view> folders, const std::set<std::wstring>& files) {
+  Probed probed;
+  qv::HostText folder;
+  const auto exists = [&](const wchar_t* path) {
+    probed.probes.emplace_back(path);
+    return files.contains(path);
+  };
+  probed.result = qv::FindJvmFolder(home, folders, exists, folder);
+  probed.folder = folder.View();
+  return probed;
+}
+
+TEST_F(RuntimeChoiceTest, BelowAJavaHomeFivePlacesAreTriedInThisOrder) {
+  const Probed probed = Find(L"H", qv::kJavaHomeFolders, {});
+  EXPECT_EQ(probed.result, qv::RuntimeProbe::NotFound);
+  EXPECT_EQ(probed.folder, L"");
+  EXPECT_EQ(probed.probes, (std::vector<std::wstring>{L"H\\BIN\\CLIENT\\JVM.DLL", L"H\\BIN\\SERVER\\JVM.DLL",
+                                                      L"H\\JRE\\BIN\\CLIENT\\JVM.DLL", L"H\\JRE\\BIN\\SERVER\\JVM.DLL",
+                                                      L"H\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
+}
+
+TEST_F(RuntimeChoiceTest, BelowTheInstallFolderThreePlacesAreTriedInThisOrder) {
+  const Probed probed = Find(L"C:\\I", qv::kInstallFolders, {});
+  EXPECT_EQ(probed.result, qv::RuntimeProbe::NotFound);
+  EXPECT_EQ(probed.probes,
+            (std::vector<std::wstring>{L"C:\\I\\JRE\\BIN\\CLIENT\\JVM.DLL", L"C:\\I\\JRE\\BIN\\SERVER\\JVM.DLL",
+                                       L"C:\\I\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
+}
+
+TEST_F(RuntimeChoiceTest, TheFirstPlaceWithAJvmIsTakenAndNoneIsTriedAfterIt) {
+  const Probed probed = Find(L"H", qv::kJavaHomeFolders, {L"H\\JRE\\BIN\\CLIENT\\JVM.DLL", L"H\\BIN\\SERVER\\JVM.DLL"});
+  EXPECT_EQ(probed.result, qv::RuntimeProbe::Found);
+  EXPECT_EQ(probed.folder, L"H\\BIN\\SERVER");
+  EXPECT_EQ(probed.probes.size(), 2u);
+}
+
+TEST_F(RuntimeChoiceTest, AHomeIsTakenAsItIsWritten) {
+  for (const wchar_t* home : {L"", L"C:\\", L"C:\\Java\\", L"a b;c", L"\\\\server\\share", L"C:/x"}) {
+    const std::wstring folder = home + std::wstring(L"\\BIN\\CLIENT");
+    EXPECT_EQ(Find(home, qv::kJavaHomeFolders, {folder + L"\\JVM.DLL"}).folder, folder);
+  }
+}
+
+TEST_F(RuntimeChoiceTest, WithoutMemoryForAPlaceNothingIsProbed) {
+  for (const uint64_t n : {1u, 2u}) {
+    const FailAllocation fault(n, kQvshrFailOnce);
+    const Probed probed = Find(L"H", qv::kJavaHomeFolders, {L"H\\BIN\\CLIENT\\JVM.DLL"});
+    EXPECT_EQ(probed.result, qv::RuntimeProbe::NoMemory) << "allocation " << n;
+    EXPECT_TRUE(probed.probes.empty()) << "allocation " << n;
+  }
+}
+
+TEST_F(RuntimeChoiceTest, ADiscoveredRuntimeStandsInFrontOfPathWithASeparatorBehindItEvenWhenThereWasNone) {
+  EXPECT_EQ(qv::SearchPathWithRuntime(L"C:\\J\\BIN\\SERVER", L"C:\\a;D:\\b").View(), L"C:\\J\\BIN\\SERVER;C:\\a;D:\\b");
+  EXPECT_EQ(qv::SearchPathWithRuntime(L"C:\\J", L"").View(), L"C:\\J;");
+  EXPECT_EQ(qv::SearchPathWithRuntime(L"C:\\J", L";;x;").View(), L"C:\\J;;;x;");
+}
+
+TEST_F(RuntimeChoiceTest, ConfiguredLocationsStandInFrontOfPathWithASeparatorOnlyWhenThereWasOne) {
+  EXPECT_EQ(qv::SearchPathWithConfigured(L"C:\\jdk", L"C:\\jre\\bin", L"C:\\a;D:\\b").View(),
+            L"C:\\jdk\\BIN;C:\\jre\\bin;C:\\a;D:\\b");
+  EXPECT_EQ(qv::SearchPathWithConfigured(L"C:\\jdk", L"C:\\jre\\bin", nullptr).View(), L"C:\\jdk\\BIN;C:\\jre\\bin");
+  EXPECT_EQ(qv::SearchPathWithConfigured(L"", L"", L"x").View(), L"\\BIN;;x");
+}
+
+TEST_F(RuntimeChoiceTest, ARuntimesLibrariesLieAboveTheFolderOfItsJvm) {
+  EXPECT_EQ(qv::RuntimeBinFolder(L"C:\\J\\BIN\\SERVER"), L"C:\\J\\BIN");
+  EXPECT_EQ(qv::RuntimeBinFolder(L"C:/J/bin/server"), L"C:/J/bin");
+  EXPECT_EQ(qv::RuntimeBinFolder(L"SERVER"), L"");
+  EXPECT_EQ(qv::RuntimeBinFolder(L""), L"");
+}
+
+}  // namespace
+}  // namespace qvtest

@@ -1,0 +1,536 @@
+// Runtime discovery with its effects: files in folders of the test's own, the real registry, the process's PATH.
+#include <vector>
+
+#include "tests/support/import_hook.h"
+#include "tests/support/message_box.h"
+#include "tests/unit/fake_key.h"
+#include "tests/unit/unit_fixture.h"
+
+namespace qvtest {
+namespace {
+
+constexpr wchar_t kJavaSoft[] = L"Software\\JavaSoft\\Java Runtime Environment";
+constexpr wchar_t kOldPath[] = L"C:\\old;D:\\older";
+
+// An unknown host, the service in "install", nothing that leads to a runtime.
+class RuntimeLocateTest : public LedgerTest {
+ protected:
+  [[nodiscard]] std::wstring Home() const { return m_folder.Path(L"home"); }
+  [[nodiscard]] std::wstring Install() const { return m_folder.Path(L"install"); }
+  void AddJvm(const std::wstring& relativeFolder) const { m_folder.WriteFile(relativeFolder + L"\\jvm.dll"); }
+  void RegisterCurrentRuntime(const std::wstring& home) {
+    m_registry.SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"1.8");
+    m_registry.SetText(Hive::Machine, std::wstring(kJavaSoft) + L"\\1.8", L"JavaHome", home);
+  }
+  void Configure(const wchar_t* root, const std::wstring& jdk, const std::wstring& jreBin) {
+    m_registry.SetText(Hive::Machine, std::wstring(root) + L"\\Java", L"JDKLocation", jdk);
+    m_registry.SetText(Hive::Machine, std::wstring(root) + L"\\Java", L"JREBinLocation", jreBin);
+  }
+  static std::wstring Path() { return ReadVariable(L"PATH").value_or(L"<absent>"); }
+  // Locates with a fresh configuration object and the usual PATH; gives what PATH is then.
+  std::wstring LocateAfresh(HostKind host = HostKind::Unknown) {
+    const EnvironmentScope path(L"PATH", kOldPath);
+    const ConfigObject config;
+    SetHost(*config, host);
+    EXPECT_TRUE(config->LocateJavaRuntime());
+    EXPECT_EQ(config->m_bRuntimeFound, Path() != kOldPath);
+    return Path();
+  }
+  // Locates and expects that nothing was found although the result is true.
+  void ExpectNothingFound(const char* what) { EXPECT_EQ(LocateAfresh(), kOldPath) << what; }
+
+  TempFolder m_folder;
+  LoadedModule m_service{m_folder, L"install\\qvjvm.dll"};
+  MessageBoxCatcher m_boxes;
+  RegistrySandbox m_registry;
+  EnvironmentScope m_path{L"PATH", kOldPath};
+  EnvironmentScope m_javaHome{L"JAVA_HOME", std::nullopt};
+  ConfigObject m_config;
+};
+
+// ---- below a Java home ----
+
+TEST_F(RuntimeLocateTest, EachOfTheFivePlacesBelowJavaHomeIsFound) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  AddJvm(L"install\\JRE\\bin\\client");
+  // From the last to the first, so that each new one is found before those after it.
+  for (const wchar_t* place :
+       {L"\\JRE\\BIN\\CLASSIC", L"\\JRE\\BIN\\SERVER", L"\\JRE\\BIN\\CLIENT", L"\\BIN\\SERVER", L"\\BIN\\CLIENT"}) {
+    AddJvm(L"home" + std::wstring(place));
+    EXPECT_EQ(LocateAfresh(), Home() + place + L";" + kOldPath);
+  }
+}
+
+TEST_F(RuntimeLocateTest, AJdkWithAJvmOnlyUnderJreBinClientGivesTheThirdCandidate) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  m_folder.MakeFolder(L"home\\bin\\client");
+  m_folder.MakeFolder(L"home\\bin\\server");
+  AddJvm(L"home\\jre\\bin\\client");
+  EXPECT_EQ(LocateAfresh(), Home() + L"\\JRE\\BIN\\CLIENT;" + kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, AFolderNamedLikeTheJvmCountsToo) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  m_folder.MakeFolder(L"home\\bin\\server\\jvm.dll");
+  EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\SERVER;" + kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, TheDiscoveredFolderIsRemembered) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  AddJvm(L"home\\bin\\server");
+  EXPECT_EQ(m_config->DiscoveredJvmFolder(), L"");
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_EQ(m_config->DiscoveredJvmFolder(), Home() + L"\\BIN\\SERVER");
+}
+
+TEST_F(RuntimeLocateTest, AJavaHomeThatPointsNowhereKeepsTheRegistryUnaskedAndTheInstallFolderIsNext) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", m_folder.Path(L"nowhere"));
+  AddJvm(L"home\\bin\\server");
+  AddJvm(L"install\\JRE\\bin\\server");
+  RegisterCurrentRuntime(Home());
+  EXPECT_EQ(LocateAfresh(), Install() + L"\\JRE\\BIN\\SERVER;" + kOldPath);
+  EXPECT_EQ(QvshrLedgerCalls(kQvshrCallOpenRegistryKey), 0u);
+}
+
+TEST_F(RuntimeLocateTest, AnEmptyJavaHomeCountsAsAbsent) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", L"");
+  AddJvm(L"home\\bin\\server");
+  RegisterCurrentRuntime(Home());
+  EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\SERVER;" + kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, JavaHomeComesBeforeTheRegistryAndTheInstallFolder) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  AddJvm(L"home\\jre\\bin\\classic");
+  AddJvm(L"other\\bin\\client");
+  AddJvm(L"install\\JRE\\bin\\client");
+  RegisterCurrentRuntime(m_folder.Path(L"other"));
+  EXPECT_EQ(LocateAfresh(), Home() + L"\\JRE\\BIN\\CLASSIC;" + kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, ALongJavaHomeIsNotCut) {
+  const std::wstring home = Home() + L"\\" + std::wstring(120, L'a') + L"\\" + std::wstring(120, L'b');
+  ASSERT_GT(home.size(), 260u);
+  const EnvironmentScope javaHome(L"JAVA_HOME", home);
+  const ImportHook everyFile(
+      nullptr, "GetFileAttributesW", +[](LPCWSTR) WINAPI { return DWORD{FILE_ATTRIBUTE_NORMAL}; });
+  EXPECT_EQ(LocateAfresh(), home + L"\\BIN\\CLIENT;" + kOldPath);
+}
+
+// ---- the registered current runtime ----
+
+TEST_F(RuntimeLocateTest, WithoutJavaHomeTheRegisteredCurrentRuntimeIsUsed) {
+  AddJvm(L"home\\bin\\client");
+  AddJvm(L"install\\JRE\\bin\\client");
+  RegisterCurrentRuntime(Home());
+  m_registry.SetText(Hive::Machine, std::wstring(kJavaSoft) + L"\\1.4", L"JavaHome", m_folder.Path(L"old"));
+  EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\CLIENT;" + kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, EveryMissingStepInTheRegistryEndsTheSearchThere) {
+  AddJvm(L"home\\bin\\client");
+  const std::wstring key = kJavaSoft;
+  ExpectNothingFound("no key");
+  m_registry.SetText(Hive::Machine, key + L"\\1.8", L"JavaHome", Home());
+  ExpectNothingFound("no CurrentVersion");
+  m_registry.SetText(Hive::Machine, key, L"CurrentVersion", L"1.9");
+  ExpectNothingFound("no key of the current version");
+  m_registry.CreateKey(Hive::Machine, key + L"\\1.9");
+  ExpectNothingFound("no JavaHome");
+  m_registry.SetRaw(Hive::Machine, key + L"\\1.9", L"JavaHome", REG_BINARY, {'C', 0, ':', 0, 0, 0});
+  ExpectNothingFound("JavaHome is no text");
+  m_registry.SetText(Hive::Machine, key + L"\\1.9", L"JavaHome", L"");
+  ExpectNothingFound("JavaHome is empty");
+  m_registry.SetRaw(Hive::Machine, key, L"CurrentVersion", REG_DWORD, {8, 0, 0, 0});
+  ExpectNothingFound("CurrentVersion is no text");
+  m_registry.SetText(Hive::Machine, key, L"CurrentVersion", L"1.8");
+  EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\CLIENT;" + kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, RegisteredValuesWithoutATerminatorAreReadToTheirEnd) {
+  AddJvm(L"home\\bin\\client");
+  m_registry.SetRaw(Hive::Machine, kJavaSoft, L"CurrentVersion", REG_SZ, {'1', 0, '.', 0, '8', 0});
+  const std::wstring home = Home();
+  const auto* const first = reinterpret_cast<const unsigned char*>(home.data());
+  m_registry.SetRaw(Hive::Machine, std::wstring(kJavaSoft) + L"\\1.8", L"JavaHome", REG_EXPAND_SZ,
+                    {first, first + home.size() * sizeof(wchar_t)});
+  EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\CLIENT;" + kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, TheRegistryIsOpenedWithReadAccessAndEveryKeyIsReleased) {
+  FakeKey key;
+  key.values[L"CurrentVersion"].text = L"17.0.1";
+  key.values[L"JavaHome"].text = L"C:\\nowhere";
+  {
+    const FakeRegistry registry(key);
+    EXPECT_EQ(LocateAfresh(), kOldPath);
+    ASSERT_FALSE(registry.Requests().empty());
+    EXPECT_EQ(registry.Requests()[0], (FakeRegistry::Request{HKEY_LOCAL_MACHINE, kJavaSoft, 0x20019}));
+  }
+  ASSERT_FALSE(key.opened.empty());
+  EXPECT_EQ(key.opened[0], (std::pair<std::wstring, uint32_t>{L"17.0.1", 0x20019}));
+  EXPECT_EQ(key.references, 1u);
+}
+
+// ---- the setting that keeps the current runtime out ----
+
+TEST_F(RuntimeLocateTest, Setting1SkipsJavaHomeAndTheRegistry) {
+  AddJvm(L"home\\bin\\client");
+  AddJvm(L"install\\JRE\\bin\\classic");
+  RegisterCurrentRuntime(Home());
+  QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", L"1");
+  const std::wstring privateRuntime = Install() + L"\\JRE\\BIN\\CLASSIC;" + kOldPath;
+  EXPECT_EQ(LocateAfresh(), privateRuntime);
+  EXPECT_EQ(QvshrLedgerCalls(kQvshrCallOpenRegistryKey), 0u);
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  EXPECT_EQ(LocateAfresh(), privateRuntime);
+}
+
+TEST_F(RuntimeLocateTest, OtherSettingsKeepJavaHome) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  AddJvm(L"home\\bin\\client");
+  AddJvm(L"install\\JRE\\bin\\client");
+  const std::wstring current = Home() + L"\\BIN\\CLIENT;" + kOldPath;
+  EXPECT_EQ(LocateAfresh(), current) << "no setting at all";
+  for (const wchar_t* setting : {L"0", L"2", L"", L"x", L" 1", L"-1", L"01"}) {
+    QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", setting);
+    EXPECT_EQ(LocateAfresh(), current) << ToUtf8(setting);
+  }
+}
+
+TEST_F(RuntimeLocateTest, OfALongerSettingTheFirstCharacterCounts) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  AddJvm(L"home\\bin\\client");
+  AddJvm(L"install\\JRE\\bin\\client");
+  QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", L"10");
+  EXPECT_EQ(LocateAfresh(), Install() + L"\\JRE\\BIN\\CLIENT;" + kOldPath);
+  QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", L"21");
+  EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\CLIENT;" + kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, TheSettingIsAskedForOnceWithItsDefaultAndTwoCharacters) {
+  static std::vector<std::wstring> asked;
+  asked.clear();
+  const ImportHook setting(
+      nullptr, "qvshr.dll", 10,
+      reinterpret_cast<void*>(
+          +[](const wchar_t* section, const wchar_t* key, const wchar_t* fallback, wchar_t* out, int32_t capacity) {
+            asked.push_back(std::wstring(section) + L"|" + key + L"|" + fallback + L"|" + std::to_wstring(capacity));
+            out[0] = L'0';
+            out[1] = L'\0';
+            return int32_t{1};
+          }));
+  EXPECT_EQ(LocateAfresh(), kOldPath);
+  EXPECT_EQ(asked, (std::vector<std::wstring>{L"QV|QVJRENOTUSECURRENT|0|2"}));
+}
+
+// ---- the install folder ----
+
+TEST_F(RuntimeLocateTest, EachOfTheThreePlacesBelowTheInstallFolderIsFound) {
+  for (const wchar_t* place : {L"\\JRE\\BIN\\CLASSIC", L"\\JRE\\BIN\\SERVER", L"\\JRE\\BIN\\CLIENT"}) {
+    AddJvm(L"install" + std::wstring(place));
+    EXPECT_EQ(LocateAfresh(), Install() + place + L";" + kOldPath);
+  }
+}
+
+TEST_F(RuntimeLocateTest, BinRightBelowTheInstallFolderIsNotTried) {
+  AddJvm(L"install\\bin\\client");
+  AddJvm(L"install\\bin\\server");
+  ExpectNothingFound("a runtime that lies in the install folder itself");
+}
+
+TEST_F(RuntimeLocateTest, TheFilesTriedComeInThisOrder) {
+  static std::vector<std::wstring> tried;
+  tried.clear();
+  const EnvironmentScope javaHome(L"JAVA_HOME", L"H");
+  {
+    const ImportHook files(
+        nullptr, "GetFileAttributesW", +[](LPCWSTR path) WINAPI {
+          tried.emplace_back(path);
+          return DWORD{INVALID_FILE_ATTRIBUTES};
+        });
+    EXPECT_TRUE(m_config->LocateJavaRuntime());
+  }
+  EXPECT_EQ(tried, (std::vector<std::wstring>{
+                       L"H\\BIN\\CLIENT\\JVM.DLL", L"H\\BIN\\SERVER\\JVM.DLL", L"H\\JRE\\BIN\\CLIENT\\JVM.DLL",
+                       L"H\\JRE\\BIN\\SERVER\\JVM.DLL", L"H\\JRE\\BIN\\CLASSIC\\JVM.DLL",
+                       Install() + L"\\JRE\\BIN\\CLIENT\\JVM.DLL", Install() + L"\\JRE\\BIN\\SERVER\\JVM.DLL",
+                       Install() + L"\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
+}
+
+TEST_F(RuntimeLocateTest, WithoutThePathOfTheServiceTheResultIsFalse) {
+  AddJvm(L"install\\JRE\\bin\\client");
+  const ImportHook names(
+      nullptr, "GetModuleFileNameW", +[](HMODULE, LPWSTR, DWORD) WINAPI { return DWORD{0}; });
+  EXPECT_FALSE(m_config->LocateJavaRuntime());
+  EXPECT_FALSE(m_config->m_bRuntimeFound);
+  EXPECT_EQ(Path(), kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, WithoutTheFolderOfTheServiceTheResultIsFalse) {
+  AddJvm(L"install\\JRE\\bin\\client");
+  const FailCall fault(kQvshrCallGetDirectory, 1);
+  EXPECT_FALSE(m_config->LocateJavaRuntime());
+  EXPECT_FALSE(m_config->m_bRuntimeFound);
+  EXPECT_EQ(Path(), kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, AServicePathThatFillsItsBufferIsNotReadPastItsEnd) {
+  const ImportHook names(
+      nullptr, "GetModuleFileNameW", +[](HMODULE, LPWSTR buffer, DWORD capacity) WINAPI {
+        std::fill_n(buffer, capacity, L'p');
+        buffer[2] = L'\\';
+        return capacity;
+      });
+  static std::vector<std::wstring> tried;
+  tried.clear();
+  const ImportHook files(
+      nullptr, "GetFileAttributesW", +[](LPCWSTR path) WINAPI {
+        tried.emplace_back(path);
+        return DWORD{INVALID_FILE_ATTRIBUTES};
+      });
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_EQ(tried, (std::vector<std::wstring>{L"pp\\JRE\\BIN\\CLIENT\\JVM.DLL", L"pp\\JRE\\BIN\\SERVER\\JVM.DLL",
+                                              L"pp\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
+}
+
+// ---- nothing found ----
+
+TEST_F(RuntimeLocateTest, NoRuntimeAnywhereIsTrueAndFindsNothing) {
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_FALSE(m_config->m_bRuntimeFound);
+  EXPECT_EQ(Path(), kOldPath);
+  EXPECT_EQ(m_config->DiscoveredJvmFolder(), L"");
+  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
+}
+
+TEST_F(RuntimeLocateTest, TheConfiguredLocationsAreAnUnknownHostsLastResort) {
+  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre\\bin");
+  EXPECT_EQ(LocateAfresh(), std::wstring(L"C:\\jdk\\BIN;C:\\jre\\bin;") + kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, AFailedSearchIsRepeatedByTheNextCall) {
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_FALSE(m_config->m_bRuntimeFound);
+  AddJvm(L"install\\JRE\\bin\\server");
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_TRUE(m_config->m_bRuntimeFound);
+  EXPECT_EQ(Path(), Install() + L"\\JRE\\BIN\\SERVER;" + kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, ASecondCallAfterSuccessIsTrueAndLeavesPathUnchanged) {
+  AddJvm(L"install\\JRE\\bin\\server");
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  const std::wstring found = Path();
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  AddJvm(L"home\\bin\\client");
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_EQ(Path(), found);
+  SetHost(*m_config, HostKind::Quovant);
+  EXPECT_TRUE(m_config->LocateJavaRuntime()) << "whatever the host is";
+  EXPECT_EQ(Path(), found);
+}
+
+// ---- PATH ----
+
+TEST_F(RuntimeLocateTest, TheOldPathIsKeptUnitForUnit) {
+  AddJvm(L"install\\JRE\\bin\\server");
+  const std::wstring runtime = Install() + L"\\JRE\\BIN\\SERVER;";
+  for (const std::wstring& old :
+       {std::wstring(L"C:\\a"), std::wstring(L";"), std::wstring(L";;C:\\a;;"), std::wstring(L" C:\\a ; \"C:\\b c\" "),
+        std::wstring(L"%SystemRoot%;C:/x"), std::wstring(L"\xD83D;\xDE00;\x4E2D\xFFFF"), std::wstring(L"a=b"),
+        std::wstring(1023, L'p'), std::wstring(1024, L'p'), std::wstring(1025, L'p'), std::wstring(30000, L'p')}) {
+    const EnvironmentScope path(L"PATH", old);
+    const ConfigObject config;
+    EXPECT_TRUE(config->LocateJavaRuntime());
+    EXPECT_TRUE(Path() == runtime + old) << old.size() << " units: " << ToUtf8(old.substr(0, 40));
+  }
+}
+
+TEST_F(RuntimeLocateTest, WithoutAPathTheRuntimeStandsThereWithASeparatorBehindIt) {
+  AddJvm(L"install\\JRE\\bin\\server");
+  for (const std::optional<std::wstring>& old : {std::optional<std::wstring>(), std::optional<std::wstring>(L"")}) {
+    const EnvironmentScope path(L"PATH", old);
+    const ConfigObject config;
+    EXPECT_TRUE(config->LocateJavaRuntime());
+    EXPECT_EQ(Path(), Install() + L"\\JRE\\BIN\\SERVER;");
+  }
+}
+
+// SetEnvironmentVariableW with a result of the test's own for each call; what is not listed goes through.
+class PathWrites {
+ public:
+  explicit PathWrites(std::vector<BOOL> results) : m_hook(nullptr, "SetEnvironmentVariableW", &Answer) {
+    s_results = std::move(results);
+    s_written.clear();
+  }
+  [[nodiscard]] const std::vector<std::wstring>& Written() const { return s_written; }
+
+ private:
+  static BOOL WINAPI Answer(LPCWSTR name, LPCWSTR value) {
+    s_written.push_back(std::wstring(name) + L"=" + value);
+    const size_t call = s_written.size() - 1;
+    return call < s_results.size() ? s_results[call] : TRUE;
+  }
+
+  static inline std::vector<BOOL> s_results;
+  static inline std::vector<std::wstring> s_written;
+  ImportHook m_hook;
+};
+
+TEST_F(RuntimeLocateTest, APathThatCannotBeSetForJavaHomeIsTriedWithTheInstallFolder) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  AddJvm(L"home\\bin\\client");
+  AddJvm(L"install\\JRE\\bin\\client");
+  const PathWrites writes({FALSE, TRUE});
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_TRUE(m_config->m_bRuntimeFound);
+  EXPECT_EQ(writes.Written(), (std::vector<std::wstring>{L"PATH=" + Home() + L"\\BIN\\CLIENT;" + kOldPath,
+                                                         L"PATH=" + Install() + L"\\JRE\\BIN\\CLIENT;" + kOldPath}));
+  EXPECT_EQ(m_config->DiscoveredJvmFolder(), Install() + L"\\JRE\\BIN\\CLIENT");
+}
+
+TEST_F(RuntimeLocateTest, APathThatCannotBeSetForTheInstallFolderIsFalse) {
+  AddJvm(L"install\\JRE\\bin\\client");
+  const PathWrites writes({FALSE});
+  EXPECT_FALSE(m_config->LocateJavaRuntime());
+  EXPECT_FALSE(m_config->m_bRuntimeFound);
+  EXPECT_EQ(writes.Written().size(), 1u);
+}
+
+TEST_F(RuntimeLocateTest, AnySuccessOfSettingPathIsEnoughForJavaHome) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  AddJvm(L"home\\bin\\client");
+  const PathWrites writes({2});
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_TRUE(m_config->m_bRuntimeFound);
+}
+
+TEST_F(RuntimeLocateTest, TheInstallFolderNeedsTheResult1AlthoughAnyOtherSuccessCountsAsFound) {
+  AddJvm(L"install\\JRE\\bin\\client");
+  const PathWrites writes({2});
+  EXPECT_FALSE(m_config->LocateJavaRuntime());
+  EXPECT_TRUE(m_config->m_bRuntimeFound);
+}
+
+// ---- a known host ----
+
+class ConfiguredPathTest : public RuntimeLocateTest {
+ protected:
+  ConfiguredPathTest() { SetHost(*m_config, HostKind::Quovant); }
+};
+
+TEST_F(ConfiguredPathTest, EachKnownHostUsesTheLocationsBelowItsOwnRoot) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  AddJvm(L"home\\bin\\client");
+  AddJvm(L"install\\JRE\\bin\\client");
+  RegisterCurrentRuntime(Home());
+  Configure(kQuovantRoot, L"C:\\jdk q", L"C:\\jre q");
+  Configure(kTableroRoot, L"C:\\jdk t", L"C:\\jre t");
+  Configure(kLoomhallRoot, L"C:\\jdk l", L"C:\\jre l");
+  EXPECT_EQ(LocateAfresh(HostKind::Quovant), std::wstring(L"C:\\jdk q\\BIN;C:\\jre q;") + kOldPath);
+  EXPECT_EQ(LocateAfresh(HostKind::Tablero), std::wstring(L"C:\\jdk t\\BIN;C:\\jre t;") + kOldPath);
+  EXPECT_EQ(LocateAfresh(HostKind::Loomhall), std::wstring(L"C:\\jdk l\\BIN;C:\\jre l;") + kOldPath);
+}
+
+TEST_F(ConfiguredPathTest, AMissingLocationIsFalseWithoutASearchAndWithoutAMessageBox) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  AddJvm(L"home\\bin\\client");
+  const std::wstring java = std::wstring(kQuovantRoot) + L"\\Java";
+  EXPECT_FALSE(m_config->LocateJavaRuntime()) << "no root";
+  m_registry.CreateKey(Hive::Machine, java);
+  EXPECT_FALSE(m_config->LocateJavaRuntime()) << "no values";
+  m_registry.SetText(Hive::Machine, java, L"JDKLocation", L"C:\\jdk");
+  EXPECT_FALSE(m_config->LocateJavaRuntime()) << "no JREBinLocation";
+  m_registry.DeleteValue(Hive::Machine, java, L"JDKLocation");
+  m_registry.SetText(Hive::Machine, java, L"JREBinLocation", L"C:\\jre");
+  EXPECT_FALSE(m_config->LocateJavaRuntime()) << "no JDKLocation";
+  EXPECT_FALSE(m_config->m_bRuntimeFound);
+  EXPECT_EQ(Path(), kOldPath);
+  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
+}
+
+TEST_F(ConfiguredPathTest, AnEmptyLocationIsRefused) {
+  const struct {
+    const char* name;
+    const wchar_t* jdk;
+    const wchar_t* jre;
+  } rows[] = {{"JDKLocation", L"", L"C:\\jre"}, {"JREBinLocation", L"C:\\jdk", L""}, {"both", L"", L""}};
+  for (const auto& row : rows) {
+    Configure(kQuovantRoot, row.jdk, row.jre);
+    EXPECT_FALSE(m_config->PrepareConfiguredPath()) << row.name;
+    EXPECT_FALSE(m_config->m_bRuntimeFound) << row.name;
+    EXPECT_EQ(Path(), kOldPath) << row.name;
+  }
+}
+
+TEST_F(ConfiguredPathTest, ALocationThatIsNoTextIsMissing) {
+  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
+  m_registry.SetRaw(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java", L"JDKLocation", REG_BINARY, {1, 2, 3});
+  EXPECT_FALSE(m_config->PrepareConfiguredPath());
+  EXPECT_EQ(Path(), kOldPath);
+}
+
+TEST_F(ConfiguredPathTest, AnAbsentObjectPassesTheTestForAnEmptyText) {
+  FakeKey key;
+  key.values[L"JDKLocation"].status = 0;
+  key.values[L"JREBinLocation"].text = L"C:\\jre";
+  const FakeRegistry registry(key);
+  EXPECT_TRUE(m_config->PrepareConfiguredPath());
+  EXPECT_TRUE(m_config->m_bRuntimeFound);
+  EXPECT_EQ(Path(), std::wstring(L"\\BIN;C:\\jre;") + kOldPath);
+}
+
+TEST_F(ConfiguredPathTest, TheOldPathIsKeptUnitForUnit) {
+  Configure(kQuovantRoot, L"C:\\j d k", L"\x4E2D\\bin");
+  for (const std::wstring& old : {std::wstring(L"C:\\a"), std::wstring(L";;"), std::wstring(L"\xD83D;\xDE00"),
+                                  std::wstring(1024, L'p'), std::wstring(30000, L'p')}) {
+    const EnvironmentScope path(L"PATH", old);
+    const ConfigObject config;
+    EXPECT_TRUE(config->PrepareConfiguredPath());
+    EXPECT_TRUE(Path() == L"C:\\j d k\\BIN;\x4E2D\\bin;" + old) << old.size() << " units";
+  }
+}
+
+TEST_F(ConfiguredPathTest, WithoutAPathNoSeparatorStandsAtTheEnd) {
+  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
+  for (const std::optional<std::wstring>& old : {std::optional<std::wstring>(), std::optional<std::wstring>(L"")}) {
+    const EnvironmentScope path(L"PATH", old);
+    const ConfigObject config;
+    EXPECT_TRUE(config->PrepareConfiguredPath());
+    EXPECT_EQ(Path(), L"C:\\jdk\\BIN;C:\\jre");
+  }
+}
+
+TEST_F(ConfiguredPathTest, APathThatCannotBeSetIsFalseAndNothingIsFound) {
+  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
+  const PathWrites writes({FALSE});
+  EXPECT_FALSE(m_config->LocateJavaRuntime());
+  EXPECT_FALSE(m_config->m_bRuntimeFound);
+}
+
+TEST_F(ConfiguredPathTest, OnlyTheResult1OfSettingPathIsTrueAlthoughAnyOtherSuccessCountsAsFound) {
+  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
+  const PathWrites writes({2});
+  EXPECT_FALSE(m_config->PrepareConfiguredPath());
+  EXPECT_TRUE(m_config->m_bRuntimeFound);
+}
+
+TEST_F(ConfiguredPathTest, ASecondCallAfterSuccessLeavesPathUnchanged) {
+  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  const std::wstring found = Path();
+  Configure(kQuovantRoot, L"C:\\other", L"C:\\other");
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_EQ(Path(), found);
+}
+
+TEST_F(ConfiguredPathTest, AFailedCallIsRepeatedByTheNext) {
+  EXPECT_FALSE(m_config->LocateJavaRuntime());
+  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_EQ(Path(), std::wstring(L"C:\\jdk\\BIN;C:\\jre;") + kOldPath);
+}
+
+}  // namespace
+}  // namespace qvtest
