@@ -34,13 +34,16 @@ is_present() {
   esac
 }
 
-# Prints the packages of packages.list that are not there, one per line.
+# Lists of packages; a script with needs of its own adds to them.
+qv_package_lists=("$qv_root/tools/packages.list")
+
+# Prints the packages of these lists that are not there, one per line.
 missing_packages() {
   local package probe
   while read -r package probe; do
     case $package in '' | '#'*) continue ;; esac
     is_present "$probe" || printf '%s\n' "$package"
-  done <"$qv_root/tools/packages.list"
+  done < <(cat "${qv_package_lists[@]}")
 }
 
 # Installs what is missing; without the rights for that, names it and the line that installs it.

@@ -4,7 +4,7 @@
 #include <memory>
 #include <thread>
 
-#include "bench/host.h"
+#include "benchmarks/host.h"
 
 namespace {
 

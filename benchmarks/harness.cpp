@@ -1,4 +1,4 @@
-#include "bench/harness.h"
+#include "benchmarks/harness.h"
 
 #include <windows.h>
 

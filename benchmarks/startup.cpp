@@ -8,8 +8,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "bench/host.h"
-#include "bench/registry_keys.h"
+#include "benchmarks/host.h"
+#include "benchmarks/registry_keys.h"
 #include "config/jvm_config_info.h"
 #include "service/output_log.h"
 #include "service/process_events.h"

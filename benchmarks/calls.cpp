@@ -2,7 +2,7 @@
 #include <cstdarg>
 #include <cstring>
 
-#include "bench/host.h"
+#include "benchmarks/host.h"
 #include "host/qvshr.h"
 
 namespace {

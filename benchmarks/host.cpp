@@ -1,4 +1,4 @@
-#include "bench/host.h"
+#include "benchmarks/host.h"
 
 #include <CLI/CLI.hpp>
 
@@ -22,7 +22,13 @@ CommandLine ReadCommandLine(int argc, char** argv) {
 }
 
 Host::Host() {
-  m_library = Need(LoadLibraryW(L"qvjvm.dll"), "qvjvm.dll");
+  // Beside the program, or one folder up for the program that lies beside the ledger build of the host library.
+  wchar_t program[1024];
+  GetModuleFileNameW(nullptr, program, 1024);
+  const std::filesystem::path folder = std::filesystem::path(program).parent_path();
+  m_library = LoadLibraryW((folder / L"qvjvm.dll").c_str());
+  if (m_library == nullptr) m_library = LoadLibraryW((folder.parent_path() / L"qvjvm.dll").c_str());
+  Need(m_library, "qvjvm.dll");
   const auto find = [&](const char* name) { return reinterpret_cast<void*>(GetProcAddress(m_library, name)); };
   m_create = Need(reinterpret_cast<QV_CreateJavaVMFn>(find("QV_CreateJavaVM")), "QV_CreateJavaVM");
   Need(reinterpret_cast<QV_SetJavaVMDebugModeFn>(find("QV_SetJavaVMDebugMode")), "QV_SetJavaVMDebugMode")(0);
@@ -35,6 +41,12 @@ Host::~Host() {
 }
 
 JNIEnv* Host::Env() const { return Need(static_cast<JNIEnv*>(QV_AcquireThreadEnv(m_vm)), "a JNI environment"); }
+
+std::wstring Host::LibraryPath() const {
+  wchar_t path[1024];
+  GetModuleFileNameW(m_library, path, 1024);
+  return path;
+}
 
 JavaVM* Host::Jvm() const {
   JavaVM* jvm = nullptr;

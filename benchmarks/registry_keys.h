@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "bench/harness.h"
+#include "benchmarks/harness.h"
 
 namespace bench {
 

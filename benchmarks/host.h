@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "bench/harness.h"
+#include "benchmarks/harness.h"
 #include "qvjvm/qvjvm.h"
 
 namespace bench {
@@ -32,6 +32,8 @@ class Host {
   [[nodiscard]] QV_CreateJavaVMFn Create() const { return m_create; }
   /// The calling thread's environment.
   [[nodiscard]] JNIEnv* Env() const;
+  /// The file of the service.
+  [[nodiscard]] std::wstring LibraryPath() const;
   /// The JVM's own object, for attaching by hand.
   [[nodiscard]] JavaVM* Jvm() const;
   /// Notes the Java version, the processor count and the program that runs all this.
