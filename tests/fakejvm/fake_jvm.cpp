@@ -270,7 +270,7 @@ void PrintAsScripted(const JavaVMInitArgs& args) {
 void RaiseAsScripted(int32_t what) {
   switch (what) {
     case kRaiseAccessViolation: {
-      int* volatile nowhere = nullptr;
+      volatile int* volatile nowhere = nullptr;
       *nowhere = 1;
       break;
     }

@@ -38,14 +38,14 @@ HostPath::HostPath(std::wstring path) : m_hook(nullptr, "GetModuleFileNameW", &A
 
 HostPath::~HostPath() = default;
 
-StartupWorld::StartupWorld(const std::wstring& hostPath) {
+StartupScene::StartupScene(const std::wstring& hostPath) {
   QvshrLedgerOverrideFolder(0, folder.Path().c_str());
   if (!hostPath.empty()) m_host.emplace(hostPath);
 }
 
-StartupWorld::~StartupWorld() { service.UnloadAndForget(); }
+StartupScene::~StartupScene() { service.UnloadAndForget(); }
 
-void StartupWorld::ConfigureKnownHost(const std::wstring& root) {
+void StartupScene::ConfigureKnownHost(const std::wstring& root) {
   registry.SetText(Hive::Machine, root + L"\\Java", L"JDKLocation", L"C:\\jdk");
   registry.SetText(Hive::Machine, root + L"\\Java", L"JREBinLocation", L"C:\\jre\\bin");
   registry.SetList(Hive::Machine, root + L"\\Java\\QVIDEConfig\\QVSysclasspath", {});

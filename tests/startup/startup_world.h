@@ -36,13 +36,14 @@ class HostPath {
   ImportHook m_hook;
 };
 
-class StartupWorld {
+// Everything but the runtime's record: for tests of the search itself, which loads the fake runtime by its place.
+class StartupScene {
  public:
   // An unknown host, or the host with this path.
-  explicit StartupWorld(const std::wstring& hostPath = {});
-  ~StartupWorld();
-  StartupWorld(const StartupWorld&) = delete;
-  StartupWorld& operator=(const StartupWorld&) = delete;
+  explicit StartupScene(const std::wstring& hostPath = {});
+  ~StartupScene();
+  StartupScene(const StartupScene&) = delete;
+  StartupScene& operator=(const StartupScene&) = delete;
 
   const std::wstring programFolder = ProgramFolder();  // of the service: this program stands in for its module
   TempFolder folder;
@@ -50,7 +51,6 @@ class StartupWorld {
   EnvironmentScope path{L"PATH", L"C:\\windows\\system32;C:\\windows"};
   EnvironmentScope javaHome{L"JAVA_HOME", FakeJvm::Home()};
   EnvironmentScope classPath{L"CLASSPATH", std::nullopt};
-  FakeJvm jvm;
   MessageBoxCatcher boxes;
   LedgerCheck ledger;
   ServiceProcess service;
@@ -61,6 +61,15 @@ class StartupWorld {
 
  private:
   std::optional<HostPath> m_host;
+};
+
+// The scene with the fake runtime's record in hand.
+class StartupWorld : public StartupScene {
+ public:
+  explicit StartupWorld(const std::wstring& hostPath = {}, const std::wstring& jvmPath = FakeJvm::DefaultPath())
+      : StartupScene(hostPath), jvm(jvmPath) {}
+
+  FakeJvm jvm;
 };
 
 inline constexpr wchar_t kQuovantRoot[] = L"Software\\Harlowe\\Quovant\\19.0";

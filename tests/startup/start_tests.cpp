@@ -1,0 +1,341 @@
+// Bringing the JVM into use: loading the runtime's library, joining the JVM that is there or creating one, what is
+// tried again after a failure and what is not.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "config/jvm_config_info.h"
+#include "service/jvm_start.h"
+#include "service/thread_registry.h"
+#include "tests/startup/startup_world.h"
+
+namespace qvtest {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+// What the service loads by name, in order; the loads themselves happen.
+class LoadWatch {
+ public:
+  LoadWatch() : m_hook(nullptr, "LoadLibraryA", &Note) {
+    s_real = m_hook.Original<decltype(&LoadLibraryA)>();
+    s_names.clear();
+  }
+  [[nodiscard]] const Strings& Names() const { return s_names; }
+
+ private:
+  static HMODULE WINAPI Note(const char* name) {
+    s_names.emplace_back(name);
+    return s_real(name);
+  }
+  static inline decltype(&LoadLibraryA) s_real = nullptr;
+  static inline Strings s_names;
+  ImportHook m_hook;
+};
+
+struct Flags {
+  int32_t loadCount, libraryLoaded, created, joined;
+  friend bool operator==(const Flags&, const Flags&) = default;
+  friend std::ostream& operator<<(std::ostream& out, const Flags& flags) {
+    return out << "count " << flags.loadCount << ", library " << flags.libraryLoaded << ", created " << flags.created
+               << ", joined " << flags.joined;
+  }
+};
+Flags Now() { return {g_nJvmLoadCount, g_bJvmLibraryLoaded, g_bJvmCreated, g_bJvmJoined}; }
+
+TEST(Start, CreatesTheJVMWhenNoneRuns) {
+  const StartupWorld world;
+  const LoadWatch loads;
+  EXPECT_EQ(Now(), (Flags{0, 0, 0, 0}));
+  const Created created = CreateVM();
+  EXPECT_EQ(created.status, 0);
+  EXPECT_EQ(Now(), (Flags{1, 1, 1, 0}));
+  EXPECT_EQ(loads.Names(), Strings{"jvm.dll"});
+  EXPECT_EQ(world.jvm.Story(), (Strings{"GetCreatedVMs", "CreateVM"})) << "nothing else is called";
+  const FakeJvmCall asked = world.jvm.Calls(kFakeGetCreatedVMs).at(0);
+  EXPECT_EQ(asked.capacity, 3);
+  EXPECT_EQ(asked.countBefore, 0);
+  const FakeJvmCall made = world.jvm.Calls(kFakeCreateVM).at(0);
+  EXPECT_EQ(made.version, 0x00010002);
+  EXPECT_EQ(made.ignoreUnrecognized, 0);
+  EXPECT_EQ(made.optionCount, 7);
+  EXPECT_EQ(made.threadId, GetCurrentThreadId());
+  EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), made.env) << "the creating thread is registered";
+  int32_t isCreated = 0;
+  EXPECT_EQ(created.vm->IsJVMCreated(&isCreated), 0);
+  EXPECT_EQ(isCreated, 1);
+}
+
+TEST(Start, JoinsTheFirstOfUpToThreeJVMs) {
+  for (const int32_t existing : {1, 2, 3}) {
+    SCOPED_TRACE(existing);
+    const StartupWorld world;
+    world.jvm.Script().existing = existing;
+    const Created created = CreateVM();
+    EXPECT_EQ(created.status, 0);
+    EXPECT_EQ(Now(), (Flags{1, 1, 0, 1}));
+    EXPECT_EQ(world.jvm.Story(), (Strings{"GetCreatedVMs", "Attach"}));
+    const FakeJvmCall attached = world.jvm.Calls(kFakeAttach).at(0);
+    EXPECT_EQ(attached.vm, 0) << "the first one";
+    EXPECT_EQ(attached.argumentsNull, 0);
+    EXPECT_EQ(attached.version, 0x00010002);
+    EXPECT_STREQ(attached.threadName, "<null>");
+    EXPECT_EQ(attached.threadGroup, nullptr);
+    EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), attached.env);
+    int32_t isCreated = 7;
+    EXPECT_EQ(created.vm->IsJVMCreated(&isCreated), 0);
+    EXPECT_EQ(isCreated, 0);
+  }
+}
+
+TEST(Start, CountThatIsNotToBeBelievedMeansCreation) {
+  struct Row {
+    const char* name;
+    int32_t result;
+    int32_t count;
+  };
+  for (const Row& row :
+       {Row{"the call failed", -1, 1}, Row{"the call answered 1", 1, 2}, Row{"a negative count", 0, -1}}) {
+    SCOPED_TRACE(row.name);
+    const StartupWorld world;
+    world.jvm.Script().getCreatedResult = row.result;
+    world.jvm.Script().existing = row.count;
+    EXPECT_EQ(CreateVM().status, 0);
+    EXPECT_EQ(Now(), (Flags{1, 1, 1, 0}));
+    EXPECT_EQ(world.jvm.Count(kFakeAttach), 0u);
+  }
+}
+
+TEST(Start, PositiveResultOfTheCreationIsASuccess) {
+  const StartupWorld world;
+  world.jvm.Script().createResult = 3;
+  EXPECT_EQ(CreateVM().status, 0);
+  EXPECT_EQ(Now(), (Flags{1, 1, 1, 0}));
+}
+
+TEST(Start, LaterCallsDoNothingOnceItIsDone) {
+  const StartupWorld world;
+  ASSERT_EQ(CreateVM().status, 0);
+  const LoadWatch loads;
+  EXPECT_EQ(CreateVM(L"C:\\late.jar").status, 8);
+  OnThread([] { EXPECT_EQ(CreateVM(L"C:\\late.jar").status, 8); });
+  EXPECT_EQ(loads.Names(), Strings());
+  EXPECT_EQ(world.jvm.Story(), (Strings{"GetCreatedVMs", "CreateVM"})) << "neither created nor attached again";
+  EXPECT_EQ(g_pThreadRegistry->FindThreadClassPath(GetCurrentThreadId()), nullptr) << "nor registered";
+  EXPECT_EQ(Now(), (Flags{1, 1, 1, 0}));
+}
+
+struct FailingStart {
+  const char* name;
+  int32_t FakeJvmScript::*field;
+  int32_t value;
+  int32_t existing;
+};
+
+TEST(Start, FailureIsTriedAgainByTheNextCall) {
+  for (const FailingStart& row : {
+           FailingStart{"the creation answers -1", &FakeJvmScript::createResult, -1, 0},
+           FailingStart{"the creation answers -4", &FakeJvmScript::createResult, -4, 0},
+           FailingStart{"attaching answers -1", &FakeJvmScript::attachResult, -1, 1},
+           FailingStart{"attaching answers 1", &FakeJvmScript::attachResult, 1, 1},
+           FailingStart{"the existing VM is null", &FakeJvmScript::firstVmNull, 1, 1},
+           FailingStart{"the second of two exists, the first is null", &FakeJvmScript::firstVmNull, 1, 2},
+           FailingStart{"attaching gives no environment", &FakeJvmScript::attachWithoutEnv, 1, 1},
+       }) {
+    SCOPED_TRACE(row.name);
+    const StartupWorld world;
+    world.jvm.Script().existing = row.existing;
+    world.jvm.Script().*row.field = row.value;
+    EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+    EXPECT_EQ(Now(), (Flags{0, 1, 0, 0}));
+    const size_t callsOfOneTry = world.jvm.Calls().size();
+    const LoadWatch loads;
+    EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+    EXPECT_EQ(world.jvm.Calls().size(), 2 * callsOfOneTry) << "the second call tried everything again";
+    world.jvm.Script().*row.field = 0;
+    EXPECT_EQ(CreateVM().status, 0);
+    EXPECT_EQ(Now(), (Flags{1, 1, row.existing == 0, row.existing != 0}));
+    EXPECT_EQ(loads.Names(), Strings()) << "the library stays loaded";
+    EXPECT_TRUE(world.boxes.Shown().empty());
+  }
+}
+
+TEST(Start, CreationThatRaisesGivesEFailAndLeavesItsOptions) {
+  for (const FakeJvmRaise raise : {kRaiseAccessViolation, kRaiseSoftware, kRaiseCpp}) {
+    SCOPED_TRACE(raise);
+    StartupWorld world;
+    world.jvm.Script().createRaises = raise;
+    EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+    EXPECT_EQ(Now(), (Flags{0, 1, 0, 0}));
+    world.jvm.Script().createRaises = kRaiseNothing;
+    EXPECT_EQ(CreateVM().status, 0) << "the next call tries again";
+    world.ledger.ExpectLeft(8, "a JVM that raised may have kept the array and its seven texts");
+  }
+}
+
+TEST(Start, CreationWithoutAnEnvironmentIsStillACreation) {
+  const StartupWorld world;
+  world.jvm.Script().createWithoutEnv = 1;
+  const Created created = CreateVM();
+  EXPECT_EQ(created.status, 0) << "the JVM is there";
+  EXPECT_EQ(Now(), (Flags{1, 1, 1, 0}));
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u) << "an initializer without an environment has nothing to detach";
+  EXPECT_NE(QV_AcquireThreadEnv(created.vm.get()), nullptr) << "the thread attaches at its first call";
+  EXPECT_EQ(world.jvm.Count(kFakeAttach), 1u);
+}
+
+TEST(Start, MissingEntryPointGivesEFailAfterTheStartRan) {
+  struct Row {
+    const char* missing;
+    Strings story;
+    Flags flags;
+  };
+  for (const Row& row : {
+           Row{"GetDefaultJavaVMInitArgs", {"GetCreatedVMs", "CreateVM"}, {1, 1, 1, 0}},
+           Row{"GetCreatedJavaVMs", {"CreateVM"}, {1, 1, 1, 0}},
+           Row{"CreateJavaVM", {"GetCreatedVMs"}, {0, 1, 0, 0}},
+       }) {
+    SCOPED_TRACE(row.missing);
+    const StartupWorld world({}, FakeJvm::PathWithout(ToWide(row.missing)));
+    EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+    EXPECT_EQ(world.jvm.Story(), row.story);
+    EXPECT_EQ(Now(), row.flags);
+    EXPECT_EQ(CreateVM().status, QV_E_FAIL) << "also when the JVM is there";
+    EXPECT_LE(world.jvm.Count(kFakeCreateVM), 1u);
+  }
+}
+
+TEST(Start, MissingEntryPointsDoNotStopTheJoining) {
+  const StartupWorld world({}, FakeJvm::PathWithout(L"CreateJavaVM"));
+  world.jvm.Script().existing = 1;
+  EXPECT_EQ(CreateVM().status, QV_E_FAIL) << "all three are required";
+  EXPECT_EQ(world.jvm.Story(), (Strings{"GetCreatedVMs", "Attach"}));
+}
+
+TEST(Start, DiscoveryThatFailsLoadsNothingAndIsTriedAgain) {
+  StartupWorld world(L"C:\\hosts\\qv190.exe");
+  const LoadWatch loads;
+  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+  EXPECT_EQ(Now(), (Flags{0, 0, 0, 0}));
+  EXPECT_EQ(loads.Names(), Strings());
+  EXPECT_TRUE(world.boxes.Shown().empty()) << "the user sees nothing of missing locations";
+  world.ConfigureKnownHost(kQuovantRoot);
+  EXPECT_EQ(CreateVM().status, 0);
+  EXPECT_EQ(loads.Names(), Strings{"jvm.dll"});
+}
+
+TEST(Start, LibraryThatIsNowhereIsLookedForOnceUnderEachName) {
+  const StartupScene scene;
+  const EnvironmentScope noHome(L"JAVA_HOME", std::nullopt);
+  const LoadWatch loads;
+  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+  EXPECT_EQ(loads.Names(), (Strings{"jvm.dll", "client\\jvm.dll"}));
+  EXPECT_EQ(Now(), (Flags{0, 0, 0, 0}));
+  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+  EXPECT_EQ(loads.Names(), (Strings{"jvm.dll", "client\\jvm.dll"})) << "names that failed are not loaded again";
+}
+
+TEST(Start, LibraryInTheClientFolderIsTheFallback) {
+  const StartupScene scene;
+  const EnvironmentScope noHome(L"JAVA_HOME", std::nullopt);
+  const std::wstring library = scene.folder.CopyIn(FakeJvm::DefaultPath(), L"vm\\client\\jvm.dll");
+  const EnvironmentScope path(L"PATH", scene.folder.Path(L"vm") + L";C:\\windows\\system32");
+  const LoadWatch loads;
+  EXPECT_EQ(CreateVM().status, 0);
+  EXPECT_EQ(loads.Names(), (Strings{"jvm.dll", "client\\jvm.dll"}));
+  const FakeJvm jvm = FakeJvm::AlreadyLoaded();
+  wchar_t loadedFrom[MAX_PATH] = {};
+  GetModuleFileNameW(jvm.Module(), loadedFrom, MAX_PATH);
+  EXPECT_EQ(CompareStringOrdinal(loadedFrom, -1, library.c_str(), -1, TRUE), CSTR_EQUAL) << ToUtf8(loadedFrom);
+  EXPECT_EQ(jvm.Options().at(1).text, "-Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar")
+      << "the library is known under its other name, so no folder of its stands there";
+}
+
+TEST(Start, LibraryIsFoundThroughTheDiscoveredFolder) {
+  const StartupScene scene;
+  EXPECT_EQ(CreateVM().status, 0);
+  const FakeJvm jvm = FakeJvm::AlreadyLoaded();
+  EXPECT_EQ(jvm.Count(kFakeCreateVM), 1u);
+  EXPECT_EQ(ReadVariable(L"PATH"), FakeJvm::Home() + L"\\BIN\\SERVER;C:\\windows\\system32;C:\\windows");
+}
+
+TEST(Start, JavaHostSkipsTheDiscoveryAndJoins) {
+  StartupWorld world(L"C:\\java\\bin\\javaw.exe");
+  world.jvm.Script().existing = 1;
+  EXPECT_EQ(CreateVM().status, 0);
+  EXPECT_EQ(ReadVariable(L"PATH"), L"C:\\windows\\system32;C:\\windows") << "the search path is the host's";
+  EXPECT_EQ(Now(), (Flags{1, 1, 0, 1}));
+}
+
+// Every folder that the process's DLL folder was set to; "<none>" for taking it away.
+class DllFolderWatch {
+ public:
+  DllFolderWatch() : m_hook(nullptr, "SetDllDirectoryW", &Note) {
+    s_real = m_hook.Original<decltype(&SetDllDirectoryW)>();
+    s_folders.clear();
+  }
+  [[nodiscard]] const std::vector<std::wstring>& Folders() const { return s_folders; }
+
+ private:
+  static BOOL WINAPI Note(const wchar_t* folder) {
+    std::wstring lower = folder != nullptr ? folder : L"<none>";
+    CharLowerW(lower.data());
+    s_folders.push_back(lower);
+    return s_real(folder);
+  }
+  static inline decltype(&SetDllDirectoryW) s_real = nullptr;
+  static inline std::vector<std::wstring> s_folders;
+  ImportHook m_hook;
+};
+
+TEST(Start, RuntimesBinIsTheDllFolderWhileLoadingAndCreatingAndRestoredAfterwards) {
+  std::wstring bin = FakeJvm::Home() + L"\\bin";
+  CharLowerW(bin.data());
+  for (const wchar_t* before : {static_cast<const wchar_t*>(nullptr), L"c:\\hostdlls"}) {
+    const StartupWorld world;
+    SetDllDirectoryW(before);
+    const std::wstring restored = before != nullptr ? before : L"<none>";
+    {
+      const DllFolderWatch watch;
+      EXPECT_EQ(CreateVM().status, 0);
+      EXPECT_EQ(watch.Folders(), (std::vector<std::wstring>{bin, restored, bin, restored}));
+    }
+    wchar_t folder[MAX_PATH] = {};
+    GetDllDirectoryW(MAX_PATH, folder);
+    EXPECT_STREQ(folder, before != nullptr ? before : L"");
+    SetDllDirectoryW(nullptr);
+  }
+}
+
+TEST(Start, ManyThreadsAtOnceStartOneJVM) {
+  const StartupWorld world;
+  constexpr int kThreads = 16;
+  HANDLE const go = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  struct Shared {
+    HANDLE go;
+    LONG ready = 0;
+    LONG good = 0;
+  } shared{go};
+  const auto main = [](void* context) -> DWORD {
+    auto& all = *static_cast<Shared*>(context);
+    InterlockedIncrement(&all.ready);
+    WaitForSingleObject(all.go, INFINITE);
+    if (CreateVM().status == 0) InterlockedIncrement(&all.good);
+    return 0;
+  };
+  HANDLE threads[kThreads];
+  for (HANDLE& thread : threads) thread = CreateThread(nullptr, 0, main, &shared, 0, nullptr);
+  SetEvent(go);
+  WaitForMultipleObjects(kThreads, threads, TRUE, INFINITE);
+  for (HANDLE thread : threads) CloseHandle(thread);
+  CloseHandle(go);
+  EXPECT_EQ(shared.good, kThreads);
+  EXPECT_EQ(world.jvm.Count(kFakeCreateVM), 1u);
+  EXPECT_EQ(world.jvm.Count(kFakeAttach), 0u) << "the others attach when they first need Java";
+  EXPECT_EQ(g_nJvmLoadCount, 1);
+}
+
+}  // namespace
+}  // namespace qvtest
