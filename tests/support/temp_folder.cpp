@@ -79,9 +79,13 @@ std::string ReadWholeFile(const std::wstring& path) {
 }
 
 std::wstring ProgramFolder() {
-  wchar_t path[1024] = {};
-  GetModuleFileNameW(nullptr, path, 1024);
-  return fs::path(path).parent_path().wstring();
+  // Asked once: later a test may have replaced what the system answers.
+  static const std::wstring folder = [] {
+    wchar_t path[1024] = {};
+    GetModuleFileNameW(nullptr, path, 1024);
+    return fs::path(path).parent_path().wstring();
+  }();
+  return folder;
 }
 
 }  // namespace qvtest

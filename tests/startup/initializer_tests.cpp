@@ -1,0 +1,237 @@
+// One thread's way into the JVM: the texts of its failures, which a host reads as the error record, and when a thread
+// is detached.
+#include <gtest/gtest.h>
+
+#include "base/procedure.h"
+#include "config/jvm_config_info.h"
+#include "service/jni_initializer.h"
+#include "service/jvm_start.h"
+#include "service/thread_registry.h"
+#include "tests/startup/startup_world.h"
+
+namespace qvtest {
+namespace {
+
+constexpr wchar_t kConfigurationError[] = L"There was a JVM Service configuration error. Cannot proceed!!";
+constexpr wchar_t kRaised[] = L"Java VM threw an unhandled exception on initialize. Cannot proceed!!";
+constexpr wchar_t kNotInitialized[] = L"Java VM not initialized properly. Cannot proceed!!";
+constexpr wchar_t kNoEnvironment[] = L"Java VM initialization error. Cannot proceed!!";
+
+// A world whose runtime is loaded and whose JVM is not there yet.
+class LoadedWorld : public StartupWorld {
+ public:
+  explicit LoadedWorld(const std::wstring& hostPath = {}) : StartupWorld(hostPath) {
+    EXPECT_TRUE(JVMConfigInfo().Load());
+    g_pfnGetCreatedJavaVMs = qv::FindProcedure<GetCreatedJavaVMsFn>(jvm.Module(), "JNI_GetCreatedJavaVMs");
+    g_pfnCreateJavaVM = qv::FindProcedure<CreateJavaVMFn>(jvm.Module(), "JNI_CreateJavaVM");
+  }
+};
+
+struct Outcome {
+  const char* name;
+  FakeJvmScript script;
+  const wchar_t* text;
+};
+
+FakeJvmScript With(int32_t FakeJvmScript::*field, int32_t value, int32_t existing = 0) {
+  FakeJvmScript script = {};
+  script.existing = existing;
+  script.*field = value;
+  return script;
+}
+
+TEST(Initializer, FailureLeavesNoEnvironmentAndItsTextInANewRecord) {
+  for (const Outcome& row : {
+           Outcome{"access violation", With(&FakeJvmScript::createRaises, kRaiseAccessViolation), kRaised},
+           Outcome{"structured exception", With(&FakeJvmScript::createRaises, kRaiseSoftware), kRaised},
+           Outcome{"C++ exception", With(&FakeJvmScript::createRaises, kRaiseCpp), kRaised},
+           Outcome{"creation answers -1", With(&FakeJvmScript::createResult, -1), kNotInitialized},
+           Outcome{"creation answers the smallest number", With(&FakeJvmScript::createResult, INT32_MIN),
+                   kNotInitialized},
+           Outcome{"attaching answers -2", With(&FakeJvmScript::attachResult, -2, 1), kNotInitialized},
+           Outcome{"attaching answers 1", With(&FakeJvmScript::attachResult, 1, 1), kNotInitialized},
+           Outcome{"the first VM is null", With(&FakeJvmScript::firstVmNull, 1, 3), kNotInitialized},
+       }) {
+    SCOPED_TRACE(row.name);
+    LoadedWorld world;
+    world.jvm.Script() = row.script;
+    const InitializerOwner initializer(new CQV_JNIInitializer());
+    ErrorRecord* record = nullptr;
+    EXPECT_EQ(static_cast<uint32_t>(initializer->Initialize(1234, &record)), 0x80004005u);
+    EXPECT_EQ(TakeRecord(record), row.text);
+    EXPECT_EQ(initializer->GetEnv(), nullptr) << "whatever the JVM left in its out-values";
+    EXPECT_EQ(initializer->ThreadId(), 1234u);
+    initializer->Terminate();
+    EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u) << "nothing to detach";
+    EXPECT_EQ(g_bJvmCreated, 0);
+    if (row.script.createRaises != 0) world.ledger.ExpectLeft(8, "the options of a creation that raised");
+  }
+}
+
+TEST(Initializer, OptionsThatCannotBeBuiltAreAConfigurationError) {
+  const LoadedWorld world(L"C:\\hosts\\qv190.exe");  // a known host without its settings
+  const InitializerOwner initializer(new CQV_JNIInitializer());
+  ErrorRecord* record = nullptr;
+  EXPECT_EQ(initializer->Initialize(1, &record), QV_E_FAIL);
+  EXPECT_EQ(TakeRecord(record), kConfigurationError);
+  EXPECT_EQ(initializer->GetEnv(), nullptr);
+  EXPECT_EQ(world.jvm.Count(kFakeCreateVM), 0u);
+}
+
+TEST(Initializer, NullEntryPointsAreAFailedQueryAndANegativeResult) {
+  LoadedWorld world;
+  g_pfnGetCreatedJavaVMs = nullptr;
+  g_pfnCreateJavaVM = nullptr;
+  const InitializerOwner initializer(new CQV_JNIInitializer());
+  ErrorRecord* record = nullptr;
+  EXPECT_EQ(initializer->Initialize(1, &record), QV_E_FAIL);
+  EXPECT_EQ(TakeRecord(record), kNotInitialized);
+}
+
+TEST(Initializer, NullRecordPointerIsRefusedBeforeAnythingElse) {
+  const LoadedWorld world;
+  const InitializerOwner initializer(new CQV_JNIInitializer());
+  EXPECT_EQ(static_cast<uint32_t>(initializer->Initialize(99, nullptr)), 0x80070057u);
+  EXPECT_EQ(initializer->ThreadId(), 0u);
+  EXPECT_EQ(world.jvm.Story(), std::vector<std::string>());
+}
+
+TEST(Initializer, RecordPointerIsClearedFirst) {
+  const LoadedWorld world;
+  const InitializerOwner initializer(new CQV_JNIInitializer());
+  auto* record = reinterpret_cast<ErrorRecord*>(uintptr_t{0x3333});
+  EXPECT_EQ(initializer->Initialize(GetCurrentThreadId(), &record), 0);
+  EXPECT_EQ(record, nullptr);
+  EXPECT_EQ(initializer->GetEnv(), world.jvm.Calls(kFakeCreateVM).at(0).env);
+  EXPECT_EQ(g_bJvmCreated, 1);
+}
+
+TEST(Initializer, RecordStaysNullWithoutMemoryForIt) {
+  const LoadedWorld world;
+  world.jvm.Script() = With(&FakeJvmScript::firstVmNull, 1, 1);
+  const InitializerOwner initializer(new CQV_JNIInitializer());
+  const FailAllocation fault(1, kQvshrFailFromHere);
+  auto* record = reinterpret_cast<ErrorRecord*>(uintptr_t{0x3333});
+  EXPECT_EQ(initializer->Initialize(1, &record), QV_E_FAIL);
+  EXPECT_EQ(record, nullptr);
+  EXPECT_TRUE(fault.Fired());
+}
+
+TEST(Initializer, JoiningDoesNotTouchTheFlagOfCreation) {
+  const LoadedWorld world;
+  world.jvm.Script().existing = 1;
+  for (const int32_t before : {0, 1}) {
+    g_bJvmCreated = before;
+    const InitializerOwner initializer(new CQV_JNIInitializer());
+    ErrorRecord* record = nullptr;
+    EXPECT_EQ(initializer->Initialize(1, &record), 0);
+    EXPECT_EQ(g_bJvmCreated, before);
+  }
+}
+
+TEST(Initializer, TerminateDetachesOnceUnlessTheHostForbidsIt) {
+  struct Row {
+    const char* name;
+    int32_t noDetach;
+    bool javaHost;
+    size_t detached;
+  };
+  for (const Row& row : {Row{"allowed", 0, false, 1}, Row{"the host library forbids it", 1, false, 0},
+                         Row{"any other number forbids it too", -5, false, 0}, Row{"a Java host", 0, true, 0},
+                         Row{"both", 1, true, 0}}) {
+    SCOPED_TRACE(row.name);
+    const LoadedWorld world;
+    world.jvm.Script().existing = 1;
+    QvshrLedgerOverrideInt(kQvshrCallNoDetachQuery, row.noDetach);
+    JVMConfigInfo().m_bLoomhallHost = row.javaHost;
+    {
+      const InitializerOwner initializer(new CQV_JNIInitializer());
+      initializer->Terminate();
+      EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u) << "nothing before it was initialised";
+      ErrorRecord* record = nullptr;
+      EXPECT_EQ(initializer->Initialize(1, &record), 0);
+      initializer->Terminate();
+      EXPECT_EQ(world.jvm.Count(kFakeDetach), row.detached);
+      EXPECT_EQ(initializer->GetEnv(), nullptr) << "forgotten in any case";
+      initializer->Terminate();
+    }
+    EXPECT_EQ(world.jvm.Count(kFakeDetach), row.detached) << "its end finds nothing left to do";
+    QvshrLedgerClearInt(kQvshrCallNoDetachQuery);
+  }
+}
+
+TEST(Initializer, ItsEndDetachesTheThread) {
+  const LoadedWorld world;
+  world.jvm.Script().existing = 1;
+  {
+    const InitializerOwner initializer(new CQV_JNIInitializer());
+    ErrorRecord* record = nullptr;
+    EXPECT_EQ(initializer->Initialize(1, &record), 0);
+  }
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
+}
+
+// ---- the same as a host sees it, through slot 60 of a service object ----
+
+TEST(AcquireThreadEnv, FailureOfAThreadIsTheObjectsRecord) {
+  for (const Outcome& row : {
+           Outcome{"attaching fails", With(&FakeJvmScript::attachResult, -1, 1), kNotInitialized},
+           Outcome{"the VM is null", With(&FakeJvmScript::firstVmNull, 1, 1), kNotInitialized},
+           Outcome{"no environment", With(&FakeJvmScript::attachWithoutEnv, 1, 1), kNoEnvironment},
+           Outcome{"no VM any more, and the creation fails", With(&FakeJvmScript::createResult, -1), kNotInitialized},
+           Outcome{"no VM any more, and the creation raises", With(&FakeJvmScript::createRaises, kRaiseSoftware),
+                   kRaised},
+       }) {
+    SCOPED_TRACE(row.name);
+    StartupWorld world;
+    world.jvm.Script().existing = 1;
+    const Created created = CreateVM();
+    ASSERT_EQ(created.status, 0);
+    world.jvm.Script() = row.script;
+    OnThread([&] {
+      EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), nullptr);
+      EXPECT_EQ(ErrorText(*created.vm), row.text);
+      world.jvm.Script() = With(&FakeJvmScript::existing, 1);
+      EXPECT_NE(QV_AcquireThreadEnv(created.vm.get()), nullptr) << "tried again by the next call";
+      EXPECT_EQ(ErrorText(*created.vm), L"<none>") << "the old record is gone";
+    });
+    if (row.script.createRaises != 0) world.ledger.ExpectLeft(8, "the options of a creation that raised");
+  }
+}
+
+TEST(AcquireThreadEnv, FoundEnvironmentLeavesTheRecordAlone) {
+  const StartupWorld world;
+  world.jvm.Script().existing = 1;
+  const Created created = CreateVM();
+  const qv_jnienv mine = QV_AcquireThreadEnv(created.vm.get());
+  EXPECT_EQ(mine, world.jvm.Calls(kFakeAttach).at(0).env);
+  world.jvm.Script().attachResult = -1;
+  OnThread([&] { EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), nullptr); });
+  EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), mine);
+  EXPECT_EQ(ErrorText(*created.vm), kNotInitialized) << "the other thread's failure stays readable";
+}
+
+TEST(AcquireThreadEnv, ThreadThatFindsNoJVMCreatesItWithItsOwnClassPath) {
+  const StartupWorld world;
+  world.jvm.Script().existing = 1;
+  const Created created = CreateVM();
+  ASSERT_EQ(g_bJvmCreated, 0);
+  world.jvm.Script().existing = 0;
+  OnThread([&] {
+    ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(GetCurrentThreadId(), L"C:\\thread.jar"));
+    EXPECT_NE(QV_AcquireThreadEnv(created.vm.get()), nullptr);
+  });
+  EXPECT_EQ(g_bJvmCreated, 1);
+  EXPECT_EQ(world.jvm.OptionTexts().at(0).rfind("-Djava.class.path=C:\\thread.jar;", 0), 0u)
+      << world.jvm.OptionTexts().at(0);
+}
+
+TEST(AcquireThreadEnv, WithoutARegistryThereIsNoEnvironment) {
+  StartupWorld world;
+  const Created created = CreateVM();
+  world.service.Unload();
+  EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), nullptr);
+}
+
+}  // namespace
+}  // namespace qvtest
