@@ -1,0 +1,161 @@
+// The boot class path option: its text from a folder, and the folder from the module that start-up recorded.
+#include <vector>
+
+#include "store/boot_class_path.h"
+#include "tests/support/import_hook.h"
+#include "tests/unit/unit_fixture.h"
+
+namespace qvtest {
+namespace {
+
+std::wstring OptionFor(const std::wstring& libraries) {
+  return L"-Xbootclasspath/a:" + libraries + L"\\deploy.jar;" + libraries + L"\\javaws.jar;" + libraries +
+         L"\\plugin.jar";
+}
+
+class BootClassPathTest : public LedgerTest {};
+
+TEST_F(BootClassPathTest, TheTextNamesThreeArchivesBelowTheRuntimesLibraryFolder) {
+  EXPECT_EQ(qv::BootClassPathOption(L"C:\\Java\\jre\\bin\\client").View(),
+            L"-Xbootclasspath/a:C:\\JAVA\\JRE\\LIB\\deploy.jar;C:\\JAVA\\JRE\\LIB\\javaws.jar;"
+            L"C:\\JAVA\\JRE\\LIB\\plugin.jar");
+}
+
+TEST_F(BootClassPathTest, OnlyTheClientsFolderIsCutOffAtItsFirstOccurrence) {
+  const struct {
+    const wchar_t* folder;
+    const wchar_t* libraries;
+  } rows[] = {
+      {L"C:\\j\\bin\\client", L"C:\\J\\LIB"},
+      {L"C:\\J\\BIN\\CLIENT", L"C:\\J\\LIB"},
+      {L"C:\\j\\Bin\\cLient", L"C:\\J\\LIB"},
+      {L"C:\\j\\bin\\server", L"C:\\J\\BIN\\SERVER\\LIB"},
+      {L"C:\\j\\bin\\classic", L"C:\\J\\BIN\\CLASSIC\\LIB"},
+      {L"C:\\j\\bin", L"C:\\J\\BIN\\LIB"},
+      {L"C:\\a\\bin\\client\\j\\bin\\client", L"C:\\A\\LIB"},
+      {L"C:\\a\\bin\\clients\\j\\bin\\client", L"C:\\A\\LIB"},
+      {L"C:\\j\\bin\\client\\", L"C:\\J\\LIB"},
+      {L"C:\\j\\jbin\\client", L"C:\\J\\JBIN\\CLIENT\\LIB"},
+      {L"C:/j/bin/client", L"C:/J/BIN/CLIENT\\LIB"},
+      {L"\\bin\\client", L"\\LIB"},
+      {L"C:", L"C:\\LIB"},
+      {L"relative", L"RELATIVE\\LIB"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(qv::BootClassPathOption(row.folder).View(), OptionFor(row.libraries)) << ToUtf8(row.folder);
+  }
+}
+
+TEST_F(BootClassPathTest, WithoutAFolderEachArchiveIsABackslashAndItsName) {
+  EXPECT_EQ(qv::BootClassPathOption(L"").View(), L"-Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar");
+}
+
+TEST_F(BootClassPathTest, TheLibraryFolderGrowsPastTheSizeOfAPath) {
+  for (const size_t units : {255u, 256u, 257u, 258u, 259u, 300u, 5000u}) {
+    const std::wstring folder = L"C:\\" + std::wstring(units - 3, L'X');
+    EXPECT_TRUE(qv::BootClassPathOption(folder).View() == OptionFor(folder + L"\\LIB")) << units << " units";
+  }
+}
+
+TEST_F(BootClassPathTest, WithoutMemoryTheTextFails) {
+  const LedgerCheck ledger;
+  ASSERT_TRUE(qv::BootClassPathOption(L"C:\\j\\bin\\client").Ok());
+  const uint64_t allocations = ledger.Allocations();
+  ASSERT_GT(allocations, 1u);
+  for (uint64_t n = 1; n <= allocations; ++n) {
+    const FailAllocation fault(n, kQvshrFailOnce);
+    EXPECT_FALSE(qv::BootClassPathOption(L"C:\\j\\bin\\client").Ok()) << "allocation " << n;
+  }
+}
+
+// ---- from the loaded library ----
+
+class BootClassPathBuildTest : public LedgerTest {
+ protected:
+  // What start-up has recorded for "jvm.dll".
+  void Record(HMODULE module) {
+    s_module = module;
+    s_asked.clear();
+    m_config->m_pfnFindLoadedModule = [](const char* name) {
+      s_asked.emplace_back(name);
+      return s_module;
+    };
+  }
+  std::wstring Build() {
+    return ResultAndText([&](IQvString** option) { return m_config->BuildBootClassPath(option); });
+  }
+  std::wstring Upper(std::wstring text) {
+    CharUpperBuffW(text.data(), static_cast<DWORD>(text.size()));
+    return text;
+  }
+
+  static inline HMODULE s_module = nullptr;
+  static inline std::vector<std::string> s_asked;
+  TempFolder m_folder;
+  ConfigObject m_config;
+};
+
+TEST_F(BootClassPathBuildTest, ALibraryThatWasNotLoadedThroughTheServiceGivesBareNames) {
+  EXPECT_EQ(Build(), L"true: -Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar") << "no start-up has run";
+  Record(nullptr);
+  EXPECT_EQ(Build(), L"true: -Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar");
+  EXPECT_EQ(s_asked, (std::vector<std::string>{"jvm.dll"}));
+}
+
+TEST_F(BootClassPathBuildTest, TheFolderIsThatOfTheLoadedFile) {
+  const LoadedModule client(m_folder, L"jre\\bin\\client\\jvm.dll");
+  Record(client.Handle());
+  EXPECT_EQ(Build(), L"true: " + OptionFor(Upper(m_folder.Path(L"jre")) + L"\\LIB"));
+}
+
+TEST_F(BootClassPathBuildTest, AServerLibraryKeepsItsFolder) {
+  const LoadedModule server(m_folder, L"jre\\bin\\server\\jvm.dll");
+  Record(server.Handle());
+  EXPECT_EQ(Build(), L"true: " + OptionFor(Upper(m_folder.Path(L"jre")) + L"\\BIN\\SERVER\\LIB"));
+}
+
+TEST_F(BootClassPathBuildTest, AFileNameThatCannotBeHadGivesBareNames) {
+  Record(GetModuleHandleW(nullptr));
+  const ImportHook names(
+      nullptr, "GetModuleFileNameW", +[](HMODULE, LPWSTR, DWORD) WINAPI { return DWORD{0}; });
+  EXPECT_EQ(Build(), L"true: -Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar");
+}
+
+TEST_F(BootClassPathBuildTest, AFolderThatCannotBeHadGivesBareNames) {
+  Record(GetModuleHandleW(nullptr));
+  const FailCall fault(kQvshrCallGetDirectory, 1);
+  EXPECT_EQ(Build(), L"true: -Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar");
+}
+
+TEST_F(BootClassPathBuildTest, FoldersUpToTheLongestPathAreKeptWhole) {
+  static std::wstring path;
+  Record(GetModuleHandleW(nullptr));
+  const ImportHook names(
+      nullptr, "GetModuleFileNameW", +[](HMODULE, LPWSTR buffer, DWORD capacity) WINAPI {
+        const size_t copied = std::min<size_t>(path.size(), capacity);
+        std::copy_n(path.c_str(), copied, buffer);
+        if (copied < capacity) buffer[copied] = L'\0';
+        return static_cast<DWORD>(copied);
+      });
+  for (const size_t folderUnits : {250u, 253u, 254u, 255u, 256u, 257u}) {
+    const std::wstring folder = L"C:\\" + std::wstring(folderUnits - 3, L'X');
+    path = folder + L"\\j";
+    EXPECT_TRUE(Build() == L"true: " + OptionFor(folder + L"\\LIB")) << folderUnits << " units";
+  }
+  for (const size_t units : {259u, 260u, 261u, 300u}) {
+    const std::wstring folder = L"C:\\" + std::wstring(200, L'X');
+    path = folder + L"\\" + std::wstring(units - folder.size() - 1, L'n');
+    EXPECT_TRUE(Build() == L"true: " + OptionFor(folder + L"\\LIB")) << units << " units";
+  }
+}
+
+TEST_F(BootClassPathBuildTest, TheResultIsTrueEvenWithoutMemory) {
+  Record(GetModuleHandleW(nullptr));
+  const FailAllocation fault(1, kQvshrFailFromHere);
+  IQvString* option = nullptr;
+  EXPECT_TRUE(m_config->BuildBootClassPath(&option));
+  EXPECT_EQ(option, nullptr);
+}
+
+}  // namespace
+}  // namespace qvtest

@@ -1,0 +1,305 @@
+// The class path from its sources: the built-in list, files beside the service, the registry, CLASSPATH.
+#include <vector>
+
+#include "tests/support/import_hook.h"
+#include "tests/support/message_box.h"
+#include "tests/unit/fake_key.h"
+#include "tests/unit/unit_fixture.h"
+
+namespace qvtest {
+namespace {
+
+const std::vector<std::wstring> kBuiltIn = {L"\\fop-0.20.5\\build\\fop.jar",
+                                            L"\\fop-0.20.5\\lib\\batik.jar",
+                                            L"\\fop-0.20.5\\lib\\xalan-2.4.1.jar",
+                                            L"\\fop-0.20.5\\lib\\xercesImpl-2.2.1.jar",
+                                            L"\\fop-0.20.5\\lib\\xml-apis.jar",
+                                            L"\\fop-0.20.5\\lib\\avalon-framework-cvs-20020806.jar",
+                                            L"\\fop-0.20.5\\lib\\logkit-1.0.jar",
+                                            L"\\fop-0.20.5\\lib\\jimi-1.0.jar",
+                                            L"\\qvejbclient.jar",
+                                            L"\\qvjdbc12.jar"};
+
+// The entries below one folder, joined by semicolons.
+std::wstring Below(const std::wstring& folder, const std::vector<std::wstring>& entries = kBuiltIn) {
+  std::wstring joined;
+  for (const std::wstring& entry : entries) joined += (joined.empty() ? L"" : L";") + folder + entry;
+  return joined;
+}
+
+class ClassPathBuildTest : public LedgerTest {
+ protected:
+  [[nodiscard]] std::wstring Install() const { return m_folder.Path(L"install"); }
+  // Below it lie the entries that are not installed.
+  static std::wstring Ide() { return ProgramFolder() + L"\\IDE"; }
+  std::wstring Build() {
+    return ResultAndText([&](IQvString** text) { return m_config->BuildSystemClassPath(text); });
+  }
+  std::wstring Compose() {
+    return ResultAndText([&](IQvString** text) { return m_config->ComposeClassPath(text); });
+  }
+  void SetDevelopmentList(const wchar_t* root, const std::vector<std::wstring>& entries) {
+    m_registry.SetList(Hive::Machine, std::wstring(root) + L"\\Java\\QVIDEConfig\\QVSysclasspath", entries);
+  }
+
+  TempFolder m_folder;
+  LoadedModule m_service{m_folder, L"install\\qvjvm.dll"};
+  MessageBoxCatcher m_boxes;
+  RegistrySandbox m_registry{RegistrySandbox::Override::MachineAndUser};
+  EnvironmentScope m_classPath{L"CLASSPATH", std::nullopt};
+  ConfigObject m_config;
+};
+
+// ---- an unknown host ----
+
+TEST_F(ClassPathBuildTest, AnUnknownHostWithoutAPrivateRuntimeGetsTheTenEntriesWithoutALeadingSeparator) {
+  for (const std::wstring& entry : kBuiltIn) m_folder.WriteFile(L"install" + entry);
+  EXPECT_EQ(Build(), L"true: " + Below(Install()));
+  EXPECT_EQ(Compose(), L"true: " + Below(Install()) + L";.");
+}
+
+TEST_F(ClassPathBuildTest, ClasspathStandsBeforeTheCurrentFolder) {
+  const EnvironmentScope classPath(L"CLASSPATH", L"x");
+  EXPECT_EQ(Compose(), L"true: " + Below(Ide()) + L";x;.");
+}
+
+TEST_F(ClassPathBuildTest, AnEmptyClasspathCountsAsAbsent) {
+  const EnvironmentScope classPath(L"CLASSPATH", L"");
+  EXPECT_EQ(Compose(), L"true: " + Below(Ide()) + L";.");
+}
+
+TEST_F(ClassPathBuildTest, AClasspathOfAnyLengthIsKeptUnitForUnit) {
+  for (const std::wstring& value :
+       {std::wstring(L";;a;"), std::wstring(L"\xD83D;\x4E2D"), std::wstring(1024, L'c'), std::wstring(30000, L'c')}) {
+    const EnvironmentScope classPath(L"CLASSPATH", value);
+    EXPECT_TRUE(Compose() == L"true: " + Below(Ide()) + L";" + value + L";.") << value.size() << " units";
+  }
+}
+
+TEST_F(ClassPathBuildTest, AnEntryThatIsNotInstalledLiesBelowTheHostsIdeFolderWhetherItExistsOrNot) {
+  m_folder.WriteFile(L"install\\fop-0.20.5\\lib\\xml-apis.jar");
+  m_folder.MakeFolder(L"install\\qvjdbc12.jar");
+  std::wstring want;
+  for (const std::wstring& entry : kBuiltIn) {
+    const bool installed = entry == kBuiltIn[4] || entry == kBuiltIn[9];
+    want += (want.empty() ? L"" : L";") + (installed ? Install() : Ide()) + entry;
+  }
+  EXPECT_EQ(Build(), L"true: " + want);
+}
+
+TEST_F(ClassPathBuildTest, ThePrivateRuntimesLibraryComesFirstWhenItIsThere) {
+  m_folder.WriteFile(L"install\\jre\\lib\\rt.jar");
+  EXPECT_EQ(Build(), L"true: " + Install() + L"\\JRE\\LIB\\rt.jar;" + Below(Ide()));
+}
+
+TEST_F(ClassPathBuildTest, AnUnknownHostTakesNothingFromTheRegistry) {
+  SetDevelopmentList(kQuovantRoot, {L"development.jar"});
+  m_registry.SetList(Hive::User, std::wstring(kQuovantRoot) + L"\\ClassPath", {L"users.jar"});
+  m_registry.SetList(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java\\QVRTConfig\\QVSysclasspath", {L"\\rt.jar"});
+  EXPECT_EQ(Compose(), L"true: " + Below(Ide()) + L";.");
+  EXPECT_EQ(QvshrLedgerCalls(kQvshrCallOpenRegistryKey), 0u);
+}
+
+// ---- the built-in list ----
+
+TEST_F(ClassPathBuildTest, ACountOf0OrNoneGivesOnlyTheRuntimesLibrary) {
+  m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
+  for (const FakeDefaultTree::Values& values :
+       {FakeDefaultTree::Values{{L"Count", L"0"}, {L"0", L"\\a.jar"}}, FakeDefaultTree::Values{{L"0", L"\\a.jar"}},
+        FakeDefaultTree::Values{{L"Count", L"-3"}, {L"0", L"\\a.jar"}},
+        FakeDefaultTree::Values{{L"Count", L"none"}, {L"0", L"\\a.jar"}}, FakeDefaultTree::Values{}}) {
+    const FakeDefaultTree tree(L"QVSysclasspath", values);
+    EXPECT_EQ(Build(), L"true: " + Install() + L"\\JRE\\LIB\\rt.jar;");
+  }
+}
+
+TEST_F(ClassPathBuildTest, AnEmptySystemClassPathWithoutAUserListStillPutsASeparatorBeforeClasspath) {
+  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
+  const EnvironmentScope classPath(L"CLASSPATH", L"x");
+  EXPECT_EQ(Build(), L"true: ");
+  EXPECT_EQ(Compose(), L"true: ;x;.");
+}
+
+TEST_F(ClassPathBuildTest, NothingAtAllIsTheCurrentFolderBehindASeparator) {
+  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
+  EXPECT_EQ(Compose(), L"true: ;.");
+}
+
+TEST_F(ClassPathBuildTest, WithoutEntry0TheFirstEntryPresentStillHasASeparatorBeforeIt) {
+  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"3"}, {L"1", L"\\b.jar"}, {L"2", L"\\c.jar"}});
+  EXPECT_EQ(Build(), L"true: ;" + Ide() + L"\\b.jar;" + Ide() + L"\\c.jar");
+  m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
+  EXPECT_EQ(Build(), L"true: " + Install() + L"\\JRE\\LIB\\rt.jar;;" + Ide() + L"\\b.jar;" + Ide() + L"\\c.jar");
+}
+
+TEST_F(ClassPathBuildTest, AMissingEntryIsSkippedSilently) {
+  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"9"}, {L"0", L"\\a.jar"}, {L"7", L"\\h.jar"}});
+  EXPECT_EQ(Build(), L"true: " + Ide() + L"\\a.jar;" + Ide() + L"\\h.jar");
+  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
+}
+
+TEST_F(ClassPathBuildTest, AHugeCountGivesTheEntriesThatAreThere) {
+  const FakeDefaultTree tree(L"QVSysclasspath",
+                             {{L"5", L"\\f.jar"}, {L"Count", L"2147483647"}, {L"0", L"\\a.jar"}, {L"05", L"\\x"}});
+  EXPECT_EQ(Build(), L"true: " + Ide() + L"\\a.jar;" + Ide() + L"\\f.jar");
+}
+
+TEST_F(ClassPathBuildTest, WithoutTheBuiltInTreeThereIsNoClassPathAndNoMessage) {
+  {
+    const FailCall fault(kQvshrCallOpenDefaultTree, 1);
+    EXPECT_EQ(Build(), L"false: <null>");
+  }
+  {
+    const FailCall fault(kQvshrCallOpenDefaultTree, 1);
+    EXPECT_EQ(Compose(), L"false: <null>");
+  }
+  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
+}
+
+TEST_F(ClassPathBuildTest, WithoutTheListInTheBuiltInTreeThereIsNoClassPathAndNoMessage) {
+  const FakeDefaultTree tree(L"QVSomethingElse", {{L"Count", L"1"}, {L"0", L"\\a.jar"}});
+  EXPECT_EQ(Build(), L"false: <null>");
+  EXPECT_EQ(Compose(), L"false: <null>");
+  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
+}
+
+// ---- a known host ----
+
+TEST_F(ClassPathBuildTest, AKnownHostGetsTheJdksLibrariesTheEntriesAndItsOwnList) {
+  SetHost(*m_config, HostKind::Quovant);
+  m_registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java", L"JDKLocation", L"C:\\nowhere\\jdk");
+  m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
+  SetDevelopmentList(kQuovantRoot, {L"C:\\one.jar", L"two.jar"});
+  EXPECT_EQ(Build(), L"true: C:\\nowhere\\jdk\\JRE\\LIB\\rt.jar;C:\\nowhere\\jdk\\LIB\\tools.jar;" + Below(Ide()) +
+                         L";C:\\one.jar;two.jar");
+}
+
+TEST_F(ClassPathBuildTest, EachKnownHostReadsItsOwnRoot) {
+  SetHost(*m_config, HostKind::Tablero);
+  m_registry.SetText(Hive::Machine, std::wstring(kTableroRoot) + L"\\Java", L"JDKLocation", L"T");
+  SetDevelopmentList(kQuovantRoot, {L"q.jar"});
+  SetDevelopmentList(kTableroRoot, {L"t.jar"});
+  m_registry.SetList(Hive::User, std::wstring(kTableroRoot) + L"\\ClassPath", {L"user t"});
+  EXPECT_EQ(Compose(), L"true: T\\JRE\\LIB\\rt.jar;T\\LIB\\tools.jar;" + Below(Ide()) + L";t.jar;user t;.");
+}
+
+TEST_F(ClassPathBuildTest, AJdkThatIsNotConfiguredIsEmptyAndNothingIsShown) {
+  SetHost(*m_config, HostKind::Quovant);
+  SetDevelopmentList(kQuovantRoot, {L"a.jar"});
+  EXPECT_EQ(Build(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;" + Below(Ide()) + L";a.jar");
+  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
+}
+
+TEST_F(ClassPathBuildTest, AnEmptyListOfAKnownHostLeavesItsSeparator) {
+  SetHost(*m_config, HostKind::Quovant);
+  SetDevelopmentList(kQuovantRoot, {});
+  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
+  EXPECT_EQ(Build(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;;");
+  EXPECT_EQ(Compose(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;;;.");
+}
+
+TEST_F(ClassPathBuildTest, AKnownHostWithoutItsListHasNoClassPathAndSeesWhatIsMissing) {
+  SetHost(*m_config, HostKind::Quovant);
+  lstrcpynW(m_config->m_szServiceName, L"Quovant Java VM Service", 30);
+  const auto box = [](const wchar_t* text) { return ShownBox{text, L"Quovant Java VM Service", MB_ICONERROR, false}; };
+  EXPECT_EQ(Build(), L"false: <null>");
+  m_registry.CreateKey(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java");
+  EXPECT_EQ(Compose(), L"false: <null>");
+  m_registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java\\QVIDEConfig\\QVSysclasspath", L"0", L"a");
+  EXPECT_EQ(Build(), L"false: <null>");
+  EXPECT_EQ(
+      m_boxes.Shown(),
+      (std::vector<ShownBox>{box(L"Error initializing Java VM.\nCould not find Registry key:\nHKEY_LOCAL_MACHINE\\"
+                                 L"Software\\Harlowe\\Quovant\\19.0\\"),
+                             box(L"Error initializing Java VM.\nCould not find Registry key:\nHKEY_LOCAL_MACHINE\\"
+                                 L"Software\\Harlowe\\Quovant\\19.0\\Java\\QVIDEConfig\\QVSysclasspath"),
+                             box(L"Error initializing Java VM.\nCould not find Registry value:\nHKEY_LOCAL_MACHINE\\"
+                                 L"Software\\Harlowe\\Quovant\\19.0\\Java\\QVIDEConfig\\QVSysclasspath\\Count")}));
+}
+
+TEST_F(ClassPathBuildTest, TheUsersListStandsBetweenTheSystemsAndClasspath) {
+  SetHost(*m_config, HostKind::Quovant);
+  SetDevelopmentList(kQuovantRoot, {L"d.jar"});
+  m_registry.SetList(Hive::User, std::wstring(kQuovantRoot) + L"\\ClassPath", {L"u1", L"u2"});
+  const EnvironmentScope classPath(L"CLASSPATH", L"e");
+  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
+  EXPECT_EQ(Compose(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;;d.jar;u1;u2;e;.");
+  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
+}
+
+TEST_F(ClassPathBuildTest, AUsersListThatCannotBeReadIsLeftOutWithoutAMessage) {
+  SetHost(*m_config, HostKind::Quovant);
+  SetDevelopmentList(kQuovantRoot, {L"d.jar"});
+  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
+  EXPECT_EQ(Compose(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;;d.jar;.");
+  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
+}
+
+// ---- a Java launcher ----
+
+TEST_F(ClassPathBuildTest, AJavaLauncherGetsTheBuiltInEntriesAlone) {
+  SetHost(*m_config, HostKind::Loomhall);
+  m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
+  m_registry.SetText(Hive::Machine, std::wstring(kLoomhallRoot) + L"\\Java", L"JDKLocation", L"C:\\jdk");
+  SetDevelopmentList(kLoomhallRoot, {L"l.jar"});
+  EXPECT_EQ(Build(), L"true: " + Below(Ide()));
+  EXPECT_EQ(Compose(), L"true: " + Below(Ide()) + L";.");
+  m_registry.SetList(Hive::User, std::wstring(kLoomhallRoot) + L"\\ClassPath", {L"u.jar"});
+  EXPECT_EQ(Compose(), L"true: " + Below(Ide()) + L";u.jar;.");
+}
+
+// ---- paths ----
+
+TEST_F(ClassPathBuildTest, WithoutThePathOfTheServiceThereIsNoClassPath) {
+  {
+    const FailCall fault(kQvshrCallGetDirectory, 1);
+    EXPECT_EQ(Build(), L"false: <null>");
+  }
+  const ImportHook names(
+      nullptr, "GetModuleFileNameW", +[](HMODULE, LPWSTR, DWORD) WINAPI { return DWORD{0}; });
+  EXPECT_EQ(Build(), L"false: <null>");
+}
+
+TEST_F(ClassPathBuildTest, WithoutTheHostsFolderTheEntriesThatAreNotInstalledBeginAtTheRoot) {
+  const FailCall fault(kQvshrCallGetDirectory, 2);
+  EXPECT_EQ(Build(), L"true: " + Below(L"\\IDE"));
+}
+
+// The path of both modules as the system would tell it, cut at the buffer's size like the system's.
+class ModulePath {
+ public:
+  explicit ModulePath(std::wstring path) : m_hook(nullptr, "GetModuleFileNameW", &Answer) { s_path = std::move(path); }
+
+ private:
+  static DWORD WINAPI Answer(HMODULE, LPWSTR buffer, DWORD capacity) {
+    const size_t copied = std::min<size_t>(s_path.size(), capacity);
+    std::copy_n(s_path.c_str(), copied, buffer);
+    if (copied < capacity) buffer[copied] = L'\0';
+    return static_cast<DWORD>(copied);
+  }
+
+  static inline std::wstring s_path;
+  ImportHook m_hook;
+};
+
+TEST_F(ClassPathBuildTest, EntriesBelowLongFoldersAreNotCut) {
+  for (const size_t units : {200u, 246u, 247u, 248u}) {
+    const std::wstring folder = L"C:\\" + std::wstring(units - 3, L'd');
+    const ModulePath path(folder + L"\\qvjvm.dll");
+    EXPECT_TRUE(Build() == L"true: " + Below(folder + L"\\IDE")) << units << " units";
+  }
+}
+
+TEST_F(ClassPathBuildTest, AModulePathThatIsTooLongIsCutAt259UnitsAndNotReadPastThem) {
+  for (const size_t units : {260u, 261u, 300u}) {
+    // The cut falls into the last part, so the folder before it is whole.
+    const std::wstring folder = L"C:\\" + std::wstring(240, L'd');
+    const ModulePath path(folder + L"\\" + std::wstring(units - folder.size() - 1, L'n'));
+    EXPECT_TRUE(Build() == L"true: " + Below(folder + L"\\IDE")) << units << " units";
+  }
+  const ModulePath path(L"C:\\" + std::wstring(296, L'd') + L"\\x");
+  EXPECT_EQ(Build(), L"true: " + Below(L"C:\\IDE")) << "the cut falls into the folder";
+}
+
+}  // namespace
+}  // namespace qvtest
