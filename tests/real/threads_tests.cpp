@@ -2,7 +2,6 @@
 // thread that made them.
 // The JVM's own count of threads tells whether a thread that ended was detached.
 #include <atomic>
-#include <latch>
 #include <thread>
 
 #include "tests/real/running_vm.h"
@@ -11,6 +10,29 @@ namespace qvtest {
 namespace {
 
 constexpr int kThreads = 16;
+
+// Opens when as many have arrived as it was made for. Plain Windows events: the condition variables under
+// std::latch lose wake-ups in some mingw runtimes.
+class Gate {
+ public:
+  explicit Gate(int arrivals) : m_left(arrivals) {}
+  ~Gate() { CloseHandle(m_open); }
+  Gate(const Gate&) = delete;
+  Gate& operator=(const Gate&) = delete;
+
+  void Arrive() {
+    if (--m_left == 0) SetEvent(m_open);
+  }
+  void Wait() { WaitForSingleObject(m_open, INFINITE); }
+  void ArriveAndWait() {
+    Arrive();
+    Wait();
+  }
+
+ private:
+  std::atomic<int> m_left;
+  HANDLE m_open = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+};
 
 class Threads : public RunningVmTest {
  protected:
@@ -25,11 +47,11 @@ class Threads : public RunningVmTest {
   // Runs `work(number)` on threads that begin together; they have ended when this returns.
   template <class Work>
   void OnManyThreads(Work&& work) {
-    std::latch ready(kThreads);
+    Gate ready(kThreads);
     std::vector<std::thread> threads;
     for (int number = 0; number < kThreads; ++number) {
       threads.emplace_back([&, number] {
-        ready.arrive_and_wait();
+        ready.ArriveAndWait();
         work(number);
       });
     }
@@ -105,19 +127,19 @@ TEST_F(Threads, RecordsOfObjectsOfTheirOwnNeverMix) {
 TEST_F(Threads, AThreadThatEndsIsDetached) {
   const int32_t before = CountInJava();
   for (int round = 0; round < 3; ++round) {
-    std::latch attached(kThreads + 1);
-    std::latch counted(1);
+    Gate attached(kThreads + 1);
+    Gate counted(1);
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
       threads.emplace_back([&] {
         EXPECT_NE(QV_AcquireThreadEnv(Vm()), nullptr);
-        attached.arrive_and_wait();
-        counted.wait();
+        attached.ArriveAndWait();
+        counted.Wait();
       });
     }
-    attached.arrive_and_wait();
+    attached.ArriveAndWait();
     EXPECT_EQ(CountInJava(), before + kThreads);
-    counted.count_down();
+    counted.Arrive();
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(CountInJava(), before);
   }
