@@ -104,8 +104,6 @@ SlotTable& BridgeTest::Watch() {
   return *m_slots;
 }
 
-void BridgeTest::TakeEnvironmentAway() {
-  Watch().Replace(QV_SLOT_ACQUIRE_THREAD_ENV, NoEnvironment);
-}
+void BridgeTest::TakeEnvironmentAway() { Watch().Replace(QV_SLOT_ACQUIRE_THREAD_ENV, NoEnvironment); }
 
 }  // namespace qvtest

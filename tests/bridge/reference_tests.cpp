@@ -41,7 +41,7 @@ TEST_F(References, TheFourDeletionsGiveTheReferenceToJni) {
     Watch();
     EXPECT_EQ((Api().*row.operation)(reference), S_OK);
     const Lines call = {row.global ? "DeleteGlobalRef(global it)" : "DeleteLocalRef(it)"};
-    EXPECT_EQ(Log(), (Lines{"slot " + std::to_string(row.slot) + " " + SlotName(row.slot), kEnvironment} + call));
+    EXPECT_EQ(Log(), (Lines{SlotLine(row.slot), kEnvironment} + call));
     EXPECT_EQ(ObjectRecord(), Record(L"from before", 0));
     EXPECT_NE(Jni().Pending(), nullptr);
     Renew();

@@ -93,6 +93,10 @@ constexpr const char* kSlotNames[QV_SLOT_COUNT] = {"QueryInterface",
 
 const char* SlotName(size_t slot) { return kSlotNames[slot]; }
 
+std::string SlotLine(size_t slot) {
+  return std::string("slot ").append(std::to_string(slot)).append(" ").append(kSlotNames[slot]);
+}
+
 SlotTable::SlotTable(IQV_JavaVM* object, FakeVm& record)
     : m_object(reinterpret_cast<void***>(object)), m_original(*m_object), m_record(record) {
   if (g_watched != nullptr) ADD_FAILURE() << "one watched object at a time";
@@ -108,8 +112,6 @@ SlotTable::~SlotTable() {
   g_watched = nullptr;
 }
 
-void SlotTable::RecordCall(size_t slot) const {
-  m_record.Record("slot " + std::to_string(slot) + " " + kSlotNames[slot]);
-}
+void SlotTable::RecordCall(size_t slot) const { m_record.Record(SlotLine(slot)); }
 
 }  // namespace qvtest

@@ -41,5 +41,7 @@ class SlotTable {
 };
 
 const char* SlotName(size_t slot);
+// As a call through the slot stands in the record.
+std::string SlotLine(size_t slot);
 
 }  // namespace qvtest

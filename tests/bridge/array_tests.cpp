@@ -1,0 +1,388 @@
+// String and byte arrays.
+#include <functional>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "tests/bridge/bridge_test.h"
+
+namespace qvtest {
+
+namespace {
+
+class Arrays : public BridgeTest {
+ protected:
+  static const FakeThing& Behind(FakeJni& jni, qv_jobject reference) {
+    return *jni.Vm().Look(&jni, reference, "the test");
+  }
+  // Bytes of that many elements: 1, 2, 3, ... and round.
+  static std::vector<jbyte> Bytes(size_t count) {
+    std::vector<jbyte> bytes(count);
+    std::iota(bytes.begin(), bytes.end(), jbyte{1});
+    return bytes;
+  }
+};
+
+// -- string arrays --
+
+TEST_F(Arrays, AStringArrayIsFilledWithOneEmptyString) {
+  qv_jarray array = this;
+  Watch();
+  EXPECT_EQ(Api().NewStringArray(&array, 3), S_OK);
+  EXPECT_EQ(Log(),
+            (Lines{"slot 43 NewStringArray", kEnvironment, "slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear",
+                   "ExceptionClear()", "FindClass(\"java/lang/String\")", "slot 14 NewString", kEnvironment,
+                   "NewString(\"\", 0)", "NewObjectArray(3, java/lang/String, \"\")", "slot 8 DeleteLocalRef",
+                   kEnvironment, "DeleteLocalRef(\"\")"}));
+  const std::vector<Thing>& elements = Behind(Jni(), array).elements;
+  ASSERT_EQ(elements.size(), 3u);
+  for (const Thing& element : elements) {
+    ASSERT_NE(element, nullptr);
+    EXPECT_EQ(element->kind, FakeThing::Kind::String);
+    EXPECT_EQ(element->text, L"");
+    EXPECT_EQ(element, elements[0]);
+  }
+  EXPECT_EQ(LocalsLeft(), 2) << "the array, and the class, which is not deleted";
+}
+
+TEST_F(Arrays, AStringArrayMayBeEmpty) {
+  qv_jarray array = nullptr;
+  EXPECT_EQ(Api().NewStringArray(&array, 0), S_OK);
+  EXPECT_TRUE(Behind(Jni(), array).elements.empty());
+}
+
+TEST_F(Arrays, NobodyLooksForAnExceptionAfterAStringArrayIsMade) {
+  qv_jarray array = this;
+  EXPECT_EQ(Api().NewStringArray(&array, -1), S_OK);
+  EXPECT_EQ(array, nullptr);
+  ASSERT_NE(Jni().Pending(), nullptr);
+  EXPECT_EQ(Jni().Pending()->label, "java.lang.NegativeArraySizeException");
+  EXPECT_EQ(Log().back(), "DeleteLocalRef(\"\")");
+  EXPECT_EQ(ObjectRecord(), kNoRecord);
+}
+
+TEST_F(Arrays, WithoutTheStringClassThereIsNoStringArray) {
+  SetCreated(true);
+  Java().classes.erase("java/lang/String");
+  qv_jarray array = this;
+  EXPECT_EQ(Api().NewStringArray(&array, 3), E_FAIL);
+  EXPECT_EQ(array, nullptr);
+  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.NoClassDefFoundError: java/lang/String", 0)) << "that of the look-up";
+}
+
+TEST_F(Arrays, WithoutTheEmptyStringThereIsNoStringArray) {
+  for (const Fault fault : {Fault::Null, Fault::Throw}) {
+    Java().FailAt("NewString", 1, fault);
+    qv_jarray array = this;
+    EXPECT_EQ(Api().NewStringArray(&array, 3), E_FAIL);
+    EXPECT_EQ(array, nullptr);
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+    EXPECT_EQ(Log().back(), "NewString(\"\", 0)");
+    EXPECT_EQ(Jni().Pending() != nullptr, fault == Fault::Throw) << "it stays pending";
+    Renew();
+  }
+}
+
+int32_t g_status = 0;
+int32_t AnswerFindClass(void*, qv_jclass*, const char*) { return g_status; }
+int32_t AnswerNewString(void*, qv_jstring*, const wchar_t*) { return g_status; }
+int32_t AnswerCast(void*, qv_jobject*, qv_jobject) { return g_status; }
+
+TEST_F(Arrays, ANegativeStatusOfSlots12And14EndsAStringArray) {
+  g_status = E_INVALIDARG;
+  SlotTable& slots = Watch();
+  slots.Replace(14, AnswerNewString);
+  qv_jarray array = this;
+  EXPECT_EQ(Api().NewStringArray(&array, 3), E_FAIL);
+  EXPECT_EQ(array, nullptr);
+  slots.Replace(12, AnswerFindClass);
+  Log();
+  EXPECT_EQ(Api().NewStringArray(&array, 3), E_FAIL);
+  EXPECT_EQ(Log(), (Lines{"slot 43 NewStringArray", kEnvironment, "slot 12 FindClass"}));
+}
+
+TEST_F(Arrays, AnElementIsStoredAndThenTheExceptionIsLookedAt) {
+  const jobjectArray array = Jni().GivenArray(2);
+  const jstring value = Jni().GivenString(L"v");
+  Watch();
+  EXPECT_EQ(Api().SetObjectArrayElement(array, 1, value), S_OK);
+  EXPECT_EQ(Log(), (Lines{"slot 44 SetObjectArrayElement", kEnvironment, "SetObjectArrayElement(array, 1, \"v\")"}) +
+                       kNothingPending);
+  EXPECT_EQ(Behind(Jni(), array).elements[1]->text, L"v");
+  EXPECT_EQ(Api().SetObjectArrayElement(array, 1, nullptr), S_OK) << "null is a value";
+  EXPECT_EQ(Behind(Jni(), array).elements[1], nullptr);
+  EXPECT_EQ(LocalsLeft(), 0);
+}
+
+TEST_F(Arrays, AnIndexOutOfBoundsGivesItsText) {
+  const jobjectArray array = Jni().GivenArray(2);
+  for (const int32_t index : {-1, 2}) {
+    EXPECT_EQ(Api().SetObjectArrayElement(array, index, nullptr), E_FAIL);
+    EXPECT_EQ(ObjectRecord(), Record(L"java.lang.ArrayIndexOutOfBoundsException: " + std::to_wstring(index), -1001));
+  }
+}
+
+// -- byte arrays --
+
+TEST_F(Arrays, AByteArrayIsMadeAndThenTheExceptionIsLookedAt) {
+  for (const int32_t length : {0, 1, 1000000}) {
+    qv_jarray array = nullptr;
+    Watch();
+    EXPECT_EQ(Api().NewByteArray(&array, length), S_OK);
+    EXPECT_EQ(Log(), (Lines{"slot 45 NewByteArray", kEnvironment, "NewByteArray(" + std::to_string(length) + ")"}) +
+                         kNothingPending);
+    EXPECT_EQ(Behind(Jni(), array).bytes.size(), static_cast<size_t>(length));
+    EXPECT_EQ(LocalsLeft(), 1);
+    Renew();
+  }
+}
+
+TEST_F(Arrays, AByteArrayThatCannotBeMadeGivesItsText) {
+  qv_jarray array = this;
+  EXPECT_EQ(Api().NewByteArray(&array, -5), E_FAIL);
+  EXPECT_EQ(array, nullptr);
+  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.NegativeArraySizeException: -5", -1001));
+}
+
+TEST_F(Arrays, ReadingBytesGivesTheElementsBackWithAbort) {
+  const jbyteArray array = Jni().GivenBytes(Bytes(5));
+  jbyte bytes[5] = {};
+  Watch();
+  EXPECT_EQ(Api().GetByteArrayData(array, 3, 5, bytes), S_OK);
+  EXPECT_EQ(std::vector<jbyte>(bytes, bytes + 5), Bytes(5)) << "from element 0, whatever the ignored argument says";
+  EXPECT_EQ(Log(),
+            (Lines{"slot 46 GetByteArrayData", kEnvironment, "slot 7 CastReference", "GetByteArrayElements(bytes)"}) +
+                kNothingPending + Lines{"ReleaseByteArrayElements(bytes, 2)"} + kNothingPending);
+  EXPECT_EQ(LocalsLeft(), 0);
+}
+
+TEST_F(Arrays, WritingBytesGivesTheElementsBackToBeCopied) {
+  const jbyteArray array = Jni().GivenBytes(Bytes(5));
+  const jbyte bytes[3] = {-128, 127, 0};
+  Watch();
+  EXPECT_EQ(Api().SetByteArrayData(array, 2, bytes, 3), S_OK);
+  EXPECT_EQ(Behind(Jni(), array).bytes, (std::vector<jbyte>{-128, 127, 0, 4, 5}));
+  EXPECT_EQ(Log(),
+            (Lines{"slot 47 SetByteArrayData", kEnvironment, "slot 7 CastReference", "GetByteArrayElements(bytes)"}) +
+                kNothingPending + Lines{"ReleaseByteArrayElements(bytes, 0)"} + kNothingPending);
+  EXPECT_EQ(LocalsLeft(), 0);
+}
+
+TEST_F(Arrays, ExactlyTheCountedBytesAreCopied) {
+  for (const int32_t count : {0, 1, 15, 16, 17, 100000}) {
+    SCOPED_TRACE(count);
+    const auto size = static_cast<size_t>(count);
+    const std::vector<jbyte> source = Bytes(size);
+    const jbyteArray array = Jni().GivenBytes(std::vector<jbyte>(size + 1, jbyte{-1}));
+    EXPECT_EQ(Api().SetByteArrayData(array, 0, source.data(), count), S_OK);
+    std::vector<jbyte> expected = source;
+    expected.push_back(-1);
+    EXPECT_EQ(Behind(Jni(), array).bytes, expected);
+    std::vector<jbyte> target(size + 1, jbyte{-2});
+    EXPECT_EQ(Api().GetByteArrayData(array, 0, count, target.data()), S_OK);
+    expected.back() = -2;
+    EXPECT_EQ(target, expected);
+  }
+}
+
+TEST_F(Arrays, ACountOfZeroOrLessCopiesNothingAndStillReleases) {
+  const jbyteArray array = Jni().GivenBytes(Bytes(2));
+  for (const int32_t count : {0, -1, std::numeric_limits<int32_t>::min()}) {
+    jbyte byte = 99;
+    for (void* bytes : {static_cast<void*>(&byte), static_cast<void*>(nullptr)}) {
+      EXPECT_EQ(Api().GetByteArrayData(array, 0, count, bytes), S_OK);
+      EXPECT_EQ(Log(), (Lines{"GetByteArrayElements(bytes)", "ExceptionOccurred()",
+                              "ReleaseByteArrayElements(bytes, 2)", "ExceptionOccurred()"}));
+      EXPECT_EQ(Api().SetByteArrayData(array, 0, bytes, count), S_OK);
+      EXPECT_EQ(Log(), (Lines{"GetByteArrayElements(bytes)", "ExceptionOccurred()",
+                              "ReleaseByteArrayElements(bytes, 0)", "ExceptionOccurred()"}));
+    }
+    EXPECT_EQ(byte, 99);
+    EXPECT_EQ(Behind(Jni(), array).bytes, Bytes(2));
+  }
+}
+
+class ByteCopies : public Arrays {
+ protected:
+  // Reading, then writing, each on a fresh object, VM and array of two bytes.
+  void ForBoth(const std::function<void(const std::function<int32_t()>& copy)>& test) {
+    for (const bool reading : {true, false}) {
+      SCOPED_TRACE(reading ? "reading" : "writing");
+      m_bytes = {10, 20};
+      m_array = Jni().GivenBytes({1, 2});
+      test([&] {
+        return reading ? Api().GetByteArrayData(m_array, 0, 2, m_bytes.data())
+                       : Api().SetByteArrayData(m_array, 0, m_bytes.data(), 2);
+      });
+      Renew();
+    }
+  }
+  void ExpectNothingCopied() {
+    EXPECT_EQ(m_bytes, (std::vector<jbyte>{10, 20}));
+    if (m_array != nullptr) {
+      EXPECT_EQ(Behind(Jni(), m_array).bytes, (std::vector<jbyte>{1, 2}));
+    }
+  }
+
+  std::vector<jbyte> m_bytes;
+  qv_jarray m_array = nullptr;
+};
+
+TEST_F(ByteCopies, ElementsThatCannotBeHadGiveTheExceptionsText) {
+  ForBoth([&](const auto& copy) {
+    Java().FailAt("GetByteArrayElements", 1, Fault::Throw);
+    EXPECT_EQ(copy(), E_FAIL);
+    EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: GetByteArrayElements", -1001));
+    ExpectNothingCopied();
+  });
+}
+
+TEST_F(ByteCopies, NullElementsWithoutAnExceptionAreAFailure) {
+  ForBoth([&](const auto& copy) {
+    Java().FailAt("GetByteArrayElements", 1, Fault::Null);
+    EXPECT_EQ(copy(), E_FAIL);
+    EXPECT_EQ(Log(), (Lines{"GetByteArrayElements(bytes)", "ExceptionOccurred()"}));
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+    ExpectNothingCopied();
+  });
+}
+
+TEST_F(ByteCopies, AnExceptionFromBeforeEndsItWithNothingCopiedAndNothingPinned) {
+  ForBoth([&](const auto& copy) {
+    LeavePending(L"java.lang.Error: from before");
+    EXPECT_EQ(copy(), E_FAIL);
+    EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: from before", -1001));
+    ExpectNothingCopied();
+    EXPECT_EQ(Java().Pinned(), 0u);
+    const Lines log = Log();
+    EXPECT_EQ((Lines{log.begin(), log.begin() + 2}),
+              (Lines{"GetByteArrayElements(bytes) !pending", "ExceptionOccurred()"}));
+  });
+}
+
+TEST_F(ByteCopies, AnExceptionAfterTheReleaseIsReported) {
+  ForBoth([&](const auto& copy) {
+    Java().FailAt("ReleaseByteArrayElements", 1, Fault::Throw);
+    EXPECT_EQ(copy(), E_FAIL);
+    EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: ReleaseByteArrayElements", -1001));
+  });
+}
+
+TEST_F(ByteCopies, TheArrayGoesThroughSlot7) {
+  static qv_jobject other;
+  ForBoth([&](const auto& copy) {
+    other = Jni().GivenBytes({7, 8});
+    SlotTable& slots = Watch();
+    slots.Replace(
+        7, +[](void*, qv_jobject* out, qv_jobject) -> int32_t {
+          *out = other;
+          return S_OK;
+        });
+    m_array = Jni().GivenBytes({1, 2});
+    EXPECT_EQ(copy(), S_OK);
+    EXPECT_EQ(Behind(Jni(), m_array).bytes, (std::vector<jbyte>{1, 2}));
+    EXPECT_EQ(Behind(Jni(), other).bytes, m_bytes);
+    g_status = E_INVALIDARG;
+    slots.Replace(7, AnswerCast);
+    Log();
+    EXPECT_EQ(copy(), E_FAIL);
+    EXPECT_EQ(Log().back(), "slot 7 CastReference");
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+  });
+}
+
+// -- what all five share with the typed calls --
+
+struct ArrayCall {
+  size_t slot;
+  std::function<int32_t(IQV_JavaVM&, FakeJni&)> call;
+  const char* firstJniCall;
+};
+
+jbyte g_byte = 0;
+qv_jarray g_out = nullptr;
+const ArrayCall kCalls[] = {
+    {43, [](IQV_JavaVM& vm, FakeJni&) { return vm.NewStringArray(&g_out, 1); }, "ExceptionClear()"},
+    {44, [](IQV_JavaVM& vm, FakeJni& jni) { return vm.SetObjectArrayElement(jni.GivenArray(1), 0, nullptr); },
+     "SetObjectArrayElement(array, 0, null)"},
+    {45, [](IQV_JavaVM& vm, FakeJni&) { return vm.NewByteArray(&g_out, 1); }, "NewByteArray(1)"},
+    {46, [](IQV_JavaVM& vm, FakeJni& jni) { return vm.GetByteArrayData(jni.GivenBytes({1}), 0, 1, &g_byte); },
+     "GetByteArrayElements(bytes)"},
+    {47, [](IQV_JavaVM& vm, FakeJni& jni) { return vm.SetByteArrayData(jni.GivenBytes({1}), 0, &g_byte, 1); },
+     "GetByteArrayElements(bytes)"}};
+
+TEST_F(Arrays, WithoutAnEnvironmentItIsAnInternalException) {
+  for (const ArrayCall& row : kCalls) {
+    for (const bool record : {false, true}) {
+      TakeEnvironmentAway();
+      if (record) GiveObjectRecord(L"from before");
+      g_out = this;
+      EXPECT_EQ(row.call(Api(), Jni()), E_FAIL);
+      const Lines cleared = {"slot 58 ExceptionClear"};
+      EXPECT_EQ(Log(), (Lines{SlotLine(row.slot), kEnvironment}) + (record ? cleared : Lines{}));
+      EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+      if (row.slot == 43 || row.slot == 45) {
+        EXPECT_EQ(g_out, nullptr);
+      }
+      Renew();
+    }
+  }
+}
+
+TEST_F(Arrays, AnExceptionFromBeforeIsClearedWhenThereIsARecord) {
+  for (const ArrayCall& row : kCalls) {
+    SCOPED_TRACE(SlotName(row.slot));
+    GiveObjectRecord(L"from before");
+    LeavePending();
+    Watch();
+    EXPECT_EQ(row.call(Api(), Jni()), S_OK);
+    const Lines log = Log();
+    ASSERT_GE(log.size(), 4u);
+    EXPECT_EQ((Lines{log.begin(), log.begin() + 4}),
+              (Lines{SlotLine(row.slot), kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()"}));
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+    Renew();
+  }
+}
+
+TEST_F(Arrays, AnExceptionFromBeforeIsNotClearedWithoutARecord) {
+  for (const ArrayCall& row : kCalls) {
+    SCOPED_TRACE(SlotName(row.slot));
+    LeavePending(L"java.lang.Error: from before");
+    const int32_t status = row.call(Api(), Jni());
+    std::string first = Log().front();
+    if (row.slot == 43) {
+      // Its look-up drops the exception, which therefore is never reported.
+      EXPECT_EQ(status, S_OK);
+      EXPECT_EQ(first, row.firstJniCall);
+      EXPECT_EQ(ObjectRecord(), kNoRecord);
+    } else {
+      EXPECT_EQ(status, E_FAIL);
+      EXPECT_EQ(first, std::string(row.firstJniCall).append(" !pending"));
+      EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: from before", -1001));
+    }
+    Renew();
+  }
+}
+
+TEST_F(Arrays, Slot59DecidesAndGetsTheObjectsOwnRecord) {
+  static ErrorRecord** where;
+  for (const ArrayCall& row : kCalls) {
+    if (row.slot == 43) continue;  // it looks for no exception
+    where = nullptr;
+    Watch().Replace(
+        59, +[](void*, ErrorRecord** record, qv_jnienv) -> int32_t {
+          where = record;
+          *record = qv::NewErrorRecord(L"from slot 59", 5);
+          return 1;
+        });
+    EXPECT_EQ(row.call(Api(), Jni()), E_FAIL);
+    EXPECT_EQ(where, Object().RecordSlot());
+    EXPECT_EQ(ObjectRecord(), Record(L"from slot 59", -1001));
+    Renew();
+  }
+}
+
+}  // namespace
+
+}  // namespace qvtest

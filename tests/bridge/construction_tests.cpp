@@ -1,0 +1,117 @@
+// NewObject and NewDefaultObject. Neither looks for an exception, neither touches the record.
+#include <limits>
+#include <string>
+
+#include "tests/bridge/bridge_test.h"
+
+namespace qvtest {
+
+namespace {
+
+using Construction = BridgeTest;
+
+TEST_F(Construction, TheConstructorsSignatureIsTheArgumentsAndAV) {
+  const jclass cls = Jni().GivenClass("a/B");
+  const jstring text = Jni().GivenString(L"x");
+  qv_jobject made = this;
+  Watch();
+  EXPECT_EQ(Api().NewObject(&made, cls, "(Ljava/lang/String;)", text), S_OK);
+  EXPECT_EQ(Java().Label(made), "a/B(\"x\")");
+  EXPECT_EQ(Log(), (Lines{"slot 18 NewObject", kEnvironment, "GetMethodID(a/B, \"<init>\", \"(Ljava/lang/String;)V\")",
+                          "NewObjectV(a/B, <init>(Ljava/lang/String;)V, \"x\")"}));
+  EXPECT_EQ(LocalsLeft(), 1);
+}
+
+TEST_F(Construction, TheEmptySignatureCallsTheConstructorWithoutArguments) {
+  qv_jobject made = this;
+  EXPECT_EQ(Api().NewObject(&made, Jni().GivenClass("a/B"), "()"), S_OK);
+  EXPECT_EQ(Java().Label(made), "a/B()");
+  EXPECT_EQ(Log(), (Lines{"GetMethodID(a/B, \"<init>\", \"()V\")", "NewObjectV(a/B, <init>()V)"}));
+}
+
+TEST_F(Construction, ArgumentsOfEveryWidthArrive) {
+  qv_jobject made = nullptr;
+  EXPECT_EQ(Api().NewObject(&made, Jni().GivenClass("a/B"), "(ZBCSIJFDLa/C;[[I)", 1, -128, 0xFFFF, -32768,
+                            std::numeric_limits<int32_t>::min(), std::numeric_limits<int64_t>::min(), 0.5,
+                            std::numeric_limits<double>::max(), Jni().GivenObject("c"), nullptr),
+            S_OK);
+  EXPECT_EQ(Log().back(),
+            "NewObjectV(a/B, <init>(ZBCSIJFDLa/C;[[I)V, 1, -128, 65535, -32768, -2147483648, -9223372036854775808, "
+            "0.5, 1.7976931348623157e+308, c, null)");
+}
+
+TEST_F(Construction, OfAnArgumentSignature511CharactersAreUsed) {
+  const jclass cls = Jni().GivenClass("a/B");
+  for (const size_t length : {0u, 1u, 2u, 509u, 510u, 511u, 512u, 513u, 4000u}) {
+    SCOPED_TRACE(length);
+    std::string signature(length, 'I');
+    if (length > 0) signature.front() = '(';
+    if (length > 511) signature[510] = 'J', signature[511] = '!';
+    Java().FailAt("GetMethodID", 1, Fault::Null);
+    qv_jobject made = this;
+    EXPECT_EQ(Api().NewObject(&made, cls, signature.c_str()), E_FAIL);
+    EXPECT_EQ(made, nullptr);
+    EXPECT_EQ(Log(), (Lines{"GetMethodID(a/B, \"<init>\", \"" + signature.substr(0, 511) + "V\")"}));
+  }
+}
+
+TEST_F(Construction, WithoutTheConstructorNothingIsCalledAndTheErrorStaysPending) {
+  const jclass cls = Jni().GivenClass("a/B");
+  Java().missingMembers = {"<init>"};
+  GiveObjectRecord(L"from before", 7);
+  qv_jobject made = this;
+  EXPECT_EQ(Api().NewObject(&made, cls, "(I)", 1), E_FAIL);
+  EXPECT_EQ(made, nullptr);
+  EXPECT_EQ(Log(), (Lines{"GetMethodID(a/B, \"<init>\", \"(I)V\")"}));
+  ASSERT_NE(Jni().Pending(), nullptr);
+  EXPECT_EQ(Jni().Pending()->label, "java.lang.NoSuchMethodError");
+  Jni().SetPending(nullptr);
+  made = this;
+  EXPECT_EQ(Api().NewDefaultObject(&made, cls), E_FAIL);
+  EXPECT_EQ(made, nullptr);
+  EXPECT_EQ(Log(), (Lines{"GetMethodID(a/B, \"<init>\", \"()V\")"}));
+  EXPECT_NE(Jni().Pending(), nullptr);
+  EXPECT_EQ(ObjectRecord(), Record(L"from before", 7));
+}
+
+TEST_F(Construction, AConstructorThatThrowsIsASuccessWithNullAndStaysPending) {
+  const jclass cls = Jni().GivenClass("a/B");
+  GiveObjectRecord(L"from before", 7);
+  Java().FailAt("NewObjectV", 1, Fault::Throw);
+  qv_jobject made = this;
+  EXPECT_EQ(Api().NewObject(&made, cls, "()"), S_OK);
+  EXPECT_EQ(made, nullptr);
+  EXPECT_EQ(Log(), (Lines{"GetMethodID(a/B, \"<init>\", \"()V\")", "NewObjectV(a/B, <init>()V)"}));
+  EXPECT_NE(Jni().Pending(), nullptr);
+  Jni().SetPending(nullptr);
+  Java().FailAt("NewObject", 1, Fault::Throw);
+  made = this;
+  EXPECT_EQ(Api().NewDefaultObject(&made, cls), S_OK);
+  EXPECT_EQ(made, nullptr);
+  EXPECT_EQ(Log(), (Lines{"GetMethodID(a/B, \"<init>\", \"()V\")", "NewObject(a/B, <init>()V)"}));
+  EXPECT_NE(Jni().Pending(), nullptr);
+  EXPECT_EQ(ObjectRecord(), Record(L"from before", 7));
+}
+
+TEST_F(Construction, AnExceptionFromBeforeIsNotLookedAt) {
+  const jclass cls = Jni().GivenClass("a/B");
+  LeavePending();
+  qv_jobject made = nullptr;
+  EXPECT_EQ(Api().NewObject(&made, cls, "()"), S_OK);
+  EXPECT_EQ(Log(), (Lines{"GetMethodID(a/B, \"<init>\", \"()V\") !pending", "NewObjectV(a/B, <init>()V) !pending"}));
+  EXPECT_NE(Jni().Pending(), nullptr);
+}
+
+TEST_F(Construction, TheDefaultObjectComesFromTheConstructorWithoutArguments) {
+  qv_jobject made = this;
+  Watch();
+  EXPECT_EQ(Api().NewDefaultObject(&made, Jni().GivenClass("a/B")), S_OK);
+  EXPECT_EQ(Java().Label(made), "a/B()");
+  EXPECT_EQ(Log(), (Lines{"slot 19 NewDefaultObject", kEnvironment, "GetMethodID(a/B, \"<init>\", \"()V\")",
+                          "NewObject(a/B, <init>()V)"}));
+  EXPECT_EQ(LocalsLeft(), 1);
+}
+
+}  // namespace
+
+}  // namespace qvtest

@@ -1,0 +1,400 @@
+// The typed calls and the static field reads: every rule for each of the 23 operations.
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <limits>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "tests/bridge/bridge_test.h"
+#include "tests/bridge/typed_call_rows.h"
+#include "tests/support/slot_call.h"
+
+namespace qvtest {
+
+namespace {
+
+constexpr uint8_t kUntouched = 0xCC;
+
+const Lines kJustLooked = {"ExceptionOccurred()"};
+const Lines kClearOldSlot = {"slot 58 ExceptionClear"};
+const Lines kClearOld = {"slot 58 ExceptionClear", "ExceptionClear()"};
+
+class TypedCallTest : public BridgeTest {
+ protected:
+  // Runs the test once for each operation, on a fresh object and VM, with the row's name in every message.
+  void ForEach(const std::function<void(const TypedCall&)>& test) {
+    for (const TypedCall& row : TypedCalls()) {
+      SCOPED_TRACE(SlotName(row.slot));
+      m_result.fill(kUntouched);
+      m_given = {m_result.data(), Jni().GivenClass("a/B"), Jni().GivenObject("it"), "m", nullptr};
+      m_signature = SignatureOf(row);
+      m_given.signature = m_signature.c_str();
+      SetAnswer(ValuesOf(row, Reference()).front().java);
+      test(row);
+      Renew();
+    }
+  }
+
+  jobject Reference() { return Jni().GivenObject("answer"); }
+  void SetAnswer(jvalue answer) {
+    Java().answers["m"] = [answer](FakeJni&, const Thing&, const std::vector<jvalue>&) { return answer; };
+  }
+  int32_t Call(const TypedCall& row) { return Invoke(Api(), row, m_given); }
+
+  // The result holds these bytes and nothing behind them was written; no bytes: it is untouched.
+  void ExpectResult(const std::vector<uint8_t>& bytes) {
+    std::array<uint8_t, 16> expected;
+    expected.fill(kUntouched);
+    std::copy(bytes.begin(), bytes.end(), expected.begin());
+    EXPECT_EQ(m_result, expected);
+  }
+
+  // With the mark of a call made while an exception is pending.
+  static Lines Illegal(Lines lines) {
+    for (std::string& line : lines) line += " !pending";
+    return lines;
+  }
+  // The lines of the record.
+  static Lines Begun(const TypedCall& row) { return {SlotLine(row.slot), kEnvironment}; }
+  static Lines LookupLine(const TypedCall& row) {
+    return {std::string(LookupOf(row)) + "(a/B, \"m\", \"" + SignatureOf(row) + "\")"};
+  }
+  static Lines CallLine(const TypedCall& row) {
+    std::string member = row.form == Form::Field ? "m:" : "m";
+    member += SignatureOf(row);
+    return {std::string(row.jniCall) + "(" + (HasObject(row) ? "it" : "a/B") + ", " + member + ")"};
+  }
+
+  std::array<uint8_t, 16> m_result{};
+  CallArguments m_given{};
+  std::string m_signature;
+};
+
+TEST_F(TypedCallTest, TheTableHasEverySlotFrom20To42Once) {
+  size_t slot = 20;
+  for (const TypedCall& row : TypedCalls()) EXPECT_EQ(row.slot, slot++);
+  EXPECT_EQ(slot, 43u);
+}
+
+TEST_F(TypedCallTest, ASuccessLooksUpCallsAndFindsNothingPending) {
+  ForEach([&](const TypedCall& row) {
+    Watch();
+    EXPECT_EQ(Call(row), S_OK);
+    EXPECT_EQ(Log(), Begun(row) + LookupLine(row) + CallLine(row) + kNothingPending);
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+    EXPECT_EQ(LocalsLeft(), 0) << "the object that Java gives is the host's; nothing else is made";
+  });
+}
+
+TEST_F(TypedCallTest, TheResultIsWrittenInItsOwnWidth) {
+  ForEach([&](const TypedCall& row) {
+    for (const TypedValue& value : ValuesOf(row, Reference())) {
+      SCOPED_TRACE(value.name);
+      m_result.fill(kUntouched);
+      SetAnswer(value.java);
+      EXPECT_EQ(Call(row), S_OK);
+      EXPECT_EQ(value.host.size(), row.width);
+      ExpectResult(value.host);
+    }
+  });
+}
+
+TEST_F(TypedCallTest, TrueIsA32BitOne) {
+  int32_t result = -1;
+  jvalue answer{};
+  answer.z = JNI_TRUE;
+  SetAnswer(answer);
+  EXPECT_EQ(Api().CallBooleanMethod(&result, Jni().GivenClass("a/B"), Jni().GivenObject("it"), "m", "()Z"), S_OK);
+  EXPECT_EQ(result, 1);
+}
+
+TEST_F(TypedCallTest, AMethodThatThrowsGivesItsTextAndTheResultIsStoredAllTheSame) {
+  ForEach([&](const TypedCall& row) {
+    if (row.form == Form::Field) return;  // reading a field runs no Java code
+    Java().FailAt(row.jniCall, 1, Fault::Throw);
+    Watch();
+    EXPECT_EQ(Call(row), E_FAIL);
+    const std::string text = std::string("java.lang.Error: ") + row.jniCall;
+    EXPECT_EQ(Log(), Begun(row) + LookupLine(row) + CallLine(row) + CaptureOf("java.lang.Error", text));
+    EXPECT_EQ(ObjectRecord(), Record(ToWide(text), -1001));
+    if (row.width != 0) {
+      EXPECT_NE(m_result[0], kUntouched) << "what the call returned is stored before the exception is looked at";
+    }
+    EXPECT_EQ(LocalsLeft(), 3);
+    EXPECT_EQ(Jni().Pending(), nullptr);
+  });
+}
+
+TEST_F(TypedCallTest, AMissingMemberGivesItsErrorAndLeavesTheResult) {
+  ForEach([&](const TypedCall& row) {
+    Java().missingMembers = {"m"};
+    Watch();
+    EXPECT_EQ(Call(row), E_FAIL);
+    const std::string error = row.form == Form::Field ? "java.lang.NoSuchFieldError" : "java.lang.NoSuchMethodError";
+    EXPECT_EQ(Log(), Begun(row) + LookupLine(row) + CaptureOf(error, error + ": m"));
+    EXPECT_EQ(ObjectRecord(), Record(ToWide(error + ": m"), -1001));
+    ExpectResult({});
+  });
+}
+
+TEST_F(TypedCallTest, AMissingMemberWithoutAnErrorIsASuccessThatLeavesTheResult) {
+  ForEach([&](const TypedCall& row) {
+    Java().FailAt(LookupOf(row), 1, Fault::Null);
+    EXPECT_EQ(Call(row), S_OK);
+    EXPECT_EQ(Log(), LookupLine(row) + kJustLooked);
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+    ExpectResult({});
+  });
+}
+
+TEST_F(TypedCallTest, ANullArgumentIsAnInternalExceptionAndNothingIsLookedUp) {
+  struct Null {
+    const char* name;
+    void (*take)(CallArguments&);
+    bool (*applies)(const TypedCall&);
+  };
+  const Null kNulls[] = {
+      {"class", [](CallArguments& given) { given.cls = nullptr; }, [](const TypedCall&) { return true; }},
+      {"object", [](CallArguments& given) { given.object = nullptr; }, HasObject},
+      {"name", [](CallArguments& given) { given.name = nullptr; }, [](const TypedCall&) { return true; }},
+      {"result", [](CallArguments& given) { given.result = nullptr; },
+       [](const TypedCall& row) { return row.width != 0; }}};
+  for (const Null& null : kNulls) {
+    SCOPED_TRACE(null.name);
+    ForEach([&](const TypedCall& row) {
+      if (!null.applies(row)) return;
+      null.take(m_given);
+      Watch();
+      EXPECT_EQ(Call(row), E_FAIL);
+      EXPECT_EQ(Log(), Begun(row));
+      EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+      ExpectResult({});
+    });
+  }
+}
+
+TEST_F(TypedCallTest, ANullSignatureIsPassedOn) {
+  ForEach([&](const TypedCall& row) {
+    if (!HasSignature(row)) return;
+    m_given.signature = nullptr;
+    Java().FailAt(LookupOf(row), 1, Fault::Throw);
+    EXPECT_EQ(Call(row), E_FAIL);
+    EXPECT_EQ(Log().front(), std::string(LookupOf(row)) + "(a/B, \"m\", null)");
+  });
+}
+
+TEST_F(TypedCallTest, WithoutAnEnvironmentItIsAnInternalException) {
+  ForEach([&](const TypedCall& row) {
+    TakeEnvironmentAway();
+    EXPECT_EQ(Call(row), E_FAIL);
+    EXPECT_EQ(Log(), Begun(row));
+    EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+    ExpectResult({});
+  });
+}
+
+TEST_F(TypedCallTest, WithoutAnEnvironmentTheOldRecordGoesThroughSlot58AllTheSame) {
+  ForEach([&](const TypedCall& row) {
+    TakeEnvironmentAway();
+    GiveObjectRecord(L"from before");
+    EXPECT_EQ(Call(row), E_FAIL);
+    EXPECT_EQ(Log(), Begun(row) + kClearOldSlot);
+    EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+  });
+}
+
+TEST_F(TypedCallTest, AnExceptionFromBeforeIsClearedWhenThereIsARecord) {
+  ForEach([&](const TypedCall& row) {
+    GiveObjectRecord(L"from before", 7);
+    LeavePending();
+    Watch();
+    EXPECT_EQ(Call(row), S_OK);
+    EXPECT_EQ(Log(), Begun(row) + kClearOld + LookupLine(row) + CallLine(row) + kNothingPending);
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+  });
+}
+
+TEST_F(TypedCallTest, AnExceptionFromBeforeIsReportedWhenThereIsNoRecord) {
+  ForEach([&](const TypedCall& row) {
+    LeavePending(L"java.lang.Error: from before");
+    Watch();
+    EXPECT_EQ(Call(row), E_FAIL);
+    EXPECT_EQ(Log(), Begun(row) + Illegal(LookupLine(row)) + Illegal(CallLine(row)) +
+                         CaptureOf("exception", "java.lang.Error: from before"));
+    EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: from before", -1001));
+    if (row.width != 0) {
+      EXPECT_NE(m_result[0], kUntouched);
+    }
+  });
+}
+
+TEST_F(TypedCallTest, ARejectedCallClearsTheExceptionOfAnOldRecordFirst) {
+  ForEach([&](const TypedCall& row) {
+    GiveObjectRecord(L"from before");
+    LeavePending();
+    m_given.name = nullptr;
+    Watch();
+    EXPECT_EQ(Call(row), E_FAIL);
+    EXPECT_EQ(Log(), Begun(row) + kClearOld);
+    EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+    EXPECT_EQ(Jni().Pending(), nullptr);
+  });
+}
+
+TEST_F(TypedCallTest, AfterAFailureASuccessLeavesNoRecord) {
+  ForEach([&](const TypedCall& row) {
+    Java().missingMembers = {"m"};
+    EXPECT_EQ(Call(row), E_FAIL);
+    EXPECT_NE(ObjectRecord(), kNoRecord);
+    Java().missingMembers.clear();
+    EXPECT_EQ(Call(row), S_OK);
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+  });
+}
+
+TEST_F(TypedCallTest, WithoutMemoryForTheRecordTheStatusIsTheSame) {
+  for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
+    ForEach([&](const TypedCall& row) {
+      SCOPED_TRACE(NameOf(mode));
+      {
+        const FailAllocation fault(1, mode);
+        const char* const name = std::exchange(m_given.name, nullptr);
+        EXPECT_EQ(Call(row), E_FAIL);
+        EXPECT_EQ(ObjectRecord(), kNoRecord);
+        EXPECT_TRUE(fault.Fired());
+        m_given.name = name;
+      }
+      const FailAllocation fault(1, mode);
+      Java().missingMembers = {"m"};
+      EXPECT_EQ(Call(row), E_FAIL);
+      EXPECT_EQ(ObjectRecord(), kNoRecord);
+      EXPECT_TRUE(fault.Fired());
+      QvshrLedgerFailAt(0, kQvshrFailOnce);
+    });
+  }
+}
+
+// A slot 59 that answers as it is told.
+int32_t g_answer = 0;
+ErrorRecord** g_where = nullptr;
+qv_jnienv g_environment = nullptr;
+bool g_makeRecord = false;
+int32_t AnswerCapture(void*, ErrorRecord** record, qv_jnienv env) {
+  g_where = record;
+  g_environment = env;
+  if (g_makeRecord) *record = qv::NewErrorRecord(L"from slot 59", 5);
+  return g_answer;
+}
+
+TEST_F(TypedCallTest, Slot59GetsTheObjectsOwnRecordAndItsAnswerDecides) {
+  ForEach([&](const TypedCall& row) {
+    Watch().Replace(59, AnswerCapture);
+    g_makeRecord = true;
+    g_answer = 1;
+    EXPECT_EQ(Call(row), E_FAIL);
+    EXPECT_EQ(g_where, Object().RecordSlot());
+    EXPECT_EQ(g_environment, &Jni());
+    EXPECT_EQ(ObjectRecord(), Record(L"from slot 59", -1001));
+    g_makeRecord = false;
+    EXPECT_EQ(Call(row), E_FAIL) << "1 without a record";
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+    g_answer = 0;
+    EXPECT_EQ(Call(row), S_OK);
+  });
+}
+
+TEST_F(TypedCallTest, TheSecondEntryGivesTheSameResultStatusAndRecord) {
+  struct Outcome {
+    int32_t status;
+    std::array<uint8_t, 16> result;
+    RecordView record;
+    bool operator==(const Outcome&) const = default;
+  };
+  const std::vector<std::function<void()>> preparations = {[] {}, [&] { Java().missingMembers = {"m"}; },
+                                                           [&] { m_given.object = nullptr; }, [&] { LeavePending(); }};
+  for (const auto& prepare : preparations) {
+    std::vector<Outcome> outcomes;
+    ForEach([&](const TypedCall& row) {
+      jvalue answer{};
+      answer.j = 0x0102030405060701;
+      SetAnswer(answer);
+      prepare();
+      const int32_t status = Call(row);
+      outcomes.push_back({status, m_result, ObjectRecord()});
+    });
+    for (size_t slot = 21; slot <= 37; slot += 2) EXPECT_EQ(outcomes[slot - 20], outcomes[slot - 21]) << slot;
+  }
+}
+
+TEST_F(TypedCallTest, TheReasonWhyAThreadIsNotAttachedIsReplaced) {
+  const jclass cls = Jni().GivenClass("a/B");
+  const jobject object = Jni().GivenObject("it");
+  Java().attachResult = JNI_ERR;
+  Watch();
+  std::thread([&] {
+    int32_t result = 5;
+    EXPECT_EQ(Api().CallIntMethod(&result, cls, object, "m", "()I"), E_FAIL);
+    EXPECT_EQ(result, 5);
+  }).join();
+  EXPECT_EQ(Log(), (Lines{"slot 20 CallIntMethod", kEnvironment, "AttachCurrentThread()", "slot 58 ExceptionClear"}));
+  EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+}
+
+TEST_F(TypedCallTest, ArgumentsOfEveryWidthArrive) {
+  constexpr char kArguments[] = "(ZBCSIJFDLa/C;[[ILa/D;)";
+  constexpr char kShown[] =
+      ", 1, -128, 65535, -32768, -2147483648, 9223372036854775807, 0.10000000149011612, -1.7976931348623157e+308, c, "
+      "null, null)";
+  ForEach([&](const TypedCall& row) {
+    if (!HasSignature(row)) return;
+    m_signature = SignatureOf(row, kArguments);
+    const char* const signature = m_signature.c_str();
+    const auto call = [&](auto... leading) {
+      return CallSlot<int32_t>(&Api(), row.slot, leading..., "m", signature, 1, -128, 0xFFFF, -32768,
+                               std::numeric_limits<int32_t>::min(), std::numeric_limits<int64_t>::max(),
+                               static_cast<double>(0.1F), std::numeric_limits<double>::lowest(), Jni().GivenObject("c"),
+                               static_cast<void*>(nullptr), static_cast<void*>(nullptr));
+    };
+    int32_t status = E_FAIL;
+    if (row.form == Form::Instance) status = call(m_given.result, m_given.cls, m_given.object);
+    if (row.form == Form::InstanceVoid) status = call(m_given.cls, m_given.object);
+    if (row.form == Form::Static) status = call(m_given.result, m_given.cls);
+    if (row.form == Form::StaticVoid) status = call(m_given.cls);
+    EXPECT_EQ(status, S_OK);
+    const Lines log = Log();
+    ASSERT_GE(log.size(), 2u);
+    EXPECT_EQ(log[1], std::string(row.jniCall) + "(" + (HasObject(row) ? "it" : "a/B") + ", m" + m_signature + kShown);
+  });
+}
+
+TEST_F(TypedCallTest, AnObjectResultIsALocalReferenceOfTheHosts) {
+  Java().answers["m"] = [](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
+    jvalue value{};
+    value.l = jni.NewLocal(qvtest::Object("made"));
+    return value;
+  };
+  qv_jobject result = nullptr;
+  EXPECT_EQ(Api().CallObjectMethod(&result, Jni().GivenClass("a/B"), Jni().GivenObject("it"), "m", "()La/C;"), S_OK);
+  EXPECT_EQ(Java().Label(result), "made");
+  EXPECT_EQ(LocalsLeft(), 1);
+  EXPECT_EQ(Api().DeleteLocalRef(result), S_OK);
+  EXPECT_EQ(LocalsLeft(), 0);
+}
+
+TEST_F(TypedCallTest, ADroppedStaticResultIsNotDeleted) {
+  // The same call with a void method leaves no reference but whatever was there: deleting that could end the JVM.
+  Java().answers["m"] = [](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
+    jvalue value{};
+    value.l = jni.NewLocal(qvtest::Object("made"));
+    return value;
+  };
+  EXPECT_EQ(Api().CallStaticVoidMethod(Jni().GivenClass("a/B"), "m", "()La/C;"), S_OK);
+  EXPECT_EQ(LocalsLeft(), 1);
+}
+
+}  // namespace
+
+}  // namespace qvtest
