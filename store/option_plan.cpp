@@ -37,6 +37,7 @@ char* ToOptionString(const wchar_t* text) noexcept {
 OptionArray::~OptionArray() { FreeOptions(m_options, m_count); }
 
 bool OptionArray::TryAllocate(int32_t count) noexcept {
+  if (count > kMostOptions) return false;
   m_options = AllocHostArray<JavaVMOption>(static_cast<size_t>(count)).release();
   if (m_options == nullptr) return false;
   m_count = count;

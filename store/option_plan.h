@@ -45,6 +45,8 @@ struct OptionSources {
 };
 
 inline constexpr int32_t kFixedOptions = 4;
+// A Count is a stranger's claim: above this many options no array is asked for, which would be filled page by page.
+inline constexpr int32_t kMostOptions = 1 << 20;
 
 // An array of options in host blocks. Every optionString is null until set; frees all of it unless released.
 class OptionArray {
@@ -54,6 +56,7 @@ class OptionArray {
   OptionArray& operator=(const OptionArray&) = delete;
   ~OptionArray();
 
+  // False without memory or above kMostOptions.
   [[nodiscard]] bool TryAllocate(int32_t count) noexcept;
   // Converts the text to the ANSI code page. False without memory or when it cannot be converted.
   [[nodiscard]] bool TrySet(int32_t index, const wchar_t* text) noexcept;
