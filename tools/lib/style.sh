@@ -25,8 +25,15 @@ format_sources() {
   cpp_files | (cd "$qv_root" && xargs -0 clang-format-14 "$@")
 }
 
+# Names each file that formatting would change, with the first places.
 check_format() {
-  format_sources --dry-run -Werror || fail "the places above are not formatted; ./format does it"
+  local places
+  require_clang_format
+  places=$(format_sources --dry-run 2>&1 | sed -n -E 's/^([^ :]+:[0-9]+):[0-9]+: warning: .*/\1/p' | uniq |
+    awk -F: '{ lines[$1] = lines[$1] " " $2 } END { for (file in lines) print file ", lines" lines[file] }' | cut -c -120) ||
+    fail "clang-format failed"
+  [ -z "$places" ] || fail "not formatted, which ./format does:
+$places"
 }
 
 check_scripts() {

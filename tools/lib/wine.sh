@@ -66,6 +66,15 @@ end_cleanly() {
   trap 'exit 143' TERM
 }
 
+# Debian's Wine server leaves at once when the last program does, and a program that starts just then fails. So one
+# that does nothing stays while a script runs many: it reads a pipe that ends with this shell, however that ends.
+hold_wine() {
+  exec {wine_held}> >(clean_java_environment && close_inherited_files && exec wine cmd.exe /d /c "set /p qv=" >/dev/null)
+}
+
+# For programs that are run one by one: the server waits five seconds for the next.
+linger_wine() { wineserver -p5 </dev/null >/dev/null 2>&1 || true; }
+
 # Wine's server outlives the program that started it; what it inherits stays open, locks and pipes too.
 # 255 is where bash reads the calling script; it is not passed on.
 close_inherited_files() {
