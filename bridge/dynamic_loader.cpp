@@ -55,6 +55,7 @@ int32_t CQV_JNIVMManager::BuildClassLoader(JNIEnv* env) noexcept {
   if (!paths.TrySplit(qv::TextOf(classPath))) return E_FAIL;
   if (paths.Count() == 0) return status;
 
+  SlotLocalRef loader(*this);  // behind the array at the end
   SlotLocalRef urls(*this);
   *urls.Out() = env->NewObjectArray(paths.Count(), urlClass, nullptr);
   if (!urls) return status;
@@ -62,7 +63,6 @@ int32_t CQV_JNIVMManager::BuildClassLoader(JNIEnv* env) noexcept {
   paths.ForEach(
       [&](const wchar_t* path) { StoreUrl(*this, env, fileClass, path, As<jobjectArray>(urls.Get()), index++); });
 
-  SlotLocalRef loader(*this);
   qv_jobject global = nullptr;
   NewObject(loader.Out(), loaderClass, "([Ljava/net/URL;)", urls.Get());
   if (loader) NewGlobalRef(&global, loader.Get());
