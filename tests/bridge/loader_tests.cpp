@@ -1,0 +1,358 @@
+// The class loader over the service's own class path, which a joined JVM gets at the first class it does not know.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tests/bridge/bridge_test.h"
+
+namespace qvtest {
+
+namespace {
+
+std::wstring g_classPath;
+int32_t g_classPathStatus = 0;
+int g_classPathCalls = 0;
+int32_t AnswerClassPath(void*, IQvString** text) {
+  ++g_classPathCalls;
+  *text = nullptr;
+  if (g_classPathStatus < 0) return g_classPathStatus;
+  return QvshrCreateString(g_classPath.c_str(), text);
+}
+
+class Loader : public BridgeTest {
+ protected:
+  Loader() { SetClassPath(L"C:\\a.jar"); }
+
+  void SetClassPath(const std::wstring& text, int32_t status = S_OK) {
+    g_classPath = text;
+    g_classPathStatus = status;
+    g_classPathCalls = 0;
+    Watch().Replace(55, AnswerClassPath);
+    Java().answers["<init>"] = KeepUrls;
+    m_urls.clear();
+  }
+  // Looks a class up that nobody knows, or that only the loader knows.
+  int32_t Find(const char* name = "no/Such") {
+    qv_jclass found = nullptr;
+    const int32_t status = Api().FindClass(&found, name);
+    EXPECT_EQ(found != nullptr, status >= 0);
+    return status;
+  }
+  // What the array held when the loader was made of it; "null" for an empty place.
+  const Lines& Urls() { return m_urls; }
+  static bool Has(const Lines& log, const std::string& line) {
+    return std::find(log.begin(), log.end(), line) != log.end();
+  }
+
+ private:
+  static jvalue KeepUrls(FakeJni& jni, const Thing& cls, const std::vector<jvalue>& arguments) {
+    const Thing argument = jni.Vm().Look(&jni, arguments.at(0).l, "the test");
+    if (argument->kind == FakeThing::Kind::ObjectArray) {
+      for (const Thing& url : argument->elements) m_urls.push_back(url != nullptr ? url->label : "null");
+    }
+    jvalue made{};
+    made.l = jni.NewLocal(qvtest::Object(cls->label + "(" + argument->label + ")"));
+    return made;
+  }
+  static inline Lines m_urls;
+};
+
+const Lines kBeforeTheBuild = {
+    "slot 12 FindClass",      kEnvironment,      "slot 58 ExceptionClear", "ExceptionClear()", "FindClass(\"no/Such\")",
+    "slot 58 ExceptionClear", "ExceptionClear()"};
+const Lines kClasses = {"FindClass(\"java/net/URLClassLoader\")", "FindClass(\"java/net/URL\")",
+                        "FindClass(\"java/io/File\")"};
+const Lines kAskPath = {"slot 55 GetClassPath"};
+
+Lines Deleted(const std::string& label) {
+  return {"slot 8 DeleteLocalRef", kEnvironment, "DeleteLocalRef(" + label + ")"};
+}
+
+// One path becomes a string, a file, a URL and an element; the references go, the URL's first.
+Lines TokenLines(const std::string& path, int index) {
+  const std::string string = '"' + path + '"';
+  const std::string file = "java/io/File(" + string + ")";
+  const std::string url = "url(" + file + ")";
+  return Lines{"slot 14 NewString",
+               kEnvironment,
+               "NewString(" + string + ", " + std::to_string(path.size()) + ")",
+               "slot 18 NewObject",
+               kEnvironment,
+               "GetMethodID(java/io/File, \"<init>\", \"(Ljava/lang/String;)V\")",
+               "NewObjectV(java/io/File, <init>(Ljava/lang/String;)V, " + string + ")",
+               "slot 32 CallObjectMethod",
+               kEnvironment,
+               "GetMethodID(java/io/File, \"toURL\", \"()Ljava/net/URL;\")",
+               "CallObjectMethodV(" + file + ", toURL()Ljava/net/URL;)"} +
+         kNothingPending +
+         Lines{std::string("SetObjectArrayElement(array, ").append(std::to_string(index)).append(", ") + url + ")"} +
+         Deleted(url) + Deleted(file) + Deleted(string);
+}
+
+const Lines kMakeLoader = Lines{"slot 18 NewObject",
+                                kEnvironment,
+                                "GetMethodID(java/net/URLClassLoader, \"<init>\", \"([Ljava/net/URL;)V\")",
+                                "NewObjectV(java/net/URLClassLoader, <init>([Ljava/net/URL;)V, array)",
+                                "slot 13 NewGlobalRef",
+                                kEnvironment,
+                                "NewGlobalRef(java/net/URLClassLoader(array))"} +
+                          Deleted("array") + Deleted("java/net/URLClassLoader(array)");
+
+TEST_F(Loader, TwoSeparatorsBetweenTwoPathsGiveTwoUrls) {
+  SetClassPath(L"C:\\a.jar;;C:\\b b.jar");
+  EXPECT_EQ(Find(), E_FAIL);
+  const Lines build = kBeforeTheBuild + kClasses + kAskPath + Lines{"NewObjectArray(2, java/net/URL, null)"} +
+                      TokenLines("C:\\a.jar", 0) + TokenLines("C:\\b b.jar", 1) + kMakeLoader;
+  const Lines log = Log();
+  ASSERT_GE(log.size(), build.size());
+  EXPECT_EQ((Lines{log.begin(), log.begin() + static_cast<ptrdiff_t>(build.size())}), build);
+  EXPECT_EQ(Urls(), (Lines{"url(java/io/File(\"C:\\a.jar\"))", "url(java/io/File(\"C:\\b b.jar\"))"}));
+  EXPECT_EQ(GlobalsLeft(), 1);
+  EXPECT_EQ(LocalsLeft(), 3 + 4) << "the classes of the build; the rest is what a failed look-up leaves";
+}
+
+TEST_F(Loader, OnePathWithoutASeparatorGivesOneUrl) {
+  EXPECT_EQ(Find(), E_FAIL);
+  EXPECT_TRUE(Has(Log(), "NewObjectArray(1, java/net/URL, null)"));
+  EXPECT_EQ(Urls(), (Lines{"url(java/io/File(\"C:\\a.jar\"))"}));
+}
+
+TEST_F(Loader, OnlySemicolonsSeparateAndEmptyFieldsAreSkipped) {
+  struct Case {
+    std::wstring path;
+    std::vector<std::string> files;
+  };
+  const Case kCases[] = {{L"a", {"a"}},
+                         {L"a;b;c", {"a", "b", "c"}},
+                         {L";a", {"a"}},
+                         {L"a;", {"a"}},
+                         {L";;;a;;;;b;;;", {"a", "b"}},
+                         {L"a,b c:d|e/f\\g\t", {"a,b c:d|e/f\\g\t"}},
+                         {L" ; ", {" ", " "}},
+                         {L"\x00E9\x4E2D;.", {"\xC3\xA9\xE4\xB8\xAD", "."}},
+                         {L"x", {"x"}}};
+  for (const Case& row : kCases) {
+    SCOPED_TRACE(ToUtf8(row.path));
+    SetClassPath(row.path);
+    EXPECT_EQ(Find(), E_FAIL);
+    Lines expected;
+    for (const std::string& file : row.files) {
+      expected.push_back(std::string("url(java/io/File(\"").append(file).append("\"))"));
+    }
+    EXPECT_EQ(Urls(), expected);
+    EXPECT_EQ(ObjectRecord(), Record(L"java.lang.ClassNotFoundException: no.Such", -1001));
+    Renew();
+  }
+}
+
+TEST_F(Loader, AThousandPathsAreAThousandUrlsInTheirOrder) {
+  std::wstring path;
+  Lines expected;
+  for (int i = 0; i < 1000; ++i) {
+    path += L"C:\\" + std::to_wstring(i) + L".jar;";
+    expected.push_back(std::string("url(java/io/File(\"C:\\").append(std::to_string(i)).append(".jar\"))"));
+  }
+  SetClassPath(path);
+  EXPECT_EQ(Find(), E_FAIL);
+  EXPECT_EQ(Urls(), expected);
+  EXPECT_EQ(LocalsLeft(), 3 + 4) << "however many paths";
+}
+
+TEST_F(Loader, WithoutAPathThereIsNoLoaderAndTheNextLookupTriesAgain) {
+  for (const wchar_t* const path : {L"", L";", L";;;"}) {
+    SCOPED_TRACE(ToUtf8(path));
+    SetClassPath(path);
+    for (int calls = 1; calls <= 2; ++calls) {
+      EXPECT_EQ(Find(), E_FAIL);
+      EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+      EXPECT_EQ(g_classPathCalls, calls);
+      const Lines log = Log();
+      EXPECT_TRUE(std::none_of(log.begin(), log.end(),
+                               [](const std::string& line) { return line.starts_with("NewObjectArray"); }));
+    }
+    EXPECT_EQ(GlobalsLeft(), 0);
+    Renew();
+  }
+}
+
+TEST_F(Loader, ASecondFailedLookupDoesNotBuildAgain) {
+  EXPECT_EQ(Find(), E_FAIL);
+  EXPECT_EQ(g_classPathCalls, 1);
+  Java().loaderClasses = {"a.B"};
+  EXPECT_EQ(Find("a/B"), S_OK);
+  EXPECT_EQ(Find("no/Other"), E_FAIL);
+  EXPECT_EQ(g_classPathCalls, 1);
+  EXPECT_EQ(Java().Counts().globalsMade, 1);
+}
+
+TEST_F(Loader, AClassThatTheJvmKnowsBuildsNothing) {
+  EXPECT_EQ(Find("java/lang/String"), S_OK);
+  EXPECT_EQ(g_classPathCalls, 0);
+}
+
+TEST_F(Loader, InACreatedJvmNothingIsBuilt) {
+  SetCreated(true);
+  EXPECT_EQ(Find(), E_FAIL);
+  EXPECT_EQ(g_classPathCalls, 0);
+}
+
+TEST_F(Loader, AMissingClassStopsTheBuildBeforeTheNextOne) {
+  const char* const kNames[] = {"java/net/URLClassLoader", "java/net/URL", "java/io/File"};
+  for (size_t i = 0; i < 3; ++i) {
+    SCOPED_TRACE(kNames[i]);
+    SetClassPath(L"a");
+    Java().classes.erase(kNames[i]);
+    EXPECT_EQ(Find(), E_FAIL);
+    const Lines looked(kClasses.begin(), kClasses.begin() + static_cast<ptrdiff_t>(i) + 1);
+    const std::string error = std::string("java.lang.NoClassDefFoundError: ").append(kNames[i]);
+    EXPECT_EQ(Log(), kBeforeTheBuild + looked + CaptureOf("java.lang.NoClassDefFoundError", error));
+    EXPECT_EQ(ObjectRecord(), Record(ToWide(error), 0));
+    EXPECT_EQ(g_classPathCalls, 0);
+    Renew();
+  }
+}
+
+TEST_F(Loader, WithoutAClassPathTheBuildStops) {
+  for (const int32_t status : {E_FAIL, E_OUTOFMEMORY}) {
+    SetClassPath(L"", status);
+    EXPECT_EQ(Find(), E_FAIL);
+    EXPECT_EQ(Log(), kBeforeTheBuild + kClasses + kAskPath + kNothingPending);
+    EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
+    EXPECT_EQ(LocalsLeft(), 3) << "the classes of the build";
+    Renew();
+  }
+}
+
+TEST_F(Loader, WithoutAnArrayThereIsNoLoader) {
+  for (const Fault fault : {Fault::Null, Fault::Throw}) {
+    SetClassPath(L"a");
+    Java().FailAt("NewObjectArray", 1, fault);
+    EXPECT_EQ(Find(), E_FAIL);
+    EXPECT_FALSE(Has(Log(), "slot 18 NewObject"));
+    EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+    EXPECT_EQ(GlobalsLeft(), 0);
+    Renew();
+  }
+}
+
+TEST_F(Loader, APathThatGivesNoUrlLeavesItsPlaceNull) {
+  struct Step {
+    const char* function;
+    Fault fault;
+    bool stored;  // a URL that came back with an exception counts
+  };
+  const Step kSteps[] = {{"NewString", Fault::Null, false},
+                         {"NewString", Fault::Throw, false},
+                         {"GetMethodID", Fault::Null, false},
+                         {"GetMethodID", Fault::Throw, false},
+                         {"NewObjectV", Fault::Null, false},
+                         {"NewObjectV", Fault::Throw, false},
+                         {"CallObjectMethodV", Fault::Null, false},
+                         {"CallObjectMethodV", Fault::Throw, true},
+                         {"SetObjectArrayElement", Fault::Throw, false}};
+  const Lines kUrls = {"url(java/io/File(\"a\"))", "url(java/io/File(\"b\"))", "url(java/io/File(\"c\"))"};
+  for (const Step& step : kSteps) {
+    for (int place = 0; place < 3; ++place) {
+      SCOPED_TRACE(std::string(step.function).append(" of place ").append(std::to_string(place)));
+      SCOPED_TRACE(step.fault == Fault::Null ? "null" : "throws");
+      SetClassPath(L"a;b;c");
+      Java().loaderClasses = {"a.B"};
+      const bool constructor = std::string(step.function) == "GetMethodID";
+      Java().FailAt(step.function, constructor ? 2 * place + 1 : place + 1, step.fault);
+      Find("a/B");
+      EXPECT_TRUE(Java().FaultFired());
+      Lines expected = kUrls;
+      if (!step.stored) expected[static_cast<size_t>(place)] = "null";
+      EXPECT_EQ(Urls(), expected);
+      EXPECT_EQ(GlobalsLeft(), 1);
+      Renew();
+    }
+  }
+}
+
+TEST_F(Loader, TheRecordOfALastFailingPathIsGoneOnceTheClassIsLoaded) {
+  SetClassPath(L"a;b");
+  Java().loaderClasses = {"a.B"};
+  Java().FailAt("CallObjectMethodV", 2, Fault::Throw);
+  EXPECT_EQ(Find("a/B"), S_OK);
+  EXPECT_EQ(ObjectRecord(), kNoRecord);
+  EXPECT_EQ(Jni().Pending(), nullptr);
+}
+
+TEST_F(Loader, AnExceptionOfALastConstructorStaysPendingUntilTheLoadReportsIt) {
+  // No typed call of the build comes after it.
+  SetClassPath(L"a");
+  Java().loaderClasses = {"a.B"};
+  Java().FailAt("NewObjectV", 1, Fault::Throw);
+  qv_jclass found = nullptr;
+  EXPECT_EQ(Api().FindClass(&found, "a/B"), S_OK) << "a class that came back counts";
+  EXPECT_EQ(Java().Label(found), "a/B");
+  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: NewObjectV", -1001));
+  EXPECT_EQ(Jni().Pending(), nullptr);
+}
+
+TEST_F(Loader, WithoutTheObjectOrItsGlobalReferenceThereIsNoLoader) {
+  struct Step {
+    const char* function;
+    int n;
+  };
+  for (const Step& step : {Step{"GetMethodID", 3}, Step{"NewObjectV", 2}, Step{"NewGlobalRef", 1}}) {
+    for (const Fault fault : {Fault::Null, Fault::Throw}) {
+      SCOPED_TRACE(step.function);
+      SetClassPath(L"a");
+      Java().FailAt(step.function, step.n, fault);
+      EXPECT_EQ(Find(), E_FAIL);
+      EXPECT_TRUE(Java().FaultFired());
+      EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+      EXPECT_EQ(GlobalsLeft(), 0);
+      // The array and, where there is one, the object are deleted all the same.
+      const Lines log = Log();
+      EXPECT_TRUE(Has(log, "DeleteLocalRef(array)"));
+      EXPECT_EQ(Has(log, "DeleteLocalRef(java/net/URLClassLoader(array))"),
+                std::string(step.function) == "NewGlobalRef");
+      // Another look-up tries again and succeeds.
+      Jni().SetPending(nullptr);
+      Java().loaderClasses = {"a.B"};
+      EXPECT_EQ(Find("a/B"), S_OK);
+      EXPECT_EQ(g_classPathCalls, 2);
+      Renew();
+    }
+  }
+}
+
+TEST_F(Loader, WithoutMemoryForThePathOrTheNameTheClassIsNotFound) {
+  uint64_t n = 1;
+  for (bool fired = true; fired; ++n) {
+    SCOPED_TRACE(n);
+    SetClassPath(L"a;b");
+    Java().loaderClasses = {"a.B"};
+    {
+      const FailAllocation fault(n, kQvshrFailOnce);
+      const int32_t status = Find("a/B");
+      fired = fault.Fired();
+      EXPECT_EQ(status, fired ? E_FAIL : S_OK);
+    }
+    EXPECT_EQ(ObjectRecord(), fired ? Record(L"Unable to find java a/B class. Check CLASSPATH.", 0) : kNoRecord);
+    EXPECT_EQ(Jni().Pending(), nullptr);
+    Renew();
+  }
+  EXPECT_GT(n, 4u) << "the string object, the copy and the name at least";
+}
+
+TEST_F(Loader, TheObjectsEndDeletesTheLoaderThroughSlot11) {
+  EXPECT_EQ(Find(), E_FAIL);
+  Log();
+  Api().Destroy(0);
+  EXPECT_EQ(Log(), (Lines{"slot 57 Destroy", "slot 11 DeleteGlobalRef", kEnvironment,
+                          "DeleteGlobalRef(global java/net/URLClassLoader(array))"}));
+  EXPECT_EQ(GlobalsLeft(), 0);
+}
+
+TEST_F(Loader, AnObjectWithoutALoaderEndsWithoutJava) {
+  Api().Destroy(0);
+  EXPECT_EQ(Log(), (Lines{"slot 57 Destroy"}));
+}
+
+}  // namespace
+
+}  // namespace qvtest
