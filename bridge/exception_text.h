@@ -1,7 +1,7 @@
 // The mark of a thread that is inside CaptureException. Prepared when the module is loaded.
 #pragma once
 
-#include "base/thread_flag.h"
+#include "base/thread_slot.h"
 
 namespace qv {
 

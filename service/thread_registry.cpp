@@ -55,7 +55,7 @@ ThreadRegistry* ThreadRegistry::Create() noexcept {
   if (!registry) return nullptr;
   if (!registry->m_initializers || !registry->m_modules || !registry->m_threadClassPaths) return nullptr;
   InitializeCriticalSection(&registry->m_lock);
-  registry->m_envSlot = TlsAlloc();
+  (void)registry->m_envSlot.Prepare();  // without one every look-up walks
   return registry.release();
 }
 
@@ -67,16 +67,10 @@ JNIEnv* ThreadRegistry::FindThreadEnv(uint32_t threadId) noexcept {
 }
 
 JNIEnv* ThreadRegistry::CurrentThreadEnv() noexcept {
-  if (m_envSlot != TLS_OUT_OF_INDEXES) {
-    if (void* const remembered = TlsGetValue(m_envSlot)) return static_cast<JNIEnv*>(remembered);
-  }
+  if (void* const remembered = m_envSlot.Get()) return static_cast<JNIEnv*>(remembered);
   JNIEnv* const env = FindThreadEnv(GetCurrentThreadId());
-  if (env != nullptr) RememberEnv(env);
+  if (env != nullptr) m_envSlot.Set(env);
   return env;
-}
-
-void ThreadRegistry::RememberEnv(JNIEnv* env) noexcept {
-  if (m_envSlot != TLS_OUT_OF_INDEXES) TlsSetValue(m_envSlot, env);
 }
 
 bool ThreadRegistry::RegisterInitializer(CQV_JNIInitializer* initializer) noexcept {
@@ -134,7 +128,7 @@ HMODULE ThreadRegistry::FindModule(const char* name) noexcept {
 void ThreadRegistry::OnThreadDetach() noexcept {
   const uint32_t threadId = GetCurrentThreadId();
   const qv::CriticalSectionGuard guard(m_lock);
-  RememberEnv(nullptr);
+  m_envSlot.Set(nullptr);
   if (auto* const node = m_initializers->FindFirst([&](const auto& item) { return item.ThreadId() == threadId; })) {
     m_initializers->Remove(node)->Destroy(1);
   }
@@ -144,8 +138,7 @@ void ThreadRegistry::OnThreadDetach() noexcept {
 }
 
 void ThreadRegistry::OnProcessDetach() noexcept {
-  if (m_envSlot != TLS_OUT_OF_INDEXES && !qv::ProcessIsEnding()) TlsFree(m_envSlot);
-  m_envSlot = TLS_OUT_OF_INDEXES;
+  if (!qv::ProcessIsEnding()) m_envSlot.Forget();
   while (auto* const node = m_initializers->Head()) m_initializers->Remove(node)->Destroy(1);
   m_initializers.reset();
   while (auto* const node = m_modules->Head()) FreeModuleEntry(m_modules->Remove(node));

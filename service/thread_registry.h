@@ -8,6 +8,7 @@
 
 #include <jni.h>
 
+#include "base/thread_slot.h"
 #include "host/host_list.h"
 #include "host/host_memory.h"
 #include "service/jni_initializer.h"
@@ -58,15 +59,13 @@ class ThreadRegistry {
   template <class T>
   using ListOwner = std::unique_ptr<qv::HostList<T>>;
 
-  void RememberEnv(JNIEnv* env) noexcept;
-
   CRITICAL_SECTION m_lock;
   ListOwner<CQV_JNIInitializer> m_initializers{new qv::HostList<CQV_JNIInitializer>()};
   ListOwner<ModuleEntry> m_modules{new qv::HostList<ModuleEntry>()};
   ListOwner<ThreadClassPath> m_threadClassPaths{new qv::HostList<ThreadClassPath>()};
   // What the calling thread was found to have. Only its own end removes a thread's entry while the registry lives, and
   // freeing the slot forgets all threads' values; without a slot every look-up walks.
-  DWORD m_envSlot = TLS_OUT_OF_INDEXES;
+  qv::ThreadSlot m_envSlot;
   bool m_serviceKept = false;
 };
 
