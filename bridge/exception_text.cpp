@@ -2,6 +2,7 @@
 // getting the text may itself raise a second exception.
 #include "bridge/exception_text.h"
 
+#include "base/compiler.h"
 #include "bridge/java_call.h"
 
 namespace qv {
@@ -54,30 +55,35 @@ void CQV_JNIVMManager::ExceptionClear(qv_jnienv env) noexcept {
   if (env != nullptr) static_cast<JNIEnv*>(env)->ExceptionClear();
 }
 
+// The object's own record may belong to another thread's failure by now and is freed; a host's pointer is not read.
+void CQV_JNIVMManager::StoreCaptured(ErrorRecord** record, ErrorRecord* made) noexcept {
+  if (record == &m_pErrorRecord) {
+    ReplaceErrorRecord(made);
+  } else if (record != nullptr) {
+    *record = made;
+  } else {
+    QvshrFree(made);
+  }
+}
+
+// Apart from the look that finds nothing, which every call pays for.
+QV_NOINLINE void CQV_JNIVMManager::CapturePending(ErrorRecord** record, JNIEnv* env, jthrowable exception) noexcept {
+  env->ExceptionDescribe();
+  wchar_t text[qv::kErrorTextUnits];
+  const bool readable = qv::ExceptionText(*this, env, exception, text);
+  StoreCaptured(record, qv::NewErrorRecord(readable ? std::wstring_view(text) : qv::texts::kUnknownException, 0));
+  ExceptionClear(env);
+}
+
 int32_t CQV_JNIVMManager::CaptureException(ErrorRecord** record, qv_jnienv env) noexcept {
-  // The object's own record may belong to another thread's failure by now and is freed; a host's pointer is not read.
-  ErrorRecord* unwanted = nullptr;
-  ErrorRecord** const target = record != nullptr ? record : &unwanted;
-  const auto store = [&](ErrorRecord* made) {
-    if (target == &m_pErrorRecord) {
-      ReplaceErrorRecord(made);
-    } else {
-      *target = made;
-    }
-    if (target == &unwanted) QvshrFree(made);
-  };
-  store(nullptr);
+  StoreCaptured(record, nullptr);
   auto* const jni = static_cast<JNIEnv*>(env);
   if (jni == nullptr) {
-    store(qv::NewErrorRecord(qv::texts::kEnvironmentNotAvailable, 0));
+    StoreCaptured(record, qv::NewErrorRecord(qv::texts::kEnvironmentNotAvailable, 0));
     return 1;
   }
   const jthrowable exception = jni->ExceptionOccurred();
   if (exception == nullptr) return 0;
-  jni->ExceptionDescribe();
-  wchar_t text[qv::kErrorTextUnits];
-  const bool readable = qv::ExceptionText(*this, jni, exception, text);
-  store(qv::NewErrorRecord(readable ? std::wstring_view(text) : qv::texts::kUnknownException, 0));
-  ExceptionClear(env);
+  CapturePending(record, jni, exception);
   return 1;
 }

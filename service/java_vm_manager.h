@@ -151,5 +151,7 @@ class CQV_JNIVMManager : public CQV_JavaVMManager {
   int32_t BuildClassLoader(JNIEnv* env) noexcept;
   void LoadClassByLoader(JNIEnv* env, qv_jclass* out, const char* name) noexcept;
   void DescribeMissingClass(JNIEnv* env, const char* name) noexcept;
+  void StoreCaptured(ErrorRecord** record, ErrorRecord* made) noexcept;
+  void CapturePending(ErrorRecord** record, JNIEnv* env, jthrowable exception) noexcept;
   int32_t GetSystemProperty(IQvString** text, const wchar_t* key) noexcept;
 };
