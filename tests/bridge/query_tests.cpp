@@ -1,0 +1,303 @@
+// The raw environment, configuration values, the log switches, the JVM's class path and version.
+#include <string>
+
+#include "config/jvm_config_info.h"
+#include "service/output_log.h"
+#include "tests/bridge/bridge_test.h"
+#include "tests/support/environment.h"
+#include "tests/support/registry_sandbox.h"
+
+namespace qvtest {
+
+namespace {
+
+using Queries = BridgeTest;
+
+// -- the environment --
+
+TEST_F(Queries, TheEnvironmentIsHandedOutAndNothingPendingIsNotCleared) {
+  qv_jnienv env = nullptr;
+  Watch();
+  EXPECT_EQ(Api().GetJNIEnv(&env), S_OK);
+  EXPECT_EQ(env, &Jni());
+  EXPECT_EQ(Log(), (Lines{"slot 48 GetJNIEnv", kEnvironment, "ExceptionCheck()"}));
+}
+
+TEST_F(Queries, TheEnvironmentComesWithoutAPendingException) {
+  LeavePending();
+  GiveObjectRecord(L"from before", 7);
+  qv_jnienv env = nullptr;
+  Watch();
+  EXPECT_EQ(Api().GetJNIEnv(&env), S_OK);
+  EXPECT_EQ(Log(), (Lines{"slot 48 GetJNIEnv", kEnvironment, "ExceptionCheck()", "ExceptionClear()"}));
+  EXPECT_EQ(Jni().Pending(), nullptr);
+  EXPECT_EQ(ObjectRecord(), Record(L"from before", 7));
+}
+
+TEST_F(Queries, NoEnvironmentIsAFailureWithNull) {
+  TakeEnvironmentAway();
+  qv_jnienv env = this;
+  EXPECT_EQ(Api().GetJNIEnv(&env), E_FAIL);
+  EXPECT_EQ(env, nullptr);
+  EXPECT_EQ(Log(), (Lines{"slot 48 GetJNIEnv", kEnvironment}));
+  EXPECT_EQ(ObjectRecord(), kNoRecord);
+}
+
+// -- the configuration --
+
+TEST_F(Queries, TheJavaLocationsAreThoseOfTheRegistry) {
+  RegistrySandbox registry;
+  struct Value {
+    int32_t (IQV_JavaVM::*get)(IQvString**) noexcept;
+    const wchar_t* name;
+  };
+  TakeEnvironmentAway();
+  for (const Value& value :
+       {Value{&IQV_JavaVM::GetJDKLocation, L"JDKLocation"}, {&IQV_JavaVM::GetJREBinLocation, L"JREBinLocation"}}) {
+    auto* text = reinterpret_cast<IQvString*>(this);
+    EXPECT_EQ((Api().*value.get)(&text), E_FAIL);
+    EXPECT_EQ(text, nullptr);
+    registry.SetText(Hive::Machine, L"Software\\Harlowe\\Quovant\\19.0\\Java", value.name,
+                     std::wstring(L"C:\\of ") + value.name);
+    EXPECT_EQ((Api().*value.get)(&text), S_OK);
+    EXPECT_EQ(TakeText(text), std::wstring(L"C:\\of ") + value.name);
+  }
+  EXPECT_EQ(Log(), (Lines{"slot 49 GetJDKLocation", "slot 49 GetJDKLocation", "slot 50 GetJREBinLocation",
+                          "slot 50 GetJREBinLocation"}))
+      << "no Java for it";
+}
+
+// Gives the configuration its log path back.
+class LogPathScope {
+ public:
+  LogPathScope() { JVMConfigInfo().SetLogFilePath(nullptr); }
+  ~LogPathScope() { JVMConfigInfo().SetLogFilePath(nullptr); }
+  LogPathScope(const LogPathScope&) = delete;
+  LogPathScope& operator=(const LogPathScope&) = delete;
+};
+
+TEST_F(Queries, WithoutALogFileNameItIsVmOut) {
+  const LogPathScope scope;
+  auto* text = reinterpret_cast<IQvString*>(this);
+  EXPECT_EQ(Api().GetLogFileName(&text), S_OK);
+  EXPECT_EQ(TakeText(text), L"vm.out");
+}
+
+TEST_F(Queries, SettingALogFileNameStartsANewLogAndSwitchesItOn) {
+  const LogPathScope scope;
+  TakeEnvironmentAway();
+  for (const wchar_t* const path : {L"C:\\first.log", L"C:\\second \x00E9.log", L""}) {
+    g_bJvmLogStarted = true;
+    g_bJvmLogEnabled = 0;
+    EXPECT_EQ(Api().SetLogFileName(path), S_OK);
+    EXPECT_FALSE(g_bJvmLogStarted);
+    EXPECT_EQ(g_bJvmLogEnabled, 1);
+    IQvString* text = nullptr;
+    EXPECT_EQ(Api().GetLogFileName(&text), S_OK);
+    EXPECT_EQ(TakeText(text), path);
+  }
+}
+
+TEST_F(Queries, ALogFileNameThatFindsNoMemoryIsVmOutAndASuccess) {
+  const LogPathScope scope;
+  EXPECT_EQ(Api().SetLogFileName(L"C:\\first.log"), S_OK);
+  {
+    const FailCall fault(kQvshrCallCreateString, 1);
+    g_bJvmLogStarted = true;
+    g_bJvmLogEnabled = 0;
+    EXPECT_EQ(Api().SetLogFileName(L"C:\\second.log"), S_OK);
+    EXPECT_TRUE(fault.Fired());
+  }
+  EXPECT_FALSE(g_bJvmLogStarted);
+  EXPECT_EQ(g_bJvmLogEnabled, 1);
+  IQvString* text = nullptr;
+  EXPECT_EQ(Api().GetLogFileName(&text), S_OK);
+  EXPECT_EQ(TakeText(text), L"vm.out");
+}
+
+TEST_F(Queries, TheLogSwitchTakesAnyValue) {
+  TakeEnvironmentAway();
+  for (const int32_t value : {0, 1, -1, 17}) {
+    g_bJvmLogStarted = true;
+    EXPECT_EQ(Api().SetJvmLogEnabled(value), S_OK);
+    EXPECT_EQ(g_bJvmLogEnabled, value);
+    EXPECT_TRUE(g_bJvmLogStarted);
+  }
+}
+
+TEST_F(Queries, WhetherTheJvmWasCreatedIsTheProcesssFlag) {
+  TakeEnvironmentAway();
+  for (const bool created : {true, false}) {
+    SetCreated(created);
+    int32_t out = -1;
+    EXPECT_EQ(Api().IsJVMCreated(&out), S_OK);
+    EXPECT_EQ(out, created ? 1 : 0);
+  }
+  EXPECT_EQ(Api().IsJVMCreated(nullptr), E_INVALIDARG);
+}
+
+// -- class path and version of the JVM --
+
+struct Property {
+  size_t slot;
+  int32_t (IQV_JavaVM::*get)(IQvString**) noexcept;
+  const char* key;
+};
+const Property kProperties[] = {{55, &IQV_JavaVM::GetClassPath, "java.class.path"},
+                                {56, &IQV_JavaVM::GetJavaVersion, "java.version"}};
+
+class Properties : public BridgeTest {
+ protected:
+  // Each property in a created JVM that knows it, on a fresh object.
+  template <class Test>
+  void ForEach(Test&& test) {
+    for (const Property& row : kProperties) {
+      SCOPED_TRACE(SlotName(row.slot));
+      SetCreated(true);
+      Java().properties[ToWide(row.key)] = L"the value";
+      test(row);
+      Renew();
+    }
+  }
+  int32_t Get(const Property& row, std::wstring* value = nullptr) {
+    auto* text = reinterpret_cast<IQvString*>(this);
+    const int32_t status = (Api().*row.get)(&text);
+    EXPECT_EQ(text != nullptr, status >= 0);
+    const std::wstring taken = TakeText(text);
+    if (value != nullptr) *value = taken;
+    return status;
+  }
+};
+
+TEST_F(Properties, InACreatedJvmTheyAreThoseOfTheJvm) {
+  ForEach([&](const Property& row) {
+    std::wstring value;
+    Watch();
+    EXPECT_EQ(Get(row, &value), S_OK);
+    EXPECT_EQ(value, L"the value");
+    const std::string key = std::string("\"").append(row.key).append("\"");
+    EXPECT_EQ(Log(),
+              (Lines{SlotLine(row.slot), "slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear",
+                     "ExceptionClear()", "FindClass(\"java/lang/System\")", "slot 14 NewString", kEnvironment,
+                     "NewString(" + key + ", " + std::to_string(std::string(row.key).size()) + ")",
+                     "slot 39 CallStaticObjectMethod", kEnvironment,
+                     "GetStaticMethodID(java/lang/System, \"getProperty\", "
+                     "\"(Ljava/lang/String;)Ljava/lang/String;\")",
+                     "CallStaticObjectMethodV(java/lang/System, getProperty(Ljava/lang/String;)Ljava/lang/String;, " +
+                         key + ")",
+                     "slot 59 CaptureException", "ExceptionOccurred()", "slot 17 GetStringValue", kEnvironment,
+                     "GetStringChars(\"the value\")", "ReleaseStringChars(\"the value\", characters)"}));
+    EXPECT_EQ(LocalsLeft(), 3) << "the class, the key and the value";
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+  });
+}
+
+TEST_F(Properties, APropertyThatIsNotThereIsAFailure) {
+  ForEach([&](const Property& row) {
+    Java().properties.clear();
+    EXPECT_EQ(Get(row), E_FAIL);
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+  });
+}
+
+TEST_F(Properties, AnExceptionOfTheQueryIsInTheRecord) {
+  ForEach([&](const Property& row) {
+    Java().FailAt("CallStaticObjectMethodV", 1, Fault::Throw);
+    EXPECT_EQ(Get(row), E_FAIL);
+    EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: CallStaticObjectMethodV", -1001));
+  });
+}
+
+TEST_F(Properties, WithoutTheSystemClassOrTheKeyThereIsNoAnswer) {
+  ForEach([&](const Property& row) {
+    Java().classes.erase("java/lang/System");
+    EXPECT_EQ(Get(row), E_FAIL);
+    EXPECT_EQ(ObjectRecord(), Record(L"java.lang.NoClassDefFoundError: java/lang/System", 0));
+  });
+  ForEach([&](const Property& row) {
+    Java().FailAt("NewString", 1, Fault::Null);
+    EXPECT_EQ(Get(row), E_FAIL);
+    EXPECT_EQ(Log().back().substr(0, 10), "NewString(");
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+  });
+}
+
+TEST_F(Properties, WithoutAnEnvironmentThereIsNoAnswer) {
+  ForEach([&](const Property& row) {
+    TakeEnvironmentAway();
+    EXPECT_EQ(Get(row), E_FAIL);
+    EXPECT_EQ(Log(), (Lines{SlotLine(row.slot), "slot 12 FindClass", kEnvironment, "slot 59 CaptureException"}));
+    EXPECT_EQ(ObjectRecord(), Record(kNoEnvironment, 0));
+  });
+}
+
+int32_t g_status = 0;
+int32_t AnswerFindClass(void*, qv_jclass* out, const char*) {
+  *out = nullptr;
+  return g_status;
+}
+int32_t AnswerNewString(void*, qv_jstring* out, const wchar_t*) {
+  *out = nullptr;
+  return g_status;
+}
+int32_t AnswerStaticCall(void*, qv_jobject*, qv_jclass, const char*, const char*, qv_jobject) { return g_status; }
+int32_t AnswerStringValue(void*, IQvString** text, qv_jstring) {
+  *text = nullptr;
+  return g_status < 0 || QvshrCreateString(L"from slot 17", text) < 0 ? E_OUTOFMEMORY : g_status;
+}
+
+TEST_F(Properties, ANegativeStatusOfSlots12And14And39IsAFailure) {
+  ForEach([&](const Property& row) {
+    g_status = E_INVALIDARG;
+    SlotTable& slots = Watch();
+    slots.Replace(39, AnswerStaticCall);
+    EXPECT_EQ(Get(row), E_FAIL);
+    EXPECT_EQ(Log().back(), "slot 39 CallStaticObjectMethod");
+    slots.Replace(14, AnswerNewString);
+    EXPECT_EQ(Get(row), E_FAIL);
+    EXPECT_EQ(Log().back(), "slot 14 NewString");
+    slots.Replace(12, AnswerFindClass);
+    EXPECT_EQ(Get(row), E_FAIL);
+    EXPECT_EQ(Log().back(), "slot 12 FindClass");
+  });
+}
+
+TEST_F(Properties, TheStatusOfSlot17IsHandedOn) {
+  ForEach([&](const Property& row) {
+    Watch().Replace(17, AnswerStringValue);
+    for (const int32_t status : {E_OUTOFMEMORY, S_FALSE}) {
+      g_status = status;
+      EXPECT_EQ(Get(row), status);
+    }
+  });
+}
+
+TEST_F(Properties, TheVersionNeedsAJvmOfTheServicesOwn) {
+  SetCreated(false);
+  Watch();
+  EXPECT_EQ(Get(kProperties[1]), E_FAIL);
+  EXPECT_EQ(Log(), (Lines{"slot 56 GetJavaVersion"}));
+}
+
+TEST_F(Properties, InAJoinedJvmTheClassPathIsTheConfiguredOne) {
+  const RegistrySandbox registry(RegistrySandbox::Override::MachineAndUser);
+  const EnvironmentScope variable(L"CLASSPATH", L"C:\\from the environment.jar");
+  Java().properties[L"java.class.path"] = L"C:\\the JVM's own.jar";
+  IQvString* configured = nullptr;
+  EXPECT_TRUE(JVMConfigInfo().ComposeClassPath(&configured));
+  Watch();
+  std::wstring value;
+  EXPECT_EQ(Get(kProperties[0], &value), S_OK);
+  EXPECT_EQ(value, TakeText(configured));
+  EXPECT_TRUE(value.ends_with(L";C:\\from the environment.jar;.")) << ToUtf8(value);
+  EXPECT_EQ(Log(), (Lines{"slot 55 GetClassPath"})) << "no Java for it";
+}
+
+TEST_F(Properties, WithoutTheDefaultTreeThereIsNoConfiguredClassPath) {
+  const FailCall fault(kQvshrCallOpenDefaultTree, 1, kQvshrFailFromHere);
+  EXPECT_EQ(Get(kProperties[0]), E_FAIL);
+}
+
+}  // namespace
+
+}  // namespace qvtest
