@@ -5,7 +5,7 @@
 #   qv_add_java(package jar)                     compiles java/<package> into a jar at the same place
 #   qv_add_installation(name FILES file ...)     a test that makes the installation, "real.install.<name>"
 #   qv_add_real_test(runtime program group ...)  a test that runs a group of a program's tests in an installation
-include_guard(GLOBAL)
+include_guard(DIRECTORY)
 include(${CMAKE_SOURCE_DIR}/cmake/downloads.cmake)
 
 set(QV_REAL_RUNTIMES 11 17 21 25)
