@@ -1,0 +1,271 @@
+// The JVM's output log: header, truncation, appending, redirection and silence, and the two hooks as the JVM calls
+// them. Files are text files, so a line ends in two characters on disk.
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <string>
+#include <vector>
+
+#include "config/jvm_config_info.h"
+#include "service/output_log.h"
+#include "tests/startup/startup_world.h"
+
+namespace qvtest {
+namespace {
+
+constexpr char kHeader[] = "*** Starting JVM Logging ***\r\n\r\n";
+
+// As the JVM calls the hook. Its stream belongs to another C runtime: this address is nobody's.
+int32_t Print(const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  const int32_t written = JvmVfprintfHook(reinterpret_cast<FILE*>(uintptr_t{0x10}), format, args);
+  va_end(args);
+  return written;
+}
+
+// A world with a service object whose log goes to vm.out in the test's folder.
+class LogWorld : public StartupWorld {
+ public:
+  LogWorld() { vm = CreateVM().vm; }
+  ~LogWorld() { vm.reset(); }
+  LogWorld(const LogWorld&) = delete;
+  LogWorld& operator=(const LogWorld&) = delete;
+
+  VmOwner vm;
+  const std::wstring log = folder.Path(L"vm.out");
+};
+
+TEST(OutputLog, FirstMessageWritesTheHeaderAndTheNextIsAppendedWithoutIt) {
+  const LogWorld world;
+  EXPECT_FALSE(g_bJvmLogStarted);
+  EXPECT_EQ(Print("one\n"), 4);
+  EXPECT_TRUE(g_bJvmLogStarted);
+  EXPECT_EQ(ReadWholeFile(world.log), std::string(kHeader) + "one\r\n");
+  EXPECT_EQ(Print("%s %d", "two", 2), 5);
+  EXPECT_EQ(ReadWholeFile(world.log), std::string(kHeader) + "one\r\ntwo 2");
+}
+
+TEST(OutputLog, FirstMessageTruncatesWhatAnEarlierProcessLeft) {
+  const LogWorld world;
+  world.folder.WriteFile(L"vm.out", "from another day\n");
+  Print("today");
+  EXPECT_EQ(ReadWholeFile(world.log), std::string(kHeader) + "today");
+}
+
+TEST(OutputLog, DebugModeOffGives1AndCreatesNoFile) {
+  const LogWorld world;
+  QV_SetJavaVMDebugMode(0);
+  EXPECT_EQ(Print("dropped"), 1);
+  EXPECT_FALSE(FileExists(world.log));
+  EXPECT_FALSE(g_bJvmLogStarted);
+}
+
+TEST(OutputLog, SwitchedOffGives1AndCreatesNoFile) {
+  const LogWorld world;
+  EXPECT_EQ(world.vm->SetJvmLogEnabled(0), 0);
+  EXPECT_EQ(g_bJvmLogEnabled, 0);
+  EXPECT_EQ(Print("dropped"), 1);
+  EXPECT_FALSE(FileExists(world.log));
+}
+
+TEST(OutputLog, SwitchTakesAnyNumberAndEveryOneBut0Logs) {
+  const LogWorld world;
+  EXPECT_EQ(g_bJvmLogEnabled, 1) << "on at first";
+  for (const int32_t value : {-1, 2, INT32_MIN}) {
+    EXPECT_EQ(world.vm->SetJvmLogEnabled(value), 0);
+    EXPECT_EQ(g_bJvmLogEnabled, value);
+    EXPECT_EQ(Print("x"), 1);
+  }
+  EXPECT_EQ(ReadWholeFile(world.log), std::string(kHeader) + "xxx");
+}
+
+TEST(OutputLog, SilencedAndOpenedAgainItContinuesTheSameFile) {
+  const LogWorld world;
+  Print("a");
+  QV_SetJavaVMDebugMode(0);
+  Print("lost");
+  QV_SetJavaVMDebugMode(1);
+  Print("b");
+  world.vm->SetJvmLogEnabled(0);
+  Print("lost too");
+  world.vm->SetJvmLogEnabled(1);
+  Print("c");
+  EXPECT_EQ(ReadWholeFile(world.log), std::string(kHeader) + "abc");
+}
+
+TEST(OutputLog, NewPathIsTruncatedAndGetsTheHeader) {
+  const LogWorld world;
+  Print("first");
+  const std::wstring redirected = world.folder.WriteFile(L"other.log", "old content");
+  g_bJvmLogEnabled = 0;
+  EXPECT_EQ(world.vm->SetLogFileName(redirected.c_str()), 0);
+  EXPECT_FALSE(g_bJvmLogStarted);
+  EXPECT_EQ(g_bJvmLogEnabled, 1) << "naming a file switches the log on";
+  Print("second");
+  EXPECT_EQ(ReadWholeFile(redirected), std::string(kHeader) + "second");
+  EXPECT_EQ(ReadWholeFile(world.log), std::string(kHeader) + "first") << "the old file stays as it was";
+}
+
+TEST(OutputLog, SamePathNamedAgainIsTruncatedAgain) {
+  const LogWorld world;
+  Print("first");
+  world.vm->SetLogFileName(world.log.c_str());
+  Print("second");
+  EXPECT_EQ(ReadWholeFile(world.log), std::string(kHeader) + "second");
+}
+
+TEST(OutputLog, PathWithoutItsFolderGivesMinus1AndLeavesTheState) {
+  const LogWorld world;
+  world.vm->SetLogFileName(world.folder.Path(L"no\\such\\folder\\vm.log").c_str());
+  EXPECT_EQ(Print("lost"), -1);
+  EXPECT_FALSE(g_bJvmLogStarted) << "so the next message begins the file again";
+  world.folder.MakeFolder(L"no\\such\\folder");
+  Print("kept");
+  EXPECT_EQ(ReadWholeFile(world.folder.Path(L"no\\such\\folder\\vm.log")), std::string(kHeader) + "kept");
+
+  world.folder.WriteFile(L"other\\vm.log");
+  world.vm->SetLogFileName(world.folder.Path(L"other\\vm.log").c_str());
+  Print("a");
+  MoveFileW(world.folder.Path(L"other").c_str(), world.folder.Path(L"away").c_str());
+  EXPECT_EQ(Print("lost"), -1);
+  EXPECT_TRUE(g_bJvmLogStarted) << "so the next message is appended";
+  MoveFileW(world.folder.Path(L"away").c_str(), world.folder.Path(L"other").c_str());
+  Print("b");
+  EXPECT_EQ(ReadWholeFile(world.folder.Path(L"other\\vm.log")), std::string(kHeader) + "ab");
+}
+
+// What was opened, and how.
+class OpenWatch {
+ public:
+  OpenWatch() : m_open(nullptr, "_wfopen", &Note), m_close(nullptr, "fclose", &Close) {
+    s_open = m_open.Original<decltype(&_wfopen)>();
+    s_close = m_close.Original<decltype(&fclose)>();
+    s_story.clear();
+  }
+  [[nodiscard]] const std::vector<std::wstring>& Story() const { return s_story; }
+
+ private:
+  static FILE* Note(const wchar_t* path, const wchar_t* mode) {
+    s_story.push_back(std::wstring(L"open ") + mode + L" " + path);
+    return s_open(path, mode);
+  }
+  static int Close(FILE* file) {
+    s_story.push_back(L"close");
+    return s_close(file);
+  }
+  static inline decltype(&_wfopen) s_open = nullptr;
+  static inline decltype(&fclose) s_close = nullptr;
+  static inline std::vector<std::wstring> s_story;
+  ImportHook m_open;
+  ImportHook m_close;
+};
+
+TEST(OutputLog, FileIsOpenedAndClosedForEveryMessage) {
+  const LogWorld world;
+  const OpenWatch watch;
+  Print("one");
+  Print("two");
+  Print("three");
+  EXPECT_EQ(watch.Story(), (std::vector<std::wstring>{L"open w " + world.log, L"close", L"open a " + world.log,
+                                                      L"close", L"open a " + world.log, L"close"}));
+}
+
+TEST(OutputLog, FormatsOfTheJVMAreKnown) {
+  struct Row {
+    const char* want;
+    int32_t (*print)();
+  };
+  for (const Row& row : {
+           Row{"18446744073709551615", [] { return Print("%zu", SIZE_MAX); }},
+           Row{"-9223372036854775808", [] { return Print("%lld", INT64_MIN); }},
+           Row{"-9223372036854775808", [] { return Print("%I64d", INT64_MIN); }},
+           Row{"18446744073709551615", [] { return Print("%llu", UINT64_MAX); }},
+           Row{"7fffffffffffffff", [] { return Print("%llx", INT64_MAX); }},
+           Row{"[00ff] [   7] [-7  ] [+7]", [] { return Print("[%04x] [%4d] [%-4d] [%+d]", 0xFF, 7, -7, 7); }},
+           Row{"1.50 a% text", [] { return Print("%.2f %c%% %s", 1.5, 'a', "text"); }},
+           Row{"tex  ", [] { return Print("%-5.3s", "text"); }},
+           Row{"  12", [] { return Print("%*d", 4, 12); }},
+           Row{"", [] { return Print("%s", ""); }},
+       }) {
+    SCOPED_TRACE(row.want);
+    const LogWorld world;
+    EXPECT_EQ(row.print(), static_cast<int32_t>(std::string_view(row.want).size()));
+    EXPECT_EQ(ReadWholeFile(world.log), std::string(kHeader) + row.want);
+  }
+}
+
+TEST(OutputLog, PointersAreWrittenInHexadecimal) {
+  const LogWorld world;
+  Print("%p", reinterpret_cast<void*>(uintptr_t{0x1234ABCD5678}));
+  std::string text = ReadWholeFile(world.log);
+  for (char& c : text) c = static_cast<char>(std::toupper(c));
+  EXPECT_NE(text.find("1234ABCD5678"), std::string::npos) << text;
+}
+
+TEST(OutputLog, MessageOfAnyLengthArrivesWhole) {
+  const LogWorld world;
+  const std::string text(100000, 'm');
+  EXPECT_EQ(Print("%s", text.c_str()), 100000);
+  EXPECT_EQ(ReadWholeFile(world.log), kHeader + text);
+}
+
+TEST(OutputLog, WithoutAPathItIsVmOutInTheCurrentFolder) {
+  const LogWorld world;
+  wchar_t before[MAX_PATH] = {};
+  GetCurrentDirectoryW(MAX_PATH, before);
+  const std::wstring current = world.folder.MakeFolder(L"current");
+  SetCurrentDirectoryW(current.c_str());
+  {
+    const FailCall fault(kQvshrCallCreateString, 1);
+    EXPECT_EQ(world.vm->SetLogFileName(L"C:\\never.log"), 0) << "success all the same";
+    EXPECT_TRUE(fault.Fired());
+  }
+  EXPECT_EQ(JVMConfigInfo().m_pLogFilePath, nullptr);
+  IQvString* name = nullptr;
+  EXPECT_EQ(world.vm->GetLogFileName(&name), 0);
+  EXPECT_EQ(TakeText(name), L"vm.out");
+  Print("here");
+  EXPECT_EQ(ReadWholeFile(world.folder.Path(L"current\\vm.out")), std::string(kHeader) + "here");
+  SetCurrentDirectoryW(before);
+}
+
+TEST(OutputLog, NameThatWasSetIsAnsweredAsANewString) {
+  const LogWorld world;
+  IQvString* name = nullptr;
+  EXPECT_EQ(world.vm->GetLogFileName(&name), 0);
+  EXPECT_EQ(TakeText(name), world.log);
+  world.vm->SetLogFileName(L"C:\\logs\\java.log");
+  IQvString* again = nullptr;
+  EXPECT_EQ(world.vm->GetLogFileName(&name), 0);
+  EXPECT_EQ(world.vm->GetLogFileName(&again), 0);
+  EXPECT_NE(name, again);
+  EXPECT_EQ(TakeText(name), L"C:\\logs\\java.log");
+  EXPECT_EQ(TakeText(again), L"C:\\logs\\java.log");
+}
+
+TEST(OutputLog, WithoutMemoryForThePathNothingIsWritten) {
+  const LogWorld world;
+  const FailAllocation fault(1, kQvshrFailFromHere);
+  EXPECT_EQ(Print("lost"), -1);
+  EXPECT_FALSE(FileExists(world.log));
+  EXPECT_FALSE(g_bJvmLogStarted);
+}
+
+TEST(OutputLog, JVMThatPrintsWhileItIsCreatedReachesTheFile) {
+  const StartupWorld world;
+  world.jvm.Script().createPrints = 1;
+  ASSERT_EQ(CreateVM().status, 0);
+  EXPECT_EQ(ReadWholeFile(world.folder.Path(L"vm.out")), std::string(kHeader) + "fake output 42\r\n");
+}
+
+TEST(ExitHook, DoesNothing) {
+  const LogWorld world;
+  JvmExitHook(0);
+  JvmExitHook(17);
+  EXPECT_FALSE(FileExists(world.log));
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u);
+}
+
+}  // namespace
+}  // namespace qvtest

@@ -1,0 +1,462 @@
+// Which threads are attached, which libraries were tried, which class path a thread asked for; what happens when a
+// thread ends and when the service goes.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "service/java_vm_manager.h"
+#include "service/jni_initializer.h"
+#include "service/thread_end.h"
+#include "service/thread_registry.h"
+#include "tests/startup/startup_world.h"
+
+namespace qvtest {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+// A world in which the service joined a JVM; the main thread is attached.
+class JoinedWorld : public StartupWorld {
+ public:
+  JoinedWorld() {
+    jvm.Script().existing = 1;
+    vm = CreateVM().vm;
+  }
+  ~JoinedWorld() { vm.reset(); }
+  JoinedWorld(const JoinedWorld&) = delete;
+  JoinedWorld& operator=(const JoinedWorld&) = delete;
+
+  VmOwner vm;
+};
+
+// A thread that waits inside the test until it is let go.
+class WaitingThread {
+ public:
+  template <class Work>
+  explicit WaitingThread(Work work)
+      : m_thread([this, work] {
+          work();
+          SetEvent(m_ready);
+          WaitForSingleObject(m_go, INFINITE);
+        }) {
+    WaitForSingleObject(m_ready, INFINITE);
+  }
+  ~WaitingThread() { LetGo(); }
+  WaitingThread(const WaitingThread&) = delete;
+  WaitingThread& operator=(const WaitingThread&) = delete;
+
+  void LetGo() {
+    SetEvent(m_go);
+    m_thread.Wait();
+  }
+
+ private:
+  class Thread {
+   public:
+    explicit Thread(std::function<void()> main) : m_main(std::move(main)) {
+      m_handle = CreateThread(
+          nullptr, 0,
+          [](void* context) -> DWORD {
+            static_cast<Thread*>(context)->m_main();
+            return 0;
+          },
+          this, 0, nullptr);
+    }
+    ~Thread() { CloseHandle(m_handle); }
+    Thread(const Thread&) = delete;
+    Thread& operator=(const Thread&) = delete;
+    void Wait() { WaitForSingleObject(m_handle, INFINITE); }
+
+   private:
+    std::function<void()> m_main;
+    HANDLE m_handle;
+  };
+
+  HANDLE m_ready = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  HANDLE m_go = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  Thread m_thread;
+};
+
+// An initializer that writes its number down when it is terminated.
+class NumberedInitializer final : public CQV_JNIInitializer {
+ public:
+  NumberedInitializer(uint32_t threadId, int number, std::vector<int>& terminated)
+      : m_number(number), m_terminated(terminated) {
+    m_dwThreadId = threadId;
+  }
+  JNIEnv* GetEnv() noexcept override { return reinterpret_cast<JNIEnv*>(static_cast<uintptr_t>(m_number) * 16); }
+  void Terminate() noexcept override { m_terminated.push_back(m_number); }
+
+ private:
+  ~NumberedInitializer() = default;
+  int m_number;
+  std::vector<int>& m_terminated;
+};
+
+constexpr uint32_t kSomeThread = 0xFFFF0001;  // no thread of the system has it
+constexpr uint32_t kOtherThread = 0xFFFF0005;
+
+// ---- environments ----
+
+TEST(ThreadRegistry, ThreadThatAsksTwiceGetsTheSameEnvironmentAndOneInitializer) {
+  const JoinedWorld world;
+  OnThread([&] {
+    const qv_jnienv first = QV_AcquireThreadEnv(world.vm.get());
+    EXPECT_NE(first, nullptr);
+    EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), first);
+    EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(GetCurrentThreadId()), first);
+  });
+  EXPECT_EQ(world.jvm.Count(kFakeAttach), 2u) << "the main thread's and this one's";
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
+}
+
+TEST(ThreadRegistry, EnvironmentBelongsToTheThreadNotToTheObject) {
+  const JoinedWorld world;
+  const Created other = CreateVM();
+  EXPECT_EQ(QV_AcquireThreadEnv(other.vm.get()), QV_AcquireThreadEnv(world.vm.get()));
+  EXPECT_EQ(world.jvm.Count(kFakeAttach), 1u);
+}
+
+TEST(ThreadRegistry, FirstInitializerOfAThreadIsTheOneThatCounts) {
+  const StartupWorld world;
+  std::vector<int> terminated;
+  for (const int number : {1, 2, 3}) {
+    const uint32_t threadId = number == 1 ? kOtherThread : GetCurrentThreadId();
+    ASSERT_TRUE(g_pThreadRegistry->RegisterInitializer(new NumberedInitializer(threadId, number, terminated)));
+  }
+  const auto environment = [](int number) { return reinterpret_cast<JNIEnv*>(static_cast<uintptr_t>(number) * 16); };
+  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(GetCurrentThreadId()), environment(2));
+  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(kOtherThread), environment(1));
+  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(kSomeThread), nullptr);
+  g_pThreadRegistry->OnThreadDetach();
+  EXPECT_EQ(terminated, std::vector<int>{2}) << "the end of a thread takes its first one alone";
+  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(GetCurrentThreadId()), environment(3));
+}
+
+// ---- class paths ----
+
+TEST(ThreadRegistry, SecondClassPathOfAThreadIsKeptButNotFound) {
+  const StartupWorld world;
+  wchar_t text[] = L"C:\\first.jar";
+  const uint32_t threadId = GetCurrentThreadId();
+  ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(threadId, text));
+  ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(threadId, L"C:\\second.jar"));
+  text[0] = L'X';
+  const wchar_t* const found = g_pThreadRegistry->FindThreadClassPath(threadId);
+  EXPECT_STREQ(found, L"C:\\first.jar") << "a copy of its own";
+  EXPECT_EQ(g_pThreadRegistry->FindThreadClassPath(threadId), found) << "the stored copy itself";
+  EXPECT_EQ(g_pThreadRegistry->FindThreadClassPath(kSomeThread), nullptr);
+  g_pThreadRegistry->OnThreadDetach();
+  EXPECT_STREQ(g_pThreadRegistry->FindThreadClassPath(threadId), L"C:\\second.jar")
+      << "the thread's end frees the first; the rest goes with the service, as the world's books show";
+}
+
+TEST(ThreadRegistry, EmptyClassPathIsOneToo) {
+  const StartupWorld world;
+  ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(kSomeThread, L""));
+  EXPECT_STREQ(g_pThreadRegistry->FindThreadClassPath(kSomeThread), L"");
+}
+
+// ---- libraries ----
+
+// Loads nothing: every library is one that a test names, or fails.
+class FakeLoader {
+ public:
+  FakeLoader() : m_load(nullptr, "LoadLibraryA", &Load), m_free(nullptr, "FreeLibrary", &Free) { s_story.clear(); }
+  [[nodiscard]] const Strings& Story() const { return s_story; }
+
+ private:
+  // "1.dll" gives the handle 1, and so on; any other name fails.
+  static HMODULE WINAPI Load(const char* name) {
+    s_story.push_back(std::string("load ") + name);
+    return reinterpret_cast<HMODULE>(static_cast<uintptr_t>(std::atoi(name)));
+  }
+  static BOOL WINAPI Free(HMODULE module) {
+    s_story.push_back("free " + std::to_string(reinterpret_cast<uintptr_t>(module)));
+    return TRUE;
+  }
+  static inline Strings s_story;
+  ImportHook m_load;
+  ImportHook m_free;
+};
+
+HMODULE Handle(uintptr_t number) { return reinterpret_cast<HMODULE>(number); }
+
+TEST(ModuleCache, NameThatFailedIsNeverLoadedAgain) {
+  const StartupWorld world;
+  const FakeLoader loader;
+  EXPECT_EQ(g_pThreadRegistry->LoadModuleCached("missing.dll"), nullptr);
+  EXPECT_EQ(g_pThreadRegistry->LoadModuleCached("missing.dll"), nullptr);
+  EXPECT_EQ(loader.Story(), Strings{"load missing.dll"});
+}
+
+TEST(ModuleCache, NameIsLoadedOnceAndComparedByteByByte) {
+  StartupWorld world;
+  const FakeLoader loader;
+  char name[] = "2.dll";
+  EXPECT_EQ(g_pThreadRegistry->LoadModuleCached(name), Handle(2));
+  EXPECT_EQ(g_pThreadRegistry->LoadModuleCached("2.dll"), Handle(2));
+  EXPECT_EQ(g_pThreadRegistry->LoadModuleCached("2.DLL"), Handle(2)) << "another name, loaded for itself";
+  name[0] = '9';
+  EXPECT_EQ(g_pThreadRegistry->FindModule("2.dll"), Handle(2)) << "the name was copied";
+  EXPECT_EQ(g_pThreadRegistry->FindModule("9.dll"), nullptr);
+  EXPECT_EQ(loader.Story(), (Strings{"load 2.dll", "load 2.DLL"})) << "finding loads nothing";
+  world.service.Unload();
+}
+
+TEST(ModuleCache, TeardownFreesHeadFirstWhatWasLoaded) {
+  StartupWorld world;
+  const FakeLoader loader;
+  for (const char* name : {"3.dll", "missing.dll", "1.dll", "2.dll"}) g_pThreadRegistry->LoadModuleCached(name);
+  world.service.Unload();
+  EXPECT_EQ(loader.Story(),
+            (Strings{"load 3.dll", "load missing.dll", "load 1.dll", "load 2.dll", "free 3", "free 1", "free 2"}));
+}
+
+TEST(ModuleCache, BrokenLibraryStopsNobodyAtADialog) {
+  const StartupWorld world;
+  const std::wstring broken = world.folder.WriteFile(L"broken.dll", "MZ, and nothing of a library");
+  const DWORD before = GetThreadErrorMode();
+  EXPECT_EQ(g_pThreadRegistry->LoadModuleCached(ToUtf8(broken).c_str()), nullptr);
+  EXPECT_EQ(GetThreadErrorMode(), before) << "the thread's error mode is the host's again";
+}
+
+// ---- the end of a thread ----
+
+TEST(ThreadEnd, DetachesTheThreadOnItselfAndForgetsIt) {
+  const JoinedWorld world;
+  const DWORD threadId = OnThread([&] {
+    EXPECT_NE(QV_AcquireThreadEnv(world.vm.get()), nullptr);
+    EXPECT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(GetCurrentThreadId(), L"C:\\thread.jar"));
+  });
+  const std::vector<FakeJvmCall> detached = world.jvm.Calls(kFakeDetach);
+  ASSERT_EQ(detached.size(), 1u);
+  EXPECT_EQ(detached[0].threadId, threadId);
+  EXPECT_NE(detached[0].env, nullptr) << "it was attached until then";
+  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(threadId), nullptr);
+  EXPECT_EQ(g_pThreadRegistry->FindThreadClassPath(threadId), nullptr);
+  EXPECT_EQ(world.jvm.AttachedThreads(), 1) << "the main thread";
+}
+
+TEST(ThreadEnd, ThreadThatNeverJoinedLeavesTheRegistryUnchanged) {
+  const JoinedWorld world;
+  const qv_jnienv mine = QV_AcquireThreadEnv(world.vm.get());
+  LedgerCheck ledger;
+  OnThread([] { QvshrFree(QvshrAlloc(1)); });
+  EXPECT_EQ(ledger.Allocations(), 1u) << "the thread's own";
+  OnThread([] { g_pThreadRegistry->OnThreadDetach(); });
+  ledger.Verify();
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u);
+  EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), mine);
+}
+
+TEST(ThreadEnd, ClassPathOfAFailedStartGoesWithItsThread) {
+  const StartupWorld world;
+  world.jvm.Script().createResult = -1;
+  DWORD threadId = 0;
+  threadId = OnThread([&] {
+    EXPECT_EQ(CreateVM(L"C:\\thread.jar").status, QV_E_FAIL);
+    EXPECT_STREQ(g_pThreadRegistry->FindThreadClassPath(GetCurrentThreadId()), L"C:\\thread.jar");
+  });
+  EXPECT_EQ(g_pThreadRegistry->FindThreadClassPath(threadId), nullptr);
+}
+
+TEST(ThreadEnd, HostThatForbidsDetachingIsObeyed) {
+  const JoinedWorld world;
+  QvshrLedgerOverrideInt(kQvshrCallNoDetachQuery, 1);
+  const DWORD threadId = OnThread([&] { QV_AcquireThreadEnv(world.vm.get()); });
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u);
+  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(threadId), nullptr) << "forgotten all the same";
+  QvshrLedgerClearInt(kQvshrCallNoDetachQuery);
+}
+
+TEST(ThreadEnd, NotificationOfTheLibraryAndCallbackDetachOnce) {
+  const JoinedWorld world;
+  OnThread([&] {
+    QV_AcquireThreadEnv(world.vm.get());
+    qv::OnThreadNotification();
+    EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
+    qv::OnThreadNotification();
+  });
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
+}
+
+TEST(ThreadEnd, ThreadThatComesBackAfterItsNotificationIsAttachedAndDetachedAgain) {
+  const JoinedWorld world;
+  OnThread([&] {
+    const qv_jnienv first = QV_AcquireThreadEnv(world.vm.get());
+    qv::OnThreadNotification();
+    const qv_jnienv second = QV_AcquireThreadEnv(world.vm.get());
+    EXPECT_NE(second, nullptr);
+    EXPECT_NE(second, first) << "the environment of before is dead";
+  });
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 2u);
+}
+
+TEST(ThreadEnd, CallbackOnAnotherThreadDetachesNobodyButThatThread) {
+  const JoinedWorld world;
+  const qv_jnienv mine = QV_AcquireThreadEnv(world.vm.get());
+  WaitingThread attached([&] { QV_AcquireThreadEnv(world.vm.get()); });
+  qv::ForgetThreadEnd();  // the system runs every thread's callback here, on this thread
+  const std::vector<FakeJvmCall> detached = world.jvm.Calls(kFakeDetach);
+  ASSERT_EQ(detached.size(), 1u);
+  EXPECT_EQ(detached[0].env, mine);
+  EXPECT_EQ(world.jvm.AttachedThreads(), 1) << "the other one";
+  EXPECT_TRUE(qv::PrepareThreadEnd());
+}
+
+TEST(ThreadEnd, ThreadsThatComeAndGoLeaveNothing) {
+  const JoinedWorld world;
+  LedgerCheck ledger;
+  HANDLE threads[8];
+  for (HANDLE& thread : threads) {
+    thread = CreateThread(
+        nullptr, 0,
+        [](void* context) -> DWORD {
+          auto* const vm = static_cast<IQV_JavaVM*>(context);
+          for (int round = 0; round < 8; ++round) {
+            OnThread([&] {
+              const qv_jnienv env = QV_AcquireThreadEnv(vm);
+              EXPECT_NE(env, nullptr);
+              EXPECT_EQ(QV_AcquireThreadEnv(vm), env);
+            });
+          }
+          return 0;
+        },
+        world.vm.get(), 0, nullptr);
+  }
+  WaitForMultipleObjects(8, threads, TRUE, INFINITE);
+  for (HANDLE thread : threads) CloseHandle(thread);
+  EXPECT_EQ(world.jvm.Count(kFakeAttach), 1u + 64);
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 64u);
+  EXPECT_EQ(world.jvm.AttachedThreads(), 1);
+}
+
+// The hook runs while the registry's lock is held.
+HANDLE g_insideLoad = nullptr;
+HANDLE g_leaveLoad = nullptr;
+HMODULE WINAPI LoadAndWait(const char*) {
+  SetEvent(g_insideLoad);
+  WaitForSingleObject(g_leaveLoad, INFINITE);
+  // Needs the loader's lock, which no ending thread may hold while it waits for the registry's.
+  const HMODULE loaded = LoadLibraryW(L"version.dll");
+  if (loaded != nullptr) FreeLibrary(loaded);
+  return nullptr;
+}
+
+TEST(ThreadEnd, ThreadThatEndsDuringALibraryLoadWaitsWithoutTheLoadersLock) {
+  const JoinedWorld world;
+  g_insideLoad = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  g_leaveLoad = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  const ImportHook hook(nullptr, "LoadLibraryA", &LoadAndWait);
+  {
+    WaitingThread ending([&] { QV_AcquireThreadEnv(world.vm.get()); });
+    HANDLE const loading = CreateThread(
+        nullptr, 0,
+        [](void*) -> DWORD {
+          g_pThreadRegistry->LoadModuleCached("slow.dll");
+          return 0;
+        },
+        nullptr, 0, nullptr);
+    WaitForSingleObject(g_insideLoad, INFINITE);
+    HANDLE const release = CreateThread(
+        nullptr, 0,
+        [](void*) -> DWORD {
+          Sleep(100);  // time for the other one to reach its end; too little would only prove less
+          SetEvent(g_leaveLoad);
+          return 0;
+        },
+        nullptr, 0, nullptr);
+    ending.LetGo();
+    for (HANDLE const thread : {loading, release}) {
+      WaitForSingleObject(thread, INFINITE);
+      CloseHandle(thread);
+    }
+  }
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
+  CloseHandle(g_insideLoad);
+  CloseHandle(g_leaveLoad);
+}
+
+// ---- the end of the service ----
+
+TEST(Teardown, DestroysInitializersHeadFirstThenFreesTheLibrary) {
+  StartupWorld world;
+  std::vector<int> terminated;
+  for (const int number : {3, 1, 2}) {
+    const uint32_t threadId = 0xFFFF0100 + static_cast<uint32_t>(number);
+    ASSERT_TRUE(g_pThreadRegistry->RegisterInitializer(new NumberedInitializer(threadId, number, terminated)));
+  }
+  ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(kSomeThread, L"a"));
+  ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(kSomeThread, L"b"));
+  world.service.Unload();
+  EXPECT_EQ(terminated, (std::vector<int>{3, 1, 2})) << "in the order of joining";
+  EXPECT_EQ(g_pThreadRegistry, nullptr);
+}
+
+TEST(Teardown, DetachesOnTheThreadThatUnloadsAndOnlyOnce) {
+  JoinedWorld world;
+  WaitingThread attached([&] { QV_AcquireThreadEnv(world.vm.get()); });
+  world.service.Unload();
+  const std::vector<FakeJvmCall> detached = world.jvm.Calls(kFakeDetach);
+  ASSERT_EQ(detached.size(), 2u);
+  for (const FakeJvmCall& call : detached) EXPECT_EQ(call.threadId, GetCurrentThreadId());
+  attached.LetGo();
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 2u) << "the thread's end finds no service";
+  EXPECT_EQ(world.jvm.Count(kFakeDestroyVM), 0u);
+}
+
+TEST(Teardown, NeedsNoLockThatADeadThreadHeld) {
+  JoinedWorld world;
+  g_insideLoad = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  g_leaveLoad = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  const ImportHook hook(nullptr, "LoadLibraryA", &LoadAndWait);
+  HANDLE const loading = CreateThread(
+      nullptr, 0,
+      [](void*) -> DWORD {
+        g_pThreadRegistry->LoadModuleCached("slow.dll");
+        return 0;
+      },
+      nullptr, 0, nullptr);
+  WaitForSingleObject(g_insideLoad, INFINITE);
+  TerminateThread(loading, 0);  // as the end of a process does it
+  WaitForSingleObject(loading, INFINITE);
+  CloseHandle(loading);
+  world.service.Unload();
+  EXPECT_EQ(g_pThreadRegistry, nullptr);
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
+  world.ledger.ExpectLeft(2, "entry and name that the dead thread had in hand");
+  CloseHandle(g_insideLoad);
+  CloseHandle(g_leaveLoad);
+}
+
+DWORD WINAPI NoFlsSlot(PFLS_CALLBACK_FUNCTION) { return FLS_OUT_OF_INDEXES; }
+DWORD WINAPI NoTlsSlot() { return TLS_OUT_OF_INDEXES; }
+
+TEST(Loading, WithoutASlotForThreadEndsThereIsNoRegistryAndNoStart) {
+  StartupWorld world;
+  world.service.UnloadAndForget();
+  {
+    const ImportHook hook(nullptr, "FlsAlloc", &NoFlsSlot);
+    world.service.Restart();
+  }
+  EXPECT_EQ(g_pThreadRegistry, nullptr);
+  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+  EXPECT_EQ(world.jvm.Story(), Strings());
+}
+
+TEST(Loading, WithoutSlotsForTheThreadsNoStartButNoCrashEither) {
+  StartupWorld world;
+  world.service.UnloadAndForget();
+  {
+    const ImportHook hook(nullptr, "TlsAlloc", &NoTlsSlot);
+    world.service.Restart();
+  }
+  EXPECT_EQ(g_pThreadRegistry, nullptr);
+  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+}
+
+}  // namespace
+}  // namespace qvtest
