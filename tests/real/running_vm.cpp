@@ -13,7 +13,7 @@ namespace qvtest {
 
 namespace {
 
-constexpr wchar_t kConfiguredOptions[] = L"Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMconfig";
+constexpr wchar_t kRuntimeConfig[] = L"Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig";
 
 HMODULE OwnModule() {
   HMODULE module = nullptr;
@@ -131,7 +131,8 @@ IQV_JavaVM* StartVm(const StartOptions& options) {
     std::optional<RegistrySandbox> registry;
     if (!options.jvmOptions.empty()) {
       registry.emplace();
-      registry->SetList(Hive::Machine, kConfiguredOptions, options.jvmOptions);
+      registry->SetList(Hive::Machine, std::wstring(kRuntimeConfig) + L"\\QVJVMconfig", options.jvmOptions);
+      registry->CreateKey(Hive::Machine, std::wstring(kRuntimeConfig) + L"\\QVJVMprops");
     }
     IQV_JavaVM* const made = NewService((InstallFolder() + L"\\qvtests.jar").c_str());
     if (made == nullptr) return nullptr;
