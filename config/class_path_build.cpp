@@ -14,7 +14,8 @@ bool AppendDefaultEntries(qv::HostText& path, const wchar_t* installFolder, cons
   qv::KeyRef key;
   if (!list.Ok() || !qv::OpenDefaultTree(tree) || !qv::OpenSubKey(*tree, list.Text(), key)) return false;
   qv::StringRef count;
-  if (qv::QueryValue(*key, qv::names::kCount, count) < 0 || !count) return true;
+  const int32_t status = qv::QueryValue(*key, qv::names::kCount, count);
+  if (status < 0 || !count) return status != QV_E_OUTOFMEMORY;
   return qv::VisitCountedList(*key, qv::CountFromText(count->GetText()), [&](int32_t index, std::wstring_view entry) {
     qv::AppendListEntry(path, index, entry, installFolder, hostFolder, qv::FileExists);
   });

@@ -7,6 +7,7 @@
 
 #include <jni.h>
 
+#include "config/runtime_choice.h"
 #include "host/host_memory.h"
 #include "host/host_ref.h"
 #include "host/host_text.h"
@@ -92,9 +93,10 @@ class CQV_JVMConfigInfo {
   bool LoadLocked() noexcept;
   void ChooseRegistryRoot() noexcept;
   bool ReadJavaLocation(const wchar_t* valueName, IQvString*& cached, IQvString** location) noexcept;
-  // What setting PATH returned; non-zero makes this the runtime in use.
-  BOOL UseRuntimeFolder(qv::HostText folder, std::wstring_view oldPath) noexcept;
-  bool FindJavaHome(qv::HostText& home) noexcept;
+  // Puts the first runtime below `home` in front of PATH. `pathSet` is what setting it returned, untouched unless one
+  // was found; non-zero makes that the runtime in use.
+  qv::RuntimeProbe UseRuntimeBelow(std::wstring_view home, std::span<const std::wstring_view> subFolders,
+                                   std::wstring_view oldPath, BOOL& pathSet) noexcept;
 
   SRWLOCK m_textLock = SRWLOCK_INIT;
   qv::HostText m_discoveredJvmFolder;

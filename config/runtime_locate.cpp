@@ -34,14 +34,7 @@ class OldPath {
   qv::EnvironmentRead m_read;
 };
 
-}  // namespace
-
-bool CQV_JVMConfigInfo::FindJavaHome(qv::HostText& home) noexcept {
-  // A JAVA_HOME that points nowhere still keeps the registry from being asked.
-  qv::HostArray<wchar_t> variable;
-  if (qv::ReadEnvironmentText(kJavaHome, variable) == qv::EnvironmentRead::Found) {
-    return home.Append(variable.get()).Ok();
-  }
+bool FindRegisteredHome(qv::HostText& home) noexcept {
   qv::KeyRef javaSoft;
   qv::StringRef version;
   qv::KeyRef current;
@@ -53,14 +46,36 @@ bool CQV_JVMConfigInfo::FindJavaHome(qv::HostText& home) noexcept {
   return home.Append(qv::TextOf(folder)).Ok();
 }
 
-BOOL CQV_JVMConfigInfo::UseRuntimeFolder(qv::HostText folder, std::wstring_view oldPath) noexcept {
+// A JAVA_HOME that points nowhere still keeps the registry from being asked, and so does one that cannot be read.
+qv::RuntimeProbe FindJavaHome(qv::HostText& home) noexcept {
+  qv::HostArray<wchar_t> variable;
+  switch (qv::ReadEnvironmentText(kJavaHome, variable)) {
+    case qv::EnvironmentRead::Found:
+      return home.Append(variable.get()).Ok() ? qv::RuntimeProbe::Found : qv::RuntimeProbe::NoMemory;
+    case qv::EnvironmentRead::NoMemory:
+      return qv::RuntimeProbe::NoMemory;
+    case qv::EnvironmentRead::Absent:
+      break;
+  }
+  return FindRegisteredHome(home) ? qv::RuntimeProbe::Found : qv::RuntimeProbe::NotFound;
+}
+
+}  // namespace
+
+qv::RuntimeProbe CQV_JVMConfigInfo::UseRuntimeBelow(std::wstring_view home,
+                                                    std::span<const std::wstring_view> subFolders,
+                                                    std::wstring_view oldPath, BOOL& pathSet) noexcept {
+  qv::HostText folder;
+  const qv::RuntimeProbe probe = qv::FindJvmFolder(home, subFolders, qv::FileExists, folder);
+  if (probe != qv::RuntimeProbe::Found) return probe;
   const qv::HostText path = qv::SearchPathWithRuntime(folder.View(), oldPath);
-  const BOOL set = path.Ok() ? SetEnvironmentVariableW(kPath, path.Text()) : FALSE;
-  if (set != FALSE) {
+  if (!path.Ok()) return qv::RuntimeProbe::NoMemory;
+  pathSet = SetEnvironmentVariableW(kPath, path.Text());
+  if (pathSet != FALSE) {
     m_bRuntimeFound = true;
     m_discoveredJvmFolder = std::move(folder);
   }
-  return set;
+  return probe;
 }
 
 bool CQV_JVMConfigInfo::LocateJavaRuntime() noexcept {
@@ -69,27 +84,20 @@ bool CQV_JVMConfigInfo::LocateJavaRuntime() noexcept {
 
   const OldPath oldPath;
   if (!oldPath.Ok()) return false;
+  BOOL pathSet = FALSE;
   qv::HostText home;
-  qv::HostText folder;
-  if (CurrentRuntimeAllowed() && FindJavaHome(home)) {
-    const qv::RuntimeProbe probe = qv::FindJvmFolder(home.View(), qv::kJavaHomeFolders, qv::FileExists, folder);
-    if (probe == qv::RuntimeProbe::NoMemory) return false;
-    // A PATH that cannot be written here is not the end: the private runtime comes next.
-    if (probe == qv::RuntimeProbe::Found && UseRuntimeFolder(std::move(folder), oldPath.OrEmpty()) != FALSE) {
-      return true;
-    }
+  qv::RuntimeProbe probe = CurrentRuntimeAllowed() ? FindJavaHome(home) : qv::RuntimeProbe::NotFound;
+  if (probe == qv::RuntimeProbe::Found) {
+    probe = UseRuntimeBelow(home.View(), qv::kJavaHomeFolders, oldPath.OrEmpty(), pathSet);
   }
+  if (probe == qv::RuntimeProbe::NoMemory) return false;
+  // A PATH that cannot be written here is not the end: the private runtime comes next.
+  if (pathSet != FALSE) return true;
 
   qv::ModuleFolder install;
   if (!qv::TryFindInstallFolder(install)) return false;
-  switch (qv::FindJvmFolder(install.Text(), qv::kInstallFolders, qv::FileExists, folder)) {
-    case qv::RuntimeProbe::Found:
-      return UseRuntimeFolder(std::move(folder), oldPath.OrEmpty()) == TRUE;
-    case qv::RuntimeProbe::NoMemory:
-      return false;
-    case qv::RuntimeProbe::NotFound:
-      break;
-  }
+  probe = UseRuntimeBelow(install.Text(), qv::kInstallFolders, oldPath.OrEmpty(), pathSet);
+  if (probe != qv::RuntimeProbe::NotFound) return pathSet == TRUE;
   // Deliberate: no runtime anywhere is no failure here. Loading jvm.dll shows whether PATH reaches one after all.
   (void)PrepareConfiguredPath();
   return true;

@@ -21,8 +21,9 @@ bool CollectProperties(IQvRegKey& key, int32_t count, wchar_t** texts) noexcept 
   for (int32_t i = 0; i < count; ++i) {
     qv::StringRef name;
     qv::StringRef value;
-    (void)key.EnumValue(i, name.Out(), value.Out());  // gone since it was counted: empty
-    texts[i] = qv::PropertyOption(qv::TextOf(name), qv::TextOf(value)).DetachBlock().release();
+    // A value that is gone since it was counted is an empty one.
+    const bool read = key.EnumValue(i, name.Out(), value.Out()) != QV_E_OUTOFMEMORY;
+    texts[i] = read ? qv::PropertyOption(qv::TextOf(name), qv::TextOf(value)).DetachBlock().release() : nullptr;
     if (texts[i] == nullptr) {
       while (i > 0) QvshrFree(texts[--i]);
       return false;
@@ -31,12 +32,15 @@ bool CollectProperties(IQvRegKey& key, int32_t count, wchar_t** texts) noexcept 
   return true;
 }
 
+// How many values the key has, -1 without memory.
 int32_t CountValues(IQvRegKey& key) noexcept {
   int32_t count = 0;
   for (; count < std::numeric_limits<int32_t>::max(); ++count) {
     qv::StringRef name;
     qv::StringRef value;
-    if (key.EnumValue(count, name.Out(), value.Out()) < 0) break;
+    const int32_t status = key.EnumValue(count, name.Out(), value.Out());
+    if (status == QV_E_OUTOFMEMORY) return -1;
+    if (status < 0) break;
   }
   return count;
 }
@@ -52,7 +56,7 @@ bool CQV_JVMConfigInfo::ReadJVMProperties(wchar_t*** list, int32_t* count) noexc
     return false;
   }
   const int32_t found = CountValues(*properties.key);
-  if (found == 0) return true;
+  if (found <= 0) return found == 0;
   qv::HostPtr<wchar_t*> texts(qv::AllocHostArray<wchar_t*>(static_cast<size_t>(found)).release());
   if (!texts || !CollectProperties(*properties.key, found, texts.get())) return false;
   *list = texts.release();

@@ -32,9 +32,10 @@ std::wstring_view TextIn(DataBuffer& data, DWORD bytes) noexcept {
 }
 
 // Room for what did not fit: at least what Windows asks for, and always more than before.
-[[nodiscard]] bool TryGrowData(DataBuffer& data, DWORD wantedBytes) noexcept {
+[[nodiscard]] LSTATUS GrowData(DataBuffer& data, DWORD wantedBytes) noexcept {
   const size_t bytes = std::max<size_t>(wantedBytes, data.SizeBytes() * 2);
-  return wantedBytes <= kMaxValueBytes && bytes <= 2 * kMaxValueBytes && data.TryGrow(bytes);
+  if (wantedBytes > kMaxValueBytes || bytes > 2 * kMaxValueBytes) return ERROR_FILE_TOO_LARGE;
+  return data.TryGrow(bytes) ? ERROR_SUCCESS : ERROR_OUTOFMEMORY;
 }
 
 struct ValueAt {
@@ -59,12 +60,14 @@ LSTATUS ReadValueAt(HKEY key, DWORD index, ValueAt& value) noexcept {
     }
     // Windows does not say which of the two buffers was too small.
     const bool growName = nameCapacity < kMaxNameUnits;
-    if (growName && !value.name.TryGrow(kMaxNameUnits * sizeof(wchar_t))) return ERROR_NOT_ENOUGH_MEMORY;
-    const bool growData = !growName || value.dataBytes > value.data.SizeBytes();
-    if (growData && !TryGrowData(value.data, value.dataBytes)) return ERROR_NOT_ENOUGH_MEMORY;
+    if (growName && !value.name.TryGrow(kMaxNameUnits * sizeof(wchar_t))) return ERROR_OUTOFMEMORY;
+    if (growName && value.dataBytes <= value.data.SizeBytes()) continue;
+    const LSTATUS grown = GrowData(value.data, value.dataBytes);
+    if (grown != ERROR_SUCCESS) return grown;
   }
 }
 
+// ERROR_OUTOFMEMORY becomes QV_E_OUTOFMEMORY, by which users tell a read without memory from a missing value.
 int32_t Failure(LSTATUS status) noexcept {
   return status == ERROR_SUCCESS ? QV_E_FAIL : static_cast<int32_t>(HRESULT_FROM_WIN32(static_cast<DWORD>(status)));
 }
@@ -177,7 +180,8 @@ int32_t RegistryKey::QueryStringValue(IQvString* name, IQvString** value) noexce
     if (status != ERROR_SUCCESS && status != ERROR_MORE_DATA) return Failure(status);
     if (!IsText(type)) return Failure(ERROR_INVALID_DATATYPE);
     if (status == ERROR_SUCCESS) return CreateText(TextIn(data, bytes), {}, QVSHR_CALLER, value);
-    if (!TryGrowData(data, bytes)) return QV_E_OUTOFMEMORY;
+    const LSTATUS grown = GrowData(data, bytes);
+    if (grown != ERROR_SUCCESS) return Failure(grown);
   }
 }
 
@@ -189,7 +193,7 @@ LSTATUS OpenKey(HKEY parent, const wchar_t* path, uint32_t access, const void* c
   void* const block = AllocateBlock(sizeof(RegistryKey), caller);
   if (block == nullptr) {
     if (owned) RegCloseKey(key);
-    return ERROR_NOT_ENOUGH_MEMORY;
+    return ERROR_OUTOFMEMORY;
   }
   *out = new (block) RegistryKey(key, owned);
   return ERROR_SUCCESS;

@@ -20,7 +20,7 @@ int32_t IndexFromName(std::wstring_view name) noexcept {
 
 int32_t QueryValue(IQvRegKey& key, const wchar_t* name, StringRef& value) noexcept {
   const StringRef nameObject = MakeString(name);
-  if (!nameObject) return E_OUTOFMEMORY;
+  if (!nameObject) return QV_E_OUTOFMEMORY;
   return key.QueryStringValue(nameObject.Get(), value.Out());
 }
 
@@ -32,7 +32,9 @@ bool CollectIndices(IQvRegKey& key, int32_t count, HostArray<int32_t>& indices, 
   for (int32_t i = 0; i < std::numeric_limits<int32_t>::max(); ++i) {
     StringRef name;
     StringRef value;
-    if (key.EnumValue(i, name.Out(), value.Out()) < 0) break;
+    const int32_t status = key.EnumValue(i, name.Out(), value.Out());
+    if (status == QV_E_OUTOFMEMORY) return false;
+    if (status < 0) break;
     const int32_t index = IndexFromName(TextOf(name));
     if (index < 0 || index >= count) continue;
     if (found == capacity) {

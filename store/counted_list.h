@@ -22,7 +22,8 @@ class IndexName {
 // The index that a name stands for, or -1: only the exact decimal text counts ("7", never "07" or "+7").
 int32_t IndexFromName(std::wstring_view name) noexcept;
 
-// QueryStringValue by name; a name object that cannot be made is a failure.
+// QueryStringValue by name; E_OUTOFMEMORY also when the name object cannot be made. For readers of lists that status is
+// a failure of theirs, never a missing value: a list that lacks an entry for want of memory would look whole.
 int32_t QueryValue(IQvRegKey& key, const wchar_t* name, StringRef& value) noexcept;
 
 // The decimal value of a Count text; a negative count is 0.
@@ -39,17 +40,20 @@ template <class Visit>
 bool VisitCountedList(IQvRegKey& key, int32_t count, Visit&& visit) noexcept {
   const auto visitOne = [&](int32_t index) {
     StringRef value;
-    if (QueryValue(key, IndexName(index).Text(), value) == 0) visit(index, TextOf(value));
+    const int32_t status = QueryValue(key, IndexName(index).Text(), value);
+    if (status == 0) visit(index, TextOf(value));
+    return status != QV_E_OUTOFMEMORY;
   };
   if (count <= kPlainLoopLimit) {
-    for (int32_t i = 0; i < count; ++i) visitOne(i);
+    for (int32_t i = 0; i < count; ++i) {
+      if (!visitOne(i)) return false;
+    }
     return true;
   }
   HostArray<int32_t> indices;
   size_t found = 0;
   if (!CollectIndices(key, count, indices, found)) return false;
-  std::for_each_n(indices.get(), found, visitOne);
-  return true;
+  return std::all_of(indices.get(), indices.get() + found, visitOne);
 }
 
 }  // namespace qv
