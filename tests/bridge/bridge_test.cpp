@@ -21,15 +21,15 @@ qv_jnienv NoEnvironment(void*) { return nullptr; }
 }  // namespace
 
 std::ostream& operator<<(std::ostream& out, const RecordView& record) {
-  if (!record.text) return out << "no record";
-  return out << "record \"" << ToUtf8(*record.text) << "\", code " << record.code;
+  if (!record.exists) return out << "no record";
+  return out << "record \"" << ToUtf8(record.text) << "\", code " << record.code;
 }
 
-RecordView Record(const std::wstring& text, int32_t code) { return {text, code}; }
+RecordView Record(const std::wstring& text, int32_t code) { return {true, text, code}; }
 
 RecordView ViewOf(const ErrorRecord* record) {
   if (record == nullptr) return kNoRecord;
-  return {std::wstring(record->text), record->code};
+  return {true, record->text, record->code};
 }
 
 Lines operator+(Lines left, const Lines& right) {

@@ -23,7 +23,8 @@ namespace qvtest {
 
 // An error record as a value.
 struct RecordView {
-  std::optional<std::wstring> text;  // none: there is no record
+  bool exists = false;
+  std::wstring text{};
   int32_t code = 0;
 
   friend bool operator==(const RecordView&, const RecordView&) = default;

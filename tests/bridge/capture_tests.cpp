@@ -43,7 +43,7 @@ class Capture : public BridgeTest {
   }
 };
 
-const Captured kUnknownException = {1, {kUnknown, 0}};
+const Captured kUnknownException = {1, Record(kUnknown, 0)};
 
 TEST_F(Capture, NothingPendingGivesZeroAndDescribesNothing) {
   EXPECT_EQ(Take(), (Captured{0, kNoRecord}));
@@ -52,14 +52,14 @@ TEST_F(Capture, NothingPendingGivesZeroAndDescribesNothing) {
 
 TEST_F(Capture, WithoutAnEnvironmentThereIsAFixedText) {
   Watch();
-  EXPECT_EQ(Take(nullptr), (Captured{1, {kNoEnvironment, 0}}));
+  EXPECT_EQ(Take(nullptr), (Captured{1, Record(kNoEnvironment, 0)}));
   EXPECT_EQ(Log(), (Lines{"slot 59 CaptureException"}));
 }
 
 TEST_F(Capture, DescribesThenReadsTheTextThenClears) {
   LeavePending(L"java.io.IOException: no file");
   Watch();
-  EXPECT_EQ(Take(), (Captured{1, {L"java.io.IOException: no file", 0}}));
+  EXPECT_EQ(Take(), (Captured{1, Record(L"java.io.IOException: no file", 0)}));
   EXPECT_EQ(Log(), CaptureOf("exception", "java.io.IOException: no file"));
   EXPECT_EQ(Jni().Pending(), nullptr);
 }
@@ -132,7 +132,7 @@ TEST_F(Capture, AfterANestedCaptureTheNextOneReadsTextsAgain) {
   Java().FailAt("FindClass", 1, Fault::Throw);
   EXPECT_EQ(Take(), kUnknownException);
   LeavePending(L"readable");
-  EXPECT_EQ(Take(), (Captured{1, {L"readable", 0}}));
+  EXPECT_EQ(Take(), (Captured{1, Record(L"readable", 0)}));
 }
 
 TEST_F(Capture, InAJoinedJvmTheNestingEndsAsWell) {
@@ -151,7 +151,7 @@ TEST_F(Capture, TextsAreCutAt511Characters) {
     if (length > 511) text[510] = L')', text[511] = L'!';
     LeavePending(text);
     Watch();
-    EXPECT_EQ(Take(), (Captured{1, {text.substr(0, 511), 0}}));
+    EXPECT_EQ(Take(), (Captured{1, Record(text.substr(0, 511), 0)}));
     const Lines log = Log();
     const bool copied = std::find(log.begin(), log.end(), "slot 16 GetStringChars") != log.end();
     EXPECT_EQ(copied, length <= 511) << "a longer text would overflow the 512 units that slot 16 is given";
@@ -161,14 +161,14 @@ TEST_F(Capture, TextsAreCutAt511Characters) {
 
 TEST_F(Capture, TheTextIsTakenUnitForUnit) {
   LeavePending(L"\xD83D\xDE00 \xD800 \x00E9\xFFFF");
-  EXPECT_EQ(Take(), (Captured{1, {L"\xD83D\xDE00 \xD800 \x00E9\xFFFF", 0}}));
+  EXPECT_EQ(Take(), (Captured{1, Record(L"\xD83D\xDE00 \xD800 \x00E9\xFFFF", 0)}));
   LeavePending(std::wstring(L"before\0after", 12));
-  EXPECT_EQ(Take(), (Captured{1, {L"before", 0}}));
+  EXPECT_EQ(Take(), (Captured{1, Record(L"before", 0)}));
 }
 
 TEST_F(Capture, ACutMayFallBetweenTwoSurrogates) {
   LeavePending(std::wstring(510, L'x') + L"\xD83D\xDE00");
-  EXPECT_EQ(Take(), (Captured{1, {std::wstring(510, L'x') + L"\xD83D", 0}}));
+  EXPECT_EQ(Take(), (Captured{1, Record(std::wstring(510, L'x') + L"\xD83D", 0)}));
 }
 
 TEST_F(Capture, TheLastUnitOfARecordIsAlwaysZero) {
@@ -194,7 +194,7 @@ int32_t CopyNothing(void*, wchar_t* buffer, int32_t* size, qv_jstring) {
 TEST_F(Capture, TheTextComesThroughSlot16WithASizeOf512) {
   LeavePending(L"java.lang.Error");
   Watch().Replace(16, CopyNothing);
-  EXPECT_EQ(Take(), (Captured{1, {L"from slot 16", 0}}));
+  EXPECT_EQ(Take(), (Captured{1, Record(L"from slot 16", 0)}));
   EXPECT_EQ(g_sizes, (std::vector<int32_t>{512}));
 }
 
@@ -223,7 +223,7 @@ TEST_F(Capture, TheClassComesThroughSlot12AndCountsWhateverTheStatusIs) {
   LeavePending(L"java.lang.Error");
   g_class = Jni().GivenClass("another");
   Watch().Replace(12, FindAnother);
-  EXPECT_EQ(Take(), (Captured{1, {L"java.lang.Error", 0}}));
+  EXPECT_EQ(Take(), (Captured{1, Record(L"java.lang.Error", 0)}));
   EXPECT_EQ(g_className, "java/lang/Throwable");
   const Lines log = Log();
   EXPECT_NE(std::find(log.begin(), log.end(), "GetMethodID(another, \"toString\", \"()Ljava/lang/String;\")"),
