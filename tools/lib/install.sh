@@ -1,9 +1,13 @@
 # shellcheck shell=bash
-# The installation folder of a host program, and the report that its example program makes. Needs common.sh.
+# The installation folder of a host program, and what its example programs make there. Needs common.sh.
 #
-#   qvjvm.dll qvshr.dll fo2pdf.exe   the service, the host library, the program
-#   JRE/                             a Java runtime, where the service looks for a private one
-#   fop-0.20.5/                      the formatter, where the service's class path expects it
+#   qvjvm.dll qvshr.dll      the service and the host library
+#   fo2pdf.exe jdbc.exe      the example programs
+#   qvjoin.dll reporthost.jar
+#   JRE/                     a Java runtime, where the service looks for a private one
+#   fop-0.20.5/              the formatter, where the service's class path expects it
+#   drivers/                 JDBC drivers, which come to the class path by CLASSPATH
+qv_installed=(qvjvm.dll qvshr.dll fo2pdf.exe jdbc.exe qvjoin.dll reporthost.jar)
 
 # Copies a file unless the same one is there already; never leaves half of one.
 install_file() {
@@ -27,13 +31,13 @@ stage_installation() {
   local bin=$1 runtime=$2 folder=$3 file place
   [ -f "$qv_runtimes/$runtime/bin/server/jvm.dll" ] || fail "there is no Java runtime $runtime in $qv_runtimes"
   mkdir -p "$folder"
-  for file in qvjvm.dll qvshr.dll fo2pdf.exe; do
+  for file in "${qv_installed[@]}"; do
     [ -f "$bin/$file" ] || fail "$bin/$file was not built"
     install_file "$bin/$file" "$folder/$file"
   done
   install_runtime "$qv_runtimes/$runtime" "$folder/JRE"
   while read -r _ _ file _ place; do
-    [ "$place" = - ] || install_file "$qv_jars/$file" "$folder/$place"
+    install_file "$qv_jars/$file" "$folder/$place"
   done < <(locked jar)
 }
 
@@ -48,13 +52,25 @@ linux_path() {
   esac
 }
 
+# Runs a Windows program with its output in a file; two minutes are a hang.
+# Usage: run_in_wine LOG PROGRAM [ARGUMENT...]
+run_in_wine() {
+  local status=0
+  run_logged "$1" timeout 120 "$qv_root/tools/wine-run" "${@:2}" || status=$?
+  [ "$status" -ne 124 ] || note "$2 did not end within 120 seconds"
+  return "$status"
+}
+
 # Lets the installed program make the PDF of the report. Usage: make_report FOLDER PDF LOG
 make_report() {
-  local status=0
-  run_logged "$3" timeout 120 "$qv_root/tools/wine-run" "$1/fo2pdf.exe" \
-    "$(windows_path "$qv_root/examples/fo2pdf/report.fo")" "$(windows_path "$2")" || status=$?
-  [ "$status" -ne 124 ] || note "fo2pdf did not end within 120 seconds"
-  return "$status"
+  run_in_wine "$3" "$1/fo2pdf.exe" "$(windows_path "$qv_root/examples/fo2pdf/report.fo")" "$(windows_path "$2")"
+}
+
+# Prints the class path of the JDBC drivers, as the variable CLASSPATH takes it. Usage: driver_path FOLDER
+driver_path() {
+  local jar path=
+  for jar in "$1"/drivers/*.jar; do path+=${path:+;}$(windows_path "$jar"); done
+  printf '%s\n' "$path"
 }
 
 # A line "name: value" of the program's output. Usage: told_by_program LOG NAME

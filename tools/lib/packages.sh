@@ -29,7 +29,7 @@ is_present() {
   case $1 in
     jdk) find_jdk >/dev/null ;;
     pip) find_pip_python >/dev/null ;;
-    */*) [ -e "$1" ] ;;
+    */*) compgen -G "$1" >/dev/null ;;
     *) command -v "$1" >/dev/null ;;
   esac
 }

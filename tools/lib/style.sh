@@ -1,15 +1,17 @@
 # shellcheck shell=bash
 # The form of our sources: clang-format, clang-tidy, shellcheck. Needs common.sh and build.sh.
 
-qv_source_folders=(base bridge config examples host hostlib include service store tests)
+# Prints our files, relative to the root, each ended by a null. Usage: own_files [FIND-TEST...]
+own_files() {
+  (cd "$qv_root" && find . \( -path ./build -o -path ./out -o -path ./.cache -o -path ./.git \) -prune -o \
+    -type f "$@" -print0)
+}
 
-# Prints our C++ files, relative to the root, each ended by a null.
-cpp_files() { (cd "$qv_root" && find "${qv_source_folders[@]}" -name '*.h' -print0 -o -name '*.cpp' -print0); }
+cpp_files() { own_files \( -name '*.h' -o -name '*.cpp' \); }
 
-# Prints our shell scripts in the same way: what begins with a line for bash, and the libraries.
+# Shell scripts begin with a line for bash, libraries for them with one for shellcheck.
 shell_files() {
-  (cd "$qv_root" && find . \( -path ./build -o -path ./out -o -path ./.cache -o -path ./.git \) -prune -o -type f -print0 |
-    xargs -0 grep -lZ -m 1 -E '^(#!.*bash|# shellcheck shell=bash)$')
+  own_files | (cd "$qv_root" && xargs -0 grep -lZ -m 1 -E '^(#!.*bash|# shellcheck shell=bash)$')
 }
 
 # Each major version formats differently, so only the one that formatted the tree may judge it.
