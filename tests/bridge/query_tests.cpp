@@ -136,6 +136,47 @@ TEST_F(Queries, WhetherTheJvmWasCreatedIsTheProcesssFlag) {
   EXPECT_EQ(Api().IsJVMCreated(nullptr), E_INVALIDARG);
 }
 
+TEST_F(Queries, WithoutMemoryTheConfiguredValuesAreAbsentAndNothingIsLost) {
+  RegistrySandbox registry(RegistrySandbox::Override::MachineAndUser);
+  const EnvironmentScope variable(L"CLASSPATH", L"C:\\from the environment.jar");
+  for (const wchar_t* const name : {L"JDKLocation", L"JREBinLocation"}) {
+    registry.SetText(Hive::Machine, L"Software\\Harlowe\\Quovant\\19.0\\Java", name, L"C:\\jdk");
+  }
+  struct Query {
+    const char* name;
+    int32_t (IQV_JavaVM::*get)(IQvString**) noexcept;
+    int32_t withoutMemory;
+  };
+  for (const Query& query : {Query{"GetJDKLocation", &IQV_JavaVM::GetJDKLocation, E_FAIL},
+                             {"GetJREBinLocation", &IQV_JavaVM::GetJREBinLocation, E_FAIL},
+                             {"GetLogFileName", &IQV_JavaVM::GetLogFileName, S_OK},
+                             {"GetClassPath", &IQV_JavaVM::GetClassPath, E_FAIL}}) {
+    SCOPED_TRACE(query.name);
+    for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
+      bool fired = true;
+      for (uint64_t n = 1; fired && n < 1000; ++n) {
+        SCOPED_TRACE(testing::Message() << "allocation " << n << " fails, " << NameOf(mode));
+        auto* text = reinterpret_cast<IQvString*>(this);
+        int32_t status = E_UNEXPECTED;
+        {
+          const FailAllocation fault(n, mode);
+          status = (Api().*query.get)(&text);
+          fired = fault.Fired();
+        }
+        // A piece of the class path that found no memory may count as empty; what comes back is whole all the same.
+        if (!fired || (text != nullptr && query.get == &IQV_JavaVM::GetClassPath)) {
+          EXPECT_EQ(status, S_OK);
+          EXPECT_NE(TakeText(text), L"<null>");
+        } else {
+          EXPECT_EQ(status, query.withoutMemory);
+          EXPECT_EQ(text, nullptr);
+        }
+      }
+      EXPECT_FALSE(fired);
+    }
+  }
+}
+
 // -- class path and version of the JVM --
 
 struct Property {
