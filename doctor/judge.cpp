@@ -1,0 +1,195 @@
+#include "doctor/judge.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace doctor {
+
+namespace {
+
+class Judgement {
+ public:
+  explicit Judgement(Facts& facts) : m_facts(facts) {}
+
+  void Problem(std::wstring cause, std::wstring remedy) { Add(Severity::Problem, std::move(cause), std::move(remedy)); }
+  void Warning(std::wstring cause, std::wstring remedy) { Add(Severity::Warning, std::move(cause), std::move(remedy)); }
+
+  void Runtime();
+  void ClassPath();
+  void Options();
+  void Log();
+  void Start();
+
+ private:
+  void Add(Severity severity, std::wstring cause, std::wstring remedy) {
+    m_facts.findings.push_back({severity, std::move(cause), std::move(remedy)});
+  }
+  [[nodiscard]] const Setting* Find(const wchar_t* name) const {
+    const auto found = std::find_if(m_facts.settings.begin(), m_facts.settings.end(),
+                                    [&](const Setting& setting) { return setting.name == name; });
+    return found != m_facts.settings.end() ? &*found : nullptr;
+  }
+  [[nodiscard]] const std::wstring* ValueOf(const wchar_t* name) const {
+    const Setting* const setting = Find(name);
+    return setting != nullptr && setting->value ? &*setting->value : nullptr;
+  }
+  void JavaHome();
+  void ConfiguredRuntime();
+  void Library(const doctor::Library& library);
+
+  Facts& m_facts;
+};
+
+// A JAVA_HOME that helps nobody is the most common fault, and it hides the registry.
+void Judgement::JavaHome() {
+  const std::wstring* const home = ValueOf(L"JAVA_HOME");
+  if (home == nullptr || m_facts.host.known || m_facts.host.launcher || m_facts.question.joined) return;
+  const bool helps = std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(), [](const Candidate& each) {
+    return each.origin == L"JAVA_HOME" && each.library.machine != Machine::Missing;
+  });
+  if (helps) return;
+  if (home->find(L'"') != std::wstring::npos) {
+    Warning(L"JAVA_HOME has quotes: " + *home, L"Set it without quotes.");
+  } else if (!home->empty() && home->back() == L'\\') {
+    Warning(L"JAVA_HOME ends with a backslash and has no jvm.dll: " + *home,
+            L"Set it to the folder of a 64-bit Java runtime, without a backslash at its end.");
+  } else {
+    Warning(
+        L"JAVA_HOME has no jvm.dll: " + *home,
+        L"Set it to the folder of a 64-bit Java runtime (the one that holds bin), or remove it. While it is set the "
+        L"registered runtime is not looked for.");
+  }
+}
+
+void Judgement::ConfiguredRuntime() {
+  const std::wstring key = L"HKLM\\" + m_facts.host.registryRoot + L"\\Java";
+  for (const wchar_t* const name : {L"JDKLocation", L"JREBinLocation"}) {
+    const std::wstring* const value = ValueOf(name);
+    if (value == nullptr) {
+      Problem(std::wstring(name) + L" is missing in " + key,
+              std::wstring(L"Set it; a ") + m_facts.host.kind + L" host takes its Java runtime from there alone.");
+    } else if (value->empty()) {
+      Problem(std::wstring(name) + L" is empty in " + key, L"Set it to the runtime's folder.");
+    }
+  }
+}
+
+void Judgement::Library(const doctor::Library& library) {
+  switch (library.machine) {
+    case Machine::Wrong:
+      Problem(library.path + L" is for " + library.architecture + L", not x64",
+              L"Install a 64-bit Java runtime; qvjvm.dll is 64-bit and cannot load this one.");
+      break;
+    case Machine::NotAnImage:
+      Problem(library.path + L" is damaged: it is not a complete DLL", L"Install the Java runtime anew.");
+      break;
+    case Machine::Unreadable:
+      Problem(library.path + L" cannot be read", L"Give this user the right to read and execute the runtime's files.");
+      break;
+    case Machine::Missing:
+    case Machine::Right:
+      break;
+  }
+}
+
+void Judgement::Runtime() {
+  if (m_facts.question.joined || m_facts.host.launcher) return;
+  if (m_facts.host.known) ConfiguredRuntime();
+  if (m_facts.jvm && m_facts.jvm->machine != Machine::Right) {
+    Library(*m_facts.jvm);
+  } else if (!m_facts.jvm) {
+    const auto chosen = std::find_if(m_facts.candidates.begin(), m_facts.candidates.end(),
+                                     [](const Candidate& each) { return each.chosen; });
+    if (chosen != m_facts.candidates.end()) {
+      Library(chosen->library);
+    } else if (!m_facts.host.known) {
+      Problem(L"no Java runtime was found: no jvm.dll at any place that is searched, nor on PATH",
+              L"Install a 64-bit Java runtime and set JAVA_HOME to it, or put one into " +
+                  m_facts.question.serviceFolder + L"\\JRE.");
+    } else if (!m_facts.candidates.empty()) {
+      Problem(L"there is no jvm.dll in " +
+                  std::filesystem::path(m_facts.candidates.front().library.path).parent_path().wstring(),
+              L"Set JREBinLocation to the folder that holds jvm.dll (bin\\server of a 64-bit runtime).");
+    }
+  }
+  JavaHome();
+  if (m_facts.jvm && m_facts.jvm->machine == Machine::Right) {
+    const std::filesystem::path bin = std::filesystem::path(m_facts.jvm->path).parent_path().parent_path();
+    const std::filesystem::path lib = bin.parent_path() / L"lib";
+    if (!std::filesystem::exists(lib)) {
+      Problem(L"the runtime has no folder lib: " + bin.parent_path().wstring(), L"Install the Java runtime anew.");
+    } else if (!std::filesystem::exists(lib / L"modules") && !std::filesystem::exists(lib / L"rt.jar")) {
+      Problem(L"the runtime has no class library (lib\\modules): " + bin.parent_path().wstring(),
+              L"Install the Java runtime anew.");
+    }
+    if (!std::filesystem::exists(bin / L"java.dll")) {
+      Problem(L"the runtime lacks bin\\java.dll: " + bin.parent_path().wstring(), L"Install the Java runtime anew.");
+    }
+    if (m_facts.javaMajor && *m_facts.javaMajor < 8) {
+      Warning(L"Java " + m_facts.javaVersion + L" is older than anything that was tried", L"Use Java 11 or newer.");
+    }
+  }
+}
+
+void Judgement::ClassPath() {
+  if (!m_facts.messageBox.empty()) {
+    Problem(L"the start-up shows a message box and fails: " + m_facts.messageBox, L"Create that key or value.");
+  } else if (!m_facts.classPathBuilt) {
+    Problem(L"the class path cannot be built", L"Repair the built-in configuration: reinstall the service.");
+  }
+  const auto missing = std::count_if(m_facts.classPath.begin(), m_facts.classPath.end(),
+                                     [](const ClassPathEntry& entry) { return !entry.exists; });
+  if (missing > 0) {
+    Warning(std::to_wstring(missing) + L" of " + std::to_wstring(m_facts.classPath.size()) +
+                L" class path entries do not exist",
+            L"Java ignores them; classes in them are not found. They are marked below.");
+  }
+}
+
+void Judgement::Options() {
+  if (m_facts.question.joined) return;
+  if (m_facts.classPathBuilt && !m_facts.optionsBuilt) {
+    Problem(
+        L"the start-up options cannot be built: the list QVJVMconfig, an entry below its Count, or QVJVMprops is "
+        L"missing",
+        L"Give the list a Count and every entry from 0 to Count - 1, and create the key QVJVMprops.");
+  }
+  for (const Option& option : m_facts.options) {
+    if (option.fatal) {
+      Problem(L"Java " + (m_facts.javaVersion.empty() ? std::wstring(L"(unknown version)") : m_facts.javaVersion) +
+                  L" refuses to start with " + option.text + L": " + option.note,
+              L"Remove it from: " + option.origin);
+    }
+  }
+  for (const std::wstring& text : m_facts.notInCodePage) {
+    Problem(L"the system's code page cannot hold: " + text,
+            L"Use a path without these characters; Java options are passed in the ANSI code page.");
+  }
+}
+
+void Judgement::Log() {
+  if (m_facts.log.problem.empty()) return;
+  Warning(L"the JVM log " + m_facts.log.path + L" is lost: " + m_facts.log.problem,
+          L"Make it writable; the JVM runs without it.");
+}
+
+void Judgement::Start() {
+  if (!m_facts.start || m_facts.start->started) return;
+  Problem(L"the trial start failed: " + m_facts.start->outcome, L"See its output below.");
+}
+
+}  // namespace
+
+void Judge(Facts& facts) {
+  Judgement judgement(facts);
+  judgement.Runtime();
+  judgement.ClassPath();
+  judgement.Options();
+  judgement.Log();
+  judgement.Start();
+  std::stable_sort(facts.findings.begin(), facts.findings.end(), [](const Finding& left, const Finding& right) {
+    return left.severity == Severity::Problem && right.severity != Severity::Problem;
+  });
+}
+
+}  // namespace doctor

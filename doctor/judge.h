@@ -1,0 +1,10 @@
+// From facts to findings: what is wrong, and what helps. Pure; the most telling finding comes first.
+#pragma once
+
+#include "doctor/facts.h"
+
+namespace doctor {
+
+void Judge(Facts& facts);
+
+}  // namespace doctor

@@ -1,0 +1,100 @@
+// qvjvm-doctor: tells what the Java VM Service would do on this machine, and why it does not start.
+// Exit codes: 0 nothing wrong, 1 warnings alone, 2 a problem, 3 wrong usage or no service to look at.
+#include <windows.h>
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <filesystem>
+
+#include "doctor/collect.h"
+#include "doctor/judge.h"
+#include "doctor/print.h"
+#include "doctor/trial_start.h"
+
+namespace {
+
+enum ExitCode { kHealthy = 0, kWarnings = 1, kProblems = 2, kUsage = 3 };
+
+struct Arguments {
+  doctor::Question question;
+  bool json = false;
+  bool start = false;
+  unsigned limitSeconds = 60;
+};
+
+std::wstring OwnFolder() {
+  wchar_t path[32768];
+  GetModuleFileNameW(nullptr, path, static_cast<DWORD>(std::size(path)));
+  return std::filesystem::path(path).parent_path().wstring();
+}
+
+// A terminal gets UTF-16 and colors, a file or a pipe UTF-8.
+void Print(const std::wstring& text) {
+  const HANDLE out = GetStdHandle(STD_OUTPUT_HANDLE);
+  DWORD mode = 0;
+  DWORD written = 0;
+  if (GetConsoleMode(out, &mode)) {
+    WriteConsoleW(out, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+  } else {
+    const std::string bytes = doctor::ToUtf8(text);
+    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+  }
+}
+
+bool TerminalWithColors() {
+  const HANDLE out = GetStdHandle(STD_OUTPUT_HANDLE);
+  DWORD mode = 0;
+  constexpr DWORD kVirtualTerminal = 0x0004;
+  return GetConsoleMode(out, &mode) && SetConsoleMode(out, mode | kVirtualTerminal) &&
+         GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) == 0;
+}
+
+int Examine(const Arguments& arguments) {
+  doctor::Facts facts = doctor::Collect(arguments.question);
+  if (arguments.start && !arguments.question.joined) facts.start = doctor::TryStart(facts, arguments.limitSeconds);
+  doctor::Judge(facts);
+  if (arguments.json) {
+    const std::string json = doctor::AsJson(facts);
+    std::fwrite(json.data(), 1, json.size(), stdout);
+  } else {
+    Print(doctor::AsText(facts, TerminalWithColors()));
+  }
+  if (facts.findings.empty()) return kHealthy;
+  return facts.findings.front().severity == doctor::Severity::Problem ? kProblems : kWarnings;
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+  if (const wchar_t* const folder = _wgetenv(doctor::kTrialVariable)) doctor::RunAsHost(folder);
+  Arguments arguments;
+  std::string host = "program.exe";
+  std::string folder;
+  CLI::App app("Tells what the Java VM Service would do on this machine, without changing anything.", "qvjvm-doctor");
+  app.add_option("--host", host, "file name of the host program, such as qv190.exe")->capture_default_str();
+  app.add_flag("--as-joined", arguments.question.joined, "the host runs a JVM of its own");
+  app.add_option("--service", folder, "folder of qvjvm.dll; the doctor's own without it");
+  app.add_flag("--start", arguments.start, "also start the JVM, in a process of its own");
+  app.add_option("--time-limit", arguments.limitSeconds, "seconds for the start")->capture_default_str();
+  app.add_flag("--json", arguments.json, "for scripts");
+  app.footer("Exit codes: 0 nothing wrong, 1 warnings, 2 a problem, 3 wrong usage or no service found.");
+  std::vector<std::string> words;
+  for (int i = argc - 1; i > 0; --i) words.push_back(doctor::ToUtf8(argv[i]));
+  try {
+    app.parse(std::move(words));
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kHealthy : kUsage;
+  }
+  const auto wide = [](const std::string& text) {
+    return std::filesystem::path(std::u8string(text.begin(), text.end())).wstring();
+  };
+  arguments.question.host = wide(host);
+  arguments.question.serviceFolder = folder.empty() ? OwnFolder() : std::filesystem::absolute(wide(folder)).wstring();
+  try {
+    return Examine(arguments);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "qvjvm-doctor: %s\n", error.what());
+    return kUsage;
+  }
+}

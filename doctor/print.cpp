@@ -1,0 +1,251 @@
+#include "doctor/print.h"
+
+#include <windows.h>
+
+#include <nlohmann/json.hpp>
+
+namespace doctor {
+
+namespace {
+
+constexpr size_t kColumns = 80;
+
+class Page {
+ public:
+  explicit Page(bool colors) : m_colors(colors) {}
+
+  void Heading(const std::wstring& text) { m_text += L"\n" + Colored(L"1", text) + L"\n"; }
+  // A label and a text, which is wrapped below itself.
+  void Row(const std::wstring& label, const std::wstring& text) {
+    const size_t indent = 16;
+    std::wstring line = L"  " + label;
+    line.resize(std::max(line.size() + 1, indent), L' ');
+    Wrap(line, std::wstring(indent, L' '), text);
+  }
+  void Item(const std::wstring& mark, const std::wstring& color, const std::wstring& text) {
+    Wrap(L"  " + Colored(color, mark) + L" ", std::wstring(3 + mark.size(), L' '), text, 3 + mark.size());
+  }
+  // Not wrapped: paths and options are there to be copied.
+  void Whole(const std::wstring& mark, const std::wstring& color, const std::wstring& text) {
+    m_text += L"  " + Colored(color, mark) + L" " + text + L"\n";
+  }
+  [[nodiscard]] std::wstring Take() { return std::move(m_text); }
+
+ private:
+  [[nodiscard]] std::wstring Colored(const std::wstring& color, const std::wstring& text) const {
+    return m_colors && !color.empty() ? L"\x1b[" + color + L"m" + text + L"\x1b[0m" : text;
+  }
+  void Wrap(const std::wstring& first, const std::wstring& next, const std::wstring& text, size_t firstWidth = 0) {
+    std::wstring line = first;
+    size_t width = firstWidth != 0 ? firstWidth : first.size();
+    size_t begin = 0;
+    bool empty = true;
+    while (begin < text.size()) {
+      const size_t end = std::min(text.find(L' ', begin), text.size());
+      const std::wstring word = text.substr(begin, end - begin);
+      if (!empty && width + 1 + word.size() > kColumns) {
+        m_text += line + L"\n";
+        line = next;
+        width = next.size();
+        empty = true;
+      }
+      if (!empty) {
+        line += L' ';
+        ++width;
+      }
+      line += word;
+      width += word.size();
+      empty = false;
+      begin = end + 1;
+    }
+    m_text += line + L"\n";
+  }
+
+  bool m_colors;
+  std::wstring m_text;
+};
+
+void PrintFindings(Page& page, const Facts& facts) {
+  page.Heading(L"Findings");
+  for (const Finding& finding : facts.findings) {
+    const bool problem = finding.severity == Severity::Problem;
+    page.Item(problem ? L"PROBLEM" : L"warning", problem ? L"31" : L"33", finding.cause);
+    page.Item(L"      >", L"", finding.remedy);
+  }
+  if (facts.findings.empty()) page.Item(L"ok", L"32", L"nothing is wrong that can be seen from here");
+}
+
+void PrintHost(Page& page, const Facts& facts) {
+  page.Heading(L"Host");
+  page.Row(L"name", facts.question.host);
+  page.Row(L"recognised", facts.host.kind + (facts.question.joined ? L", with a JVM of its own" : L""));
+  page.Row(L"settings", L"HKLM\\" + facts.host.registryRoot + (facts.host.rootExists ? L"" : L" (not there)"));
+  page.Row(L"service", facts.question.serviceFolder);
+  page.Heading(L"Settings");
+  for (const Setting& setting : facts.settings) {
+    page.Row(setting.name, (setting.value ? *setting.value : L"(not set)") + L"  [" + setting.origin + L"]");
+  }
+}
+
+void PrintRuntime(Page& page, const Facts& facts) {
+  page.Heading(L"Java runtime");
+  if (facts.question.joined || facts.host.launcher) page.Item(L"-", L"", L"not looked for: the host has its own JVM");
+  for (const Candidate& candidate : facts.candidates) {
+    page.Whole(candidate.chosen ? L"+" : L"-", candidate.chosen ? L"32" : L"", candidate.library.path);
+    page.Whole(L" ", L"", L"  " + candidate.origin + L": " + candidate.verdict);
+  }
+  if (facts.jvm) {
+    page.Row(L"loaded",
+             facts.jvm->path + (facts.jvm->architecture.empty() ? L"" : L" (" + facts.jvm->architecture + L")"));
+  }
+  if (!facts.javaVersion.empty()) page.Row(L"version", facts.javaVersion);
+  page.Row(L"PATH", facts.path);
+}
+
+void PrintClassPath(Page& page, const Facts& facts) {
+  page.Heading(L"Class path");
+  for (const ClassPathEntry& entry : facts.classPath) {
+    page.Whole(entry.exists ? L"+" : L"-", entry.exists ? L"32" : L"33",
+               entry.path + (entry.exists ? L"" : L"  (missing)"));
+  }
+}
+
+void PrintOptions(Page& page, const Facts& facts) {
+  if (facts.options.empty()) return;
+  page.Heading(L"Options");
+  for (const Option& option : facts.options) {
+    const bool classPath = option.text.starts_with(L"-Djava.class.path=");
+    page.Whole(option.fatal ? L"!" : L"+", option.fatal ? L"31" : L"",
+               classPath ? L"-Djava.class.path=(the class path above)" : option.text);
+    page.Whole(L" ", L"", L"  " + option.origin + (option.note.empty() ? L"" : L"; " + option.note));
+  }
+}
+
+void PrintLog(Page& page, const Facts& facts) {
+  page.Heading(L"JVM log");
+  page.Row(L"file", facts.log.path);
+  page.Row(L"state", facts.log.problem.empty() ? L"can be written" : facts.log.problem);
+}
+
+void PrintStart(Page& page, const Facts& facts) {
+  if (!facts.start) return;
+  page.Heading(L"Trial start");
+  page.Item(facts.start->started ? L"ok" : L"FAILED", facts.start->started ? L"32" : L"31", facts.start->outcome);
+  for (const std::wstring& line : facts.start->output) page.Whole(L"|", L"", line);
+  if (!facts.start->logTail.empty()) page.Row(L"log, its end", L"");
+  for (const std::wstring& line : facts.start->logTail) page.Whole(L"|", L"", line);
+}
+
+nlohmann::json OptionalText(const std::optional<std::wstring>& text) {
+  return text ? nlohmann::json(ToUtf8(*text)) : nlohmann::json(nullptr);
+}
+
+const char* MachineName(Machine machine) {
+  switch (machine) {
+    case Machine::Missing:
+      return "missing";
+    case Machine::Unreadable:
+      return "unreadable";
+    case Machine::NotAnImage:
+      return "not a DLL";
+    case Machine::Wrong:
+      return "wrong architecture";
+    case Machine::Right:
+      return "ok";
+  }
+  return "";
+}
+
+nlohmann::json AsJson(const Library& library) {
+  return {{"path", ToUtf8(library.path)},
+          {"state", MachineName(library.machine)},
+          {"architecture", ToUtf8(library.architecture)}};
+}
+
+nlohmann::json Lines(const std::vector<std::wstring>& lines) {
+  nlohmann::json array = nlohmann::json::array();
+  for (const std::wstring& line : lines) array.push_back(ToUtf8(line));
+  return array;
+}
+
+}  // namespace
+
+std::string ToUtf8(std::wstring_view text) {
+  if (text.empty()) return {};
+  const auto units = static_cast<int>(text.size());
+  std::string bytes(
+      static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr)), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), units, bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr);
+  return bytes;
+}
+
+std::wstring AsText(const Facts& facts, bool colors) {
+  Page page(colors);
+  PrintFindings(page, facts);
+  PrintHost(page, facts);
+  PrintRuntime(page, facts);
+  PrintClassPath(page, facts);
+  PrintOptions(page, facts);
+  PrintLog(page, facts);
+  PrintStart(page, facts);
+  std::wstring text = page.Take();
+  return text.substr(1);  // the first heading needs no blank line
+}
+
+std::string AsJson(const Facts& facts) {
+  using nlohmann::json;
+  json document = {
+      {"host",
+       {{"name", ToUtf8(facts.question.host)},
+        {"kind", ToUtf8(facts.host.kind)},
+        {"known", facts.host.known},
+        {"joined", facts.question.joined},
+        {"registryRoot", ToUtf8(facts.host.registryRoot)},
+        {"registryRootExists", facts.host.rootExists}}},
+      {"serviceFolder", ToUtf8(facts.question.serviceFolder)},
+      {"settings", json::array()},
+      {"candidates", json::array()},
+      {"jvm", facts.jvm ? AsJson(*facts.jvm) : json(nullptr)},
+      {"javaVersion", ToUtf8(facts.javaVersion)},
+      {"path", ToUtf8(facts.path)},
+      {"classPath", json::array()},
+      {"options", json::array()},
+      {"notInCodePage", Lines(facts.notInCodePage)},
+      {"log", {{"path", ToUtf8(facts.log.path)}, {"problem", ToUtf8(facts.log.problem)}}},
+      {"findings", json::array()},
+  };
+  for (const Setting& setting : facts.settings) {
+    document["settings"].push_back(
+        {{"name", ToUtf8(setting.name)}, {"value", OptionalText(setting.value)}, {"origin", ToUtf8(setting.origin)}});
+  }
+  for (const Candidate& candidate : facts.candidates) {
+    json each = AsJson(candidate.library);
+    each["origin"] = ToUtf8(candidate.origin);
+    each["verdict"] = ToUtf8(candidate.verdict);
+    each["chosen"] = candidate.chosen;
+    document["candidates"].push_back(std::move(each));
+  }
+  for (const ClassPathEntry& entry : facts.classPath) {
+    document["classPath"].push_back({{"path", ToUtf8(entry.path)}, {"exists", entry.exists}});
+  }
+  for (const Option& option : facts.options) {
+    document["options"].push_back({{"text", ToUtf8(option.text)},
+                                   {"origin", ToUtf8(option.origin)},
+                                   {"note", ToUtf8(option.note)},
+                                   {"refused", option.fatal}});
+  }
+  for (const Finding& finding : facts.findings) {
+    document["findings"].push_back({{"severity", finding.severity == Severity::Problem ? "problem" : "warning"},
+                                    {"cause", ToUtf8(finding.cause)},
+                                    {"remedy", ToUtf8(finding.remedy)}});
+  }
+  if (facts.start) {
+    document["start"] = {{"started", facts.start->started},
+                         {"outcome", ToUtf8(facts.start->outcome)},
+                         {"output", Lines(facts.start->output)},
+                         {"logTail", Lines(facts.start->logTail)}};
+  }
+  return document.dump(2) + "\n";
+}
+
+}  // namespace doctor

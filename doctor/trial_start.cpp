@@ -1,0 +1,153 @@
+#include "doctor/trial_start.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "qvjvm/qvjvm.h"
+
+namespace doctor {
+
+namespace {
+
+constexpr size_t kLogLines = 10;
+constexpr size_t kOutputLines = 40;
+constexpr int kStartFailed = 10;
+
+std::vector<std::wstring> LinesOf(const std::string& text, size_t most) {
+  std::vector<std::wstring> lines;
+  size_t begin = 0;
+  while (begin < text.size()) {
+    const size_t end = std::min(text.find('\n', begin), text.size());
+    std::string line = text.substr(begin, end - begin);
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (!line.empty()) {
+      const int bytes = static_cast<int>(line.size());
+      std::wstring wide(static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, line.data(), bytes, nullptr, 0)), L'\0');
+      MultiByteToWideChar(CP_ACP, 0, line.data(), bytes, wide.data(), static_cast<int>(wide.size()));
+      lines.push_back(std::move(wide));
+    }
+    begin = end + 1;
+  }
+  if (lines.size() > most) lines.erase(lines.begin(), lines.end() - static_cast<std::ptrdiff_t>(most));
+  return lines;
+}
+
+std::string ReadFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Gone at the end, whatever happens.
+class TemporaryFolder {
+ public:
+  TemporaryFolder()
+      : m_path(std::filesystem::temp_directory_path() / (L"qvjvm-doctor-" + std::to_wstring(GetCurrentProcessId()))) {
+    std::filesystem::create_directories(m_path);
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  [[nodiscard]] const std::filesystem::path& Path() const { return m_path; }
+
+ private:
+  std::filesystem::path m_path;
+};
+
+struct Child {
+  bool created = false;
+  bool inTime = false;
+  DWORD exitCode = 0;
+};
+
+Child Run(const std::filesystem::path& program, const std::filesystem::path& outputFile, unsigned limitSeconds) {
+  Child child;
+  SECURITY_ATTRIBUTES inheritable = {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+  const HANDLE output = CreateFileW(outputFile.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
+                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof(startup);
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdOutput = output;
+  startup.hStdError = output;
+  PROCESS_INFORMATION process = {};
+  std::wstring line = L"\"" + program.wstring() + L"\"";
+  child.created = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                                 &process) != FALSE;
+  if (child.created) {
+    child.inTime = WaitForSingleObject(process.hProcess, limitSeconds * 1000) == WAIT_OBJECT_0;
+    if (!child.inTime) {
+      TerminateProcess(process.hProcess, 1);
+      WaitForSingleObject(process.hProcess, 10000);
+    }
+    GetExitCodeProcess(process.hProcess, &child.exitCode);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+  }
+  CloseHandle(output);
+  return child;
+}
+
+std::wstring Describe(const Child& child, unsigned limitSeconds) {
+  if (!child.created) return L"the trial could not be run";
+  if (!child.inTime) return L"no end within " + std::to_wstring(limitSeconds) + L" seconds; it was ended";
+  if (child.exitCode == 0) return L"the JVM started";
+  if (child.exitCode == kStartFailed) return L"QV_CreateJavaVM failed";
+  wchar_t code[16];
+  std::swprintf(code, std::size(code), L"0x%lX", child.exitCode);
+  return std::wstring(L"the JVM ended the process, exit code ") + code;
+}
+
+}  // namespace
+
+StartResult TryStart(const Facts& facts, unsigned limitSeconds) {
+  const TemporaryFolder folder;
+  const std::filesystem::path host = folder.Path() / std::filesystem::path(facts.question.host).filename();
+  wchar_t own[32768];
+  GetModuleFileNameW(nullptr, own, static_cast<DWORD>(std::size(own)));
+  StartResult result;
+  const std::wstring library = std::filesystem::path(own).parent_path().wstring() + L"\\qvshr.dll";
+  if (!CopyFileW(own, host.c_str(), TRUE) ||
+      !CopyFileW(library.c_str(), (folder.Path() / L"qvshr.dll").c_str(), TRUE)) {
+    result.outcome = L"the trial's copy cannot be made in " + folder.Path().wstring();
+    return result;
+  }
+  SetEnvironmentVariableW(kTrialVariable, facts.question.serviceFolder.c_str());
+  const Child child = Run(host, folder.Path() / L"output.txt", limitSeconds);
+  SetEnvironmentVariableW(kTrialVariable, nullptr);
+  result.started = child.created && child.inTime && child.exitCode == 0;
+  result.outcome = Describe(child, limitSeconds);
+  result.output = LinesOf(ReadFile(folder.Path() / L"output.txt"), kOutputLines);
+  if (!result.started) result.logTail = LinesOf(ReadFile(facts.log.path), kLogLines);
+  return result;
+}
+
+void RunAsHost(const wchar_t* serviceFolder) {
+  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
+  const std::wstring dll = std::wstring(serviceFolder) + L"\\qvjvm.dll";
+  const HMODULE service = LoadLibraryExW(dll.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  const auto create =
+      service != nullptr
+          ? reinterpret_cast<QV_CreateJavaVMFn>(reinterpret_cast<void*>(GetProcAddress(service, "QV_CreateJavaVM")))
+          : nullptr;
+  if (create == nullptr) {
+    std::printf("qvjvm.dll cannot be loaded, Windows error %lu\n", GetLastError());
+    std::fflush(stdout);
+    std::_Exit(kStartFailed);
+  }
+  IQV_JavaVM* vm = nullptr;
+  const int32_t status = create(&vm, nullptr);
+  std::printf("QV_CreateJavaVM: 0x%08lX\n", static_cast<unsigned long>(status));
+  IQvString* version = nullptr;
+  if (status >= 0 && vm->GetJavaVersion(&version) >= 0) std::printf("java.version: %ls\n", version->GetText());
+  std::fflush(stdout);
+  std::_Exit(status >= 0 ? 0 : kStartFailed);
+}
+
+}  // namespace doctor
