@@ -12,6 +12,7 @@
 #include "base/module_handle.h"
 #include "base/procedure.h"
 #include "base/process_end.h"
+#include "base/trace.h"
 #include "config/folders.h"
 #include "config/host_recognition.h"
 #include "store/resource_ids.h"
@@ -117,6 +118,8 @@ bool CQV_JVMConfigInfo::LoadLocked() noexcept {
   LoadStringW(g_hModule, m_bQuovantHost ? IDS_SERVICE_NAME_QUOVANT : IDS_SERVICE_NAME_TABLERO, m_szServiceName,
               static_cast<int>(std::size(m_szServiceName)));
   m_pLogFilePath = DefaultLogPath().Detach();
+  qv::Trace({L"host ", path, host.loomhall ? L", a Java launcher" : L"", host.known ? L", known" : L", not known",
+             L"; log ", m_pLogFilePath != nullptr ? m_pLogFilePath->GetText() : kLogFileName});
   std::atomic_ref(m_bLoaded).store(true, std::memory_order_release);
   return true;
 }

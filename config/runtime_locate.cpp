@@ -1,4 +1,5 @@
 // Runtime discovery: reads what the decision in runtime_choice.h needs and writes PATH. Runs under the start-up lock.
+#include "base/trace.h"
 #include "config/folders.h"
 #include "config/jvm_config_info.h"
 #include "config/runtime_choice.h"
@@ -71,6 +72,7 @@ qv::RuntimeProbe CQV_JVMConfigInfo::UseRuntimeBelow(std::wstring_view home,
   const qv::HostText path = qv::SearchPathWithRuntime(folder.View(), oldPath);
   if (!path.Ok()) return qv::RuntimeProbe::NoMemory;
   pathSet = SetEnvironmentVariableW(kPath, path.Text());
+  qv::Trace({L"Java runtime ", folder.View(), pathSet != FALSE ? L"" : L", but PATH cannot be set"});
   if (pathSet != FALSE) {
     m_bRuntimeFound = true;
     m_discoveredJvmFolder = std::move(folder);
@@ -98,6 +100,7 @@ bool CQV_JVMConfigInfo::LocateJavaRuntime() noexcept {
   if (!qv::TryFindInstallFolder(install)) return false;
   probe = UseRuntimeBelow(install.Text(), qv::kInstallFolders, oldPath.OrEmpty(), pathSet);
   if (probe != qv::RuntimeProbe::NotFound) return pathSet == TRUE;
+  qv::Trace({L"no Java runtime below \"", home.View(), L"\" or ", install.Text(), L"; PATH may reach one"});
   // Deliberate: no runtime anywhere is no failure here. Loading jvm.dll shows whether PATH reaches one after all.
   (void)PrepareConfiguredPath();
   return true;
@@ -108,7 +111,10 @@ bool CQV_JVMConfigInfo::PrepareConfiguredPath() noexcept {
   if (!oldPath.Ok()) return false;
   qv::StringRef jdk;
   qv::StringRef jreBin;
-  if (!ReadJDKLocation(jdk.Out()) || !ReadJREBinLocation(jreBin.Out())) return false;
+  if (!ReadJDKLocation(jdk.Out()) || !ReadJREBinLocation(jreBin.Out())) {
+    qv::Trace({L"JDKLocation or JREBinLocation is missing below ", m_szRegistryRoot});
+    return false;
+  }
   // Deliberate: lengths count the terminator, so an empty text is refused while an absent object (length 0) passes.
   const auto lengthLessOne = [](const qv::StringRef& text) { return (text ? text->GetLength() : 0) - 1; };
   if (lengthLessOne(jdk) == 0 || lengthLessOne(jreBin) == 0) return false;

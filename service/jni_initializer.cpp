@@ -1,9 +1,13 @@
 // Joining, creating and leaving the JVM.
 #include "service/jni_initializer.h"
 
+#include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <new>
 
 #include "base/seh_guard.h"
+#include "base/trace.h"
 #include "config/folders.h"
 #include "config/jvm_config_info.h"
 #include "service/jvm_start.h"
@@ -23,6 +27,13 @@ struct CreateCall {
 int32_t CallCreate(void* context) {
   auto* const call = static_cast<CreateCall*>(context);
   return g_pfnCreateJavaVM(&call->vm, &call->env, &call->args);
+}
+
+void TraceOption(const char* option) noexcept {
+  wchar_t text[512];
+  const int units = MultiByteToWideChar(CP_ACP, 0, option, static_cast<int>(std::min<size_t>(std::strlen(option), 511)),
+                                        text, static_cast<int>(std::size(text)));
+  qv::Trace({L"option ", std::wstring_view(text, static_cast<size_t>(units))});
 }
 
 // The module that holds the address, not counted; null when there is none.
@@ -67,6 +78,7 @@ int32_t CQV_JNIInitializer::CreateVM(ErrorRecord** ppRecord) noexcept {
   if (!JVMConfigInfo().BuildJavaVMOptions(&options, &count, threadClassPath)) {
     return Fail(ppRecord, qv::texts::kConfigurationError);
   }
+  for (int32_t option = 0; option < count; ++option) TraceOption(options[option].optionString);
   int32_t result = JNI_ERR;
   if (g_pfnCreateJavaVM != nullptr) {
     CreateCall call{nullptr, nullptr, {JNI_VERSION_1_2, count, options, JNI_FALSE}};

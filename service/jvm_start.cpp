@@ -5,6 +5,7 @@
 
 #include "base/lock.h"
 #include "base/procedure.h"
+#include "base/trace.h"
 #include "config/jvm_config_info.h"
 #include "service/runtime_folder.h"
 #include "service/thread_registry.h"
@@ -37,6 +38,10 @@ class LoaderLock {
 
 LoaderLock g_loaderLock;
 
+bool EntryPointsFound() noexcept {
+  return g_pfnGetCreatedJavaVMs != nullptr && g_pfnGetDefaultJavaVMInitArgs != nullptr && g_pfnCreateJavaVM != nullptr;
+}
+
 // True when a library was loaded; its entry points are stored then, missing ones as null.
 bool LoadJvmLibrary(const char* moduleName) noexcept {
   CQV_JVMConfigInfo& config = JVMConfigInfo();
@@ -53,6 +58,7 @@ bool LoadJvmLibrary(const char* moduleName) noexcept {
   g_pfnGetDefaultJavaVMInitArgs =
       qv::FindProcedure<GetDefaultJavaVMInitArgsFn>(library, "JNI_GetDefaultJavaVMInitArgs");
   g_pfnCreateJavaVM = qv::FindProcedure<CreateJavaVMFn>(library, "JNI_CreateJavaVM");
+  if (!EntryPointsFound()) qv::Trace({L"the jvm.dll that was loaded lacks an entry point of a Java VM"});
   return true;
 }
 
@@ -63,10 +69,12 @@ void InitializeFirstThread(uint32_t threadId) noexcept {
   ErrorRecord* record = nullptr;
   const int32_t status = initializer->Initialize(threadId, &record);
   const qv::HostPtr<ErrorRecord> discarded(record);
+  if (record != nullptr) qv::Trace({record->text});
   if (status < 0 || initializer->GetEnv() == nullptr) return;
   if (!g_pThreadRegistry->RegisterInitializer(initializer.get())) return;
   (void)initializer.release();
   if (g_bJvmCreated == 0) g_bJvmJoined = 1;
+  qv::Trace({g_bJvmCreated != 0 ? L"the JVM was created" : L"the JVM of this process was joined"});
 }
 
 bool StartLocked(const char* moduleName, const wchar_t* classPath) noexcept {
@@ -87,8 +95,6 @@ int32_t StartJavaVM(const char* moduleName, const wchar_t* classPath) noexcept {
     const qv::CriticalSectionGuard guard(*g_csLoader);
     if (g_nJvmLoadCount == 0 && !StartLocked(moduleName, classPath)) return E_FAIL;
   }
-  if (g_pfnGetCreatedJavaVMs == nullptr || g_pfnGetDefaultJavaVMInitArgs == nullptr || g_pfnCreateJavaVM == nullptr) {
-    return E_FAIL;
-  }
+  if (!EntryPointsFound()) return E_FAIL;
   return g_bJvmCreated != 0 || g_bJvmJoined != 0 ? 0 : E_FAIL;
 }

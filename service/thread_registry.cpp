@@ -8,6 +8,7 @@
 #include "base/lock.h"
 #include "base/module_handle.h"
 #include "base/process_end.h"
+#include "base/trace.h"
 #include "service/thread_end.h"
 
 ThreadRegistry* g_pThreadRegistry = nullptr;
@@ -37,6 +38,7 @@ HMODULE LoadWithoutDialogs(const char* name) noexcept {
   DWORD previous = 0;
   const BOOL changed = SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &previous);
   const HMODULE library = LoadLibraryA(name);
+  if (library == nullptr) qv::Trace({L"jvm.dll cannot be loaded, Windows error ", qv::TraceNumber(GetLastError())});
   if (changed != FALSE) SetThreadErrorMode(previous, nullptr);
   return library;
 }
