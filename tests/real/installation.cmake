@@ -66,14 +66,18 @@ endfunction()
 
 # Groups are test suites, several joined by ":". A group that has no tests fails.
 function(qv_add_real_test runtime program group)
-  cmake_parse_arguments(PARSE_ARGV 3 arg "" "INSTALLATION;SUFFIX;TIMEOUT" "ENVIRONMENT")
+  cmake_parse_arguments(PARSE_ARGV 3 arg "" "INSTALLATION;PROCESSORS;SUFFIX;TIMEOUT" "ENVIRONMENT")
   if(NOT arg_INSTALLATION)
     set(arg_INSTALLATION ${runtime})
   endif()
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
+  if(NOT arg_PROCESSORS)
+    set(arg_PROCESSORS 1)
+  endif()
   string(REPLACE ":" "And" name "${group}${arg_SUFFIX}")
+  string(REGEX REPLACE "^.*/" "" name "${name}")
   string(REPLACE ":" ".*:" filter "${group}.*")
   add_test(NAME real.runtime${runtime}.${program}.${name}
            COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} ${QV_REAL_INSTALLATIONS}/${arg_INSTALLATION}/${program}.exe
@@ -84,5 +88,6 @@ function(qv_add_real_test runtime program group)
                ENVIRONMENT "${arg_ENVIRONMENT}"
                FIXTURES_REQUIRED real.${arg_INSTALLATION}
                FAIL_REGULAR_EXPRESSION "Running 0 tests"
+               PROCESSORS ${arg_PROCESSORS}
                TIMEOUT ${arg_TIMEOUT})
 endfunction()
