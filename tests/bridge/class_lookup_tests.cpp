@@ -1,5 +1,6 @@
 // FindClass: the JVM's own look-up, the fallback of a joined JVM, and what the record says after a failure.
 #include <algorithm>
+#include <clocale>
 #include <string>
 #include <thread>
 
@@ -276,6 +277,26 @@ TEST_F(Fallback, TheNameIsPassedOnWithEverySlashAsADot) {
   ExpectNotFound(longName.c_str());
   EXPECT_EQ(ObjectRecord(),
             Record((L"java.lang.ClassNotFoundException: " + std::wstring(5000, L'.')).substr(0, 511), -1001));
+}
+
+TEST_F(Fallback, TheNameIsWidenedInTheCurrentCodePage) {
+  GiveLoader();
+  ASSERT_NE(std::setlocale(LC_CTYPE, ".932"), nullptr);
+  ExpectNotFound("a/\x83\x5C");  // one letter, whose second byte looks like a backslash
+  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.ClassNotFoundException: a.\x30BD", -1001));
+}
+
+TEST_F(Fallback, ANameThatCannotBeWidenedCountsAsNoString) {
+  GiveLoader();
+  ASSERT_NE(std::setlocale(LC_CTYPE, ".932"), nullptr);
+  ExpectNotFound("a/\x83");  // half a letter
+  const Lines log = Log();
+  EXPECT_EQ(std::find(log.begin(), log.end(), "slot 14 NewString"), log.end());
+  // How much of such a name the text shows is left to the C runtime.
+  const RecordView record = ObjectRecord();
+  EXPECT_TRUE(record.text.starts_with(L"Unable to find java ")) << record;
+  EXPECT_TRUE(record.text.ends_with(L" class. Check CLASSPATH.")) << record;
+  EXPECT_EQ(record.code, 0);
 }
 
 // What a replaced slot 33 was given.

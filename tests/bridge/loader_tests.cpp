@@ -348,6 +348,15 @@ TEST_F(Loader, TheObjectsEndDeletesTheLoaderThroughSlot11) {
   EXPECT_EQ(GlobalsLeft(), 0);
 }
 
+TEST_F(Loader, TheObjectEndsEvenWhenItsLoaderCannotBeDeleted) {
+  EXPECT_EQ(Find(), E_FAIL);
+  TakeEnvironmentAway();
+  Log();
+  Api().Destroy(0);
+  EXPECT_EQ(Log(), (Lines{"slot 57 Destroy", "slot 11 DeleteGlobalRef", kEnvironment}));
+  EXPECT_EQ(ObjectRecord(), kNoRecord);
+}
+
 TEST_F(Loader, AnObjectWithoutALoaderEndsWithoutJava) {
   Api().Destroy(0);
   EXPECT_EQ(Log(), (Lines{"slot 57 Destroy"}));

@@ -47,6 +47,9 @@ TEST_F(Sweep, EachOperationLeavesTheReferencesOfItsRow) {
   for (const Operation& operation : Operations()) {
     SCOPED_TRACE(operation.name);
     EXPECT_EQ(Run(operation), operation.end);
+    for (const std::string& line : m_log) {
+      EXPECT_FALSE(line.ends_with(" !pending")) << line << " is illegal while an exception is pending";
+    }
   }
 }
 
