@@ -45,6 +45,9 @@ class StartupScene {
   StartupScene(const StartupScene&) = delete;
   StartupScene& operator=(const StartupScene&) = delete;
 
+  struct NoScripts {
+    NoScripts() { QvshrLedgerReset(); }
+  } noScripts;  // the host library answers and counts as if it had just been loaded
   const std::wstring programFolder = ProgramFolder();  // of the service: this program stands in for its module
   TempFolder folder;
   RegistrySandbox registry{RegistrySandbox::Override::MachineAndUser};

@@ -295,11 +295,20 @@ TEST(ThreadEnd, ThreadThatComesBackAfterItsNotificationIsAttachedAndDetachedAgai
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 2u);
 }
 
+int g_ownCallbacks = 0;
+
 TEST(ThreadEnd, CallbackOnAnotherThreadDetachesNobodyButThatThread) {
   const JoinedWorld world;
   const qv_jnienv mine = QV_AcquireThreadEnv(world.vm.get());
-  WaitingThread attached([&] { QV_AcquireThreadEnv(world.vm.get()); });
-  qv::ForgetThreadEnd();  // the system runs every thread's callback here, on this thread
+  const DWORD ownSlot = FlsAlloc([](void*) -> void { ++g_ownCallbacks; });
+  FlsSetValue(ownSlot, &g_ownCallbacks);
+  WaitingThread attached([&] {
+    QV_AcquireThreadEnv(world.vm.get());
+    FlsSetValue(ownSlot, &g_ownCallbacks);
+  });
+  FlsFree(ownSlot);
+  ASSERT_EQ(g_ownCallbacks, 2) << "freeing a slot runs every thread's callback on the thread that frees it";
+  qv::ForgetThreadEnd();
   const std::vector<FakeJvmCall> detached = world.jvm.Calls(kFakeDetach);
   ASSERT_EQ(detached.size(), 1u);
   EXPECT_EQ(detached[0].env, mine);
