@@ -19,6 +19,12 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* ---- version of this interface and of the library that it was made with ---- */
+
+#define QVJVM_VERSION_MAJOR 1
+#define QVJVM_VERSION_MINOR 0
+#define QVJVM_VERSION_PATCH 0
+
 /* ---- status codes ---- */
 
 #define QV_S_OK ((int32_t)0)

@@ -1,0 +1,46 @@
+# What "cmake --install" lays down and "cpack" packs: DLLs, headers, import libraries, CMake package, doctor, documents.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+set(CMAKE_INSTALL_LIBDIR lib)  # no name of a Linux system's, even when one cross-compiles
+
+install(TARGETS qvjvm qvshr RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS qvjvm-doctor RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qvjvm DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+# Import libraries of both kinds from the one .def file, whichever compiler builds the DLL.
+install(FILES $<TARGET_LINKER_FILE:qvjvm> DESTINATION ${CMAKE_INSTALL_LIBDIR})
+if(MINGW)
+  find_program(QV_LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-14)
+  if(QV_LLVM_DLLTOOL)
+    set(import ${CMAKE_CURRENT_BINARY_DIR}/import/qvjvm.lib)
+    add_custom_command(
+      OUTPUT ${import}
+      COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_CURRENT_BINARY_DIR}/import
+      COMMAND ${QV_LLVM_DLLTOOL} -m i386:x86-64 -d ${PROJECT_SOURCE_DIR}/service/qvjvm.def -l ${import}
+      DEPENDS ${PROJECT_SOURCE_DIR}/service/qvjvm.def
+      VERBATIM)
+    add_custom_target(qvjvm_msvc_import ALL DEPENDS ${import})
+    install(FILES ${import} DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  else()
+    message(STATUS "llvm-dlltool was not found: no import library for MSVC is packed")
+  endif()
+endif()
+
+configure_package_config_file(
+  ${CMAKE_CURRENT_LIST_DIR}/qvjvmConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/qvjvmConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qvjvm
+  PATH_VARS CMAKE_INSTALL_BINDIR CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR)
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/qvjvmConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/qvjvmConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/qvjvmConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qvjvm)
+
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs OPTIONAL)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DATADIR}/qvjvm)
+
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_FILE_NAME qvjvm-${PROJECT_VERSION}-win64)
+set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/package)
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)
