@@ -1,0 +1,170 @@
+#!/usr/bin/env python3
+"""What the code of the service and of the host library never uses, or uses in one place. Which folder may include which
+is looked at by tools/check-layers.
+
+Usage: source_rules.py ROOT          checks the tree, one line for each breach
+       source_rules.py --self-test   shows that every rule finds its example
+
+Each rule says why. Comments and texts in quotes are not looked at.
+"""
+import pathlib
+import re
+import sys
+
+PRODUCT = ["base", "host", "store", "config", "bridge", "service"]
+LIBRARIES = PRODUCT + ["hostlib"]
+FOLDERS = LIBRARIES + ["include"]
+
+
+class Rule:
+    def __init__(self, folders, pattern, example, why, except_in=()):
+        self.folders, self.pattern, self.example, self.why = folders, re.compile(pattern), example, why
+        self.except_in = except_in
+
+
+RULES = [
+    # -- memory and text --
+    Rule(LIBRARIES, r"\b(str|wcs|lstr|l?StrN?)(cpy|cat)[AW]?\s*\(", "wcscpy(out, text);",
+         "an unbounded copy; use qv::CopyBounded or HostText"),
+    Rule(LIBRARIES, r"\b(v?sn?w?printf_s|v?sprintf|wvsprintf[AW]?|gets)\s*\(", "sprintf(out, format);",
+         "an unbounded format; snprintf and HostText know their room"),
+    Rule(LIBRARIES, r"\bv?swprintf\s*\(", "swprintf(out, 8, format);",
+         "libraries differ in what they leave behind when it does not fit", except_in=["service/error_record.cpp"]),
+    Rule(LIBRARIES, r"\bwsprintf[AW]?\s*\(", "wsprintfW(out, pattern);",
+         "bounded at 1024 units and no less", except_in=["store/messages.cpp"]),
+    Rule(LIBRARIES, r"\b(malloc|calloc|realloc|strdup|_wcsdup|free)\s*\(", "void* p = malloc(8);",
+         "memory is the host library's, so that host and service can free each other's"),
+    Rule(LIBRARIES, r"\bnew\s+(?!\()[A-Za-z_:]+\s*\[", "auto* p = new wchar_t[8];",
+         "memory is the host library's; use qv::AllocHostArray"),
+    Rule(LIBRARIES, r"\bstd::(w?string|vector|w?ostringstream|w?stringstream|map|set|list|deque|function|any|"
+         r"unordered_\w+|shared_ptr|make_unique|make_shared|filesystem|format)\b(?!_view)", "std::vector<int> v;",
+         "allocates on the global heap and throws"),
+    Rule(LIBRARIES, r"#\s*include\s*<(string|vector|map|set|list|deque|functional|iostream|sstream|fstream|"
+         r"filesystem|format|memory_resource|regex|locale)>", "#include <vector>",
+         "brings what allocates on the global heap and throws"),
+    # -- layers within a layer --
+    Rule(["bridge"], r"#\s*include\s*\"service/(?!(java_vm_manager|jvm_start|output_log)\.h\")",
+         '#include "service/thread_registry.h"', "the bridge knows the chief headers of the service and no others"),
+    # -- exceptions --
+    Rule(LIBRARIES, r"\b(throw|try|catch)\b", "throw 1;",
+         "no exception may leave an operation, so none is raised; failures are values"),
+    # -- threads and the loader lock --
+    Rule(LIBRARIES, r"\bthread_local\b|__declspec\s*\(\s*thread\s*\)", "thread_local int n;",
+         "its destructor runs under the loader lock; use qv::ThreadSlot"),
+    Rule(LIBRARIES, r"\bstd::(thread|jthread|mutex|recursive_mutex|condition_variable|async|future|call_once)\b",
+         "std::mutex m;", "needs a runtime that the DLL does not carry; use base/lock.h"),
+    Rule(LIBRARIES, r"\b(TerminateThread|SuspendThread|DisableThreadLibraryCalls)\s*\(", "TerminateThread(h, 0);",
+         "a thread that runs Java is never killed, and the static runtime needs its thread notifications"),
+    Rule(PRODUCT, r"\bSleep(Ex)?\s*\(", "Sleep(10);", "the service waits for nothing"),
+    Rule(PRODUCT, r"\bFlsFree\s*\(", "FlsFree(slot);", "runs every thread's callback on the caller",
+         except_in=["service/thread_end.cpp"]),
+    Rule(PRODUCT, r"\bDestroyJavaVM\b", "vm->DestroyJavaVM();", "the JVM lives as long as the process"),
+    # -- each effect in its place --
+    Rule(PRODUCT, r"\bReg[A-Z]\w+\s*\(|\bSHGetValue|\bSHSetValue", "RegOpenKeyExW(hive, path);",
+         "the registry is reached through the host library, and only read"),
+    Rule(["hostlib"], r"\bReg(Set|Create|Delete|Replace|Restore|Save|Load|Rename)\w*\s*\(", "RegSetValueExW(key);",
+         "the registry is only read"),
+    Rule(PRODUCT, r"\bSetEnvironmentVariable[AW]?\b|\b_?w?putenv(_s)?\b", "SetEnvironmentVariableW(name, value);",
+         "PATH is the one variable that is written, in one file", except_in=["config/runtime_locate.cpp"]),
+    Rule(PRODUCT, r"\bMessageBox\w*\s*\(", "MessageBoxW(nullptr, text, title, 0);",
+         "one place shows messages", except_in=["store/messages.cpp"]),
+    Rule(PRODUCT, r"\b(_?w?fopen(_s)?|CreateFile[AW2]?|ofstream)\s*\(", "_wfopen(path, mode);",
+         "the JVM output log and the trace are the only files", except_in=["service/output_log.cpp", "base/trace.cpp"]),
+    Rule(PRODUCT, r"\bGetProcAddress\s*\(", "GetProcAddress(module, name);",
+         "one template types function pointers", except_in=["base/procedure.h"]),
+    Rule(PRODUCT, r"\b__(try|except|finally|try1|except1)\b", "__try {",
+         "one guard, around one call", except_in=["base/seh_guard.cpp"]),
+    Rule(PRODUCT, r"\b(_MSC_VER|__GNUC__|__MINGW32__|__clang__)\b", "#if defined(_MSC_VER)",
+         "what one compiler understands has one place", except_in=["base/compiler.h"]),
+    Rule(PRODUCT, r"\b(printf|puts|OutputDebugString[AW]?)\s*\(|\bstd::(cout|cerr|wcout)\b", "printf(text);",
+         "the service never writes to its host's output", except_in=["base/trace.cpp"]),
+    # -- the binary interface --
+    Rule(FOLDERS, r"\bvirtual\s+~", "virtual ~IQvString();",
+         "two table entries with one compiler, one with another; use an ordinary Destroy"),
+]
+
+
+def without_comments_and_texts(code):
+    """The code with comments and the insides of quotes blanked, line breaks kept."""
+    token = re.compile(r'//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])*\'', re.S)
+
+    def blank(match):
+        text = match.group(0)
+        if re.search(r"#\s*include\s*$", code[:match.start()].rsplit("\n", 1)[-1]):
+            return text  # the quotes of an include are no text
+        if text[0] == "/":
+            return "\n" * text.count("\n") or " "
+        return text[0] + text[0]
+
+    return token.sub(blank, code)
+
+
+def breaches_of(path, code):
+    """What a file of this relative path and content does against the rules."""
+    folder = path.split("/")[0]
+    found = []
+    plain = without_comments_and_texts(code)
+    for rule in RULES:
+        if folder not in rule.folders or path in rule.except_in:
+            continue
+        for number, line in enumerate(plain.split("\n"), 1):
+            if rule.pattern.search(line):
+                found.append(f"line {number}: {line.strip()}: {rule.why}")
+    if path.endswith((".h", ".hpp")) and "#pragma once" not in code and "#ifndef QVJVM_QVJVM_H" not in code:
+        found.append("a header without a guard")
+    return found
+
+
+def check_tree(root):
+    seen = 0
+    found = []
+    for folder in FOLDERS:
+        for file in sorted((root / folder).rglob("*")):
+            if file.suffix in (".h", ".hpp", ".cpp", ".c", ".rc"):
+                seen += 1
+                path = file.relative_to(root).as_posix()
+                found += [f"{path}: {breach}" for breach in breaches_of(path, file.read_text(encoding="utf-8"))]
+    for rule in RULES:
+        found += [f"{path}: an exception of a rule, but not there" for path in rule.except_in
+                  if not (root / path).is_file()]
+    if seen < 80:
+        found.append(f"{root}: only {seen} source files were found")
+    return found
+
+
+def self_test():
+    failures = []
+
+    def expect(what, path, code, wanted):
+        found = breaches_of(path, "#pragma once\n" + code)
+        if bool(found) != wanted:
+            failures.append(f"{what}: {'nothing found' if wanted else found}")
+
+    for rule in RULES:
+        path = f"{rule.folders[0]}/some_file.cpp"
+        if not any(rule.why in breach for breach in breaches_of(path, rule.example)):
+            failures.append(f"the rule \"{rule.why}\" does not find its example: {rule.example}")
+        expect(f"{rule.why}: in a comment", path, f"// {rule.example}\n/* {rule.example} */", False)
+        if '"' not in rule.example and "#" not in rule.example:
+            expect(f"{rule.why}: in a text", path, f'Show("{rule.example}");', False)
+        for exempt in rule.except_in:
+            if any(rule.why in breach for breach in breaches_of(exempt, rule.example)):
+                failures.append(f"{rule.why}: {exempt} is no exception")
+    expect("a view of a text", "store/x.cpp", "std::wstring_view text;", False)
+    expect("an owner of a host block", "store/x.cpp", "std::unique_ptr<T, HostFree> block;", False)
+    expect("class-level allocation", "service/x.cpp", "*out = new CQV_JNIVMManager();", False)
+    if not breaches_of("base/x.h", "int x;"):
+        failures.append("a header without a guard is not found")
+    return failures
+
+
+def main():
+    breaches = self_test() if sys.argv[1:] == ["--self-test"] else check_tree(pathlib.Path(sys.argv[1]))
+    for breach in breaches:
+        print(breach)
+    print(f"{len(breaches)} breaches" if breaches else "no breach")
+    return 1 if breaches else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
