@@ -1,0 +1,40 @@
+# Builds the consumer project against a package and runs its programs.
+# cmake -DBUILD=... -DFOLDER=... -DFROM=install|zip -DTOOLCHAIN=... -DEMULATOR=... -DSOURCE=... -P check.cmake
+function(run what)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(result)
+    message(FATAL_ERROR "${what} failed (${result}):\n${output}")
+  endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+file(REMOVE_RECURSE ${FOLDER})
+file(MAKE_DIRECTORY ${FOLDER})
+if(FROM STREQUAL "install")
+  run("the installation" ${CMAKE_COMMAND} --install ${BUILD} --prefix ${FOLDER}/package)
+  set(package ${FOLDER}/package)
+else()
+  run("packing" ${CMAKE_CPACK_COMMAND} --config ${BUILD}/CPackConfig.cmake -B ${FOLDER}/zip)
+  file(GLOB zip ${FOLDER}/zip/*.zip)
+  run("unpacking" ${CMAKE_COMMAND} -E chdir ${FOLDER} ${CMAKE_COMMAND} -E tar xf ${zip})
+  file(GLOB package ${FOLDER}/qvjvm-*)
+endif()
+foreach(file IN ITEMS bin/qvjvm.dll bin/qvshr.dll bin/qvjvm-doctor.exe include/qvjvm/qvjvm.h include/qvjvm/qvjvm.hpp
+                      lib/libqvjvm.dll.a lib/qvjvm.lib share/doc/qvjvm/README.md share/doc/qvjvm/LICENSE
+                      share/qvjvm/examples/README.md)
+  if(NOT EXISTS ${package}/${file})
+    message(FATAL_ERROR "the package lacks ${file}")
+  endif()
+endforeach()
+run("configuring the consumer" ${CMAKE_COMMAND} -G Ninja -S ${SOURCE} -B ${FOLDER}/consumer -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
+    -DCMAKE_BUILD_TYPE=Release -Dqvjvm_DIR=${package}/lib/cmake/qvjvm)
+run("building the consumer" ${CMAKE_COMMAND} --build ${FOLDER}/consumer)
+
+function(expect program text)
+  run(${program} ${EMULATOR} ${FOLDER}/consumer/bin/${program}.exe)
+  if(NOT output MATCHES "${text}")
+    message(FATAL_ERROR "${program} printed:\n${output}\nand not: ${text}")
+  endif()
+endfunction()
+expect(linked "2147483647[^0-9]*java.lang.NumberFormatException: For input string: \"seventeen\"")
+expect(loaded "1 .one.")
