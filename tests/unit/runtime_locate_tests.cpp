@@ -2,51 +2,11 @@
 #include <vector>
 
 #include "tests/support/import_hook.h"
-#include "tests/support/message_box.h"
 #include "tests/unit/fake_key.h"
-#include "tests/unit/unit_fixture.h"
+#include "tests/unit/runtime_fixture.h"
 
 namespace qvtest {
 namespace {
-
-constexpr wchar_t kJavaSoft[] = L"Software\\JavaSoft\\Java Runtime Environment";
-constexpr wchar_t kOldPath[] = L"C:\\old;D:\\older";
-
-// An unknown host, the service in "install", nothing that leads to a runtime.
-class RuntimeLocateTest : public LedgerTest {
- protected:
-  [[nodiscard]] std::wstring Home() const { return m_folder.Path(L"home"); }
-  [[nodiscard]] std::wstring Install() const { return m_folder.Path(L"install"); }
-  void AddJvm(const std::wstring& relativeFolder) const { m_folder.WriteFile(relativeFolder + L"\\jvm.dll"); }
-  void RegisterCurrentRuntime(const std::wstring& home) {
-    m_registry.SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"1.8");
-    m_registry.SetText(Hive::Machine, std::wstring(kJavaSoft) + L"\\1.8", L"JavaHome", home);
-  }
-  void Configure(const wchar_t* root, const std::wstring& jdk, const std::wstring& jreBin) {
-    m_registry.SetText(Hive::Machine, std::wstring(root) + L"\\Java", L"JDKLocation", jdk);
-    m_registry.SetText(Hive::Machine, std::wstring(root) + L"\\Java", L"JREBinLocation", jreBin);
-  }
-  static std::wstring Path() { return ReadVariable(L"PATH").value_or(L"<absent>"); }
-  // Locates with a fresh configuration object and the usual PATH; gives what PATH is then.
-  std::wstring LocateAfresh(HostKind host = HostKind::Unknown) {
-    const EnvironmentScope path(L"PATH", kOldPath);
-    const ConfigObject config;
-    SetHost(*config, host);
-    EXPECT_TRUE(config->LocateJavaRuntime());
-    EXPECT_EQ(config->m_bRuntimeFound, Path() != kOldPath);
-    return Path();
-  }
-  // Locates and expects that nothing was found although the result is true.
-  void ExpectNothingFound(const char* what) { EXPECT_EQ(LocateAfresh(), kOldPath) << what; }
-
-  TempFolder m_folder;
-  LoadedModule m_service{m_folder, L"install\\qvjvm.dll"};
-  MessageBoxCatcher m_boxes;
-  RegistrySandbox m_registry;
-  EnvironmentScope m_path{L"PATH", kOldPath};
-  EnvironmentScope m_javaHome{L"JAVA_HOME", std::nullopt};
-  ConfigObject m_config;
-};
 
 // ---- below a Java home ----
 
@@ -357,27 +317,6 @@ TEST_F(RuntimeLocateTest, WithoutAPathTheRuntimeStandsThereWithASeparatorBehindI
   }
 }
 
-// SetEnvironmentVariableW with a result of the test's own for each call; what is not listed goes through.
-class PathWrites {
- public:
-  explicit PathWrites(std::vector<BOOL> results) : m_hook(nullptr, "SetEnvironmentVariableW", &Answer) {
-    s_results = std::move(results);
-    s_written.clear();
-  }
-  [[nodiscard]] const std::vector<std::wstring>& Written() const { return s_written; }
-
- private:
-  static BOOL WINAPI Answer(LPCWSTR name, LPCWSTR value) {
-    s_written.push_back(std::wstring(name) + L"=" + value);
-    const size_t call = s_written.size() - 1;
-    return call < s_results.size() ? s_results[call] : TRUE;
-  }
-
-  static inline std::vector<BOOL> s_results;
-  static inline std::vector<std::wstring> s_written;
-  ImportHook m_hook;
-};
-
 TEST_F(RuntimeLocateTest, APathThatCannotBeSetForJavaHomeIsTriedWithTheInstallFolder) {
   const EnvironmentScope javaHome(L"JAVA_HOME", Home());
   AddJvm(L"home\\bin\\client");
@@ -411,125 +350,6 @@ TEST_F(RuntimeLocateTest, TheInstallFolderNeedsTheResult1AlthoughAnyOtherSuccess
   const PathWrites writes({2});
   EXPECT_FALSE(m_config->LocateJavaRuntime());
   EXPECT_TRUE(m_config->m_bRuntimeFound);
-}
-
-// ---- a known host ----
-
-class ConfiguredPathTest : public RuntimeLocateTest {
- protected:
-  ConfiguredPathTest() { SetHost(*m_config, HostKind::Quovant); }
-};
-
-TEST_F(ConfiguredPathTest, EachKnownHostUsesTheLocationsBelowItsOwnRoot) {
-  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
-  AddJvm(L"home\\bin\\client");
-  AddJvm(L"install\\JRE\\bin\\client");
-  RegisterCurrentRuntime(Home());
-  Configure(kQuovantRoot, L"C:\\jdk q", L"C:\\jre q");
-  Configure(kTableroRoot, L"C:\\jdk t", L"C:\\jre t");
-  Configure(kLoomhallRoot, L"C:\\jdk l", L"C:\\jre l");
-  EXPECT_EQ(LocateAfresh(HostKind::Quovant), std::wstring(L"C:\\jdk q\\BIN;C:\\jre q;") + kOldPath);
-  EXPECT_EQ(LocateAfresh(HostKind::Tablero), std::wstring(L"C:\\jdk t\\BIN;C:\\jre t;") + kOldPath);
-  EXPECT_EQ(LocateAfresh(HostKind::Loomhall), std::wstring(L"C:\\jdk l\\BIN;C:\\jre l;") + kOldPath);
-}
-
-TEST_F(ConfiguredPathTest, AMissingLocationIsFalseWithoutASearchAndWithoutAMessageBox) {
-  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
-  AddJvm(L"home\\bin\\client");
-  const std::wstring java = std::wstring(kQuovantRoot) + L"\\Java";
-  EXPECT_FALSE(m_config->LocateJavaRuntime()) << "no root";
-  m_registry.CreateKey(Hive::Machine, java);
-  EXPECT_FALSE(m_config->LocateJavaRuntime()) << "no values";
-  m_registry.SetText(Hive::Machine, java, L"JDKLocation", L"C:\\jdk");
-  EXPECT_FALSE(m_config->LocateJavaRuntime()) << "no JREBinLocation";
-  m_registry.DeleteValue(Hive::Machine, java, L"JDKLocation");
-  m_registry.SetText(Hive::Machine, java, L"JREBinLocation", L"C:\\jre");
-  EXPECT_FALSE(m_config->LocateJavaRuntime()) << "no JDKLocation";
-  EXPECT_FALSE(m_config->m_bRuntimeFound);
-  EXPECT_EQ(Path(), kOldPath);
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
-}
-
-TEST_F(ConfiguredPathTest, AnEmptyLocationIsRefused) {
-  const struct {
-    const char* name;
-    const wchar_t* jdk;
-    const wchar_t* jre;
-  } rows[] = {{"JDKLocation", L"", L"C:\\jre"}, {"JREBinLocation", L"C:\\jdk", L""}, {"both", L"", L""}};
-  for (const auto& row : rows) {
-    Configure(kQuovantRoot, row.jdk, row.jre);
-    EXPECT_FALSE(m_config->PrepareConfiguredPath()) << row.name;
-    EXPECT_FALSE(m_config->m_bRuntimeFound) << row.name;
-    EXPECT_EQ(Path(), kOldPath) << row.name;
-  }
-}
-
-TEST_F(ConfiguredPathTest, ALocationThatIsNoTextIsMissing) {
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  m_registry.SetRaw(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java", L"JDKLocation", REG_BINARY, {1, 2, 3});
-  EXPECT_FALSE(m_config->PrepareConfiguredPath());
-  EXPECT_EQ(Path(), kOldPath);
-}
-
-TEST_F(ConfiguredPathTest, AnAbsentObjectPassesTheTestForAnEmptyText) {
-  FakeKey key;
-  key.values[L"JDKLocation"].status = 0;
-  key.values[L"JREBinLocation"].text = L"C:\\jre";
-  const FakeRegistry registry(key);
-  EXPECT_TRUE(m_config->PrepareConfiguredPath());
-  EXPECT_TRUE(m_config->m_bRuntimeFound);
-  EXPECT_EQ(Path(), std::wstring(L"\\BIN;C:\\jre;") + kOldPath);
-}
-
-TEST_F(ConfiguredPathTest, TheOldPathIsKeptUnitForUnit) {
-  Configure(kQuovantRoot, L"C:\\j d k", L"\x4E2D\\bin");
-  for (const std::wstring& old : {std::wstring(L"C:\\a"), std::wstring(L";;"), std::wstring(L"\xD83D;\xDE00"),
-                                  std::wstring(1024, L'p'), std::wstring(30000, L'p')}) {
-    const EnvironmentScope path(L"PATH", old);
-    const ConfigObject config;
-    EXPECT_TRUE(config->PrepareConfiguredPath());
-    EXPECT_TRUE(Path() == L"C:\\j d k\\BIN;\x4E2D\\bin;" + old) << old.size() << " units";
-  }
-}
-
-TEST_F(ConfiguredPathTest, WithoutAPathNoSeparatorStandsAtTheEnd) {
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  for (const std::optional<std::wstring>& old : {std::optional<std::wstring>(), std::optional<std::wstring>(L"")}) {
-    const EnvironmentScope path(L"PATH", old);
-    const ConfigObject config;
-    EXPECT_TRUE(config->PrepareConfiguredPath());
-    EXPECT_EQ(Path(), L"C:\\jdk\\BIN;C:\\jre");
-  }
-}
-
-TEST_F(ConfiguredPathTest, APathThatCannotBeSetIsFalseAndNothingIsFound) {
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  const PathWrites writes({FALSE});
-  EXPECT_FALSE(m_config->LocateJavaRuntime());
-  EXPECT_FALSE(m_config->m_bRuntimeFound);
-}
-
-TEST_F(ConfiguredPathTest, OnlyTheResult1OfSettingPathIsTrueAlthoughAnyOtherSuccessCountsAsFound) {
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  const PathWrites writes({2});
-  EXPECT_FALSE(m_config->PrepareConfiguredPath());
-  EXPECT_TRUE(m_config->m_bRuntimeFound);
-}
-
-TEST_F(ConfiguredPathTest, ASecondCallAfterSuccessLeavesPathUnchanged) {
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  EXPECT_TRUE(m_config->LocateJavaRuntime());
-  const std::wstring found = Path();
-  Configure(kQuovantRoot, L"C:\\other", L"C:\\other");
-  EXPECT_TRUE(m_config->LocateJavaRuntime());
-  EXPECT_EQ(Path(), found);
-}
-
-TEST_F(ConfiguredPathTest, AFailedCallIsRepeatedByTheNext) {
-  EXPECT_FALSE(m_config->LocateJavaRuntime());
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  EXPECT_TRUE(m_config->LocateJavaRuntime());
-  EXPECT_EQ(Path(), std::wstring(L"C:\\jdk\\BIN;C:\\jre;") + kOldPath);
 }
 
 }  // namespace

@@ -1,0 +1,76 @@
+// What the tests of runtime discovery share: an unknown host with nothing that leads to a runtime, and a PATH whose
+// writes a test can record and fail.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/import_hook.h"
+#include "tests/support/message_box.h"
+#include "tests/unit/unit_fixture.h"
+
+namespace qvtest {
+
+inline constexpr wchar_t kJavaSoft[] = L"Software\\JavaSoft\\Java Runtime Environment";
+inline constexpr wchar_t kOldPath[] = L"C:\\old;D:\\older";
+
+// An unknown host, the service in "install", nothing that leads to a runtime.
+class RuntimeLocateTest : public LedgerTest {
+ protected:
+  [[nodiscard]] std::wstring Home() const { return m_folder.Path(L"home"); }
+  [[nodiscard]] std::wstring Install() const { return m_folder.Path(L"install"); }
+  void AddJvm(const std::wstring& relativeFolder) const { m_folder.WriteFile(relativeFolder + L"\\jvm.dll"); }
+  void RegisterCurrentRuntime(const std::wstring& home) {
+    m_registry.SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"1.8");
+    m_registry.SetText(Hive::Machine, std::wstring(kJavaSoft) + L"\\1.8", L"JavaHome", home);
+  }
+  void Configure(const wchar_t* root, const std::wstring& jdk, const std::wstring& jreBin) {
+    m_registry.SetText(Hive::Machine, std::wstring(root) + L"\\Java", L"JDKLocation", jdk);
+    m_registry.SetText(Hive::Machine, std::wstring(root) + L"\\Java", L"JREBinLocation", jreBin);
+  }
+  static std::wstring Path() { return ReadVariable(L"PATH").value_or(L"<absent>"); }
+  // Locates with a fresh configuration object and the usual PATH; gives what PATH is then.
+  std::wstring LocateAfresh(HostKind host = HostKind::Unknown) {
+    const EnvironmentScope path(L"PATH", kOldPath);
+    const ConfigObject config;
+    SetHost(*config, host);
+    EXPECT_TRUE(config->LocateJavaRuntime());
+    EXPECT_EQ(config->m_bRuntimeFound, Path() != kOldPath);
+    return Path();
+  }
+  // Locates and expects that nothing was found although the result is true.
+  void ExpectNothingFound(const char* what) { EXPECT_EQ(LocateAfresh(), kOldPath) << what; }
+
+  TempFolder m_folder;
+  LoadedModule m_service{m_folder, L"install\\qvjvm.dll"};
+  MessageBoxCatcher m_boxes;
+  RegistrySandbox m_registry;
+  EnvironmentScope m_path{L"PATH", kOldPath};
+  EnvironmentScope m_javaHome{L"JAVA_HOME", std::nullopt};
+  ConfigObject m_config;
+};
+
+// SetEnvironmentVariableW with a result of the test's own for each call; what is not listed goes through.
+class PathWrites {
+ public:
+  explicit PathWrites(std::vector<BOOL> results) : m_hook(nullptr, "SetEnvironmentVariableW", &Answer) {
+    s_results = std::move(results);
+    s_written.clear();
+  }
+  [[nodiscard]] const std::vector<std::wstring>& Written() const { return s_written; }
+
+ private:
+  static BOOL WINAPI Answer(LPCWSTR name, LPCWSTR value) {
+    s_written.push_back(std::wstring(name) + L"=" + value);
+    const size_t call = s_written.size() - 1;
+    return call < s_results.size() ? s_results[call] : TRUE;
+  }
+
+  static inline std::vector<BOOL> s_results;
+  static inline std::vector<std::wstring> s_written;
+  ImportHook m_hook;
+};
+
+}  // namespace qvtest
