@@ -3,29 +3,18 @@
 // reason, and one that no longer comes fails the test as a new one does. A scenario has a thread and a log file of its
 // own, so neither references nor reports of another one mix in.
 #include <functional>
-#include <map>
-#include <sstream>
 #include <thread>
 
+#include "tests/real/checked_jni.h"
 #include "tests/real/running_vm.h"
 #include "tests/support/temp_folder.h"
 
 namespace qvtest {
 namespace {
 
-// Reason: the text of an exception is taken in a fixed order of calls, describe, look up, toString, copy, and a string
-// that came back shows that toString did not throw. Once for every exception whose text is read.
-constexpr char kTextUnchecked[] =
-    "WARNING in native method: JNI call made without checking exceptions when required to from CallObjectMethod";
-// Reason: constructors and new string arrays leave their exception pending, and the next operation clears it only when
-// a record existed before. Its look-up and its call then run with the exception pending, and it reports it.
-constexpr char kPending[] = "WARNING in native method: JNI call made with exception pending";
-
-using Reports = std::map<std::string, int>;
-
 struct Scenario {
   const char* name;
-  Reports reports;
+  JniReports reports;
   std::function<void(IQV_JavaVM*)> run;
 };
 
@@ -224,17 +213,6 @@ const Scenario kScenarios[] = {
     {"a string array of negative length", {{kTextUnchecked, 1}, {kPending, 1}}, MakeAStringArrayOfNegativeLength},
 };
 
-Reports ReportsIn(const std::string& log) {
-  Reports reports;
-  std::istringstream lines(log);
-  for (std::string line; std::getline(lines, line);) {
-    // The JVM may have begun the line with the thread's name.
-    const size_t begin = std::min(line.find("WARNING"), line.find("FATAL ERROR"));
-    if (begin != std::string::npos) ++reports[line.substr(begin, line.find_last_not_of("\r ") + 1 - begin)];
-  }
-  return reports;
-}
-
 class CheckJni : public testing::Test {
  protected:
   void SetUp() override {
@@ -246,7 +224,7 @@ class CheckJni : public testing::Test {
   }
 
   // What the JVM reports while `run` has a thread of its own.
-  Reports ReportsOf(const std::function<void(IQV_JavaVM*)>& run) {
+  JniReports ReportsOf(const std::function<void(IQV_JavaVM*)>& run) {
     const std::wstring log = m_folder.WriteFile(L"jvm.log");
     EXPECT_EQ(m_vm->SetLogFileName(log.c_str()), QV_S_OK);
     std::thread([&] { run(m_vm); }).join();

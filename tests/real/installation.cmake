@@ -3,7 +3,8 @@
 #
 #   qv_stage_program(target)                     puts a program where installations take it from
 #   qv_add_java(package jar)                     compiles java/<package> into a jar at the same place
-#   qv_add_installation(name FILES file ...)     a test that makes the installation, "real.install.<name>"
+#   qv_add_installation(name [RUNTIME version] FILES file ...)
+#                                                a test that makes the installation, "real.install.<name>"
 #   qv_add_real_test(runtime program group ...)  a test that runs a group of a program's tests in an installation
 include_guard(DIRECTORY)
 include(${CMAKE_SOURCE_DIR}/cmake/downloads.cmake)
@@ -46,15 +47,14 @@ function(qv_windows_path out path)
   set(${out} ${path} PARENT_SCOPE)
 endfunction()
 
-# `name` is a runtime's version, or anything else for an installation without a private runtime.
-# A file may be "built=installed" where the installed one has another name.
+# Without a runtime it has no private one. A file may be "built=installed" where the installed one has another name.
 function(qv_add_installation name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" FILES)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "RUNTIME" "FILES")
   set(labels real)
   set(runtime "")
-  if(name IN_LIST QV_REAL_RUNTIMES)
-    set(runtime ${QV_RUNTIMES_DIR}/${name})
-    list(APPEND labels runtime${name})
+  if(arg_RUNTIME)
+    set(runtime ${QV_RUNTIMES_DIR}/${arg_RUNTIME})
+    list(APPEND labels runtime${arg_RUNTIME})
   endif()
   add_test(
     NAME real.install.${name}
@@ -64,26 +64,24 @@ function(qv_add_installation name)
   set_tests_properties(real.install.${name} PROPERTIES LABELS "${labels}" FIXTURES_SETUP real.${name} TIMEOUT 120)
 endfunction()
 
-# Groups are test suites, several joined by ":". A group that has no tests fails.
+# A group is a test suite, or what FILTER says in GoogleTest's way; one that has no tests fails. LAUNCHER runs the tests
+# when they are not in <program>.exe.
 function(qv_add_real_test runtime program group)
-  cmake_parse_arguments(PARSE_ARGV 3 arg "" "INSTALLATION;PROCESSORS;SUFFIX;TIMEOUT" "ENVIRONMENT")
-  if(NOT arg_INSTALLATION)
-    set(arg_INSTALLATION ${runtime})
+  cmake_parse_arguments(PARSE_ARGV 3 arg "" "FILTER;INSTALLATION;PROCESSORS;TIMEOUT" "ENVIRONMENT;LAUNCHER")
+  foreach(default IN ITEMS FILTER=${group}.* INSTALLATION=${runtime} PROCESSORS=1 TIMEOUT=120)
+    string(REPLACE "=" ";" default ${default})
+    list(GET default 0 name)
+    if(NOT arg_${name})
+      list(GET default 1 arg_${name})
+    endif()
+  endforeach()
+  if(NOT arg_LAUNCHER)
+    set(arg_LAUNCHER ${QV_REAL_INSTALLATIONS}/${arg_INSTALLATION}/${program}.exe)
   endif()
-  if(NOT arg_TIMEOUT)
-    set(arg_TIMEOUT 120)
-  endif()
-  if(NOT arg_PROCESSORS)
-    set(arg_PROCESSORS 1)
-  endif()
-  string(REPLACE ":" "And" name "${group}${arg_SUFFIX}")
-  string(REGEX REPLACE "^.*/" "" name "${name}")
-  string(REPLACE ":" ".*:" filter "${group}.*")
-  add_test(NAME real.runtime${runtime}.${program}.${name}
-           COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} ${QV_REAL_INSTALLATIONS}/${arg_INSTALLATION}/${program}.exe
-                   --gtest_filter=${filter})
+  set(name real.runtime${runtime}.${program}.${group})
+  add_test(NAME ${name} COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} ${arg_LAUNCHER} --gtest_filter=${arg_FILTER})
   set_tests_properties(
-    real.runtime${runtime}.${program}.${name}
+    ${name}
     PROPERTIES LABELS "real;runtime${runtime}"
                ENVIRONMENT "${arg_ENVIRONMENT}"
                FIXTURES_REQUIRED real.${arg_INSTALLATION}

@@ -6,6 +6,7 @@
 
 #include <functional>
 
+#include "tests/real/checked_jni.h"
 #include "tests/real/running_vm.h"
 #include "tests/support/temp_folder.h"
 
@@ -15,9 +16,7 @@ namespace {
 constexpr char kTextToText[] = "(Ljava/lang/String;)Ljava/lang/String;";
 constexpr char kTextToVoid[] = "(Ljava/lang/String;)V";
 
-// What a captured exception leaves: the exception, the class that its text is asked of, and the text.
-constexpr int kCaptured = 3;
-// Without a text.
+// An exception whose text could not be had.
 constexpr int kCapturedWithoutText = 2;
 // The JVM's own: the object whose constructor threw.
 constexpr int kUnfinished = 1;
@@ -52,22 +51,15 @@ class References : public testing::Test {
   [[nodiscard]] qv_jstring Text() const { return m_text; }
 
  private:
-  // How many more references a frame takes after `work` before the JVM reports.
   int RoomAfter(const std::function<void()>& work) {
-    EXPECT_EQ(m_env->PushLocalFrame(kCapacity), JNI_OK);
-    m_vm->SetJvmLogEnabled(0);
-    work();
     const std::wstring report = m_folder.Path(L"report.log");
-    DeleteFileW(report.c_str());
-    EXPECT_EQ(m_vm->SetLogFileName(report.c_str()), QV_S_OK);
-    int room = 0;
-    while (!FileExists(report) && room < 2 * kCapacity) {
-      m_env->NewLocalRef(static_cast<jobject>(m_text));
-      ++room;
-    }
-    m_env->PopLocalFrame(nullptr);
-    EXPECT_LT(room, 2 * kCapacity) << "the JVM reported nothing";
-    return room;
+    const ReportWatch watch{[&] {
+                              DeleteFileW(report.c_str());
+                              EXPECT_EQ(m_vm->SetLogFileName(report.c_str()), QV_S_OK);
+                            },
+                            [&] { return FileExists(report); }};
+    m_vm->SetJvmLogEnabled(0);
+    return qvtest::RoomAfter(m_env, watch, work);
   }
 
   qv_jobject Global(const char* className) {
@@ -75,8 +67,6 @@ class References : public testing::Test {
     EXPECT_TRUE(Ok(m_vm, m_vm->NewGlobalRef(&global, FindClass(m_vm, className))));
     return global;
   }
-
-  static constexpr int kCapacity = 400;
 
   TempFolder m_folder;
   IQV_JavaVM* m_vm = nullptr;
