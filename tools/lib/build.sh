@@ -13,7 +13,7 @@ configure_preset() {
   [ -f "$folder/build.ninja" ] && [ "$(cat "$folder/.configured" 2>/dev/null)" = "$stamp" ] && return
   mkdir -p "$folder"
   (cd "$qv_root" && JAVA_HOME=$(find_jdk) run_logged "$qv_build/logs/configure-$preset.log" cmake --preset "$preset" \
-    "-DQV_RUNTIMES_DIR=$qv_runtimes" "-DQV_JARS_DIR=$qv_jars") ||
+    -DCMAKE_EXPORT_COMPILE_COMMANDS=ON "-DQV_RUNTIMES_DIR=$qv_runtimes" "-DQV_JARS_DIR=$qv_jars") ||
     fail "configuring the preset $preset failed; see the output above"
   printf '%s\n' "$stamp" >"$folder/.configured"
 }

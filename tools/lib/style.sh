@@ -41,3 +41,28 @@ $places"
 check_scripts() {
   shell_files | (cd "$qv_root" && xargs -0 shellcheck) || fail "shellcheck found the above"
 }
+
+# The standard headers of the cross-compiler, which clang does not find by itself.
+cross_include_options() {
+  x86_64-w64-mingw32-g++-posix -E -x c++ -v - </dev/null 2>&1 >/dev/null |
+    sed -n '/^#include </,/^End of search list/s/^ \(\/.*\)/\1/p' |
+    while read -r folder; do
+      # The compiler's own headers are replaced by clang's.
+      case $folder in */include-fixed | */lib/gcc/*/include) continue ;; esac
+      printf -- '--extra-arg-before=-isystem%s\n' "$(realpath "$folder")"
+    done
+}
+
+# Usage: tidy_sources [FILE...]; without files the product and the examples.
+tidy_sources() {
+  local options files=("$@") build=$qv_build/release
+  mapfile -t options < <(cross_include_options)
+  configure_preset release
+  if [ "${#files[@]}" -eq 0 ]; then
+    mapfile -t files < <(cd "$qv_root" && find base host store config service bridge hostlib examples -name '*.cpp' | sort)
+  fi
+  note "clang-tidy over ${#files[@]} files"
+  printf '%s\0' "${files[@]}" | (cd "$qv_root" && xargs -0 -n 1 -P "$(nproc)" clang-tidy-14 -p "$build" --quiet \
+    --extra-arg-before=--target=x86_64-w64-mingw32 "${options[@]}") 2>&1 | sed '/^[0-9]* warnings\? generated/d' ||
+    fail "clang-tidy found the above"
+}

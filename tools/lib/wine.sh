@@ -56,7 +56,7 @@ finish_wine() {
     note "ending Windows programs that did not end by themselves: ${left[*]}"
     kill -KILL "${left[@]}" 2>/dev/null || true
   fi
-  timeout 10 wineserver -w || true
+  ! command -v wineserver >/dev/null || timeout 10 wineserver -w || true
 }
 
 # Whichever way the script ends, what it started ends too.
