@@ -72,14 +72,14 @@ std::wstring Service::TextOf(qv_jstring string) const {
 
 /// Constructors leave their exception pending, without a record; capturing makes one, which is then ours to free.
 void Service::FailWithPendingException(const char* operation) const {
-  Failure failure{kJavaFailed, Widen(operation) + L": no object and no exception"};
+  std::wstring text = L"no object and no exception";
   ErrorRecord* record = nullptr;
   m_vm->CaptureException(&record, QV_AcquireThreadEnv(m_vm.get()));
   if (record != nullptr) {
-    failure.text = Widen(operation) + L": " + record->text;
+    text = record->text;
     FindExport<QvshrFreeFn>(GetModuleHandleW(L"qvshr.dll"), MAKEINTRESOURCEA(kQvshrFreeOrdinal))(record);
   }
-  throw failure;
+  throw Failure{kJavaFailed, Widen(operation) + L": " + text};
 }
 
 std::wstring TakeText(IQvString* string) {
