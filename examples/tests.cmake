@@ -12,7 +12,7 @@ endfunction()
 
 foreach(runtime IN ITEMS 11 17 21 25)
   qv_add_example_test(examples.install ${runtime} FIXTURES_SETUP)
-  foreach(name IN ITEMS pdf join jdbc.h2 jdbc.postgresql)
+  foreach(name IN ITEMS pdf pdf.failure join jdbc.h2 jdbc.postgresql)
     qv_add_example_test(${name} ${runtime} FIXTURES_REQUIRED)
   endforeach()
 endforeach()
