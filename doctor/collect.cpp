@@ -145,7 +145,7 @@ void CollectCandidates(Facts& facts) {
   facts.settings = {javaHome, registered, disabled,
                     jdk,      jreBin,     {L"CLASSPATH", Variable(L"CLASSPATH"), L"environment"}};
 
-  if (facts.question.joined || facts.host.launcher) return;
+  if (facts.HostHasJvm()) return;
   if (facts.host.known) {
     if (!jreBin.value) return;
     Candidate candidate = {
@@ -244,6 +244,20 @@ std::wstring OriginOf(const Facts& facts, const wchar_t* listName) {
   return inRegistry ? L"registry " + path : L"default tree " + path;
 }
 
+class LoadedLibrary {
+ public:
+  LoadedLibrary(const std::wstring& path, DWORD flags) : m_module(LoadLibraryExW(path.c_str(), nullptr, flags)) {}
+  ~LoadedLibrary() {
+    if (m_module != nullptr) FreeLibrary(m_module);
+  }
+  LoadedLibrary(const LoadedLibrary&) = delete;
+  LoadedLibrary& operator=(const LoadedLibrary&) = delete;
+  [[nodiscard]] HMODULE Get() const { return m_module; }
+
+ private:
+  HMODULE m_module;
+};
+
 HMODULE g_inspectedJvm = nullptr;
 HMODULE FindInspectedJvm(const char*) noexcept { return g_inspectedJvm; }
 
@@ -274,9 +288,9 @@ std::wstring Widen(const char* text) {
 void CollectOptions(Facts& facts, CQV_JVMConfigInfo& config) {
   if (!facts.classPathBuilt) return;
   // Mapped without running any of its code; the boot class path wants to know where it lies.
-  if (facts.jvm && facts.jvm->machine == Machine::Right) {
-    g_inspectedJvm = LoadLibraryExW(facts.jvm->path.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES);
-  }
+  std::optional<LoadedLibrary> jvm;
+  if (facts.jvm && facts.jvm->machine == Machine::Right) jvm.emplace(facts.jvm->path, DONT_RESOLVE_DLL_REFERENCES);
+  g_inspectedJvm = jvm ? jvm->Get() : nullptr;
   config.m_pfnFindLoadedModule = FindInspectedJvm;
   JavaVMOption* options = nullptr;
   int32_t count = 0;
@@ -331,8 +345,8 @@ void CollectLog(Facts& facts, CQV_JVMConfigInfo& config) {
 Facts Collect(const Question& question) {
   Facts facts;
   facts.question = question;
-  const std::wstring dll = question.serviceFolder + L"\\qvjvm.dll";
-  if (LoadLibraryExW(dll.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH) == nullptr) {
+  const LoadedLibrary service(question.serviceFolder + L"\\qvjvm.dll", LOAD_WITH_ALTERED_SEARCH_PATH);
+  if (service.Get() == nullptr) {
     throw std::runtime_error("qvjvm.dll cannot be loaded from the folder of the service");
   }
   qv::OnModuleLoaded(GetModuleHandleW(nullptr));
@@ -340,11 +354,11 @@ Facts Collect(const Question& question) {
   if (!config.Load()) throw std::runtime_error("the path of this program cannot be had");
   CollectHost(facts, config);
   CollectCandidates(facts);
-  facts.discoverySucceeded = question.joined || facts.host.launcher || config.LocateJavaRuntime();
+  facts.discoverySucceeded = facts.HostHasJvm() || config.LocateJavaRuntime();
   facts.path = Variable(L"PATH").value_or(L"");
-  if (!question.joined) CollectJvm(facts);
+  if (!facts.HostHasJvm()) CollectJvm(facts);
   CollectClassPath(facts, config);
-  if (!question.joined) CollectOptions(facts, config);
+  if (!facts.HostHasJvm()) CollectOptions(facts, config);
   CollectLog(facts, config);
   return facts;
 }

@@ -95,6 +95,9 @@ struct Facts {
   Log log;
   std::vector<Finding> findings;
   std::optional<StartResult> start;
+
+  // A Java launcher's process has a JVM of its own; the service joins it.
+  [[nodiscard]] bool HostHasJvm() const { return question.joined || host.launcher; }
 };
 
 }  // namespace doctor

@@ -34,6 +34,7 @@ class Judgement {
     return setting != nullptr && setting->value ? &*setting->value : nullptr;
   }
   void JavaHome();
+  void DisabledCurrent();
   void ConfiguredRuntime();
   void Library(const doctor::Library& library);
 
@@ -43,7 +44,7 @@ class Judgement {
 // A JAVA_HOME that helps nobody is the most common fault, and it hides the registry.
 void Judgement::JavaHome() {
   const std::wstring* const home = ValueOf(L"JAVA_HOME");
-  if (home == nullptr || m_facts.host.known || m_facts.host.launcher || m_facts.question.joined) return;
+  if (home == nullptr || m_facts.host.known || m_facts.HostHasJvm()) return;
   const bool helps = std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(), [](const Candidate& each) {
     return each.origin == L"JAVA_HOME" && each.library.machine != Machine::Missing;
   });
@@ -63,6 +64,12 @@ void Judgement::JavaHome() {
 
 void Judgement::ConfiguredRuntime() {
   const std::wstring key = L"HKLM\\" + m_facts.host.registryRoot + L"\\Java";
+  if (!m_facts.host.rootExists) {
+    Problem(L"HKLM\\" + m_facts.host.registryRoot + L" is missing; a " + m_facts.host.kind +
+                L" host has all its settings there",
+            L"Install the host product, or import its settings.");
+    return;
+  }
   for (const wchar_t* const name : {L"JDKLocation", L"JREBinLocation"}) {
     const std::wstring* const value = ValueOf(name);
     if (value == nullptr) {
@@ -92,8 +99,22 @@ void Judgement::Library(const doctor::Library& library) {
   }
 }
 
+// A setting that keeps everything but the private runtime out is easily forgotten.
+void Judgement::DisabledCurrent() {
+  const bool off = std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(), [](const Candidate& each) {
+    return each.verdict.find(L"QVJRENOTUSECURRENT") != std::wstring::npos && each.library.machine != Machine::Missing;
+  });
+  const bool chosen = std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(),
+                                  [](const Candidate& each) { return each.chosen; });
+  if (off && !chosen) {
+    Problem(L"the host setting QVJRENOTUSECURRENT is 1, which keeps the installed Java runtime out",
+            L"Remove the setting, or put a runtime into " + m_facts.question.serviceFolder + L"\\JRE.");
+  }
+}
+
 void Judgement::Runtime() {
-  if (m_facts.question.joined || m_facts.host.launcher) return;
+  if (m_facts.HostHasJvm()) return;
+  DisabledCurrent();
   if (m_facts.host.known) ConfiguredRuntime();
   if (m_facts.jvm && m_facts.jvm->machine != Machine::Right) {
     Library(*m_facts.jvm);
@@ -132,7 +153,9 @@ void Judgement::Runtime() {
 }
 
 void Judgement::ClassPath() {
-  if (!m_facts.messageBox.empty()) {
+  if (!m_facts.messageBox.empty() && !m_facts.host.rootExists) {
+    // said before
+  } else if (!m_facts.messageBox.empty()) {
     Problem(L"the start-up shows a message box and fails: " + m_facts.messageBox, L"Create that key or value.");
   } else if (!m_facts.classPathBuilt) {
     Problem(L"the class path cannot be built", L"Repair the built-in configuration: reinstall the service.");
@@ -147,7 +170,7 @@ void Judgement::ClassPath() {
 }
 
 void Judgement::Options() {
-  if (m_facts.question.joined) return;
+  if (m_facts.HostHasJvm()) return;
   if (m_facts.classPathBuilt && !m_facts.optionsBuilt) {
     Problem(
         L"the start-up options cannot be built: the list QVJVMconfig, an entry below its Count, or QVJVMprops is "

@@ -52,7 +52,7 @@ bool TerminalWithColors() {
 
 int Examine(const Arguments& arguments) {
   doctor::Facts facts = doctor::Collect(arguments.question);
-  if (arguments.start && !arguments.question.joined) facts.start = doctor::TryStart(facts, arguments.limitSeconds);
+  if (arguments.start && !facts.HostHasJvm()) facts.start = doctor::TryStart(facts, arguments.limitSeconds);
   doctor::Judge(facts);
   if (arguments.json) {
     const std::string json = doctor::AsJson(facts);

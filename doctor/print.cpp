@@ -89,7 +89,7 @@ void PrintHost(Page& page, const Facts& facts) {
 
 void PrintRuntime(Page& page, const Facts& facts) {
   page.Heading(L"Java runtime");
-  if (facts.question.joined || facts.host.launcher) page.Item(L"-", L"", L"not looked for: the host has its own JVM");
+  if (facts.HostHasJvm()) page.Item(L"-", L"", L"not looked for: the host has its own JVM");
   for (const Candidate& candidate : facts.candidates) {
     page.Whole(candidate.chosen ? L"+" : L"-", candidate.chosen ? L"32" : L"", candidate.library.path);
     page.Whole(L" ", L"", L"  " + candidate.origin + L": " + candidate.verdict);

@@ -1,0 +1,326 @@
+// Each case breaks a sound machine in one way; the doctor must name the cause on its first screen. A case is a process
+// of its own, because what the service learned about its machine stays for the life of the process.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+
+#include "doctor/collect.h"
+#include "doctor/judge.h"
+#include "doctor/print.h"
+#include "tests/support/environment.h"
+#include "tests/support/ledger_check.h"
+#include "tests/support/message_box.h"
+#include "tests/support/registry_sandbox.h"
+#include "tests/support/temp_folder.h"
+#include "tests/support/text.h"
+
+namespace qvtest {
+namespace {
+
+constexpr size_t kFirstScreen = 24;
+const std::wstring kQuovant = L"Software\\Harlowe\\Quovant\\19.0";
+const std::wstring kConfig = kQuovant + L"\\Java\\QVIDEConfig";
+
+// A machine on which both kinds of host start: a runtime, and a known host's settings.
+class SoundMachine {
+ public:
+  SoundMachine() {
+    folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm.dll", L"service\\qvjvm.dll");
+    MakeRuntime(L"java", "17.0.9");
+    registry.SetText(Hive::Machine, kQuovant + L"\\Java", L"JDKLocation", folder.Path(L"java"));
+    registry.SetText(Hive::Machine, kQuovant + L"\\Java", L"JREBinLocation", folder.Path(L"java\\bin\\server"));
+    registry.SetList(Hive::Machine, kConfig + L"\\QVSysclasspath", {L"C:\\one.jar"});
+    SetOptions({L"-Xmx128m"});
+    registry.CreateKey(Hive::Machine, kConfig + L"\\QVJVMprops");
+    folder.MakeFolder(L"log");
+    SetLogFolder(folder.Path(L"log"));
+    SetVariable(L"JAVA_HOME", folder.Path(L"java"));
+    SetVariable(L"PATH", std::wstring(L"C:\\windows\\system32"));
+    SetVariable(L"CLASSPATH", std::nullopt);
+  }
+
+  ~SoundMachine() {
+    if (held != INVALID_HANDLE_VALUE) CloseHandle(held);
+    SetFileAttributesW(folder.Path(L"log\\vm.out").c_str(), FILE_ATTRIBUTE_NORMAL);
+  }
+  SoundMachine(const SoundMachine&) = delete;
+  SoundMachine& operator=(const SoundMachine&) = delete;
+
+  void MakeRuntime(const std::wstring& name, const std::string& version) const {
+    folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm.dll", name + L"\\bin\\server\\jvm.dll");
+    folder.WriteFile(name + L"\\bin\\java.dll", "any");
+    folder.WriteFile(name + L"\\lib\\modules", "any");
+    folder.WriteFile(name + L"\\release", "IMPLEMENTOR=\"any\"\nJAVA_VERSION=\"" + version + "\"\n");
+  }
+  void SetVariable(const std::wstring& name, const std::optional<std::wstring>& value) {
+    m_variables.push_back(std::make_unique<EnvironmentScope>(name, value));
+  }
+  void SetOptions(const std::vector<std::wstring>& options) {
+    registry.SetList(Hive::Machine, kConfig + L"\\QVJVMconfig", options);
+  }
+  static void SetLogFolder(const std::wstring& path) {
+    QvshrLedgerOverrideFolder(0, path.c_str());
+    QvshrLedgerOverrideFolder(1, path.c_str());
+  }
+  [[nodiscard]] std::wstring JvmDll() const { return folder.Path(L"java\\bin\\server\\jvm.dll"); }
+
+  TempFolder folder;
+  RegistrySandbox registry;
+  HANDLE held = INVALID_HANDLE_VALUE;  // a file that nobody else may open
+
+ private:
+  std::vector<std::unique_ptr<EnvironmentScope>> m_variables;
+};
+
+// Changes the machine word of an image's header.
+void SetMachine(const std::wstring& path, unsigned short machine) {
+  std::string image = ReadWholeFile(path);
+  const size_t header = static_cast<unsigned char>(image[0x3C]) + 256U * static_cast<unsigned char>(image[0x3D]);
+  image[header + 4] = static_cast<char>(machine & 0xFF);
+  image[header + 5] = static_cast<char>(machine >> 8);
+  FILE* const file = _wfopen(path.c_str(), L"wb");
+  std::fwrite(image.data(), 1, image.size(), file);
+  std::fclose(file);
+}
+
+void Overwrite(const std::wstring& path, const std::string& content) {
+  FILE* const file = _wfopen(path.c_str(), L"wb");
+  std::fwrite(content.data(), 1, content.size(), file);
+  std::fclose(file);
+}
+
+struct Case {
+  const char* name;
+  const wchar_t* host;
+  void (*breakIt)(SoundMachine&);
+  const wchar_t* cause;  // empty: no problem is found
+
+  friend void PrintTo(const Case& one, std::ostream* out) { *out << one.name; }
+};
+
+const wchar_t kUnknown[] = L"report.exe";
+const wchar_t kKnown[] = L"QV190.exe";
+const std::wstring kJava = kQuovant + L"\\Java";
+
+const Case kCases[] = {
+    {"NothingForAnUnknownHost", kUnknown, [](SoundMachine&) {}, L""},
+    {"NothingForAKnownHost", kKnown, [](SoundMachine&) {}, L""},
+    {"NothingForAJavaLauncher", L"javaw.exe",
+     [](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", std::nullopt); }, L""},
+
+    // the runtime of an unknown host
+    {"NoRuntimeAnywhere", kUnknown,
+     [](SoundMachine& machine) {
+       machine.SetVariable(L"JAVA_HOME", std::nullopt);
+       machine.registry.DeleteKey(Hive::Machine, kJava);
+     },
+     L"no Java runtime was found"},
+    {"JavaHomePointsNowhere", kUnknown,
+     [](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", std::wstring(L"C:\\gone")); },
+     L"JAVA_HOME has no jvm.dll: C:\\gone"},
+    {"JavaHomeInQuotes", kUnknown,
+     [](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", L"\"" + machine.folder.Path(L"java") + L"\""); },
+     L"JAVA_HOME has quotes"},
+    {"JavaHomeEndsInABackslash", kUnknown,
+     [](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", std::wstring(L"C:\\gone\\")); },
+     L"JAVA_HOME ends with a backslash"},
+    {"JavaHomeIsItsBinFolder", kUnknown,
+     [](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", machine.folder.Path(L"java\\bin")); },
+     L"JAVA_HOME has no jvm.dll"},
+    {"JavaHomeHidesTheRegisteredRuntime", kUnknown,
+     [](SoundMachine& machine) {
+       const std::wstring key = L"Software\\JavaSoft\\Java Runtime Environment";
+       machine.registry.SetText(Hive::Machine, key, L"CurrentVersion", L"17");
+       machine.registry.SetText(Hive::Machine, key + L"\\17", L"JavaHome", machine.folder.Path(L"java"));
+       machine.SetVariable(L"JAVA_HOME", std::wstring(L"C:\\gone"));
+     },
+     L"registered runtime is not looked for"},
+    {"TheCurrentRuntimeIsSwitchedOff", kUnknown,
+     [](SoundMachine&) { QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", L"1"); }, L"QVJRENOTUSECURRENT is 1"},
+    {"A32BitRuntime", kUnknown, [](SoundMachine& machine) { SetMachine(machine.JvmDll(), 0x014C); },
+     L"is for x86, not x64"},
+    {"AnArmRuntime", kUnknown, [](SoundMachine& machine) { SetMachine(machine.JvmDll(), 0xAA64); },
+     L"is for ARM64, not x64"},
+    {"AnEmptyJvm", kUnknown, [](SoundMachine& machine) { Overwrite(machine.JvmDll(), ""); }, L"is damaged"},
+    {"ATruncatedJvm", kUnknown,
+     [](SoundMachine& machine) { Overwrite(machine.JvmDll(), ReadWholeFile(machine.JvmDll()).substr(0, 600)); },
+     L"is damaged"},
+    {"ATextInTheJvmsPlace", kUnknown,
+     [](SoundMachine& machine) { Overwrite(machine.JvmDll(), std::string(10000, 'x')); }, L"is damaged"},
+    {"AJvmThatCannotBeRead", kUnknown,
+     [](SoundMachine& machine) {
+       machine.held =
+           CreateFileW(machine.JvmDll().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+     },
+     L"cannot be read"},
+    {"ARuntimeWithoutLib", kUnknown,
+     [](SoundMachine& machine) {
+       DeleteFileW(machine.folder.Path(L"java\\lib\\modules").c_str());
+       RemoveDirectoryW(machine.folder.Path(L"java\\lib").c_str());
+     },
+     L"the runtime has no folder lib"},
+    {"ARuntimeWithoutModules", kUnknown,
+     [](SoundMachine& machine) { DeleteFileW(machine.folder.Path(L"java\\lib\\modules").c_str()); },
+     L"no class library"},
+    {"ARuntimeWithoutItsLibraries", kUnknown,
+     [](SoundMachine& machine) { DeleteFileW(machine.folder.Path(L"java\\bin\\java.dll").c_str()); },
+     L"lacks bin\\java.dll"},
+    {"AVeryOldRuntime", kUnknown, [](SoundMachine& machine) { machine.MakeRuntime(L"java", "1.6.0_45"); },
+     L"Java 1.6.0_45 is older"},
+
+    // the settings of a known host
+    {"TheRootKeyIsMissing", kKnown, [](SoundMachine& machine) { machine.registry.DeleteKey(Hive::Machine, kQuovant); },
+     L"Software\\Harlowe\\Quovant\\19.0 is missing"},
+    {"JdkLocationIsMissing", kKnown,
+     [](SoundMachine& machine) { machine.registry.DeleteValue(Hive::Machine, kJava, L"JDKLocation"); },
+     L"JDKLocation is missing"},
+    {"JreBinLocationIsMissing", kKnown,
+     [](SoundMachine& machine) { machine.registry.DeleteValue(Hive::Machine, kJava, L"JREBinLocation"); },
+     L"JREBinLocation is missing"},
+    {"JdkLocationIsEmpty", kKnown,
+     [](SoundMachine& machine) { machine.registry.SetText(Hive::Machine, kJava, L"JDKLocation", L""); },
+     L"JDKLocation is empty"},
+    {"JreBinLocationIsEmpty", kKnown,
+     [](SoundMachine& machine) { machine.registry.SetText(Hive::Machine, kJava, L"JREBinLocation", L""); },
+     L"JREBinLocation is empty"},
+    {"JreBinLocationHasNoJvm", kKnown,
+     [](SoundMachine& machine) { machine.registry.SetText(Hive::Machine, kJava, L"JREBinLocation", L"C:\\gone"); },
+     L"there is no jvm.dll in C:\\gone"},
+    {"A32BitRuntimeIsConfigured", kKnown, [](SoundMachine& machine) { SetMachine(machine.JvmDll(), 0x014C); },
+     L"is for x86, not x64"},
+    {"TheClassPathListIsMissing", kKnown,
+     [](SoundMachine& machine) { machine.registry.DeleteKey(Hive::Machine, kConfig + L"\\QVSysclasspath"); },
+     L"shows a message box"},
+    {"TheClassPathListHasNoCount", kKnown,
+     [](SoundMachine& machine) {
+       machine.registry.DeleteValue(Hive::Machine, kConfig + L"\\QVSysclasspath", L"Count");
+     },
+     L"shows a message box"},
+    {"TheOptionListIsMissing", kKnown,
+     [](SoundMachine& machine) { machine.registry.DeleteKey(Hive::Machine, kConfig + L"\\QVJVMconfig"); },
+     L"the start-up options cannot be built"},
+    {"TheOptionListLacksAnEntry", kKnown,
+     [](SoundMachine& machine) { machine.registry.SetText(Hive::Machine, kConfig + L"\\QVJVMconfig", L"Count", L"3"); },
+     L"the start-up options cannot be built"},
+    {"TheOptionListClaimsToBeHuge", kKnown,
+     [](SoundMachine& machine) {
+       machine.registry.SetText(Hive::Machine, kConfig + L"\\QVJVMconfig", L"Count", L"2147483647");
+     },
+     L"the start-up options cannot be built"},
+    {"ThePropertiesAreMissing", kKnown,
+     [](SoundMachine& machine) { machine.registry.DeleteKey(Hive::Machine, kConfig + L"\\QVJVMprops"); },
+     L"the start-up options cannot be built"},
+
+    // what the runtime refuses
+    {"AnOptionOfThePast", kKnown, [](SoundMachine& machine) { machine.SetOptions({L"-XX:MaxPermSize=64m"}); },
+     L"Java 17.0.9 refuses to start with -XX:MaxPermSize=64m"},
+    {"ACollectorOfThePast", kKnown, [](SoundMachine& machine) { machine.SetOptions({L"-XX:+UseConcMarkSweepGC"}); },
+     L"refuses to start with -XX:+UseConcMarkSweepGC"},
+    {"AnOptionWithoutItsHyphen", kKnown, [](SoundMachine& machine) { machine.SetOptions({L"Xmx128m"}); },
+     L"refuses to start with Xmx128m"},
+    {"AnEmptyOption", kKnown,
+     [](SoundMachine& machine) {
+       machine.SetOptions({L"-Xmx64m", L""});
+     },
+     L"an empty option"},
+    {"ExtensionFolders", kKnown, [](SoundMachine& machine) { machine.SetOptions({L"-Djava.ext.dirs=C:\\ext"}); },
+     L"extension folders were removed"},
+    {"EndorsedFolders", kKnown, [](SoundMachine& machine) { machine.SetOptions({L"-Djava.endorsed.dirs=C:\\e"}); },
+     L"endorsed folders were removed"},
+    {"ABootClassPathInFront", kKnown,
+     [](SoundMachine& machine) { machine.SetOptions({L"-Xbootclasspath/p:C:\\b.jar"}); }, L"removed in Java 9"},
+
+    // texts, class path, log
+    {"AClassPathOutsideTheCodePage", kUnknown,
+     [](SoundMachine& machine) { machine.SetVariable(L"CLASSPATH", std::wstring(L"C:\\\x65E5\x672C.jar")); },
+     L"the system's code page cannot hold"},
+    {"AMissingArchive", kUnknown,
+     [](SoundMachine& machine) { machine.SetVariable(L"CLASSPATH", std::wstring(L"C:\\gone.jar")); },
+     L"class path entries do not exist"},
+    {"TheLogIsAFolder", kUnknown, [](SoundMachine& machine) { machine.folder.MakeFolder(L"log\\vm.out"); },
+     L"vm.out is lost: it is a folder"},
+    {"TheLogIsReadOnly", kUnknown,
+     [](SoundMachine& machine) {
+       machine.folder.WriteFile(L"log\\vm.out", "old");
+       SetFileAttributesW(machine.folder.Path(L"log\\vm.out").c_str(), FILE_ATTRIBUTE_READONLY);
+     },
+     L"vm.out is lost: it cannot be written"},
+    {"TheLogHasNoFolder", kUnknown,
+     [](SoundMachine& machine) { SoundMachine::SetLogFolder(machine.folder.Path(L"gone")); },
+     L"vm.out is lost: its folder does not exist"},
+};
+
+class DoctorCase : public testing::TestWithParam<Case> {};
+
+// The first screen as one line: findings are wrapped at any blank.
+std::wstring FirstScreen(const std::wstring& text) {
+  std::wstring screen;
+  size_t begin = 0;
+  for (size_t line = 0; line < kFirstScreen && begin < text.size(); ++line) {
+    const size_t end = std::min(text.find(L'\n', begin), text.size());
+    const size_t first = std::min(text.find_first_not_of(L' ', begin), end);
+    screen += text.substr(first, end - first) + L" ";
+    begin = end + 1;
+  }
+  return screen;
+}
+
+TEST_P(DoctorCase, NamesTheCauseOnItsFirstScreen) {
+  SoundMachine machine;
+  GetParam().breakIt(machine);
+  const MessageBoxCatcher boxes;
+  doctor::Facts facts =
+      doctor::Collect({.host = GetParam().host, .joined = false, .serviceFolder = machine.folder.Path(L"service")});
+  doctor::Judge(facts);
+  const std::wstring text = doctor::AsText(facts, false);
+  EXPECT_THAT(boxes.Shown(), testing::IsEmpty());
+  const bool problem = std::any_of(facts.findings.begin(), facts.findings.end(), [](const doctor::Finding& finding) {
+    return finding.severity == doctor::Severity::Problem;
+  });
+  if (*GetParam().cause == L'\0') {
+    EXPECT_FALSE(problem) << ToUtf8(text);
+  } else {
+    EXPECT_NE(FirstScreen(text).find(GetParam().cause), std::wstring::npos) << ToUtf8(text);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Machines, DoctorCase, testing::ValuesIn(kCases),
+                         [](const testing::TestParamInfo<Case>& one) { return std::string(one.param.name); });
+
+TEST(Doctor, TellsEachSettingWithItsOrigin) {
+  SoundMachine machine;
+  machine.SetVariable(L"CLASSPATH", std::wstring(L"C:\\x.jar"));
+  doctor::Facts facts =
+      doctor::Collect({.host = L"qv190.exe", .joined = false, .serviceFolder = machine.folder.Path(L"service")});
+  doctor::Judge(facts);
+  const std::wstring text = doctor::AsText(facts, false);
+  for (const wchar_t* const part :
+       {L"Quovant", L"[environment]", L"[registry", L"the service", L"registry Java\\QVIDEConfig\\QVJVMconfig",
+        L"C:\\x.jar  (missing)", L"+ .\n", L"17.0.9"}) {
+    EXPECT_NE(text.find(part), std::wstring::npos) << ToUtf8(part) << " is missing in:\n" << ToUtf8(text);
+  }
+  size_t begin = 0;
+  for (size_t end = text.find(L'\n'); end != std::wstring::npos; begin = end + 1, end = text.find(L'\n', begin)) {
+    const std::wstring line = text.substr(begin, end - begin);
+    // Only a path or an option, which is there to be copied, may be longer than a line.
+    if (line.size() > 80) {
+      EXPECT_NE(line.find(L'\\'), std::wstring::npos) << ToUtf8(line);
+    }
+  }
+}
+
+TEST(Doctor, AJoinedHostNeedsNoRuntime) {
+  SoundMachine machine;
+  machine.SetVariable(L"JAVA_HOME", std::nullopt);
+  doctor::Facts facts =
+      doctor::Collect({.host = L"report.exe", .joined = true, .serviceFolder = machine.folder.Path(L"service")});
+  doctor::Judge(facts);
+  EXPECT_FALSE(facts.jvm.has_value());
+  for (const doctor::Finding& finding : facts.findings) EXPECT_EQ(finding.severity, doctor::Severity::Warning);
+}
+
+}  // namespace
+}  // namespace qvtest
