@@ -71,7 +71,7 @@ struct FakeJvmState {
   int32_t attachedThreads;  // pairs of VM and thread that have an environment now
   int32_t callCount;
   int32_t callsLost;  // more than the record holds
-  FakeJvmCall calls[512];
+  FakeJvmCall calls[1024];
 };
 
 inline constexpr int32_t kFakeVMs = 3;

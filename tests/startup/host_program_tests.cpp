@@ -1,0 +1,271 @@
+// Real host programs: one program under many names, the very qvjvm.dll beside it, a registry of its own. What the
+// service recognised shows in the options that reach the JVM, in the keys that it opened and in its message boxes.
+// Also how such a process ends.
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "tests/fakejvm/fake_jvm_user.h"
+#include "tests/support/child_process.h"
+#include "tests/support/environment.h"
+#include "tests/support/registry_sandbox.h"
+#include "tests/support/temp_folder.h"
+#include "tests/support/text.h"
+
+namespace qvtest {
+namespace {
+
+using nlohmann::json;
+using Strings = std::vector<std::string>;
+
+constexpr wchar_t kQuovantRoot[] = L"Software\\Harlowe\\Quovant\\19.0";
+constexpr wchar_t kTableroRoot[] = L"Software\\Harlowe\\Tablero\\19.0";
+constexpr wchar_t kLoomhallRoot[] = L"Software\\Harlowe\\Loomhall\\2.0\\DBComponents";
+
+// An installation folder with the service in it, and the registry that its hosts see.
+class Installation {
+ public:
+  // The ledger build of the host library, or the one that ships.
+  enum class HostLibrary { Ledger, Plain };
+  explicit Installation(HostLibrary which = HostLibrary::Ledger) {
+    const std::wstring bin = ProgramFolder();
+    m_folder.CopyIn(bin + L"\\..\\qvjvm.dll", L"host\\qvjvm.dll");
+    m_folder.CopyIn(bin + (which == HostLibrary::Ledger ? L"\\qvshr.dll" : L"\\..\\qvshr.dll"), L"host\\qvshr.dll");
+    for (const wchar_t* root : {kQuovantRoot, kTableroRoot, kLoomhallRoot}) Configure(root);
+  }
+
+  [[nodiscard]] RegistrySandbox& Registry() { return m_registry; }
+  [[nodiscard]] std::wstring Path(std::wstring_view relative) const {
+    return m_folder.Path(L"host\\" + std::wstring(relative));
+  }
+  void WriteFile(std::wstring_view name, std::string_view content) {
+    m_folder.WriteFile(L"host\\" + std::wstring(name), content);
+  }
+
+  // Something that lies in the folder, a second time.
+  void CopyIn(std::wstring_view name, const std::wstring& target) { m_folder.CopyIn(Path(name), L"host\\" + target); }
+
+  struct Run {
+    ChildResult child;
+    json report;
+  };
+  // Runs the program under this name. PATH holds the runtime's folder, since a Java host's runtime is found there.
+  Run RunHost(const std::wstring& name, std::vector<std::wstring> arguments = {},
+              std::map<std::wstring, std::optional<std::wstring>> environment = {}) {
+    if (!FileExists(Path(name))) m_folder.CopyIn(ProgramFolder() + L"\\probe_host.exe", L"host\\" + name);
+    ChildOptions options;
+    options.arguments = std::move(arguments);
+    for (const auto& [argument, hive] : {std::pair(L"machine", Hive::Machine), std::pair(L"user", Hive::User)}) {
+      options.arguments.insert(options.arguments.end(), {argument, m_registry.Path(hive)});
+    }
+    options.environment = {{L"JAVA_HOME", FakeJvm::Home()},
+                           {L"PATH", FakeJvm::Home() + L"\\bin\\server;C:\\windows\\system32"},
+                           {L"CLASSPATH", std::nullopt}};
+    for (auto& [variable, value] : environment) options.environment[variable] = value;
+    options.workFolder = m_folder.Path(L"host");
+    Run run{RunChild(Path(name), options), {}};
+    EXPECT_FALSE(run.child.hung);
+    run.report = json::parse(run.child.output, nullptr, false);
+    EXPECT_FALSE(run.report.is_discarded()) << "exit code " << run.child.exitCode << ", output:\n" << run.child.output;
+    if (run.report.is_discarded()) run.report = json::object();
+    return run;
+  }
+
+ private:
+  // Every product has its own settings, so that the JVM's options name the product that was recognised.
+  void Configure(const std::wstring& root) {
+    const std::wstring known = root + L"\\Java\\QVIDEConfig\\";
+    const std::wstring unknown = root + L"\\Java\\QVRTConfig\\";
+    m_registry.SetText(Hive::Machine, root + L"\\Java", L"JDKLocation", L"C:\\jdk");
+    m_registry.SetText(Hive::Machine, root + L"\\Java", L"JREBinLocation", L"C:\\jre\\bin");
+    m_registry.SetList(Hive::Machine, known + L"QVSysclasspath", {L"C:\\product.jar"});
+    m_registry.SetList(Hive::Machine, known + L"QVJVMconfig", {L"-Dknown=" + root});
+    m_registry.CreateKey(Hive::Machine, known + L"QVJVMprops");
+    m_registry.SetList(Hive::Machine, unknown + L"QVJVMconfig", {L"-Dunknown=" + root});
+    m_registry.CreateKey(Hive::Machine, unknown + L"QVJVMprops");
+  }
+
+  TempFolder m_folder;
+  RegistrySandbox m_registry{RegistrySandbox::Override::Nothing};
+};
+
+struct HostName {
+  const wchar_t* name;
+  const wchar_t* kind;  // "known" or "unknown"
+  const wchar_t* root;
+};
+
+std::string SearchPath(bool javaHost, bool known) {
+  const std::string own = ToUtf8(FakeJvm::Home()) + "\\bin\\server;C:\\windows\\system32";
+  if (javaHost) return own;
+  return known ? "C:\\jdk\\BIN;C:\\jre\\bin;" + own : ToUtf8(FakeJvm::Home()) + "\\BIN\\SERVER;" + own;
+}
+
+TEST(HostProgram, IsRecognisedByTheNameOfItsFile) {
+  Installation installation;
+  for (const HostName& row : {
+           HostName{L"qv190.exe", L"known", kQuovantRoot},
+           HostName{L"QW190.exe", L"known", kQuovantRoot},
+           HostName{L"qk190.EXE", L"known", kQuovantRoot},
+           HostName{L"qr190.exe", L"known", kQuovantRoot},
+           HostName{L"tk190.exe", L"known", kTableroRoot},
+           HostName{L"tn190.exe", L"known", kTableroRoot},
+           HostName{L"javaw.exe", L"known", kLoomhallRoot},
+           HostName{L"JAVAW.exe", L"known", kLoomhallRoot},
+           HostName{L"eclipse.exe", L"known", kLoomhallRoot},
+           HostName{L"java.exe", L"unknown", kQuovantRoot},
+           HostName{L"qv195.exe", L"unknown", kQuovantRoot},
+           HostName{L"qv190w.exe", L"unknown", kQuovantRoot},
+           HostName{L"tk19.exe", L"unknown", kQuovantRoot},
+           HostName{L"javaw", L"unknown", kQuovantRoot},
+           HostName{L"qv190", L"unknown", kQuovantRoot},
+           HostName{L"probe_host.exe", L"unknown", kQuovantRoot},
+       }) {
+    SCOPED_TRACE(ToUtf8(row.name));
+    // Names that differ in case alone are one file.
+    DeleteFileW(installation.Path(row.name).c_str());
+    const json report = installation.RunHost(row.name).report;
+    EXPECT_EQ(report.value("status", -1), 0);
+    EXPECT_EQ(report.value("boxes", json()), json::array());
+    const Strings options = report.value("options", Strings());
+    ASSERT_EQ(options.size(), 5u);
+    EXPECT_EQ(options[4], ToUtf8(std::wstring(L"-D") + row.kind + L"=" + row.root));
+    const bool known = std::wstring_view(row.kind) == L"known";
+    const bool javaHost = row.root == std::wstring_view(kLoomhallRoot);
+    const bool hasRuntimeArchives =
+        options[0].find("C:\\jdk\\JRE\\LIB\\rt.jar;C:\\jdk\\LIB\\tools.jar;") != std::string::npos;
+    EXPECT_EQ(hasRuntimeArchives, known && !javaHost) << options[0];
+    EXPECT_EQ(report.value("path", ""), SearchPath(javaHost, known));
+    const Strings keys = report.value("keys", Strings());
+    for (const std::string& key : keys) {
+      const bool belowTheRoot = key.rfind("below:", 0) == 0;
+      EXPECT_TRUE(belowTheRoot || key == "machine:" + ToUtf8(row.root) || key == "user:" + ToUtf8(row.root)) << key;
+    }
+    EXPECT_EQ(std::count(keys.begin(), keys.end(), "user:" + ToUtf8(row.root)), known ? 1 : 0);
+  }
+}
+
+TEST(HostProgram, SeesItsProductsNameAndTextInTheMessageBox) {
+  for (const auto& [name, root, title] : {std::tuple(L"qv190.exe", kQuovantRoot, "Quovant Java VM Service"),
+                                          std::tuple(L"tn190.exe", kTableroRoot, "Tablero Java VM Service")}) {
+    Installation installation;
+    installation.Registry().DeleteKey(Hive::Machine, std::wstring(root) + L"\\Java\\QVIDEConfig\\QVSysclasspath");
+    const json report = installation.RunHost(name).report;
+    EXPECT_EQ(report.value("status", 0), static_cast<int32_t>(0x80004005));
+    const std::string key = ToUtf8(root) + "\\Java\\QVIDEConfig\\QVSysclasspath";
+    EXPECT_EQ(report.value("boxes", json()),
+              json({{{"text", "Error initializing Java VM.\nCould not find Registry key:\nHKEY_LOCAL_MACHINE\\" + key},
+                     {"title", title},
+                     {"style", 16}}}));
+  }
+}
+
+TEST(HostProgram, WithoutAnyRegistryGetsTheBuiltInConfigurationFromBesideTheService) {
+  Installation installation;
+  installation.Registry().DeleteKey(Hive::Machine, L"Software");
+  installation.WriteFile(L"qvejbclient.jar", "");
+  installation.WriteFile(L"fop-0.20.5\\build\\fop.jar", "");
+  const json report = installation.RunHost(L"any.exe", {L"classpath", L"C:\\mine.jar"}).report;
+  EXPECT_EQ(report.value("status", -1), 0);
+  const std::string here = ToUtf8(installation.Path(L""));
+  const std::string ide = here + "IDE\\";
+  const std::string lib = ToUtf8(FakeJvm::Home()) + "\\bin\\server\\LIB\\";
+  std::wstring upper = ToWide(lib);
+  CharUpperW(upper.data());
+  const std::string archives = ToUtf8(upper);
+  EXPECT_EQ(
+      report.value("options", Strings()),
+      (Strings{"-Djava.class.path=C:\\mine.jar;" + here + "fop-0.20.5\\build\\fop.jar;" + ide +
+                   "fop-0.20.5\\lib\\batik.jar;" + ide + "fop-0.20.5\\lib\\xalan-2.4.1.jar;" + ide +
+                   "fop-0.20.5\\lib\\xercesImpl-2.2.1.jar;" + ide + "fop-0.20.5\\lib\\xml-apis.jar;" + ide +
+                   "fop-0.20.5\\lib\\avalon-framework-cvs-20020806.jar;" + ide + "fop-0.20.5\\lib\\logkit-1.0.jar;" +
+                   ide + "fop-0.20.5\\lib\\jimi-1.0.jar;" + here + "qvejbclient.jar;" + ide + "qvjdbc12.jar;.",
+               "-Xbootclasspath/a:" + archives + "deploy.jar;" + archives + "javaws.jar;" + archives + "plugin.jar",
+               "vfprintf", "exit", "-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}));
+}
+
+TEST(HostProgram, LogLiesBelowTheUsersLocalApplicationData) {
+  Installation installation(Installation::HostLibrary::Plain);
+  const json report = installation.RunHost(L"any.exe").report;
+  std::wstring log = ToWide(report.value("log", ""));
+  std::wstring want = ReadVariable(L"LOCALAPPDATA").value_or(L"?") + L"\\vm.out";
+  EXPECT_EQ(CompareStringOrdinal(log.c_str(), -1, want.c_str(), -1, TRUE), CSTR_EQUAL) << ToUtf8(log);
+}
+
+TEST(HostProgram, LogOfAWebDeploymentIsTheBareName) {
+  Installation installation(Installation::HostLibrary::Plain);
+  installation.WriteFile(L"qvshr.ini", "[Host]\r\nWebDeployment=1\r\n");
+  EXPECT_EQ(installation.RunHost(L"any.exe").report.value("log", ""), "vm.out");
+}
+
+// One character more is too long; such a process cannot be started under Wine, so config_load_tests.cpp tells that
+// path.
+TEST(HostProgram, WhosePathHas259CharactersIsStillRecognised) {
+  Installation installation;
+  std::wstring folder = installation.Path(L"");
+  folder.resize(259 - std::size(L"\\qv190.exe") + 1, L'd');
+  folder[folder.size() / 2 + 40] = L'\\';  // one name alone would be too long
+  const std::wstring relative = folder.substr(installation.Path(L"").size());
+  for (const wchar_t* library : {L"qvjvm.dll", L"qvshr.dll"}) installation.CopyIn(library, relative + L"\\" + library);
+  const std::wstring program = relative + L"\\qv190.exe";
+  ASSERT_EQ(installation.Path(program).size(), 259u);
+  const json report = installation.RunHost(program).report;
+  EXPECT_EQ(report.value("status", -1), 0);
+  EXPECT_EQ(report.value("options", Strings()).at(4), ToUtf8(std::wstring(L"-Dknown=") + kQuovantRoot));
+}
+
+// ---- how the process ends ----
+
+struct ProcessEnd {
+  const char* name;
+  const wchar_t* end;
+  DWORD exitCode;
+  const wchar_t* noDetach;  // null: the host library's own answer
+  size_t detached;
+};
+
+size_t CountLines(const std::string& log, const std::string& start) {
+  size_t count = 0;
+  for (size_t at = 0; at < log.size(); at = log.find('\n', at) + 1) {
+    if (log.compare(at, start.size(), start) == 0) ++count;
+  }
+  return count;
+}
+
+TEST(ProcessEnd, DetachesNobodyUnlessTheHostLibraryAllowsIt) {
+  Installation installation;
+  const std::wstring jvmLog = installation.Path(L"jvm.log");
+  const std::wstring ledgerLog = installation.Path(L"ledger.json");
+  for (const ProcessEnd& row : {
+           ProcessEnd{"returning from main", L"return", 5, nullptr, 0},
+           ProcessEnd{"ExitProcess", L"exitprocess", 7, nullptr, 0},
+           ProcessEnd{"returning, detaching allowed", L"return", 5, L"0", 4},
+           ProcessEnd{"ExitProcess, detaching allowed", L"exitprocess", 7, L"0", 4},
+           ProcessEnd{"ExitProcess, forbidden for good", L"exitprocess", 7, L"1", 0},
+           ProcessEnd{"FreeLibrary after the start", L"freelibrary", 10, nullptr, 0},
+       }) {
+    SCOPED_TRACE(row.name);
+    DeleteFileW(jvmLog.c_str());
+    std::vector<std::wstring> arguments = {L"end", row.end, L"threads", L"3"};
+    if (row.noDetach != nullptr) arguments.insert(arguments.end(), {L"nodetach", row.noDetach});
+    const Installation::Run run =
+        installation.RunHost(L"any.exe", arguments, {{L"FAKEJVM_LOG", jvmLog}, {L"QVSHR_LEDGER_REPORT", ledgerLog}});
+    EXPECT_EQ(run.child.exitCode, row.exitCode);
+    EXPECT_EQ(run.report.value("status", -1), 0);
+    const std::string log = ReadWholeFile(jvmLog);
+    EXPECT_EQ(CountLines(log, "AttachCurrentThread "), 3u) << log;
+    EXPECT_EQ(CountLines(log, "DetachCurrentThread "), row.detached) << log;
+    EXPECT_EQ(CountLines(log, "DestroyJavaVM "), 0u) << log;
+    const json books = json::parse(ReadWholeFile(ledgerLog), nullptr, false);
+    EXPECT_EQ(books.value("liveBlocks", 0), 1) << "the load's lock is never deleted: " << books.dump();
+    EXPECT_EQ(books.value("liveStrings", -1), 0) << books.dump();
+    EXPECT_EQ(books.value("errors", -1), 0) << books.dump();
+  }
+}
+
+}  // namespace
+}  // namespace qvtest
