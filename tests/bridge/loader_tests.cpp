@@ -239,17 +239,18 @@ TEST_F(Loader, APathThatGivesNoUrlLeavesItsPlaceNull) {
   struct Step {
     const char* function;
     Fault fault;
+    int made;     // references that came back for this path: the string, the file, the URL
     bool stored;  // a URL that came back with an exception counts
   };
-  const Step kSteps[] = {{"NewString", Fault::Null, false},
-                         {"NewString", Fault::Throw, false},
-                         {"GetMethodID", Fault::Null, false},
-                         {"GetMethodID", Fault::Throw, false},
-                         {"NewObjectV", Fault::Null, false},
-                         {"NewObjectV", Fault::Throw, false},
-                         {"CallObjectMethodV", Fault::Null, false},
-                         {"CallObjectMethodV", Fault::Throw, true},
-                         {"SetObjectArrayElement", Fault::Throw, false}};
+  const Step kSteps[] = {{"NewString", Fault::Null, 0, false},
+                         {"NewString", Fault::Throw, 0, false},
+                         {"GetMethodID", Fault::Null, 1, false},
+                         {"GetMethodID", Fault::Throw, 1, false},
+                         {"NewObjectV", Fault::Null, 1, false},
+                         {"NewObjectV", Fault::Throw, 1, false},
+                         {"CallObjectMethodV", Fault::Null, 2, false},
+                         {"CallObjectMethodV", Fault::Throw, 3, true},
+                         {"SetObjectArrayElement", Fault::Throw, 3, false}};
   const Lines kUrls = {"url(java/io/File(\"a\"))", "url(java/io/File(\"b\"))", "url(java/io/File(\"c\"))"};
   for (const Step& step : kSteps) {
     for (int place = 0; place < 3; ++place) {
@@ -265,6 +266,13 @@ TEST_F(Loader, APathThatGivesNoUrlLeavesItsPlaceNull) {
       if (!step.stored) expected[static_cast<size_t>(place)] = "null";
       EXPECT_EQ(Urls(), expected);
       EXPECT_EQ(GlobalsLeft(), 1);
+      // What did not come back is neither stored nor deleted.
+      const Lines log = Log();
+      EXPECT_TRUE(std::none_of(log.begin(), log.end(), [](const std::string& line) {
+        return line.starts_with("SetObjectArrayElement") && line.find("null") != std::string::npos;
+      }));
+      const auto deletions = std::count(log.begin(), log.end(), "slot 8 DeleteLocalRef");
+      EXPECT_EQ(deletions, 2 * 3 + step.made + 3) << "those of the paths, then array, loader and the class's name";
       Renew();
     }
   }
@@ -308,8 +316,9 @@ TEST_F(Loader, WithoutTheObjectOrItsGlobalReferenceThereIsNoLoader) {
       // The array and, where there is one, the object are deleted all the same.
       const Lines log = Log();
       EXPECT_TRUE(Has(log, "DeleteLocalRef(array)"));
-      EXPECT_EQ(Has(log, "DeleteLocalRef(java/net/URLClassLoader(array))"),
-                std::string(step.function) == "NewGlobalRef");
+      const bool made = std::string(step.function) == "NewGlobalRef";
+      EXPECT_EQ(Has(log, "DeleteLocalRef(java/net/URLClassLoader(array))"), made);
+      EXPECT_EQ(Has(log, "slot 13 NewGlobalRef"), made) << "nothing else gets a global reference";
       // Another look-up tries again and succeeds.
       Jni().SetPending(nullptr);
       Java().loaderClasses = {"a.B"};

@@ -90,6 +90,19 @@ TEST_F(Threads, RecordsThatReplaceEachOtherAreFreedOnceAndNeverReadAfterwards) {
   });
 }
 
+TEST_F(Threads, TheExchangeOfRecordsLosesNone) {
+  // Nothing but the exchange, often, and without guard pages, so that the threads meet in it.
+  QvshrLedgerSetGuard(0);
+  OnThreads(kThreads, [&](int) {
+    int32_t result = 0;
+    for (int i = 0; i < 50000; ++i) Api().CallIntMethod(&result, nullptr, nullptr, "m", "()I");
+  });
+  QvshrLedgerState state{};
+  QvshrLedgerSnapshot(&state);
+  EXPECT_EQ(state.errors, 0u) << "a record was freed twice";
+  EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+}
+
 TEST_F(Threads, OfTwoLoadersBuiltAtOnceOneStaysAndTheOtherIsDeleted) {
   static std::atomic<int> arrived;
   static Event* both;
