@@ -91,18 +91,26 @@ extern "C" {
 /* ---- IQvString: immutable text of the host library ---- */
 
 #define QV_SELF IQvString
+/** Immutable text of the host library, reference-counted. Threads: any. */
 QV_TABLE_BEGIN(IQvString)
-/* 0 */ QV_METHOD(int32_t, QueryInterface)(QV_THIS_ QV_IIDREF iid, void** object) QV_PURE;
-/* 1 */ QV_METHOD(uint32_t, AddRef)(QV_THIS) QV_PURE;
-/* 2 */ QV_METHOD(uint32_t, Release)(QV_THIS) QV_PURE;
-/* 3 */ QV_METHOD(int32_t, Reserved3)(QV_THIS) QV_PURE;
-/* 4 */ QV_METHOD(int32_t, Reserved4)(QV_THIS) QV_PURE;
+/* 0 */ /** Answers IUnknown alone; anything else E_NOINTERFACE. */
+QV_METHOD(int32_t, QueryInterface)(QV_THIS_ QV_IIDREF iid, void** object) QV_PURE;
+/* 1 */ /** The count after the increment. */
+QV_METHOD(uint32_t, AddRef)(QV_THIS) QV_PURE;
+/* 2 */ /** The count after the decrement; at 0 the object is gone. */
+QV_METHOD(uint32_t, Release)(QV_THIS) QV_PURE;
+/* 3 */ /** Not for hosts. */
+QV_METHOD(int32_t, Reserved3)(QV_THIS) QV_PURE;
+/* 4 */ /** Not for hosts. */
+QV_METHOD(int32_t, Reserved4)(QV_THIS) QV_PURE;
 /* 5 */ /** Never null, null-terminated, valid while the object lives. */
 QV_METHOD(const wchar_t*, GetText)(QV_THIS) QV_PURE;
 /* 6 */ /** UTF-16 units including the terminating null: an empty text is 1. */
 QV_METHOD(int32_t, GetLength)(QV_THIS) QV_PURE;
-/* 7 */ QV_METHOD(int32_t, Reserved7)(QV_THIS) QV_PURE;
-/* 8 */ QV_METHOD(int32_t, Reserved8)(QV_THIS) QV_PURE;
+/* 7 */ /** Not for hosts. */
+QV_METHOD(int32_t, Reserved7)(QV_THIS) QV_PURE;
+/* 8 */ /** Not for hosts. */
+QV_METHOD(int32_t, Reserved8)(QV_THIS) QV_PURE;
 /* 9 */ /** A new object: this text followed by the right one's. Negative on failure, null then. */
 QV_METHOD(int32_t, Concat)(QV_THIS_ IQvString* right, IQvString** joined) QV_PURE;
 QV_TABLE_END(IQvString)
@@ -112,8 +120,8 @@ QV_TABLE_END(IQvString)
 
 /** What CaptureException hands out, one block of the host library's QvshrAlloc: free it with its QvshrFree. */
 typedef struct ErrorRecord {
-  wchar_t text[512]; /* UTF-16, at most 511 units of message, the last unit always 0 */
-  int32_t code;      /* 0, or QV_CODE_CALL_FAILED for typed calls and array operations */
+  wchar_t text[512]; /**< UTF-16, at most 511 units of message, the last unit always 0. */
+  int32_t code;      /**< 0, or QV_CODE_CALL_FAILED for typed calls and array operations. */
 } ErrorRecord;
 
 /** {76C5133D-2502-4A2A-BC55-F03AFEB1B5AF} */
@@ -123,6 +131,7 @@ typedef struct ErrorRecord {
   }
 
 #define QV_SELF IQV_JavaVM
+/** The service object: one record of the last error, and the way into the process's Java VM. */
 QV_TABLE_BEGIN(IQV_JavaVM)
 
 /* -- identity and lifetime -- */
@@ -149,14 +158,20 @@ QV_METHOD(int32_t, GetErrorCode)(QV_THIS_ int32_t* code) QV_PURE;
 
 /* 7 */ /** Stores the reference unchanged; always S_OK. */
 QV_METHOD(int32_t, CastReference)(QV_THIS_ qv_jobject* out, qv_jobject reference) QV_PURE;
-/* 8 */ QV_METHOD(int32_t, DeleteLocalRef)(QV_THIS_ qv_jobject reference) QV_PURE;
-/* 9 */ QV_METHOD(int32_t, DeleteLocalRef2)(QV_THIS_ qv_jobject reference) QV_PURE;
-/* 10 */ QV_METHOD(int32_t, DeleteLocalRef3)(QV_THIS_ qv_jobject reference) QV_PURE;
-/* 11 */ QV_METHOD(int32_t, DeleteGlobalRef)(QV_THIS_ qv_jobject reference) QV_PURE;
+/* 8 */ /** Deletes a local reference of the calling thread; null is a success. */
+QV_METHOD(int32_t, DeleteLocalRef)(QV_THIS_ qv_jobject reference) QV_PURE;
+/* 9 */ /** The same as DeleteLocalRef. */
+QV_METHOD(int32_t, DeleteLocalRef2)(QV_THIS_ qv_jobject reference) QV_PURE;
+/* 10 */ /** The same as DeleteLocalRef. */
+QV_METHOD(int32_t, DeleteLocalRef3)(QV_THIS_ qv_jobject reference) QV_PURE;
+/* 11 */ /** Deletes a global reference, on any thread; null is a success. */
+QV_METHOD(int32_t, DeleteGlobalRef)(QV_THIS_ qv_jobject reference) QV_PURE;
 /* 12 */ /** Name in JNI's form ("java/lang/String"). In a joined JVM the service's own class path is tried second. */
 QV_METHOD(int32_t, FindClass)(QV_THIS_ qv_jclass* out, const char* name) QV_PURE;
-/* 13 */ QV_METHOD(int32_t, NewGlobalRef)(QV_THIS_ qv_jobject* out, qv_jobject reference) QV_PURE;
-/* 14 */ QV_METHOD(int32_t, NewString)(QV_THIS_ qv_jstring* out, const wchar_t* text) QV_PURE;
+/* 13 */ /** A global reference to the same object: valid on every thread until DeleteGlobalRef. */
+QV_METHOD(int32_t, NewGlobalRef)(QV_THIS_ qv_jobject* out, qv_jobject reference) QV_PURE;
+/* 14 */ /** A new Java string, a local reference of the caller; the text ends at its null. */
+QV_METHOD(int32_t, NewString)(QV_THIS_ qv_jstring* out, const wchar_t* text) QV_PURE;
 /* 15 */ /** UTF-16 units, no terminator counted. */
 QV_METHOD(int32_t, GetStringLength)(QV_THIS_ int32_t* length, qv_jstring string) QV_PURE;
 /* 16 */ /** Copies the whole string and a null. `sizeUnits` is not consulted: the buffer must hold length + 1 units. */
@@ -166,63 +181,88 @@ QV_METHOD(int32_t, GetStringValue)(QV_THIS_ IQvString** text, qv_jstring string)
 /* 18 */ /** `signature` is the argument part alone, "(Ljava/lang/String;)". A constructor that throws gives S_OK and
           null and leaves the exception pending. */
 QV_METHOD(int32_t, NewObject)(QV_THIS_ qv_jobject* out, qv_jclass cls, const char* signature, ...) QV_PURE;
-/* 19 */ QV_METHOD(int32_t, NewDefaultObject)(QV_THIS_ qv_jobject* out, qv_jclass cls) QV_PURE;
+/* 19 */ /** A new object by its constructor without arguments, else like NewObject. */
+QV_METHOD(int32_t, NewDefaultObject)(QV_THIS_ qv_jobject* out, qv_jclass cls) QV_PURE;
 
 /* -- typed calls: the Java arguments follow the signature in the widths of C's variadic calls. E_FAIL leaves a record
       with code -1001. Each "2" is a second entry of the slot before it. -- */
 
-/* 20 */ QV_METHOD(int32_t, CallIntMethod)
+/* 20 */ /** Calls an instance method that gives int. */
+QV_METHOD(int32_t, CallIntMethod)
 (QV_THIS_ int32_t* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 21 */ QV_METHOD(int32_t, CallIntMethod2)
+/* 21 */ /** The same as CallIntMethod. */
+QV_METHOD(int32_t, CallIntMethod2)
 (QV_THIS_ int32_t* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 22 */ QV_METHOD(int32_t, CallShortMethod)
+/* 22 */ /** Calls an instance method that gives short. */
+QV_METHOD(int32_t, CallShortMethod)
 (QV_THIS_ int16_t* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 23 */ QV_METHOD(int32_t, CallShortMethod2)
+/* 23 */ /** The same as CallShortMethod. */
+QV_METHOD(int32_t, CallShortMethod2)
 (QV_THIS_ int16_t* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 24 */ QV_METHOD(int32_t, CallFloatMethod)
+/* 24 */ /** Calls an instance method that gives float. */
+QV_METHOD(int32_t, CallFloatMethod)
 (QV_THIS_ float* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 25 */ QV_METHOD(int32_t, CallFloatMethod2)
+/* 25 */ /** The same as CallFloatMethod. */
+QV_METHOD(int32_t, CallFloatMethod2)
 (QV_THIS_ float* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 26 */ QV_METHOD(int32_t, CallDoubleMethod)
+/* 26 */ /** Calls an instance method that gives double. */
+QV_METHOD(int32_t, CallDoubleMethod)
 (QV_THIS_ double* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 27 */ QV_METHOD(int32_t, CallDoubleMethod2)
+/* 27 */ /** The same as CallDoubleMethod. */
+QV_METHOD(int32_t, CallDoubleMethod2)
 (QV_THIS_ double* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 28 */ QV_METHOD(int32_t, CallByteMethod)
+/* 28 */ /** Calls an instance method that gives byte. */
+QV_METHOD(int32_t, CallByteMethod)
 (QV_THIS_ int8_t* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 29 */ QV_METHOD(int32_t, CallByteMethod2)
+/* 29 */ /** The same as CallByteMethod. */
+QV_METHOD(int32_t, CallByteMethod2)
 (QV_THIS_ int8_t* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 30 */ QV_METHOD(int32_t, CallVoidMethod)
+/* 30 */ /** Calls an instance method that gives nothing. */
+QV_METHOD(int32_t, CallVoidMethod)
 (QV_THIS_ qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 31 */ QV_METHOD(int32_t, CallVoidMethod2)
+/* 31 */ /** The same as CallVoidMethod. */
+QV_METHOD(int32_t, CallVoidMethod2)
 (QV_THIS_ qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 32 */ QV_METHOD(int32_t, CallObjectMethod)
+/* 32 */ /** Calls an instance method that gives a reference, a new local reference of the caller. */
+QV_METHOD(int32_t, CallObjectMethod)
 (QV_THIS_ qv_jobject* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 33 */ QV_METHOD(int32_t, CallObjectMethod2)
+/* 33 */ /** The same as CallObjectMethod. */
+QV_METHOD(int32_t, CallObjectMethod2)
 (QV_THIS_ qv_jobject* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
 /* 34 */ /** The result is 0 or 1, as a 32-bit integer. */
 QV_METHOD(int32_t, CallBooleanMethod)
 (QV_THIS_ int32_t* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 35 */ QV_METHOD(int32_t, CallBooleanMethod2)
+/* 35 */ /** The same as CallBooleanMethod. */
+QV_METHOD(int32_t, CallBooleanMethod2)
 (QV_THIS_ int32_t* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 36 */ QV_METHOD(int32_t, CallLongMethod)
+/* 36 */ /** Calls an instance method that gives long. */
+QV_METHOD(int32_t, CallLongMethod)
 (QV_THIS_ int64_t* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 37 */ QV_METHOD(int32_t, CallLongMethod2)
+/* 37 */ /** The same as CallLongMethod. */
+QV_METHOD(int32_t, CallLongMethod2)
 (QV_THIS_ int64_t* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature, ...) QV_PURE;
-/* 38 */ QV_METHOD(int32_t, CallStaticBooleanMethod)
+/* 38 */ /** Calls a static method that gives boolean. */
+QV_METHOD(int32_t, CallStaticBooleanMethod)
 (QV_THIS_ int32_t* result, qv_jclass cls, const char* name, const char* signature, ...) QV_PURE;
-/* 39 */ QV_METHOD(int32_t, CallStaticObjectMethod)
+/* 39 */ /** Calls a static method that gives a reference, a new local reference of the caller. */
+QV_METHOD(int32_t, CallStaticObjectMethod)
 (QV_THIS_ qv_jobject* result, qv_jclass cls, const char* name, const char* signature, ...) QV_PURE;
-/* 40 */ QV_METHOD(int32_t, CallStaticVoidMethod)
+/* 40 */ /** Calls a static method that gives nothing. */
+QV_METHOD(int32_t, CallStaticVoidMethod)
 (QV_THIS_ qv_jclass cls, const char* name, const char* signature, ...) QV_PURE;
-/* 41 */ QV_METHOD(int32_t, GetStaticIntField)(QV_THIS_ int32_t* result, qv_jclass cls, const char* name) QV_PURE;
-/* 42 */ QV_METHOD(int32_t, GetStaticShortField)(QV_THIS_ int16_t* result, qv_jclass cls, const char* name) QV_PURE;
+/* 41 */ /** Reads a static field of type int. */
+QV_METHOD(int32_t, GetStaticIntField)(QV_THIS_ int32_t* result, qv_jclass cls, const char* name) QV_PURE;
+/* 42 */ /** Reads a static field of type short. */
+QV_METHOD(int32_t, GetStaticShortField)(QV_THIS_ int16_t* result, qv_jclass cls, const char* name) QV_PURE;
 
 /* -- arrays -- */
 
 /* 43 */ /** Every element starts as the same empty string. */
 QV_METHOD(int32_t, NewStringArray)(QV_THIS_ qv_jarray* out, int32_t length) QV_PURE;
-/* 44 */ QV_METHOD(int32_t, SetObjectArrayElement)(QV_THIS_ qv_jarray array, int32_t index, qv_jobject value) QV_PURE;
-/* 45 */ QV_METHOD(int32_t, NewByteArray)(QV_THIS_ qv_jarray* out, int32_t length) QV_PURE;
+/* 44 */ /** Stores a reference, which may be null; an index out of range is a failure with a record. */
+QV_METHOD(int32_t, SetObjectArrayElement)(QV_THIS_ qv_jarray array, int32_t index, qv_jobject value) QV_PURE;
+/* 45 */ /** A new byte array of so many elements, all 0; a negative length is a failure with a record. */
+QV_METHOD(int32_t, NewByteArray)(QV_THIS_ qv_jarray* out, int32_t length) QV_PURE;
 /* 46 */ /** Copies `count` bytes from element 0. The count is not checked against the array. */
 QV_METHOD(int32_t, GetByteArrayData)(QV_THIS_ qv_jarray array, int32_t ignored, int32_t count, void* bytes) QV_PURE;
 /* 47 */ /** Copies `count` bytes to element 0 and on. The count is not checked against the array. */
@@ -233,17 +273,23 @@ QV_METHOD(int32_t, SetByteArrayData)
 
 /* 48 */ /** The calling thread's JNIEnv*, valid on this thread until it ends; a pending exception is cleared. */
 QV_METHOD(int32_t, GetJNIEnv)(QV_THIS_ qv_jnienv* env) QV_PURE;
-/* 49 */ QV_METHOD(int32_t, GetJDKLocation)(QV_THIS_ IQvString** text) QV_PURE;
-/* 50 */ QV_METHOD(int32_t, GetJREBinLocation)(QV_THIS_ IQvString** text) QV_PURE;
-/* 51 */ QV_METHOD(int32_t, GetLogFileName)(QV_THIS_ IQvString** text) QV_PURE;
+/* 49 */ /** The configured JDK location, a new text of the caller; E_FAIL when it is not configured. */
+QV_METHOD(int32_t, GetJDKLocation)(QV_THIS_ IQvString** text) QV_PURE;
+/* 50 */ /** The configured folder of the JVM, a new text of the caller; E_FAIL when it is not configured. */
+QV_METHOD(int32_t, GetJREBinLocation)(QV_THIS_ IQvString** text) QV_PURE;
+/* 51 */ /** Where the JVM's output goes, a new text of the caller. */
+QV_METHOD(int32_t, GetLogFileName)(QV_THIS_ IQvString** text) QV_PURE;
 /* 52 */ /** The next JVM message truncates this file and starts it anew; switches the log on. Always S_OK. */
 QV_METHOD(int32_t, SetLogFileName)(QV_THIS_ const wchar_t* path) QV_PURE;
 /* 53 */ /** 0 drops the JVM's output, anything else logs it. Process-wide. */
 QV_METHOD(int32_t, SetJvmLogEnabled)(QV_THIS_ int32_t enabled) QV_PURE;
 /* 54 */ /** 1 when this service created the JVM, 0 when it joined one. */
 QV_METHOD(int32_t, IsJVMCreated)(QV_THIS_ int32_t* created) QV_PURE;
-/* 55 */ QV_METHOD(int32_t, GetClassPath)(QV_THIS_ IQvString** text) QV_PURE;
-/* 56 */ QV_METHOD(int32_t, GetJavaVersion)(QV_THIS_ IQvString** text) QV_PURE;
+/* 55 */ /** java.class.path of a created JVM, the service's own class path in a joined one; a new text of the caller.
+          */
+QV_METHOD(int32_t, GetClassPath)(QV_THIS_ IQvString** text) QV_PURE;
+/* 56 */ /** java.version of a created JVM, a new text of the caller; E_FAIL in a joined one. */
+QV_METHOD(int32_t, GetJavaVersion)(QV_THIS_ IQvString** text) QV_PURE;
 
 /* -- the object's own -- */
 

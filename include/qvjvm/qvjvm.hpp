@@ -56,8 +56,11 @@ class jvm {
     return jvm(vm, false);
   }
 
+  /// Shares the service object.
   jvm(const jvm& other) noexcept : vm_(other.vm_), class_path_ignored_(other.class_path_ignored_) { vm_->AddRef(); }
+  /// Leaves an object that can only be assigned to or destroyed.
   jvm(jvm&& other) noexcept : vm_(std::exchange(other.vm_, nullptr)), class_path_ignored_(other.class_path_ignored_) {}
+  /// Shares or takes over the other's service object.
   jvm& operator=(jvm other) noexcept {
     std::swap(vm_, other.vm_);
     std::swap(class_path_ignored_, other.class_path_ignored_);

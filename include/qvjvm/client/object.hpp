@@ -283,7 +283,9 @@ class global {
     reference_ = detail::invoke<void*>(from.java().env, detail::place::new_global_ref, 0, from.get());
     if (reference_ == nullptr) throw error({QV_E_OUTOFMEMORY, L"no memory for a global reference"});
   }
+  /// Leaves null behind.
   global(global&& other) noexcept : vm_(other.vm_), reference_(std::exchange(other.reference_, nullptr)) {}
+  /// Swaps, so the other object ends what this one held.
   global& operator=(global&& other) noexcept {
     std::swap(vm_, other.vm_);
     std::swap(reference_, other.reference_);

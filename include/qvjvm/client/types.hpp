@@ -1,13 +1,15 @@
 /// @file
 /// Which C++ type stands for which Java type, and the signatures that follow, at compile time.
 ///
-/// | C++ | Java |
-/// |---|---|
-/// | bool, int8_t, char16_t, int16_t, int32_t, int64_t, float, double | boolean, byte, char, short, int, long, float,
-/// double | | void (as a result) | void | | std::wstring, std::wstring_view, wide literals; the same of char16_t |
-/// String | | std::optional<std::wstring> (as a result) | String, which may be null | | std::vector<T>, std::span<const
-/// T> of the primitive types | T[] | | std::vector<std::wstring> | String[] | | qvjvm::object | Object | |
-/// qvjvm::instance<"java/util/List"> | that class |
+/// - `bool`, `int8_t`, `char16_t`, `int16_t`, `int32_t`, `int64_t`, `float`, `double`: the primitive types in Java's
+/// order
+/// - `void`, as a result: void
+/// - `std::wstring`, `std::wstring_view`, wide literals, and the same of `char16_t`: String
+/// - `std::optional` of `std::wstring`, as a result: a String that may be null
+/// - `std::vector` and `std::span` of a primitive type: an array of it
+/// - `std::vector` of `std::wstring`: String[]
+/// - qvjvm::object: Object
+/// - qvjvm::instance: the class that it names
 #pragma once
 
 #include <array>
