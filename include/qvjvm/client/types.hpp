@@ -1,8 +1,7 @@
 /// @file
 /// Which C++ type stands for which Java type, and the signatures that follow, at compile time.
 ///
-/// - `bool`, `int8_t`, `char16_t`, `int16_t`, `int32_t`, `int64_t`, `float`, `double`: the primitive types in Java's
-/// order
+/// - `bool`, `int8_t`, `char16_t`, `int16_t`, `int32_t`, `int64_t`, `float`, `double`: the primitive types in order
 /// - `void`, as a result: void
 /// - `std::wstring`, `std::wstring_view`, wide literals, and the same of `char16_t`: String
 /// - `std::optional` of `std::wstring`, as a result: a String that may be null
