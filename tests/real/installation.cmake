@@ -64,8 +64,8 @@ function(qv_add_installation name)
   set_tests_properties(real.install.${name} PROPERTIES LABELS "${labels}" FIXTURES_SETUP real.${name} TIMEOUT 120)
 endfunction()
 
-# A group is a test suite, or what FILTER says in GoogleTest's way; one that has no tests fails. LAUNCHER runs the tests
-# when they are not in <program>.exe.
+# A group is a test suite, or what FILTER says in GoogleTest's way; one that has no tests fails. LAUNCHER is the
+# command that runs the tests when <program>.exe does not.
 function(qv_add_real_test runtime program group)
   cmake_parse_arguments(PARSE_ARGV 3 arg "" "FILTER;INSTALLATION;PROCESSORS;TIMEOUT" "ENVIRONMENT;LAUNCHER")
   foreach(default IN ITEMS FILTER=${group}.* INSTALLATION=${runtime} PROCESSORS=1 TIMEOUT=120)
@@ -76,10 +76,13 @@ function(qv_add_real_test runtime program group)
     endif()
   endforeach()
   if(NOT arg_LAUNCHER)
-    set(arg_LAUNCHER ${QV_REAL_INSTALLATIONS}/${arg_INSTALLATION}/${program}.exe)
+    set(arg_LAUNCHER ${CMAKE_CROSSCOMPILING_EMULATOR} ${QV_REAL_INSTALLATIONS}/${arg_INSTALLATION}/${program}.exe)
+  endif()
+  if(NOT group MATCHES "^[A-Za-z0-9_]+$")
+    message(FATAL_ERROR "'${group}' names no group of tests; FILTER says which tests are in one")
   endif()
   set(name real.runtime${runtime}.${program}.${group})
-  add_test(NAME ${name} COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} ${arg_LAUNCHER} --gtest_filter=${arg_FILTER})
+  add_test(NAME ${name} COMMAND ${arg_LAUNCHER} --gtest_filter=${arg_FILTER})
   set_tests_properties(
     ${name}
     PROPERTIES LABELS "real;runtime${runtime}"
