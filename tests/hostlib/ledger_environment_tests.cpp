@@ -1,0 +1,76 @@
+// The ledger's environment variables, each in a process of its own.
+#include <nlohmann/json.hpp>
+
+#include "tests/hostlib/host_process.h"
+
+namespace hosttest {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class LedgerEnvironmentTest : public testing::Test {
+ protected:
+  // The report of a run of these commands.
+  nlohmann::json ReportOf(const std::vector<std::wstring>& commands) {
+    m_process.environment[L"QVSHR_LEDGER_REPORT"] = m_process.Path(L"report.json");
+    m_process.Run(commands);
+    return nlohmann::json::parse(qvtest::ReadWholeFile(m_process.Path(L"report.json")));
+  }
+
+  HostProcess m_process{kLedgerBuild};
+};
+
+TEST_F(LedgerEnvironmentTest, WithoutVariablesEverythingSucceedsAndNothingIsWritten) {
+  EXPECT_EQ(m_process.RunOne(L"alloc:5"), "11111");
+  EXPECT_FALSE(qvtest::FileExists(m_process.Path(L"report.json")));
+}
+
+TEST_F(LedgerEnvironmentTest, FailAtMakesOneAllocationOfTheProcessFail) {
+  m_process.environment[L"QVSHR_LEDGER_FAIL_AT"] = L"3";
+  EXPECT_EQ(m_process.RunOne(L"alloc:5"), "11011");
+  m_process.environment[L"QVSHR_LEDGER_FAIL_MODE"] = L"once";
+  EXPECT_EQ(m_process.RunOne(L"alloc:5"), "11011");
+}
+
+TEST_F(LedgerEnvironmentTest, FailModeFromMakesEveryLaterOneFailToo) {
+  m_process.environment[L"QVSHR_LEDGER_FAIL_AT"] = L"3";
+  m_process.environment[L"QVSHR_LEDGER_FAIL_MODE"] = L"from";
+  EXPECT_EQ(m_process.RunOne(L"alloc:5"), "11000");
+}
+
+TEST_F(LedgerEnvironmentTest, GuardStopsAProcessThatWritesPastABlock) {
+  EXPECT_EQ(m_process.RunOne(L"overrun"), "written past the end");
+  EXPECT_EQ(m_process.exitCode, 0u) << "without guard pages it goes on";
+  m_process.environment[L"QVSHR_LEDGER_GUARD"] = L"1";
+  EXPECT_EQ(m_process.RunOne(L"overrun"), "<0 lines>");
+  EXPECT_EQ(m_process.exitCode, DWORD{STATUS_ACCESS_VIOLATION});
+  m_process.environment[L"QVSHR_LEDGER_GUARD"] = L"0";
+  EXPECT_EQ(m_process.RunOne(L"overrun"), "written past the end");
+}
+
+TEST_F(LedgerEnvironmentTest, TheReportOfACleanProcessSaysSo) {
+  const nlohmann::json report = ReportOf({L"alloc:3"});
+  EXPECT_EQ(report.at("liveBlocks"), 0);
+  EXPECT_EQ(report.at("liveBytes"), 0);
+  EXPECT_EQ(report.at("liveStrings"), 0);
+  EXPECT_EQ(report.at("liveKeys"), 0);
+  EXPECT_EQ(report.at("totalAllocations"), 3);
+  EXPECT_EQ(report.at("failedAllocations"), 0);
+  EXPECT_EQ(report.at("errors"), 0);
+  EXPECT_EQ(report.at("torn"), 0);
+  EXPECT_GT(report.at("pid"), 0);
+}
+
+TEST_F(LedgerEnvironmentTest, TheReportNamesWhatIsLeft) {
+  m_process.environment[L"QVSHR_LEDGER_FAIL_AT"] = L"4";
+  const nlohmann::json report = ReportOf({L"leak:100", L"leakstring", L"leak:11", L"alloc:1", L"doublefree"});
+  EXPECT_EQ(report.at("liveBlocks"), 3);
+  EXPECT_GE(report.at("liveBytes"), 111);
+  EXPECT_EQ(report.at("liveStrings"), 1);
+  EXPECT_EQ(report.at("totalAllocations"), 4);
+  EXPECT_EQ(report.at("failedAllocations"), 1);
+  EXPECT_EQ(report.at("errors"), 1);
+}
+
+}  // namespace
+}  // namespace hosttest
