@@ -25,7 +25,7 @@ std::string g_output;
 
 jint JNICALL KeepOutput(FILE*, const char* format, va_list arguments) {
   char text[4096];
-  const int written = __mingw_vsnprintf(text, sizeof(text), format, arguments);
+  const int written = std::vsnprintf(text, sizeof(text), format, arguments);
   const std::lock_guard guard(g_lock);
   g_output += text;
   return written;

@@ -144,19 +144,12 @@ TEST_F(JoinedVm, SearchPathIsPreparedAsForAnyHostOfItsKind) {
 }
 
 TEST_F(JoinedVm, ClassPathIsTheConfiguredOne) {
-  const std::wstring install = InstallFolder();
-  const std::wstring host = KindOfHost() == HostKind::Java ? install + L"\\JRE\\bin" : install;
-  std::wstring expected;
-  if (KindOfHost() == HostKind::Known) expected = L"C:\\some jdk\\JRE\\LIB\\rt.jar;C:\\some jdk\\LIB\\tools.jar;";
-  for (const wchar_t* entry : {L"fop-0.20.5\\build\\fop.jar", L"fop-0.20.5\\lib\\batik.jar",
-                               L"fop-0.20.5\\lib\\xalan-2.4.1.jar", L"fop-0.20.5\\lib\\xercesImpl-2.2.1.jar",
-                               L"fop-0.20.5\\lib\\xml-apis.jar", L"fop-0.20.5\\lib\\avalon-framework-cvs-20020806.jar",
-                               L"fop-0.20.5\\lib\\logkit-1.0.jar", L"fop-0.20.5\\lib\\jimi-1.0.jar"}) {
-    expected += host + L"\\IDE\\" + entry + L";";
+  const std::wstring host = InstallFolder() + (KindOfHost() == HostKind::Java ? L"\\JRE\\bin" : L"");
+  std::wstring expected = DefaultArchives(host) + L";.";
+  if (KindOfHost() == HostKind::Known) {
+    expected = L"C:\\some jdk\\JRE\\LIB\\rt.jar;C:\\some jdk\\LIB\\tools.jar;" + DefaultArchives(host) + L";" +
+               kListed + L";" + kOfUser + L";.";
   }
-  expected += install + L"\\qvejbclient.jar;" + host + L"\\IDE\\qvjdbc12.jar";
-  if (KindOfHost() == HostKind::Known) expected += std::wstring(L";") + kListed + L";" + kOfUser;
-  expected += L";.";
   IQvString* path = nullptr;
   EXPECT_TRUE(Ok(Vm(), Vm()->GetClassPath(&path)));
   EXPECT_EQ(TakeText(path), expected);

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "tests/support/registry_sandbox.h"
+#include "tests/support/temp_folder.h"
 
 namespace qvtest {
 
@@ -40,6 +41,19 @@ std::wstring InstallFolder() {
   std::wstring path(1024, L'\0');
   path.resize(GetModuleFileNameW(OwnModule(), path.data(), static_cast<DWORD>(path.size())));
   return std::filesystem::path(path).parent_path().wstring();
+}
+
+std::wstring DefaultArchives(const std::wstring& hostFolder) {
+  std::wstring joined;
+  for (const wchar_t* entry :
+       {L"fop-0.20.5\\build\\fop.jar", L"fop-0.20.5\\lib\\batik.jar", L"fop-0.20.5\\lib\\xalan-2.4.1.jar",
+        L"fop-0.20.5\\lib\\xercesImpl-2.2.1.jar", L"fop-0.20.5\\lib\\xml-apis.jar",
+        L"fop-0.20.5\\lib\\avalon-framework-cvs-20020806.jar", L"fop-0.20.5\\lib\\logkit-1.0.jar",
+        L"fop-0.20.5\\lib\\jimi-1.0.jar", L"qvejbclient.jar", L"qvjdbc12.jar"}) {
+    const std::wstring installed = InstallFolder() + L"\\" + entry;
+    joined += (joined.empty() ? L"" : L";") + (FileExists(installed) ? installed : hostFolder + L"\\IDE\\" + entry);
+  }
+  return joined;
 }
 
 const ServiceExports& LoadService() {

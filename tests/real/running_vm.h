@@ -29,6 +29,10 @@ const ServiceExports& LoadService();
 // Where the tests are installed, without a trailing backslash.
 std::wstring InstallFolder();
 
+// The archives that the service names by itself, joined by ";": installed ones where they are, the others below the IDE
+// folder of the host's.
+std::wstring DefaultArchives(const std::wstring& hostFolder);
+
 // A service object with one reference of the caller's.
 IQV_JavaVM* NewService(const wchar_t* classPath = nullptr);
 
