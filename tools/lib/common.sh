@@ -36,7 +36,8 @@ run_logged() {
   return "$status"
 }
 
-# The same for what takes long: tells every five seconds how far it is, as progress_of reads it from the log.
+# The same for what takes long: tells after five seconds, and then ever less often, how far it is, as progress_of reads
+# it from the log.
 run_watched() {
   local log=$1 status=0
   watch_log "$@" || status=$?
@@ -69,12 +70,13 @@ tell_failure() {
 }
 
 tick_progress() {
-  local progress told=
-  until read -r -t 5 _ || [ $? -le 128 ]; do
+  local progress told='' pause=5
+  until read -r -t "$pause" _ || [ $? -le 128 ]; do
     progress=$(progress_of "$1")
     if [ -n "$progress" ] && [ "$progress" != "$told" ]; then
       note "$progress"
       told=$progress
+      pause=$((pause + 1))
     fi
   done
 }
