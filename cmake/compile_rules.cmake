@@ -27,4 +27,5 @@ if(QV_SANITIZE)
   target_compile_options(
     qv_product INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-fsanitize=undefined -fsanitize-undefined-trap-on-error
                          -fstack-protector-strong>)
+  target_link_options(qv_product INTERFACE -fstack-protector-strong)  # brings the library that ends the process
 endif()
