@@ -69,13 +69,25 @@ end_cleanly() {
 }
 
 # Debian's Wine server leaves at once when the last program does, and a program that starts just then fails. So one
-# that does nothing stays while a script runs many: it reads a pipe that ends with this shell, however that ends.
+# that does nothing stays while a script runs many: it reads a pipe that ends with this shell, however that ends. Wine's
+# own processes inherit the output of the first program, which is this one, so it is waited for.
 hold_wine() {
-  exec {wine_held}> >(clean_java_environment && close_inherited_files && exec wine cmd.exe /d /c "set /p qv=" >/dev/null)
+  local held
+  coproc wine_holder { clean_java_environment && close_inherited_files && exec wine cmd.exe /d /c "echo held& set /p qv="; }
+  read -r held <&"${wine_holder[0]}" || fail "Wine does not start"
 }
 
-# For programs that are run one by one: the server waits five seconds for the next.
-linger_wine() { wineserver -p5 </dev/null >/dev/null 2>&1 || true; }
+# For programs that are run one by one: the server waits five seconds for the next, and its processes get no output of
+# the program, which whoever waits for the end of that would wait for too.
+linger_wine() {
+  local lock
+  exec {lock}>"$WINEPREFIX.lock"
+  flock "$lock"
+  if wineserver -p5 </dev/null >/dev/null 2>&1 {lock}>&-; then
+    wine cmd.exe /d /c rem </dev/null >/dev/null 2>&1 {lock}>&-
+  fi
+  exec {lock}>&-
+}
 
 # Wine's server outlives the program that started it; what it inherits stays open, locks and pipes too.
 # 255 is where bash reads the calling script; it is not passed on.
