@@ -223,6 +223,16 @@ TEST_F(Loader, WithoutAClassPathTheBuildStops) {
   }
 }
 
+TEST_F(Loader, AClassPathThatComesWithAFailureIsNotUsed) {
+  Watch().Replace(
+      55, +[](void*, IQvString** text) -> int32_t {
+        QvshrCreateString(L"a", text);
+        return E_FAIL;
+      });
+  EXPECT_EQ(Find(), E_FAIL);
+  EXPECT_EQ(Log(), kBeforeTheBuild + kClasses + kAskPath + kNothingPending);
+}
+
 TEST_F(Loader, WithoutAnArrayThereIsNoLoader) {
   for (const Fault fault : {Fault::Null, Fault::Throw}) {
     SetClassPath(L"a");

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/bridge/bridge_test.h"
+#include "tests/support/import_hook.h"
 
 namespace qvtest {
 
@@ -101,6 +102,102 @@ TEST_F(Threads, TheExchangeOfRecordsLosesNone) {
   QvshrLedgerSnapshot(&state);
   EXPECT_EQ(state.errors, 0u) << "a record was freed twice";
   EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+}
+
+TEST_F(Threads, ARecordIsNotReadOnceItIsFreed) {
+  // Half of the threads replace it, half read it; behind the guard pages a freed record cannot be read.
+  OnThreads(kThreads, [&](int thread) {
+    int32_t result = 0;
+    for (int i = 0; i < 10000; ++i) {
+      if (thread % 2 == 0) {
+        Api().CallIntMethod(&result, nullptr, nullptr, "m", "()I");
+        continue;
+      }
+      IQvString* text = nullptr;
+      if (Api().GetErrorText(&text) == S_OK) {
+        EXPECT_EQ(TakeText(text), kInternal);
+      }
+      int32_t code = 0;
+      if (Api().GetErrorCode(&code) == S_OK) {
+        EXPECT_EQ(code, -1001);
+      }
+    }
+  });
+}
+
+// How often the service has taken a slim lock, and how many it holds; the test runs on one thread.
+int g_taken = 0;
+int g_held = 0;
+int g_hostCalls = 0;
+int g_hostCallsUnderLock = 0;
+void (*g_free)(void*) = nullptr;
+void* (*g_alloc)(size_t) = nullptr;
+int32_t (*g_createString)(const wchar_t*, IQvString**) = nullptr;
+void(WINAPI* g_acquire)(SRWLOCK*) = nullptr;
+void(WINAPI* g_release)(SRWLOCK*) = nullptr;
+
+void CountHostCall() {
+  ++g_hostCalls;
+  if (g_held > 0) ++g_hostCallsUnderLock;
+}
+void WINAPI Acquire(SRWLOCK* lock) {
+  ++g_taken;
+  ++g_held;
+  g_acquire(lock);
+}
+void WINAPI Release(SRWLOCK* lock) {
+  --g_held;
+  g_release(lock);
+}
+void Free(void* block) {
+  CountHostCall();
+  g_free(block);
+}
+void* Alloc(size_t bytes) {
+  CountHostCall();
+  return g_alloc(bytes);
+}
+int32_t CreateString(const wchar_t* text, IQvString** out) {
+  CountHostCall();
+  return g_createString(text, out);
+}
+
+TEST_F(Threads, RecordsAreReplacedAndReadUnderALockThatNeitherTheHostNorJavaSees) {
+  int javaCallsUnderLock = 0;
+  Java().answers["m"] = [&](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
+    if (g_held > 0) ++javaCallsUnderLock;
+    jni.SetPending(Throwable("exception", L"thrown"));
+    return jvalue{};
+  };
+  const jclass cls = Jni().GivenClass("a/B");
+  const ImportHook acquire(nullptr, "AcquireSRWLockExclusive", Acquire);
+  const ImportHook release(nullptr, "ReleaseSRWLockExclusive", Release);
+  const ImportHook free(nullptr, "qvshr.dll", 2, reinterpret_cast<void*>(&Free));
+  const ImportHook alloc(nullptr, "qvshr.dll", 1, reinterpret_cast<void*>(&Alloc));
+  const ImportHook create(nullptr, "qvshr.dll", 3, reinterpret_cast<void*>(&CreateString));
+  g_acquire = acquire.Original<decltype(g_acquire)>();
+  g_release = release.Original<decltype(g_release)>();
+  g_free = free.Original<decltype(g_free)>();
+  g_alloc = alloc.Original<decltype(g_alloc)>();
+  g_createString = create.Original<decltype(g_createString)>();
+  const auto locksOf = [](const auto& call) {
+    g_taken = 0;
+    call();
+    EXPECT_EQ(g_held, 0);
+    return g_taken;
+  };
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_GT(locksOf([&] { EXPECT_EQ(Api().CallStaticVoidMethod(cls, "m", "()V"), E_FAIL); }), 0);
+    IQvString* text = nullptr;
+    EXPECT_GT(locksOf([&] { EXPECT_EQ(Api().GetErrorText(&text), S_OK); }), 0);
+    EXPECT_EQ(TakeText(text), L"thrown");
+    int32_t code = 0;
+    EXPECT_GT(locksOf([&] { EXPECT_EQ(Api().GetErrorCode(&code), S_OK); }), 0);
+    EXPECT_EQ(code, -1001);
+  }
+  EXPECT_GT(g_hostCalls, 0);
+  EXPECT_EQ(g_hostCallsUnderLock, 0);
+  EXPECT_EQ(javaCallsUnderLock, 0);
 }
 
 TEST_F(Threads, OfTwoLoadersBuiltAtOnceOneStaysAndTheOtherIsDeleted) {
