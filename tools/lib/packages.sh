@@ -17,7 +17,7 @@ find_jdk() {
 find_pip_python() {
   local python
   for python in python3 /usr/bin/python3; do
-    if "$python" -m pip --version >/dev/null 2>&1; then
+    if "$python" -c 'import importlib.util, sys; sys.exit(not importlib.util.find_spec("pip"))' 2>/dev/null; then
       printf '%s\n' "$python"
       return
     fi
