@@ -1,3 +1,4 @@
+// The service joins the recorded VM in the ordinary way: its look for existing VMs finds that one.
 #include "tests/bridge/bridge_test.h"
 
 #include <new>

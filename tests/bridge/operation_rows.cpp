@@ -1,3 +1,4 @@
+// The rows. What a failing call leads to was worked out from the rules of each operation, step by step.
 #include "tests/bridge/operation_rows.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// The watched table is a copy of the object's own, with a function in every slot that records the call and passes it
+// on.
 #include "tests/bridge/slot_table.h"
 
 #include <gtest/gtest.h>

@@ -194,6 +194,8 @@ TEST_F(Threads, RecordsAreReplacedAndReadUnderALockThatNeitherTheHostNorJavaSees
     int32_t code = 0;
     EXPECT_GT(locksOf([&] { EXPECT_EQ(Api().GetErrorCode(&code), S_OK); }), 0);
     EXPECT_EQ(code, -1001);
+    // The old record goes and a new one comes.
+    EXPECT_GE(locksOf([&] { EXPECT_EQ(Api().CallStaticVoidMethod(nullptr, "m", "()V"), E_FAIL); }), 2);
   }
   EXPECT_GT(g_hostCalls, 0);
   EXPECT_EQ(g_hostCallsUnderLock, 0);

@@ -1,3 +1,4 @@
+// The table of the typed calls, and how a slot is called with what its form takes.
 #include "tests/bridge/typed_call_rows.h"
 
 #include <cstring>
