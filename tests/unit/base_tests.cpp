@@ -236,6 +236,23 @@ TEST(GuardTest, WhateverACallRaisesIsCaughtAndLeavesTheValue) {
   EXPECT_TRUE(qv::CallGuarded(&Play, &outcome, &value)) << "after a caught exception";
 }
 
+#ifdef QV_TRAPS_UNDEFINED
+TEST(SanitizeTest, UndefinedBehaviourEndsAtATrap) {
+  const auto overflow = [](void* at) -> int32_t {
+    volatile int32_t most = *static_cast<int32_t*>(at);
+    return most + 1;
+  };
+  const auto shift = [](void* at) -> int32_t {
+    volatile int32_t width = *static_cast<int32_t*>(at);
+    return 1 << width;
+  };
+  int32_t largest = INT32_MAX;
+  int32_t value = 0;
+  EXPECT_FALSE(qv::CallGuarded(overflow, &largest, &value)) << "a signed overflow went on";
+  EXPECT_FALSE(qv::CallGuarded(shift, &largest, &value)) << "a shift by too much went on";
+}
+#endif
+
 // ---- the rest ----
 
 void* ReadOnAnotherThread(const qv::ThreadSlot& slot) {
