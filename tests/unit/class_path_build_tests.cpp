@@ -144,6 +144,21 @@ TEST_F(ClassPathBuildTest, AHugeCountGivesTheEntriesThatAreThere) {
   EXPECT_EQ(Build(), L"true: " + Ide() + L"\\a.jar;" + Ide() + L"\\f.jar");
 }
 
+TEST_F(ClassPathBuildTest, ACountFoundWithoutAnObjectIsNoEntries) {
+  static FakeKey key;
+  key.values = {{L"Count", {0, std::nullopt}}, {L"0", {0, L"\\a.jar"}}};
+  const auto open = [](const DefaultConfigRecord*, IQvRegKey** out) {
+    key.AddRef();
+    *out = &key;
+    return int32_t{0};
+  };
+  const ImportHook tree(nullptr, "qvshr.dll", 5, reinterpret_cast<void*>(+open));
+  EXPECT_EQ(Build(), L"true: ");
+  EXPECT_EQ(key.opened,
+            (std::vector<std::pair<std::wstring, uint32_t>>{{L"Java\\QVRTConfig\\QVSysclasspath", 0x20019}}));
+  EXPECT_EQ(key.references, 1u);
+}
+
 TEST_F(ClassPathBuildTest, WithoutTheBuiltInTreeThereIsNoClassPathAndNoMessage) {
   {
     const FailCall fault(kQvshrCallOpenDefaultTree, 1);

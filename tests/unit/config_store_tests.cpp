@@ -76,6 +76,14 @@ TEST_F(ConfigStoreTest, OpenRootKeyIsTrueOnlyWhenTheHostLibraryAnswersExactly0) 
   EXPECT_EQ(registry.Requests(), (std::vector<FakeRegistry::Request>{{HKEY_CURRENT_USER, kQuovantRoot, 0x1234}}));
 }
 
+TEST_F(ConfigStoreTest, ARootThatOpensWithoutAnObjectIsNotOpen) {
+  const FakeRegistry registry(nullptr, 0);
+  IQvRegKey* key = nullptr;
+  EXPECT_FALSE(m_config->OpenRootKey(HKEY_LOCAL_MACHINE, 0x20019, &key));
+  EXPECT_EQ(key, nullptr);
+  for (const Location& location : kLocations) EXPECT_EQ(Read(location), L"false: <null>");
+}
+
 // ---- JDKLocation and JREBinLocation ----
 
 TEST_F(ConfigStoreTest, EachLocationIsReadFromTheKeyJavaBelowTheHostsRoot) {

@@ -336,6 +336,12 @@ TEST_F(ListMessageTest, TheTitleIsTheServicesNameAndTheRootIsTheHosts) {
             Box(std::wstring(kKeyMessage) + kLoomhallRoot + L"\\", L"Tablero Java VM Service"));
 }
 
+TEST_F(ListMessageTest, WithoutItsResourceAMessageIsEmpty) {
+  const ImportHook strings(
+      nullptr, "LoadStringW", +[](HINSTANCE, UINT, LPWSTR, int) WINAPI { return 0; });
+  EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"L", false), Box(L""));
+}
+
 TEST_F(ListMessageTest, FormatSignsInAPathAreShownAsTheyAre) {
   m_registry.CreateKey(Hive::Machine, kQuovantRoot);
   EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"100%s%n%d", false),

@@ -112,9 +112,11 @@ class FakeRegistry {
     friend bool operator==(const Request&, const Request&) = default;
   };
 
-  explicit FakeRegistry(FakeKey& key, int32_t status = 0)
+  explicit FakeRegistry(FakeKey& key, int32_t status = 0) : FakeRegistry(&key, status) {}
+  // A null key: the answer without an object.
+  explicit FakeRegistry(FakeKey* key, int32_t status)
       : m_hook(nullptr, "qvshr.dll", 4, reinterpret_cast<void*>(&Open)) {
-    s_key = &key;
+    s_key = key;
     s_status = status;
     s_requests.clear();
   }

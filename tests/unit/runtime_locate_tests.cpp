@@ -132,6 +132,16 @@ TEST_F(RuntimeLocateTest, TheRegistryIsOpenedWithReadAccessAndEveryKeyIsReleased
   EXPECT_EQ(key.references, 1u);
 }
 
+TEST_F(RuntimeLocateTest, ACurrentVersionWithoutAnObjectEndsTheSearchThere) {
+  FakeKey key;
+  key.values[L"CurrentVersion"].status = 0;
+  key.values[L"JavaHome"].text = L"C:\\nowhere";
+  const FakeRegistry registry(key);
+  ExpectNothingFound("CurrentVersion without an object");
+  EXPECT_EQ(key.queried, (std::vector<std::wstring>{L"CurrentVersion", L"JDKLocation"})) << "the last resort is next";
+  EXPECT_EQ(key.references, 1u);
+}
+
 // ---- the setting that keeps the current runtime out ----
 
 TEST_F(RuntimeLocateTest, Setting1SkipsJavaHomeAndTheRegistry) {

@@ -360,6 +360,13 @@ TEST_F(StartOptionsTest, TheBuiltInPropertyStandsForAMissingKey) {
   EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"-Djava.compiler=NONE"}));
 }
 
+TEST_F(StartOptionsTest, ACountFoundWithoutAnObjectIs0) {
+  FakeKey key;
+  key.values = {{L"Count", {0, std::nullopt}}, {L"0", {0, L"-Xint"}}};
+  const FakeRegistry registry(key);
+  EXPECT_EQ(Configured(), (Texts{"-D0=-Xint", "-DCount="})) << "one key stands for both lists";
+}
+
 TEST_F(StartOptionsTest, TheOptionListIsProbedForItsCountBeforeItIsUsed) {
   FakeKey key;
   key.values = {{L"0", {0, L"-Xint"}}};
