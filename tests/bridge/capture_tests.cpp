@@ -210,6 +210,14 @@ TEST_F(Capture, ACopyThatDoesNotReturnZeroIsAnUnknownException) {
   }
 }
 
+TEST_F(Capture, ALengthThatCannotBeHadIsAnUnknownException) {
+  LeavePending(L"java.lang.Error");
+  Watch().Replace(
+      15, +[](void*, int32_t*, qv_jstring) -> int32_t { return E_FAIL; });
+  EXPECT_EQ(Take(), kUnknownException);
+  EXPECT_EQ(Jni().Pending(), nullptr);
+}
+
 std::string g_className;
 qv_jclass g_class = nullptr;
 
