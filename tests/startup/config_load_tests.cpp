@@ -83,6 +83,8 @@ TEST(ConfigurationLoad, HostIsRecognisedByItsFileNameInAnyLetterCase) {
            HostCase{L"C:\\hosts\\qv195.exe", kUnknownHost, kQuovant},
            HostCase{L"C:\\hosts\\qv19.0.exe", kUnknownHost, kQuovant},
            HostCase{L"C:\\hosts\\qv190.com", kUnknownHost, kQuovant},
+           HostCase{L"C:\\hosts\\qv190.exe.exe", kUnknownHost, kQuovant},
+           HostCase{L"C:\\hosts\\qv190.exec", kUnknownHost, kQuovant},
            HostCase{L"C:\\hosts\\qv190", kUnknownHost, kQuovant},
            HostCase{L"C:\\hosts\\qv.exe", kUnknownHost, kQuovant},
            HostCase{L"C:\\hosts\\tv190.exe", kUnknownHost, kQuovant},

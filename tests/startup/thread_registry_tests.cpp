@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/procedure.h"
 #include "service/java_vm_manager.h"
 #include "service/jni_initializer.h"
 #include "service/thread_end.h"
@@ -34,12 +35,14 @@ class JoinedWorld : public StartupWorld {
 // A thread that waits inside the test until it is let go.
 class WaitingThread {
  public:
-  template <class Work>
-  explicit WaitingThread(Work work)
-      : m_thread([this, work] {
+  // `work` runs at once and is done when the constructor returns, `rest` when the thread is let go.
+  explicit WaitingThread(
+      std::function<void()> work, std::function<void()> rest = [] {})
+      : m_thread([this, work = std::move(work), rest = std::move(rest)] {
           work();
           SetEvent(m_ready);
           WaitForSingleObject(m_go, INFINITE);
+          rest();
         }) {
     WaitForSingleObject(m_ready, INFINITE);
   }
@@ -47,8 +50,10 @@ class WaitingThread {
   WaitingThread(const WaitingThread&) = delete;
   WaitingThread& operator=(const WaitingThread&) = delete;
 
+  void Go() { SetEvent(m_go); }
+  // Goes and is gone when this returns.
   void LetGo() {
-    SetEvent(m_go);
+    Go();
     m_thread.Wait();
   }
 
@@ -346,12 +351,18 @@ TEST(ThreadEnd, ThreadsThatComeAndGoLeaveNothing) {
 // The hook runs while the registry's lock is held.
 HANDLE g_insideLoad = nullptr;
 HANDLE g_leaveLoad = nullptr;
+bool g_loaderLockTaken = false;
 HMODULE WINAPI LoadAndWait(const char*) {
   SetEvent(g_insideLoad);
   WaitForSingleObject(g_leaveLoad, INFINITE);
-  // Needs the loader's lock, which no ending thread may hold while it waits for the registry's.
-  const HMODULE loaded = LoadLibraryW(L"version.dll");
-  if (loaded != nullptr) FreeLibrary(loaded);
+  // The loader's own lock, which no ending thread may hold while it waits for the registry's.
+  HMODULE const ntdll = GetModuleHandleW(L"ntdll.dll");
+  using Lock = LONG(NTAPI*)(ULONG flags, ULONG * state, ULONG_PTR * cookie);
+  using Unlock = LONG(NTAPI*)(ULONG flags, ULONG_PTR cookie);
+  ULONG_PTR cookie = 0;
+  const auto lock = qv::FindProcedure<Lock>(ntdll, "LdrLockLoaderLock");
+  g_loaderLockTaken = lock != nullptr && lock(0, nullptr, &cookie) == 0;
+  if (g_loaderLockTaken) qv::FindProcedure<Unlock>(ntdll, "LdrUnlockLoaderLock")(0, cookie);
   return nullptr;
 }
 
@@ -369,21 +380,19 @@ TEST(ThreadEnd, ThreadThatEndsDuringALibraryLoadWaitsWithoutTheLoadersLock) {
           return 0;
         },
         nullptr, 0, nullptr);
-    WaitForSingleObject(g_insideLoad, INFINITE);
-    HANDLE const release = CreateThread(
-        nullptr, 0,
-        [](void*) -> DWORD {
-          Sleep(100);  // time for the other one to reach its end; too little would only prove less
-          SetEvent(g_leaveLoad);
-          return 0;
-        },
-        nullptr, 0, nullptr);
+    // Runs already when the other thread ends: under Wine no thread can begin while such a callback waits.
+    WaitingThread release([] { WaitForSingleObject(g_insideLoad, INFINITE); },
+                          [] {
+                            Sleep(100);  // time for the other one to reach its end; too little would only prove less
+                            SetEvent(g_leaveLoad);
+                          });
+    ending.Go();
+    release.LetGo();
     ending.LetGo();
-    for (HANDLE const thread : {loading, release}) {
-      WaitForSingleObject(thread, INFINITE);
-      CloseHandle(thread);
-    }
+    WaitForSingleObject(loading, INFINITE);
+    CloseHandle(loading);
   }
+  EXPECT_TRUE(g_loaderLockTaken);
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
   CloseHandle(g_insideLoad);
   CloseHandle(g_leaveLoad);
