@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/hostlib/host_build.h"
+#include "tests/support/import_hook.h"
 
 namespace hosttest {
 namespace {
@@ -104,6 +105,28 @@ TEST_P(RegistryTest, ASubKeyOutlivesItsParent) {
   EXPECT_EQ(Enum(sub, 0), L"<none>");
   EXPECT_EQ(sub->Release(), 0u);
   sub.Forget();
+}
+
+TEST_P(RegistryTest, TheLastReleaseClosesTheKey) {
+  static decltype(&RegCloseKey) close = nullptr;
+  static int closed = 0;
+  closed = 0;
+  MakeSubKey(L"A");
+  const qvtest::ImportHook hook(
+      module, "RegCloseKey", +[](HKEY key) WINAPI {
+        ++closed;
+        return close(key);
+      });
+  close = hook.Original<decltype(close)>();
+  Key key = OpenOwn();
+  Key sub = OpenSub(key, L"A");
+  EXPECT_EQ(sub->AddRef(), 2u);
+  EXPECT_EQ(sub->Release(), 1u);
+  EXPECT_EQ(closed, 0) << "closed although a reference is left";
+  key = Key();
+  EXPECT_EQ(closed, 1);
+  sub = Key();
+  EXPECT_EQ(closed, 2);
 }
 
 TEST_P(RegistryTest, OnlyTheAccessThatWasAskedForIsOpened) {
