@@ -5,8 +5,8 @@
 int main() {
   const HMODULE service = LoadLibraryW(L"qvjvm.dll");
   if (service == nullptr) return 1;
-  const auto create = reinterpret_cast<QV_CreateJavaVMFn>(
-      reinterpret_cast<void*>(GetProcAddress(service, "QV_CreateJavaVM")));
+  const auto create =
+      reinterpret_cast<QV_CreateJavaVMFn>(reinterpret_cast<void*>(GetProcAddress(service, "QV_CreateJavaVM")));
   IQV_JavaVM* vm = nullptr;
   if (create == nullptr || create(&vm, nullptr) < 0) return 1;
   qv_jclass integer = nullptr;

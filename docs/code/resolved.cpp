@@ -9,10 +9,10 @@ int main() {
   const qvjvm::global shared(counter.create());                              // for every thread
 
   std::thread worker([&] {
-    const qvjvm::frame frame(java);                       // gives back every reference of this block
-    const qvjvm::object mine = shared.on_this_thread();   // the thread joins the JVM here
+    const qvjvm::frame frame(java);                      // gives back every reference of this block
+    const qvjvm::object mine = shared.on_this_thread();  // the thread joins the JVM here
     for (int i = 0; i < 1000; ++i) increment(mine);
-  });                                                     // and leaves it when it ends
+  });  // and leaves it when it ends
   worker.join();
   std::printf("%d\n", shared.on_this_thread().call<int32_t>("get"));
 }
