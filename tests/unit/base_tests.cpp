@@ -1,4 +1,4 @@
-// The helpers under everything else: bounded copies, text under construction, lists, the guard, flags of threads.
+// What everything else stands on: bounded copies, text under construction, lists, the guard, flags of threads.
 #include <jni.h>
 
 #include <array>
