@@ -255,7 +255,9 @@ std::vector<std::pair<QvshrCall, std::function<bool()>>> FailingCalls(Objects& o
 
 TEST_F(LedgerScriptTest, TheNthCallOfAnOperationFailsOnceOrFromThereOn) {
   Objects objects;
-  for (const auto& [call, succeeds] : FailingCalls(objects)) {
+  for (const auto& row : FailingCalls(objects)) {
+    const QvshrCall call = row.first;
+    const std::function<bool()>& succeeds = row.second;
     SCOPED_TRACE(testing::Message() << "call " << call);
     QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, 1);
     QvshrLedgerOverrideInt(kQvshrCallNoDetachQuery, 1);
