@@ -69,22 +69,27 @@ end_cleanly() {
 }
 
 # Debian's Wine server leaves at once when the last program does, and a program that starts just then fails. So one
-# that does nothing stays while a script runs many: it reads a pipe that ends with this shell, however that ends. Wine's
-# own processes inherit the output of the first program, which is this one, so it is waited for.
+# that does nothing stays while a script runs many: it reads a pipe that ends with this shell, however that ends.
 hold_wine() {
   local held
-  coproc wine_holder { clean_java_environment && close_inherited_files && exec wine cmd.exe /d /c "echo held& set /p qv="; }
+  coproc wine_holder {
+    clean_java_environment && close_inherited_files && exec 2>/dev/null &&
+      exec wine cmd.exe /d /c "$qv_wake_wine& echo held& set /p qv="
+  }
   read -r held <&"${wine_holder[0]}" || fail "Wine does not start"
 }
 
-# For programs that are run one by one: the server waits five seconds for the next, and its processes get no output of
-# the program, which whoever waits for the end of that would wait for too.
+# Wine's own processes, the services and the desktop, inherit the output of the program that needs them first, and who
+# waits for the end of that output waits for them. So this is that program; a window class is enough for the desktop.
+qv_wake_wine='rundll32.exe user32.dll,GetDesktopWindow'
+
+# For programs that are run one by one: the server waits five seconds for the next.
 linger_wine() {
   local lock
   exec {lock}>"$WINEPREFIX.lock"
   flock "$lock"
   if wineserver -p5 </dev/null >/dev/null 2>&1 {lock}>&-; then
-    wine cmd.exe /d /c rem </dev/null >/dev/null 2>&1 {lock}>&-
+    wine cmd.exe /d /c "$qv_wake_wine" </dev/null >/dev/null 2>&1 {lock}>&- || true
   fi
   exec {lock}>&-
 }
