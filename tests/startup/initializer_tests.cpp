@@ -211,6 +211,22 @@ TEST(AcquireThreadEnv, FoundEnvironmentLeavesTheRecordAlone) {
   EXPECT_EQ(ErrorText(*created.vm), kNotInitialized) << "the other thread's failure stays readable";
 }
 
+TEST(AcquireThreadEnv, WithoutMemoryTheOldRecordIsGoneAllTheSame) {
+  const StartupWorld world;
+  world.jvm.Script().existing = 1;
+  const Created created = CreateVM();
+  world.jvm.Script().attachResult = -1;
+  OnThread([&] {
+    EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), nullptr);
+    EXPECT_EQ(ErrorText(*created.vm), kNotInitialized);
+    const FailAllocation fault(1, kQvshrFailOnce);
+    EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), nullptr);
+    EXPECT_TRUE(fault.Fired());
+  });
+  EXPECT_EQ(ErrorText(*created.vm), L"<none>");
+  EXPECT_EQ(world.jvm.Count(kFakeAttach), 2u) << "the last call had no initializer to attach with";
+}
+
 TEST(AcquireThreadEnv, ThreadThatFindsNoJVMCreatesItWithItsOwnClassPath) {
   const StartupWorld world;
   world.jvm.Script().existing = 1;

@@ -261,6 +261,16 @@ TEST(Start, LibraryIsFoundThroughTheDiscoveredFolder) {
   EXPECT_EQ(ReadVariable(L"PATH"), FakeJvm::Home() + L"\\BIN\\SERVER;C:\\windows\\system32;C:\\windows");
 }
 
+TEST(Start, RuntimeThatCannotBeLoadedStandsOnThePathOnce) {
+  const StartupScene scene;
+  scene.folder.WriteFile(L"home\\bin\\server\\jvm.dll", "no library");
+  const EnvironmentScope home(L"JAVA_HOME", scene.folder.Path(L"home"));
+  for (int call = 0; call < 2; ++call) {
+    EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+    EXPECT_EQ(ReadVariable(L"PATH"), scene.folder.Path(L"home") + L"\\BIN\\SERVER;C:\\windows\\system32;C:\\windows");
+  }
+}
+
 TEST(Start, JavaHostSkipsTheDiscoveryAndJoins) {
   StartupWorld world(L"C:\\java\\bin\\javaw.exe");
   world.jvm.Script().existing = 1;

@@ -223,9 +223,10 @@ TEST(ModuleCache, TeardownFreesHeadFirstWhatWasLoaded) {
 TEST(ModuleCache, BrokenLibraryStopsNobodyAtADialog) {
   const StartupWorld world;
   const std::wstring broken = world.folder.WriteFile(L"broken.dll", "MZ, and nothing of a library");
-  const DWORD before = GetThreadErrorMode();
+  SetThreadErrorMode(SEM_NOGPFAULTERRORBOX, nullptr);
   EXPECT_EQ(g_pThreadRegistry->LoadModuleCached(ToUtf8(broken).c_str()), nullptr);
-  EXPECT_EQ(GetThreadErrorMode(), before) << "the thread's error mode is the host's again";
+  EXPECT_EQ(GetThreadErrorMode(), DWORD{SEM_NOGPFAULTERRORBOX}) << "the thread's error mode is the host's again";
+  SetThreadErrorMode(0, nullptr);
 }
 
 // ---- the end of a thread ----
@@ -319,6 +320,33 @@ TEST(ThreadEnd, CallbackOnAnotherThreadDetachesNobodyButThatThread) {
   EXPECT_EQ(detached[0].env, mine);
   EXPECT_EQ(world.jvm.AttachedThreads(), 1) << "the other one";
   EXPECT_TRUE(qv::PrepareThreadEnd());
+}
+
+struct FiberWork {
+  IQV_JavaVM* vm;
+  void* back;
+};
+
+TEST(ThreadEnd, FiberOfAnotherThreadThatIsDeletedDetachesNobody) {
+  const JoinedWorld world;
+  const qv_jnienv mine = QV_AcquireThreadEnv(world.vm.get());
+  FiberWork work{world.vm.get(), nullptr};
+  void* fiber = nullptr;
+  WaitingThread owner([&] {
+    work.back = ConvertThreadToFiber(nullptr);
+    fiber = CreateFiber(
+        0,
+        [](void* context) {
+          const auto& self = *static_cast<FiberWork*>(context);
+          EXPECT_NE(QV_AcquireThreadEnv(self.vm), nullptr);
+          SwitchToFiber(self.back);
+        },
+        &work);
+    SwitchToFiber(fiber);
+  });
+  DeleteFiber(fiber);  // the callback for the thread's mark runs here, on this thread
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u);
+  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(GetCurrentThreadId()), mine);
 }
 
 TEST(ThreadEnd, ThreadsThatComeAndGoLeaveNothing) {
