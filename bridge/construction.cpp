@@ -1,9 +1,9 @@
 // New objects. Deliberate: neither operation looks for a pending exception; a constructor that throws gives S_OK with a
 // null object and leaves the exception for the next call.
+#include <algorithm>
 #include <cstdarg>
 #include <cstring>
 
-#include "base/bounded_text.h"
 #include "bridge/java_call.h"
 
 using qv::As;
@@ -21,8 +21,8 @@ int32_t CQV_JNIVMManager::NewObject(qv_jobject* out, qv_jclass cls, const char* 
   JNIEnv* const env = Env();
   if (env == nullptr || signature == nullptr) return E_FAIL;
   char constructor[kSignatureCharacters + 2];
-  qv::CopyBounded(std::span(constructor, kSignatureCharacters + 1), std::string_view(signature));
-  const size_t length = std::strlen(constructor);
+  const size_t length = strnlen(signature, kSignatureCharacters);
+  std::copy_n(signature, length, constructor);
   constructor[length] = 'V';
   constructor[length + 1] = '\0';
   const jmethodID id = env->GetMethodID(As<jclass>(cls), "<init>", constructor);
