@@ -132,7 +132,7 @@ void Threads(Report& report, const Host& host) {
         if (thread == nullptr) bench::Die("no more threads");
         threads.push_back(thread);
       }
-      while (all.joined < size) Sleep(0);
+      while (all.joined < size) Sleep(1);
       SetEvent(all.leave);
       for (const HANDLE thread : threads) {
         WaitForSingleObject(thread, INFINITE);
