@@ -350,9 +350,12 @@ TEST_F(RuntimeLocateTest, APathThatCannotBeSetForTheInstallFolderIsFalse) {
 TEST_F(RuntimeLocateTest, AnySuccessOfSettingPathIsEnoughForJavaHome) {
   const EnvironmentScope javaHome(L"JAVA_HOME", Home());
   AddJvm(L"home\\bin\\client");
+  AddJvm(L"install\\JRE\\bin\\client");
   const PathWrites writes({2});
   EXPECT_TRUE(m_config->LocateJavaRuntime());
   EXPECT_TRUE(m_config->m_bRuntimeFound);
+  EXPECT_EQ(writes.Written(), (std::vector<std::wstring>{L"PATH=" + Home() + L"\\BIN\\CLIENT;" + kOldPath}))
+      << "the install folder is not tried after it";
 }
 
 TEST_F(RuntimeLocateTest, TheInstallFolderNeedsTheResult1AlthoughAnyOtherSuccessCountsAsFound) {
