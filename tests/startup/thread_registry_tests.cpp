@@ -293,6 +293,7 @@ TEST(ThreadEnd, ThreadThatComesBackAfterItsNotificationIsAttachedAndDetachedAgai
   const JoinedWorld world;
   OnThread([&] {
     const qv_jnienv first = QV_AcquireThreadEnv(world.vm.get());
+    EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), first) << "from here on it is remembered";
     qv::OnThreadNotification();
     const qv_jnienv second = QV_AcquireThreadEnv(world.vm.get());
     EXPECT_NE(second, nullptr);
