@@ -76,6 +76,22 @@ TEST_F(ConfigStoreTest, OpenRootKeyIsTrueOnlyWhenTheHostLibraryAnswersExactly0) 
   EXPECT_EQ(registry.Requests(), (std::vector<FakeRegistry::Request>{{HKEY_CURRENT_USER, kQuovantRoot, 0x1234}}));
 }
 
+TEST_F(ConfigStoreTest, ARootThatComesWithAnotherStatusIsNotOpenAndIsReleased) {
+  static FakeKey root;
+  const auto open = [](HKEY, IQvString*, uint32_t, IQvRegKey** out) {
+    root.AddRef();
+    *out = &root;
+    return int32_t{1};
+  };
+  const ImportHook registry(nullptr, "qvshr.dll", 4, reinterpret_cast<void*>(+open));
+  {
+    qv::KeyRef key;
+    EXPECT_FALSE(qv::OpenRegistryRoot(HKEY_LOCAL_MACHINE, kQuovantRoot, 0x20019, key));
+  }
+  for (const Location& location : kLocations) EXPECT_EQ(Read(location), L"false: <null>");
+  EXPECT_EQ(root.references, 1u);
+}
+
 TEST_F(ConfigStoreTest, ARootThatOpensWithoutAnObjectIsNotOpen) {
   const FakeRegistry registry(nullptr, 0);
   IQvRegKey* key = nullptr;
