@@ -293,6 +293,7 @@ struct ScriptField {
 constexpr ScriptField kScriptFields[] = {
     {"existing", &FakeJvmScript::existing},
     {"firstVmNull", &FakeJvmScript::firstVmNull},
+    {"defaultArgsResult", &FakeJvmScript::defaultArgsResult},
     {"getCreatedResult", &FakeJvmScript::getCreatedResult},
     {"createResult", &FakeJvmScript::createResult},
     {"createRaises", &FakeJvmScript::createRaises},
@@ -324,7 +325,9 @@ extern "C" {
 
 jint JNICALL JNI_GetDefaultJavaVMInitArgs(void*) {
   const Locked lock;
-  return Record(NewCall(kFakeGetDefaultArgs, -1));
+  FakeJvmCall call = NewCall(kFakeGetDefaultArgs, -1);
+  call.result = g_state.script.defaultArgsResult;
+  return Record(call);
 }
 
 jint JNICALL JNI_GetCreatedJavaVMs(JavaVM** vms, jsize capacity, jsize* count) {

@@ -32,13 +32,14 @@ enum FakeJvmRaise : int32_t {
 };
 
 struct FakeJvmScript {
-  int32_t existing;          // VMs that ran before anything was created: 0 to 3
-  int32_t firstVmNull;       // the first of them is reported as a null pointer
-  int32_t getCreatedResult;  // of JNI_GetCreatedJavaVMs; the count is reported all the same
-  int32_t createResult;      // negative: nothing is created
-  int32_t createRaises;      // FakeJvmRaise, before anything is created
-  int32_t createWithoutEnv;  // success, but the environment comes back null
-  int32_t createPrints;      // calls the vfprintf hook with "fake %s %d\n", "output", 42 while creating
+  int32_t existing;           // VMs that ran before anything was created: 0 to 3
+  int32_t firstVmNull;        // the first of them is reported as a null pointer
+  int32_t defaultArgsResult;  // of JNI_GetDefaultJavaVMInitArgs
+  int32_t getCreatedResult;   // of JNI_GetCreatedJavaVMs; the count is reported all the same
+  int32_t createResult;       // negative: nothing is created
+  int32_t createRaises;       // FakeJvmRaise, before anything is created
+  int32_t createWithoutEnv;   // success, but the environment comes back null
+  int32_t createPrints;       // calls the vfprintf hook with "fake %s %d\n", "output", 42 while creating
   int32_t attachResult;
   int32_t attachWithoutEnv;  // success, but the environment comes back null
 };

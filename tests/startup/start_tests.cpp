@@ -114,6 +114,13 @@ TEST(Start, PositiveResultOfTheCreationIsASuccess) {
   EXPECT_EQ(Now(), (Flags{1, 1, 1, 0}));
 }
 
+TEST(Start, DefaultArgumentsThatFailMatterToNobody) {
+  const StartupWorld world;
+  world.jvm.Script().defaultArgsResult = -1;
+  EXPECT_EQ(CreateVM().status, 0);
+  EXPECT_EQ(world.jvm.Count(kFakeGetDefaultArgs), 0u) << "the function must be there, but it is never called";
+}
+
 TEST(Start, LaterCallsDoNothingOnceItIsDone) {
   const StartupWorld world;
   ASSERT_EQ(CreateVM().status, 0);
