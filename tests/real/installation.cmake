@@ -3,8 +3,8 @@
 #
 #   qv_stage_program(target)                     puts a program where installations take it from
 #   qv_add_java(package jar)                     compiles java/<package> into a jar at the same place
-#   qv_add_installation(name [RUNTIME version] FILES file ...)
-#                                                a test that makes the installation, "real.install.<name>"
+#   qv_add_installation(name [RUNTIME version] [TIER tier] FILES file ...)
+#                                                a test that makes the installation, "<tier>.install.<name>"
 #   qv_add_real_test(runtime program group ...)  a test that runs a group of a program's tests in an installation
 include_guard(DIRECTORY)
 include(${CMAKE_SOURCE_DIR}/cmake/downloads.cmake)
@@ -47,28 +47,33 @@ function(qv_windows_path out path)
   set(${out} ${path} PARENT_SCOPE)
 endfunction()
 
+# The tests bear the name and the label of their tier, "real" unless TIER says another.
+
 # Without a runtime it has no private one. A file may be "built=installed" where the installed one has another name.
 function(qv_add_installation name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "RUNTIME" "FILES")
-  set(labels real)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "RUNTIME;TIER" "FILES")
+  if(NOT arg_TIER)
+    set(arg_TIER real)
+  endif()
+  set(labels ${arg_TIER})
   set(runtime "")
   if(arg_RUNTIME)
     set(runtime ${QV_RUNTIMES_DIR}/${arg_RUNTIME})
     list(APPEND labels runtime${arg_RUNTIME})
   endif()
   add_test(
-    NAME real.install.${name}
+    NAME ${arg_TIER}.install.${name}
     COMMAND
       ${CMAKE_COMMAND} "-DFOLDER=${QV_REAL_INSTALLATIONS}/${name}" "-DRUNTIME=${runtime}" "-DFILES=${arg_FILES}"
       "-DFROM=${CMAKE_BINARY_DIR}/bin" -P ${QV_REAL_SOURCES}/install.cmake)
-  set_tests_properties(real.install.${name} PROPERTIES LABELS "${labels}" FIXTURES_SETUP real.${name} TIMEOUT 120)
+  set_tests_properties(${arg_TIER}.install.${name} PROPERTIES LABELS "${labels}" FIXTURES_SETUP installation.${name} TIMEOUT 120)
 endfunction()
 
 # A group is a test suite, or what FILTER says in GoogleTest's way; one that has no tests fails. LAUNCHER is the
 # command that runs the tests when <program>.exe does not.
 function(qv_add_real_test runtime program group)
-  cmake_parse_arguments(PARSE_ARGV 3 arg "" "FILTER;INSTALLATION;PROCESSORS;TIMEOUT" "ENVIRONMENT;LAUNCHER")
-  foreach(default IN ITEMS FILTER=${group}.* INSTALLATION=${runtime} PROCESSORS=1 TIMEOUT=120)
+  cmake_parse_arguments(PARSE_ARGV 3 arg "" "FILTER;INSTALLATION;PROCESSORS;TIMEOUT;TIER" "ENVIRONMENT;LAUNCHER")
+  foreach(default IN ITEMS FILTER=${group}.* INSTALLATION=${runtime} PROCESSORS=1 TIMEOUT=120 TIER=real)
     string(REPLACE "=" ";" default ${default})
     list(GET default 0 name)
     if(NOT arg_${name})
@@ -81,13 +86,13 @@ function(qv_add_real_test runtime program group)
   if(NOT group MATCHES "^[A-Za-z0-9_]+$")
     message(FATAL_ERROR "'${group}' names no group of tests; FILTER says which tests are in one")
   endif()
-  set(name real.runtime${runtime}.${program}.${group})
+  set(name ${arg_TIER}.runtime${runtime}.${program}.${group})
   add_test(NAME ${name} COMMAND ${arg_LAUNCHER} --gtest_filter=${arg_FILTER})
   set_tests_properties(
     ${name}
-    PROPERTIES LABELS "real;runtime${runtime}"
+    PROPERTIES LABELS "${arg_TIER};runtime${runtime}"
                ENVIRONMENT "${arg_ENVIRONMENT}"
-               FIXTURES_REQUIRED real.${arg_INSTALLATION}
+               FIXTURES_REQUIRED installation.${arg_INSTALLATION}
                FAIL_REGULAR_EXPRESSION "Running 0 tests"
                PROCESSORS ${arg_PROCESSORS}
                TIMEOUT ${arg_TIMEOUT})
