@@ -3,9 +3,11 @@
 
 #if defined(_MSC_VER)
 #define QV_NOINLINE __declspec(noinline)
+#define QV_ALWAYS_INLINE __forceinline
 #define QV_STRUCTURED_TRY 1  // __try and __except are part of the language
 #else
 #define QV_NOINLINE __attribute__((noinline))
+#define QV_ALWAYS_INLINE inline __attribute__((always_inline))
 #define QV_STRUCTURED_TRY 0
 #endif
 

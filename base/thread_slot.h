@@ -24,7 +24,7 @@ class ThreadSlot {
 #if defined(_M_X64) || defined(__x86_64__)
     // Where TlsGetValue looks too (TEB.TlsSlots); every operation of the service begins with this one read.
     constexpr unsigned long kTlsSlots = 0x1480;
-    if (m_slot < TLS_MINIMUM_AVAILABLE) {
+    if (m_slot < TLS_MINIMUM_AVAILABLE) [[likely]] {
       // NOLINTNEXTLINE(performance-no-int-to-ptr): the intrinsic gives the word as a number
       return reinterpret_cast<void*>(__readgsqword(kTlsSlots + m_slot * static_cast<unsigned long>(sizeof(void*))));
     }

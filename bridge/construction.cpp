@@ -1,8 +1,6 @@
 // New objects. Deliberate: neither operation looks for a pending exception; a constructor that throws gives S_OK with a
 // null object and leaves the exception for the next call.
-#include <algorithm>
 #include <cstdarg>
-#include <cstring>
 
 #include "bridge/java_call.h"
 
@@ -21,8 +19,11 @@ int32_t CQV_JNIVMManager::NewObject(qv_jobject* out, qv_jclass cls, const char* 
   JNIEnv* const env = Env();
   if (env == nullptr || signature == nullptr) return E_FAIL;
   char constructor[kSignatureCharacters + 2];
-  const size_t length = strnlen(signature, kSignatureCharacters);
-  std::copy_n(signature, length, constructor);
+  size_t length = 0;
+  while (length < kSignatureCharacters && signature[length] != '\0') {
+    constructor[length] = signature[length];
+    ++length;
+  }
   constructor[length] = 'V';
   constructor[length + 1] = '\0';
   const jmethodID id = env->GetMethodID(As<jclass>(cls), "<init>", constructor);

@@ -56,7 +56,7 @@ void CQV_JNIVMManager::ExceptionClear(qv_jnienv env) noexcept {
 }
 
 // The object's own record may belong to another thread's failure by now and is freed; a host's pointer is not read.
-void CQV_JNIVMManager::StoreCaptured(ErrorRecord** record, ErrorRecord* made) noexcept {
+QV_NOINLINE void CQV_JNIVMManager::StoreCaptured(ErrorRecord** record, ErrorRecord* made) noexcept {
   if (record == &m_pErrorRecord) {
     ReplaceErrorRecord(made);
   } else if (record != nullptr) {
@@ -68,6 +68,10 @@ void CQV_JNIVMManager::StoreCaptured(ErrorRecord** record, ErrorRecord* made) no
 
 // Apart from the look that finds nothing, which every call pays for.
 QV_NOINLINE void CQV_JNIVMManager::CapturePending(ErrorRecord** record, JNIEnv* env, jthrowable exception) noexcept {
+  if (env == nullptr) {
+    StoreCaptured(record, qv::NewErrorRecord(qv::texts::kEnvironmentNotAvailable, 0));
+    return;
+  }
   env->ExceptionDescribe();
   wchar_t text[qv::kErrorTextUnits];
   const bool readable = qv::ExceptionText(*this, env, exception, text);
@@ -76,14 +80,15 @@ QV_NOINLINE void CQV_JNIVMManager::CapturePending(ErrorRecord** record, JNIEnv* 
 }
 
 int32_t CQV_JNIVMManager::CaptureException(ErrorRecord** record, qv_jnienv env) noexcept {
-  StoreCaptured(record, nullptr);
+  if (record != RecordSlot() || !IsRecordEmpty()) [[unlikely]]
+    StoreCaptured(record, nullptr);
   auto* const jni = static_cast<JNIEnv*>(env);
-  if (jni == nullptr) {
-    StoreCaptured(record, qv::NewErrorRecord(qv::texts::kEnvironmentNotAvailable, 0));
-    return 1;
+  jthrowable exception = nullptr;
+  if (jni != nullptr) [[likely]] {
+    exception = jni->ExceptionOccurred();
+    if (exception == nullptr) [[likely]]
+      return 0;
   }
-  const jthrowable exception = jni->ExceptionOccurred();
-  if (exception == nullptr) return 0;
   CapturePending(record, jni, exception);
   return 1;
 }

@@ -2,6 +2,7 @@
 // a pending exception becomes the new record. The order is part of the interface.
 #pragma once
 
+#include "base/compiler.h"
 #include "service/java_vm_manager.h"
 
 namespace qv {
@@ -15,7 +16,8 @@ class JavaCall {
  public:
   // Deliberate: a pending exception is cleared only when an earlier record existed.
   explicit JavaCall(CQV_JNIVMManager& vm) noexcept : m_vm(vm), m_env(vm.Env()) {
-    if (vm.ReplaceErrorRecord(nullptr)) vm.ExceptionClear(m_env);
+    if (vm.ReplaceErrorRecord(nullptr)) [[unlikely]]
+      vm.ExceptionClear(m_env);
   }
   JavaCall(const JavaCall&) = delete;
   JavaCall& operator=(const JavaCall&) = delete;
@@ -24,18 +26,22 @@ class JavaCall {
   [[nodiscard]] JNIEnv* Env() const noexcept { return m_env; }
 
   // The call cannot even be attempted.
-  [[nodiscard]] int32_t Reject() noexcept {
-    m_vm.ReplaceErrorRecord(NewErrorRecord(texts::kInternalException, QV_CODE_CALL_FAILED));
-    return E_FAIL;
-  }
+  [[nodiscard]] int32_t Reject() noexcept { return RejectCall(m_vm); }
   // S_OK, or E_FAIL with the pending exception's text in the record.
-  [[nodiscard]] int32_t Finish() noexcept {
-    if (m_vm.CaptureException(m_vm.RecordSlot(), m_env) != 1) return S_OK;
+  [[nodiscard]] QV_ALWAYS_INLINE int32_t Finish() noexcept {
+    if (m_vm.CaptureException(m_vm.RecordSlot(), m_env) != 1) [[likely]]
+      return S_OK;
     m_vm.SetErrorCode(QV_CODE_CALL_FAILED);
     return E_FAIL;
   }
 
  private:
+  // Apart and without the frame, which so stays in registers.
+  QV_NOINLINE static int32_t RejectCall(CQV_JNIVMManager& vm) noexcept {
+    vm.ReplaceErrorRecord(NewErrorRecord(texts::kInternalException, QV_CODE_CALL_FAILED));
+    return E_FAIL;
+  }
+
   CQV_JNIVMManager& m_vm;
   JNIEnv* m_env;
 };

@@ -2,10 +2,10 @@
 #include "service/java_vm_manager.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <utility>
 
+#include "base/compiler.h"
 #include "base/lock.h"
 #include "service/jni_initializer.h"
 #include "service/thread_registry.h"
@@ -73,9 +73,7 @@ int32_t CQV_JavaVMManager::GetErrorCode(int32_t* pCode) noexcept {
   return S_OK;
 }
 
-bool CQV_JavaVMManager::ReplaceErrorRecord(ErrorRecord* record) noexcept {
-  // Most calls have nothing to replace and pay no lock.
-  if (record == nullptr && std::atomic_ref(m_pErrorRecord).load(std::memory_order_acquire) == nullptr) return false;
+QV_NOINLINE bool CQV_JavaVMManager::ExchangeErrorRecord(ErrorRecord* record) noexcept {
   ErrorRecord* old = nullptr;
   {
     const qv::SlimGuard guard(m_recordLock);
@@ -110,9 +108,15 @@ void* CQV_JNIVMManager::Destroy(uint32_t deleteFlag) noexcept {
 
 qv_jnienv CQV_JNIVMManager::AcquireThreadEnv() noexcept {
   ThreadRegistry* const registry = g_pThreadRegistry;
-  if (registry == nullptr) return nullptr;
-  if (JNIEnv* const env = registry->CurrentThreadEnv()) return env;
+  if (registry == nullptr) [[unlikely]]
+    return nullptr;
+  if (JNIEnv* const env = registry->CurrentThreadEnv()) [[likely]]
+    return env;
+  return JoinThread(*registry);
+}
 
+// A thread's first operation. Apart, so that all later ones have little to do.
+QV_NOINLINE JNIEnv* CQV_JNIVMManager::JoinThread(ThreadRegistry& registry) noexcept {
   ReplaceErrorRecord(nullptr);
   InitializerOwner initializer(new CQV_JNIInitializer());
   if (!initializer) return nullptr;
@@ -121,7 +125,7 @@ qv_jnienv CQV_JNIVMManager::AcquireThreadEnv() noexcept {
   ReplaceErrorRecord(record);
   if (status < 0) return nullptr;
   JNIEnv* const env = initializer->GetEnv();
-  if (env == nullptr || !registry->RegisterInitializer(initializer.get())) {
+  if (env == nullptr || !registry.RegisterInitializer(initializer.get())) {
     initializer.reset();
     ReplaceErrorRecord(qv::NewErrorRecord(qv::texts::kNoEnvironment, 0));
     return nullptr;

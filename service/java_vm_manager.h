@@ -8,9 +8,13 @@
 
 #include <jni.h>
 
+#include <atomic>
+
 #include "host/host_memory.h"
 #include "host/host_ref.h"
 #include "service/error_record.h"
+
+class ThreadRegistry;
 
 class CQV_JavaVMManager : public IQV_JavaVM {
  public:
@@ -28,7 +32,14 @@ class CQV_JavaVMManager : public IQV_JavaVM {
   // For the operations of the bridge:
 
   // Frees the record there was and stores this one (or null). True when there was one.
-  bool ReplaceErrorRecord(ErrorRecord* record) noexcept;
+  bool ReplaceErrorRecord(ErrorRecord* record) noexcept {
+    // Most calls have nothing to replace and pay no lock.
+    if (record == nullptr && IsRecordEmpty()) [[likely]]
+      return false;
+    return ExchangeErrorRecord(record);
+  }
+  // Without the lock: good for having nothing to do.
+  bool IsRecordEmpty() noexcept { return std::atomic_ref(m_pErrorRecord).load(std::memory_order_acquire) == nullptr; }
   bool HasErrorRecord() const noexcept;
   // Nothing happens without a record.
   void SetErrorCode(int32_t code) noexcept;
@@ -46,6 +57,9 @@ class CQV_JavaVMManager : public IQV_JavaVM {
   int32_t m_nRefCount = 1;
   jobject m_jClassLoader = nullptr;
   mutable SRWLOCK m_recordLock = SRWLOCK_INIT;
+
+ private:
+  bool ExchangeErrorRecord(ErrorRecord* record) noexcept;
 };
 
 class CQV_JNIVMManager : public CQV_JavaVMManager {
@@ -147,6 +161,7 @@ class CQV_JNIVMManager : public CQV_JavaVMManager {
   ~CQV_JNIVMManager() = default;
 
  private:
+  JNIEnv* JoinThread(ThreadRegistry& registry) noexcept;
   // The class loader over the service's own class path; S_OK without one when that path is empty.
   int32_t BuildClassLoader(JNIEnv* env) noexcept;
   void LoadClassByLoader(JNIEnv* env, qv_jclass* out, const char* name) noexcept;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <cwchar>
 
+#include "base/compiler.h"
 #include "base/lock.h"
 #include "base/module_handle.h"
 #include "base/process_end.h"
@@ -68,8 +69,8 @@ JNIEnv* ThreadRegistry::FindThreadEnv(uint32_t threadId) noexcept {
   return node != nullptr ? node->item->GetEnv() : nullptr;
 }
 
-JNIEnv* ThreadRegistry::CurrentThreadEnv() noexcept {
-  if (void* const remembered = m_envSlot.Get()) return static_cast<JNIEnv*>(remembered);
+// Apart, so that what every operation begins with stays small enough to be inlined.
+QV_NOINLINE JNIEnv* ThreadRegistry::FindCurrentThreadEnv() noexcept {
   JNIEnv* const env = FindThreadEnv(GetCurrentThreadId());
   if (env != nullptr) m_envSlot.Set(env);
   return env;

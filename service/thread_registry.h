@@ -36,7 +36,11 @@ class ThreadRegistry {
   // The environment of the first initializer with that thread id, or null.
   JNIEnv* FindThreadEnv(uint32_t threadId) noexcept;
   // The same for the calling thread; after its first time without lock and walk.
-  JNIEnv* CurrentThreadEnv() noexcept;
+  JNIEnv* CurrentThreadEnv() noexcept {
+    if (void* const remembered = m_envSlot.Get()) [[likely]]
+      return static_cast<JNIEnv*>(remembered);
+    return FindCurrentThreadEnv();
+  }
   // Takes the initializer over on true; without memory it stays the caller's. From the first one on the service's
   // module stays loaded: JVM and threads keep addresses in it.
   bool RegisterInitializer(CQV_JNIInitializer* initializer) noexcept;
@@ -55,6 +59,7 @@ class ThreadRegistry {
 
  private:
   ThreadRegistry() noexcept = default;
+  JNIEnv* FindCurrentThreadEnv() noexcept;
 
   template <class T>
   using ListOwner = std::unique_ptr<qv::HostList<T>>;
