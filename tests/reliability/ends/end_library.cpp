@@ -1,0 +1,70 @@
+// What it does is done at process end alone: a FreeLibrary finds it with nothing to do.
+#include "tests/reliability/ends/end_library.h"
+
+#include <windows.h>
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+DetachWork g_work = kDetachNothing;
+IQV_JavaVM* g_vm = nullptr;
+unsigned g_exitCode = 0;
+
+// Not through the C runtime, whose streams may be locked for ever by a thread that is gone.
+void Print(const char* line) {
+  DWORD written = 0;
+  WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), line, static_cast<DWORD>(std::strlen(line)), &written, nullptr);
+}
+
+void Expect(bool right, const char* what) {
+  if (!right) Print(what);
+}
+
+void Release() {
+  IQvString* text = nullptr;
+  Expect(g_vm->AddRef() == 2, "AddRef counted wrong\n");
+  Expect(g_vm->Release() == 1, "Release counted wrong\n");
+  Expect(g_vm->GetErrorText(&text) == QV_E_FAIL && text == nullptr, "an error text out of nothing\n");
+  Expect(g_vm->Release() == 0, "the last Release counted wrong\n");
+}
+
+void UseAndRelease() {
+  auto* cls = reinterpret_cast<qv_jclass>(&g_vm);
+  Expect(g_vm->FindClass(&cls, "java/lang/Object") < 0 && cls == nullptr, "Java answered a service that is gone\n");
+  Expect(g_vm->Release() == 0, "the last Release counted wrong\n");
+}
+
+void Detach() {
+  switch (g_work) {
+    case kDetachExitProcess:
+      Print("detached\n");
+      ExitProcess(g_exitCode);
+    case kDetachExit:
+      Print("detached\n");
+      std::exit(static_cast<int>(g_exitCode));
+    case kDetachRelease:
+      Release();
+      break;
+    case kDetachUseAndRelease:
+      UseAndRelease();
+      break;
+    case kDetachNothing:
+      return;
+  }
+  Print("detached\n");
+}
+
+}  // namespace
+
+extern "C" __declspec(dllexport) void PlanDetach(DetachWork work, IQV_JavaVM* vm, unsigned exitCode) {
+  g_work = work;
+  g_vm = vm;
+  g_exitCode = exitCode;
+}
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+  if (reason == DLL_PROCESS_DETACH) Detach();
+  return TRUE;
+}

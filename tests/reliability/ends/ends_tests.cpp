@@ -1,0 +1,185 @@
+// Processes that end while the JVM runs: by every way out, with idle and with busy threads. None hangs, none crashes
+// unless a crash was the way, each keeps its exit code. Several at a time, each with a time limit of its own.
+// QV_TEST_RUNTIME names the runtime of the installation; QV_TEST_ENDS says how often each is tried, instead of the
+// number that belongs to this form of the test.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/child_process.h"
+#include "tests/support/environment.h"
+#include "tests/support/reliability.h"
+#include "tests/support/temp_folder.h"
+#include "tests/support/text.h"
+
+namespace qvtest {
+namespace {
+
+constexpr DWORD kExitCode = 87;
+constexpr DWORD kAbortCode = 3;            // the C runtime's
+constexpr DWORD kJvmAbortCode = 1;         // HotSpot's, whatever it gave up for
+constexpr DWORD kFirstCrash = 0xC0000000;  // from here on a process was ended by an exception
+
+enum class Output { Exact, Free };    // whether the C runtime or the JVM adds words of its own
+enum class Report { None, Written };  // of the JVM about its own end, in the current folder
+
+struct WayOut {
+  const char* key;
+  const char* name;  // as the page shows it
+  std::wstring way;
+  std::wstring thread;
+  DWORD exitCode = kExitCode;
+  std::string output = "ending\n";
+  Output compare = Output::Exact;
+  Report report = Report::None;
+  std::wstring jvmOptions = {};
+};
+void PrintTo(const WayOut& way, std::ostream* out) { *out << way.name; }
+
+std::vector<WayOut> WaysOut() {
+  const std::string detached = "ending\ndetached\n";
+  const std::wstring noDump = L"-XX:-CreateCoredumpOnCrash";
+  return {
+      {"01Return", "return from main", L"return", L"main"},
+      {"02ExitProcess", "ExitProcess", L"ExitProcess", L"main"},
+      {"03ExitProcessElsewhere", "ExitProcess, not the main thread", L"ExitProcess", L"other"},
+      {"04Exit", "exit of the C runtime", L"exit", L"main"},
+      {"05ExitElsewhere", "exit of the C runtime, not the main thread", L"exit", L"other"},
+      {"06ExitProcessInADetach", "ExitProcess in a DLL's detach", L"detach-ExitProcess", L"main", kExitCode, detached},
+      {"07ExitInADetach", "exit of the C runtime in a DLL's detach", L"detach-exit", L"main", kExitCode, detached},
+      {"08ReleaseInADetach", "object released in a detach before the service's", L"release-before", L"main", kExitCode,
+       detached},
+      {"09UseInADetach", "object used and released in a detach after the service's", L"use-after", L"main", kExitCode,
+       detached},
+      {"10SystemExit", "System.exit in a call", L"System.exit", L"main"},
+      {"11SystemExitElsewhere", "System.exit in a call, not the main thread", L"System.exit", L"other"},
+      {"12Halt", "Runtime.halt in a call", L"halt", L"main"},
+      {"13HaltElsewhere", "Runtime.halt in a call, not the main thread", L"halt", L"other"},
+      {"14Abort", "abort of the C runtime", L"abort", L"main", kAbortCode, "ending\n", Output::Free},
+      {"15AbortElsewhere", "abort of the C runtime, not the main thread", L"abort", L"other", kAbortCode, "ending\n",
+       Output::Free},
+      {"16FatalError", "JNI's FatalError", L"FatalError", L"main", kJvmAbortCode, "ending\n", Output::Free},
+      {"17FatalErrorElsewhere", "JNI's FatalError, not the main thread", L"FatalError", L"other", kJvmAbortCode,
+       "ending\n", Output::Free},
+      {"18Crash", "the JVM crashes in a call", L"crash", L"main", kJvmAbortCode, "ending\n", Output::Free,
+       Report::Written, noDump},
+      {"19CrashElsewhere", "the JVM crashes in a call, not the main thread", L"crash", L"other", kJvmAbortCode,
+       "ending\n", Output::Free, Report::Written, noDump},
+      {"20OutOfMemory", "out of memory with CrashOnOutOfMemoryError", L"out-of-memory", L"main", kJvmAbortCode,
+       "ending\n", Output::Free, Report::Written, noDump + L" -Xmx32m -XX:+CrashOnOutOfMemoryError"},
+      {"21TerminateProcess", "TerminateProcess of itself", L"TerminateProcess", L"main"},
+      {"22TerminateProcessElsewhere", "TerminateProcess of itself, not the main thread", L"TerminateProcess", L"other"},
+      {"23Terminated", "TerminateProcess by another process", L"terminated", L"main"},
+  };
+}
+
+struct Tally {
+  int ends = 0;
+  int hung = 0;
+  int crashed = 0;
+  int otherCodes = 0;
+  std::vector<std::string> troubles;
+};
+
+bool IsReport(const std::filesystem::path& file) {
+  return file.filename().wstring().starts_with(L"hs_err_pid") && file.extension() == L".log";
+}
+
+// Line by line, from "ending" on and without what is not the host's: before that the JVM warns about its options, and
+// later JVMs complain at any time, from any thread, that Wine lacks a function.
+std::string OutputSinceEnding(std::string text) {
+  constexpr std::string_view kComplaint = "Attempt to get process group affinity failed: Call not implemented";
+  std::erase(text, '\r');
+  for (size_t at = text.find(kComplaint); at != std::string::npos; at = text.find(kComplaint)) {
+    text.erase(at, kComplaint.size());
+  }
+  text.erase(std::unique(text.begin(), text.end(), [](char left, char right) { return left == '\n' && right == '\n'; }),
+             text.end());
+  const size_t ending = text.find("ending\n");
+  return ending != std::string::npos ? text.substr(ending) : std::string();
+}
+
+// One end, counted; `wrong` gets what does not fit.
+void CountOneEnd(const WayOut& way, const std::wstring& load, Tally& tally, std::mutex& lock) {
+  const TempFolder folder;
+  ChildOptions options;
+  options.arguments = {way.way, way.thread, load, std::to_wstring(kExitCode)};
+  options.workFolder = folder.Path();
+  if (!way.jvmOptions.empty()) options.environment[L"JAVA_TOOL_OPTIONS"] = way.jvmOptions;
+  const ChildResult child = RunChild(ProgramFolder() + L"\\end_host.exe", options);
+  const std::string said = OutputSinceEnding(child.output);
+  int reports = 0;
+  int others = 0;
+  for (const auto& file : std::filesystem::directory_iterator(folder.Path()))
+    ++(IsReport(file.path()) ? reports : others);
+  const int wantedReports = way.report == Report::Written ? 1 : 0;
+
+  std::string wrong;
+  if (child.hung) wrong += "hung; ";
+  if (!child.hung && child.exitCode != way.exitCode) wrong += "exit code " + std::to_string(child.exitCode) + "; ";
+  if (way.compare == Output::Exact ? said != way.output : said.empty()) wrong += "printed something else; ";
+  if (reports != wantedReports || others != 0) {
+    wrong += std::to_string(reports) + " reports and " + std::to_string(others) + " other files left; ";
+  }
+  const std::lock_guard guard(lock);
+  ++tally.ends;
+  if (child.hung) ++tally.hung;
+  if (!child.hung && (child.exitCode >= kFirstCrash || reports > wantedReports)) ++tally.crashed;
+  if (!child.hung && child.exitCode != way.exitCode) ++tally.otherCodes;
+  if (!wrong.empty()) tally.troubles.push_back(wrong + "with " + ToUtf8(load) + " threads: " + child.output);
+}
+
+// Every other one has busy threads, beginning with the first.
+int NumberOfEnds(const std::wstring& runtime) {
+  if (const auto set = ReadVariable(L"QV_TEST_ENDS")) return std::stoi(*set);
+  const bool usual = runtime == L"17";
+  if (IsNightly()) return usual ? 100 : 25;
+  return usual ? 2 : 1;
+}
+
+class Ends : public testing::TestWithParam<WayOut> {};
+
+TEST_P(Ends, NeitherHangNorCrashAndKeepTheirExitCode) {
+  const std::wstring runtime = ReadVariable(L"QV_TEST_RUNTIME").value_or(L"?");
+  const int ends = NumberOfEnds(runtime);
+  std::atomic<int> begun = 0;
+  Tally tally;
+  std::mutex lock;
+  const auto work = [&] {
+    for (int number = begun++; number < ends; number = begun++) {
+      CountOneEnd(GetParam(), number % 2 == 0 ? L"busy" : L"idle", tally, lock);
+    }
+  };
+  std::vector<std::thread> workers;
+  for (int i = 0; i < 4; ++i) workers.emplace_back(work);
+  for (std::thread& worker : workers) worker.join();
+
+  const std::string of = " of " + std::to_string(tally.ends);
+  EXPECT_EQ(tally.ends, ends);
+  EXPECT_EQ(tally.hung, 0) << of;
+  EXPECT_EQ(tally.crashed, 0) << of;
+  EXPECT_TRUE(tally.troubles.empty()) << tally.troubles.size() << of
+                                      << " went wrong, the first: " << tally.troubles.front();
+  const std::string code = std::to_string(GetParam().exitCode);
+  RecordRow(
+      "process-ends", GetParam().key + std::string(" ") + ToUtf8(runtime),
+      {{"Way out", GetParam().name},
+       {"Threads", std::to_string((ends + 1) / 2) + " × busy, " + std::to_string(ends / 2) + " × idle"},
+       {"Runtime", ToUtf8(runtime)},
+       {"Ends", tally.ends},
+       {"Hung", tally.hung},
+       {"Crashed", tally.crashed},
+       {"Exit code", tally.otherCodes == 0 ? code : code + ", but " + std::to_string(tally.otherCodes) + " others"}});
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, Ends, testing::ValuesIn(WaysOut()),
+                         [](const auto& row) { return std::string(row.param.key + 2); });
+
+}  // namespace
+}  // namespace qvtest
