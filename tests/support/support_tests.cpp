@@ -23,6 +23,7 @@
 #include "tests/support/slot_call.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
+#include "tests/support/watchdog.h"
 
 namespace {
 
@@ -48,6 +49,16 @@ bool PlayChildRole() {
     std::puts("about to hang");
     std::fflush(stdout);
     Sleep(INFINITE);
+  }
+  if (role == L"hang-watched") {
+    const std::atomic<uint64_t> progress = 7;
+    const Watchdog watchdog(progress, 200, [] { return std::string("at work on seven\n"); });
+    Sleep(INFINITE);
+  }
+  if (role == L"work-watched") {
+    std::atomic<uint64_t> progress = 0;
+    const Watchdog watchdog(progress, 2000);
+    for (int i = 0; i < 25; ++i, ++progress) Sleep(100);
   }
   if (role == L"report") {
     std::printf("variable=%s\n", ToUtf8(ReadVariable(kChildVariable).value_or(L"<none>")).c_str());
@@ -110,6 +121,22 @@ TEST(ChildProcess, ChildThatHangsIsEndedAndReported) {
   const ChildResult result = RunSelf(L"hang", {}, 3000);
   EXPECT_TRUE(result.hung);
   EXPECT_EQ(WithoutCarriageReturns(result.output), "about to hang\n");
+}
+
+TEST(Watchdog, EndsAProcessThatHangsAndSaysWhereItsThreadsAre) {
+  const ChildResult result = RunSelf(L"hang-watched");
+  EXPECT_FALSE(result.hung);
+  EXPECT_EQ(result.exitCode, kHungExitCode);
+  EXPECT_NE(result.output.find("at work on seven\n"), std::string::npos) << result.output;
+  EXPECT_NE(result.output.find("\nthread "), std::string::npos) << result.output;
+  EXPECT_NE(result.output.find("  support_tests.exe+0x"), std::string::npos)
+      << "the caller of Sleep is this program: " << result.output;
+}
+
+TEST(Watchdog, LeavesAProcessAloneThatMovesOn) {
+  const ChildResult result = RunSelf(L"work-watched");
+  EXPECT_EQ(result.exitCode, 42U);
+  EXPECT_EQ(result.output, "");
 }
 
 TEST(ChildProcess, MoreOutputThanAPipeHoldsStopsNobody) {
