@@ -1,0 +1,369 @@
+// FreeLibrary of the service, to zero and beyond, in every state and by every way that it came into the process, with a
+// real runtime and the ledger build of the host library. Each test is a process of its own. Before the first thread of
+// the service's joins the JVM it goes and can come again; from then on it stays.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "qvjvm/qvjvm.h"
+#include "tests/real/joined_host.h"
+#include "tests/real/running_vm.h"
+#include "tests/reliability/unload/other_libraries.h"
+#include "tests/support/environment.h"
+#include "tests/support/ledger_check.h"
+#include "tests/support/registry_sandbox.h"
+#include "tests/support/reliability.h"
+
+namespace qvtest {
+namespace {
+
+constexpr wchar_t kOptions[] = L"Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMconfig";
+constexpr wchar_t kProperties[] = L"Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMprops";
+// What every load leaves: one block.
+constexpr char kLoadLock[] = "the lock of the configuration's load is never deleted";
+
+template <class Function>
+Function Find(HMODULE module, const char* name) {
+  const auto function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+  EXPECT_NE(function, nullptr) << name;
+  return function;
+}
+
+HMODULE Load(const std::wstring& path) {
+  const HMODULE module = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  EXPECT_NE(module, nullptr) << ToUtf8(path) << ": error " << GetLastError();
+  return module;
+}
+
+bool IsLoaded(const std::wstring& path) { return GetModuleHandleW(path.c_str()) != nullptr; }
+
+// As often as it takes, and more often than that.
+void FreeToZero(const std::wstring& path) {
+  for (int i = 0; i < 10 && IsLoaded(path); ++i) FreeLibrary(GetModuleHandleW(path.c_str()));
+}
+
+const std::wstring& ServicePath() {
+  static const std::wstring path = InstallFolder() + L"\\qvjvm.dll";
+  return path;
+}
+
+// The same library in a folder of its own.
+std::wstring SecondPath() { return InstallFolder() + L"\\second\\qvjvm.dll"; }
+
+int32_t Create(HMODULE service, IQV_JavaVM** vm) {
+  return Find<QV_CreateJavaVMFn>(service, "QV_CreateJavaVM")(vm, nullptr);
+}
+
+void ExpectJavaWorks(IQV_JavaVM* vm) {
+  ASSERT_NE(vm, nullptr);
+  int32_t largest = 0;
+  EXPECT_TRUE(Ok(vm, vm->GetStaticIntField(&largest, FindClass(vm, "java/lang/Integer"), "MAX_VALUE")));
+  EXPECT_EQ(largest, 2147483647);
+}
+
+// Loads the service as if for the first time and uses it.
+void ExpectLoadsAndWorks() {
+  IQV_JavaVM* vm = nullptr;
+  EXPECT_EQ(Create(Load(ServicePath()), &vm), QV_S_OK);
+  ExpectJavaWorks(vm);
+}
+
+// Threads come, call and end; the JVM must know none of them afterwards.
+void ExpectThreadsComeAndGo(const std::vector<IQV_JavaVM*>& vms) {
+  const auto count = [&] {
+    IQV_JavaVM* const vm = vms.front();
+    int32_t threads = 0;
+    const Local cls = FindClass(vm, "java/lang/Thread");
+    Local current(vm);
+    Local group(vm);
+    EXPECT_TRUE(Ok(vm, vm->CallStaticObjectMethod(current.Out(), cls, "currentThread", "()Ljava/lang/Thread;")));
+    EXPECT_TRUE(Ok(vm, vm->CallObjectMethod(group.Out(), cls, current, "getThreadGroup", "()Ljava/lang/ThreadGroup;")));
+    EXPECT_TRUE(
+        Ok(vm, vm->CallIntMethod(&threads, FindClass(vm, "java/lang/ThreadGroup"), group, "activeCount", "()I")));
+    return threads;
+  };
+  const int32_t before = count();
+  for (int i = 0; i < 10; ++i) {
+    std::thread([&] {
+      for (IQV_JavaVM* vm : vms) ExpectJavaWorks(vm);
+    }).join();
+  }
+  EXPECT_EQ(count(), before);
+}
+
+uint64_t LiveBlocks() {
+  QvshrLedgerState now{};
+  QvshrLedgerSnapshot(&now);
+  return now.liveBlocks;
+}
+
+const char* StateOf(const std::wstring& path) { return IsLoaded(path) ? "stays" : "gone"; }
+
+// The last thing of a case: what failed before is on the page as well.
+void Record(const char* key, const std::string& name, const std::string& module, const std::string& left,
+            const char* later) {
+  if (testing::Test::HasFailure()) later = "failed";
+  RecordRow("unload", key,
+            {{"Case", name}, {"Module afterwards", module}, {"Left behind", left}, {"Later use", later}});
+}
+
+std::string Blocks(uint64_t count) { return std::to_string(count) + (count == 1 ? " block" : " blocks"); }
+
+constexpr char kNothing[] = "nothing: it is in use";
+constexpr char kAgain[] = "loaded again, it starts Java";
+constexpr char kGoesOn[] = "goes on working";
+
+TEST(Unload, BeforeAnyStartUp) {
+  const int rounds = IsNightly() ? 1000 : 50;
+  DWORD handlesBefore = 0;
+  uint64_t blocksBefore = 0;
+  for (int round = 0; round < rounds; ++round) {
+    if (round == 1) {  // the first may make what the system keeps
+      GetProcessHandleCount(GetCurrentProcess(), &handlesBefore);
+      blocksBefore = LiveBlocks();
+    }
+    LedgerCheck ledger;
+    const HMODULE service = Load(ServicePath());
+    EXPECT_EQ(FreeLibrary(service), TRUE);
+    ASSERT_FALSE(IsLoaded(ServicePath())) << "round " << round;
+    ledger.ExpectLeft(1, kLoadLock);
+  }
+  DWORD handles = 0;
+  GetProcessHandleCount(GetCurrentProcess(), &handles);
+  EXPECT_EQ(handles, handlesBefore);
+  const uint64_t blocks = (LiveBlocks() - blocksBefore) / static_cast<uint64_t>(rounds - 1);
+  const std::string name = "before any start-up, " + std::to_string(rounds) + " times";
+  const std::string left = Blocks(blocks) + " each time, no handles";
+  const char* const state = StateOf(ServicePath());
+  ExpectLoadsAndWorks();
+  Record("01", name, state, left, kAgain);
+}
+
+TEST(Unload, AfterAStartUpWithoutARuntime) {
+  const std::wstring lonely = SecondPath();  // no private runtime lies beside it
+  uint64_t left = 0;
+  {
+    const RegistrySandbox registry;
+    const EnvironmentScope home(L"JAVA_HOME", std::nullopt);
+    LedgerCheck ledger;
+    const uint64_t before = LiveBlocks();
+    const HMODULE service = Load(lonely);
+    IQV_JavaVM* vm = nullptr;
+    EXPECT_EQ(Create(service, &vm), QV_E_FAIL);
+    FreeLibrary(service);
+    EXPECT_FALSE(IsLoaded(lonely));
+    left = LiveBlocks() - before;
+    ledger.ExpectLeft(1, kLoadLock);
+  }
+  ExpectLoadsAndWorks();
+  Record("02", "after a start-up that found no runtime", StateOf(lonely), Blocks(left), kAgain);
+}
+
+TEST(Unload, AfterAStartUpThatTheRuntimeRefused) {
+  uint64_t left = 0;
+  {
+    RegistrySandbox registry;
+    registry.SetList(Hive::Machine, kOptions, {L"-XX:NoSuchOption"});
+    registry.CreateKey(Hive::Machine, kProperties);
+    LedgerCheck ledger;
+    const uint64_t before = LiveBlocks();
+    const HMODULE service = Load(ServicePath());
+    IQV_JavaVM* vm = nullptr;
+    EXPECT_EQ(Create(service, &vm), QV_E_FAIL);
+    EXPECT_TRUE(IsLoaded(L"jvm.dll"));
+    FreeLibrary(service);
+    EXPECT_FALSE(IsLoaded(ServicePath()));
+    left = LiveBlocks() - before;
+    ledger.ExpectLeft(1, kLoadLock);
+  }
+  const std::string module = StateOf(ServicePath());
+  const char* const jvm = IsLoaded(L"jvm.dll") ? "; the runtime keeps itself" : "; the runtime too";
+  ExpectLoadsAndWorks();
+  const std::string runtime = ToUtf8(ReadVariable(L"QV_TEST_RUNTIME").value_or(L"?"));
+  Record(("03 " + runtime).c_str(), "after a start-up that runtime " + runtime + " refused", module + jvm, Blocks(left),
+         kAgain);
+}
+
+TEST(Unload, AfterCreation) {
+  const HMODULE service = Load(ServicePath());
+  const auto create = Find<QV_CreateJavaVMFn>(service, "QV_CreateJavaVM");
+  IQV_JavaVM* vm = nullptr;
+  ASSERT_EQ(create(&vm, nullptr), QV_S_OK);
+  LedgerCheck ledger;
+  FreeToZero(ServicePath());
+  ASSERT_TRUE(IsLoaded(ServicePath()));
+  ExpectJavaWorks(vm);
+  ExpectThreadsComeAndGo({vm});
+  IQV_JavaVM* second = nullptr;
+  EXPECT_EQ(create(&second, L"C:\\late.jar"), QV_S_CLASSPATH_IGNORED);
+  EXPECT_EQ(second->Release(), 0u);
+  Record("04", "after it created the JVM", StateOf(ServicePath()), kNothing, kGoesOn);
+}
+
+TEST(Unload, AfterCreationWhileThreadsCall) {
+  const HMODULE service = Load(ServicePath());
+  IQV_JavaVM* vm = nullptr;
+  ASSERT_EQ(Create(service, &vm), QV_S_OK);
+  std::atomic<bool> stop = false;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      while (!stop) ExpectJavaWorks(vm);
+    });
+  }
+  for (int i = 0; i < 200; ++i) {
+    FreeLibrary(service);
+    Load(ServicePath());
+    if (i % 20 == 0) FreeToZero(ServicePath());
+  }
+  stop = true;
+  for (std::thread& thread : threads) thread.join();
+  FreeToZero(ServicePath());
+  EXPECT_TRUE(IsLoaded(ServicePath()));
+  ExpectJavaWorks(vm);
+  Record("05", "after it created the JVM, while four threads call", StateOf(ServicePath()), kNothing, kGoesOn);
+}
+
+TEST(Unload, AfterAJoin) {
+  ASSERT_NE(HostVm(), nullptr);
+  const HMODULE service = Load(ServicePath());
+  IQV_JavaVM* vm = nullptr;
+  ASSERT_EQ(Create(service, &vm), QV_S_OK);
+  int32_t created = 1;
+  EXPECT_EQ(vm->IsJVMCreated(&created), QV_S_OK);
+  EXPECT_EQ(created, 0);
+  FreeToZero(ServicePath());
+  ASSERT_TRUE(IsLoaded(ServicePath()));
+  ExpectJavaWorks(vm);
+  ExpectThreadsComeAndGo({vm});
+  Record("06", "after it joined the host's JVM", StateOf(ServicePath()), kNothing, kGoesOn);
+}
+
+TEST(Unload, LoadedTwice) {
+  uint64_t left = 0;
+  {
+    LedgerCheck ledger;
+    const uint64_t before = LiveBlocks();
+    const HMODULE first = Load(ServicePath());
+    const HMODULE second = Load(L"qvjvm.dll");
+    EXPECT_EQ(first, second);
+    FreeLibrary(second);
+    EXPECT_TRUE(IsLoaded(ServicePath())) << "one load is left";
+    EXPECT_EQ(Find<int32_t (*)()>(first, "DllRegisterServer")(), 0);
+    FreeLibrary(first);
+    EXPECT_FALSE(IsLoaded(ServicePath()));
+    left = LiveBlocks() - before;
+    ledger.ExpectLeft(1, kLoadLock);
+  }
+  const char* const state = StateOf(ServicePath());
+  ExpectLoadsAndWorks();
+  Record("07", "loaded twice: the same module, two counts", state, Blocks(left), kAgain);
+}
+
+TEST(Unload, FromAnotherLibrary) {
+  const std::wstring path = InstallFolder() + L"\\own_life_library.dll";
+  uint64_t left = 0;
+  {
+    LedgerCheck ledger;
+    const uint64_t before = LiveBlocks();
+    const HMODULE other = Load(path);
+    EXPECT_TRUE(IsLoaded(ServicePath()));
+    FreeLibrary(other);
+    EXPECT_FALSE(IsLoaded(path));
+    EXPECT_FALSE(IsLoaded(ServicePath()));
+    left = LiveBlocks() - before;
+    ledger.ExpectLeft(1, kLoadLock);
+  }
+  const char* const state = StateOf(ServicePath());
+  const HMODULE other = Load(path);
+  IQV_JavaVM* vm = nullptr;
+  ASSERT_EQ(Find<OtherCreateFn>(other, "OtherCreate")(&vm), QV_S_OK);
+  FreeLibrary(other);
+  EXPECT_FALSE(IsLoaded(path));
+  ASSERT_TRUE(IsLoaded(ServicePath()));
+  ExpectJavaWorks(vm);
+  ExpectThreadsComeAndGo({vm});
+  Record("08", "loaded and freed in another DLL's attach and detach", state, Blocks(left), kAgain);
+  Record("09", "the same, after the other DLL created the JVM", StateOf(ServicePath()), kNothing, kGoesOn);
+}
+
+TEST(Unload, DelayLoaded) {
+  const HMODULE other = Load(InstallFolder() + L"\\delay_library.dll");
+  EXPECT_FALSE(IsLoaded(ServicePath())) << "nothing called it yet";
+  uint64_t left = 0;
+  {
+    LedgerCheck ledger;
+    const uint64_t before = LiveBlocks();
+    Find<OtherTouchFn>(other, "OtherTouch")();
+    EXPECT_TRUE(IsLoaded(ServicePath())) << "the first call loads it";
+    FreeLibrary(GetModuleHandleW(ServicePath().c_str()));
+    EXPECT_FALSE(IsLoaded(ServicePath()));
+    left = LiveBlocks() - before;
+    ledger.ExpectLeft(1, kLoadLock);
+  }
+  const char* const state = StateOf(ServicePath());
+  ExpectLoadsAndWorks();  // the import itself still has the address of what is gone
+  Record("10", "linked with a delay, before any start-up", state, Blocks(left), kAgain);
+}
+
+TEST(Unload, DelayLoadedAndStarted) {
+  const HMODULE other = Load(InstallFolder() + L"\\delay_library.dll");
+  IQV_JavaVM* vm = nullptr;
+  ASSERT_EQ(Find<OtherCreateFn>(other, "OtherCreate")(&vm), QV_S_OK);
+  FreeToZero(ServicePath());
+  ASSERT_TRUE(IsLoaded(ServicePath()));
+  ExpectJavaWorks(vm);
+  IQV_JavaVM* second = nullptr;
+  EXPECT_EQ(Find<OtherCreateFn>(other, "OtherCreate")(&second), QV_S_OK);
+  EXPECT_EQ(second->Release(), 0u);
+  Record("11", "linked with a delay, after it created the JVM", StateOf(ServicePath()), kNothing, kGoesOn);
+}
+
+TEST(Unload, TwoPaths) {
+  const std::wstring copy = SecondPath();
+  uint64_t left = 0;
+  {
+    LedgerCheck ledger;
+    const uint64_t before = LiveBlocks();
+    const HMODULE spare = Load(copy);
+    const HMODULE service = Load(ServicePath());
+    EXPECT_NE(spare, service);
+    FreeLibrary(spare);
+    EXPECT_FALSE(IsLoaded(copy));
+    EXPECT_TRUE(IsLoaded(ServicePath())) << "the other module is none of its business";
+    FreeLibrary(service);
+    left = LiveBlocks() - before;
+    ledger.ExpectLeft(2, kLoadLock);
+  }
+  const char* const state = StateOf(copy);
+  IQV_JavaVM* creator = nullptr;
+  IQV_JavaVM* joiner = nullptr;
+  ASSERT_EQ(Create(Load(ServicePath()), &creator), QV_S_OK);
+  ASSERT_EQ(Create(Load(copy), &joiner), QV_S_OK);
+  int32_t created = 0;
+  EXPECT_EQ(creator->IsJVMCreated(&created), QV_S_OK);
+  EXPECT_EQ(created, 1);
+  EXPECT_EQ(joiner->IsJVMCreated(&created), QV_S_OK);
+  EXPECT_EQ(created, 0) << "it joined the first one's";
+  FreeToZero(copy);
+  FreeToZero(ServicePath());
+  EXPECT_TRUE(IsLoaded(ServicePath()));
+  EXPECT_TRUE(IsLoaded(copy));
+  ExpectJavaWorks(creator);
+  ExpectJavaWorks(joiner);
+  ExpectThreadsComeAndGo({creator, joiner});
+  ExpectThreadsComeAndGo({joiner, creator});
+  EXPECT_EQ(joiner->Release(), 0u);
+  ExpectJavaWorks(creator);
+  Record("12", "a second one from another folder, neither started", state, Blocks(left) + " for two", kAgain);
+  Record("13", "a second one from another folder, which joins the first one's JVM", StateOf(copy), kNothing, kGoesOn);
+}
+
+}  // namespace
+}  // namespace qvtest
