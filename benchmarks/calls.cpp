@@ -8,6 +8,7 @@
 
 namespace {
 
+using bench::Batch;
 using bench::Host;
 using bench::Need;
 using bench::Report;
@@ -279,27 +280,32 @@ void ClassesAndStrings(Report& report, Host& host) {
       });
 
   const jclass builder = Class(env, "java/lang/StringBuilder");
-  report.Compare(
-      "NewObject with one argument", 1.05,
-      [=](size_t times) {
-        uint64_t found = 0;
-        for (size_t i = 0; i < times; ++i) {
-          qv_jobject object = nullptr;
-          found += vm->NewObject(&object, builder, "(I)", 16) == QV_S_OK ? 1U : 0U;
-          env->DeleteLocalRef(static_cast<jobject>(object));
-        }
-        return found;
-      },
-      [=](size_t times) {
-        uint64_t found = 0;
-        for (size_t i = 0; i < times; ++i) {
-          const jmethodID id = env->GetMethodID(builder, "<init>", "(I)V");
-          const jobject object = env->NewObject(builder, id, 16);
-          found += object != nullptr ? 1U : 0U;
-          env->DeleteLocalRef(object);
-        }
-        return found;
-      });
+  const Batch construct = [=](size_t times) {
+    uint64_t found = 0;
+    for (size_t i = 0; i < times; ++i) {
+      qv_jobject object = nullptr;
+      found += vm->NewObject(&object, builder, "(I)", 16) == QV_S_OK ? 1U : 0U;
+      env->DeleteLocalRef(static_cast<jobject>(object));
+    }
+    return found;
+  };
+  const auto byHand = [=](size_t times, auto&& signature) {
+    uint64_t found = 0;
+    for (size_t i = 0; i < times; ++i) {
+      const jmethodID id = env->GetMethodID(builder, "<init>", signature());
+      const jobject object = env->NewObject(builder, id, 16);
+      found += object != nullptr ? 1U : 0U;
+      env->DeleteLocalRef(object);
+    }
+    return found;
+  };
+  report.Compare("NewObject with one argument", 1.05, construct,
+                 [=](size_t times) { return byHand(times, [] { return "(I)V"; }); });
+  // What it costs the JVM to read a text that was written just before.
+  report.Compare("NewObject, twin completes the signature too", 1.05, construct, [=](size_t times) {
+    char completed[513];
+    return byHand(times, [&] { return std::strcat(std::strcpy(completed, "(I)"), "V"); });
+  });
 }
 
 // Integer.parseInt-like failure: an instance call that throws, and its text as a host string.

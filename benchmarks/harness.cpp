@@ -19,14 +19,21 @@ double TimeOf(const Batch& batch, size_t times, uint64_t& result) {
 }
 
 // How many times fill the wanted span, found by doubling; the doubling also warms everything up.
-size_t Calibrate(const Batch& batch, const Settings& settings) {
-  if (settings.quick) return 1;
+struct Plan {
+  size_t times = 1;   // operations in a batch
+  size_t rounds = 1;  // with two batches each
+};
+
+Plan Calibrate(const Batch& batch, const Settings& settings) {
+  if (settings.quick) return {};
   uint64_t ignored = 0;
   for (size_t times = 1;; times *= 2) {
     const double perOperation = TimeOf(batch, times, ignored);
     const double span = perOperation * static_cast<double>(times);
     if (span >= settings.batchSeconds * 1e9 / 2) {
-      return std::max<size_t>(1, static_cast<size_t>(settings.batchSeconds * 1e9 / perOperation));
+      const size_t fitting = std::max<size_t>(1, static_cast<size_t>(settings.batchSeconds * 1e9 / perOperation));
+      const double round = 2e-9 * perOperation * static_cast<double>(fitting);
+      return {fitting, std::max(settings.fewestRounds, static_cast<size_t>(settings.compareSeconds / round))};
     }
   }
 }
@@ -65,11 +72,10 @@ Sample Summarize(std::vector<double>& values) {
 }
 
 void Report::Compare(const std::string& name, double limit, const Batch& service, const Batch& twin) {
-  const size_t times = Calibrate(service, m_settings);
+  const auto [times, rounds] = Calibrate(service, m_settings);
   std::vector<double> serviceTimes;
   std::vector<double> twinTimes;
   std::vector<double> ratios;
-  const size_t rounds = m_settings.quick ? 1 : m_settings.rounds;
   for (size_t round = 0; round < rounds; ++round) {
     uint64_t serviceResult = 0;
     uint64_t twinResult = 0;
@@ -102,10 +108,10 @@ void Report::Compared(const std::string& name, double limit, std::vector<double>
 }
 
 void Report::Measure(const std::string& name, double limitNs, const Batch& work) {
-  const size_t times = Calibrate(work, m_settings);
+  const auto [times, rounds] = Calibrate(work, m_settings);
   std::vector<double> values;
   uint64_t ignored = 0;
-  for (size_t round = 0; round < (m_settings.quick ? 1 : m_settings.rounds); ++round) {
+  for (size_t round = 0; round < rounds; ++round) {
     values.push_back(TimeOf(work, times, ignored));
   }
   const Sample sample = Summarize(values);

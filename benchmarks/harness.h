@@ -16,8 +16,10 @@ using Batch = std::function<uint64_t(size_t times)>;
 
 struct Settings {
   bool quick = false;  ///< Only proves that everything runs and both ways agree; the figures mean nothing.
-  double batchSeconds = 0.004;
-  size_t rounds = 61;  ///< One batch of each way in a round, first the one, next round first the other.
+  // Batches much shorter than the system's time slices: most of them are not interrupted, whatever else runs.
+  double batchSeconds = 0.0004;
+  double compareSeconds = 1;  ///< For all rounds of a comparison; long operations take more.
+  size_t fewestRounds = 61;   ///< One batch of each way in a round, first the one, next round first the other.
 };
 
 struct Sample {
