@@ -17,7 +17,9 @@ bool ReadDllFolder(HostText& folder) noexcept {
     const HostArray<wchar_t> buffer = AllocHostArray<wchar_t>(capacity);
     if (!buffer) return false;
     buffer[0] = L'\0';
+    SetLastError(ERROR_SUCCESS);
     const DWORD units = GetDllDirectoryW(capacity, buffer.get());
+    if (units == 0 && GetLastError() != ERROR_SUCCESS) return false;  // nobody knows what it is
     if (units < capacity) return folder.Append(std::wstring_view(buffer.get(), units)).Ok();
     capacity = units + 1;
   }
