@@ -221,6 +221,8 @@ jint JNICALL AttachCurrentThreadAsDaemon(JavaVM* vm, void** env, void* arguments
 jint JNICALL DetachCurrentThread(JavaVM* vm) {
   const Locked lock;
   FakeJvmCall call = NewCall(kFakeDetach, IndexOf(vm));
+  call.result = g_state.script.detachResult;
+  if (call.result != JNI_OK) return Record(call);
   if (Environment* const attached = FindEnvironment(call.vm, call.threadId)) {
     attached->attached = false;
     attached->env.functions = &g_deadFunctions;
@@ -301,6 +303,7 @@ constexpr ScriptField kScriptFields[] = {
     {"createPrints", &FakeJvmScript::createPrints},
     {"attachResult", &FakeJvmScript::attachResult},
     {"attachWithoutEnv", &FakeJvmScript::attachWithoutEnv},
+    {"detachResult", &FakeJvmScript::detachResult},
 };
 
 void ReadScript(char* text) {

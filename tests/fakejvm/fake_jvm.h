@@ -42,6 +42,7 @@ struct FakeJvmScript {
   int32_t createPrints;       // calls the vfprintf hook with "fake %s %d\n", "output", 42 while creating
   int32_t attachResult;
   int32_t attachWithoutEnv;  // success, but the environment comes back null
+  int32_t detachResult;      // not 0: the thread stays attached
 };
 
 struct FakeJvmOption {

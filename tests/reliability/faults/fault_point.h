@@ -1,0 +1,141 @@
+// One call that the service makes outside itself, as something that can be counted and made to fail. A point stands for
+// one function; its hook goes into the import table of a freshly loaded qvjvm.dll, or into a table of functions that
+// the service calls through. Only calls of the service are counted, and only while an operation is under way. Hooks run
+// on any thread, also at a thread's end; a hook takes no lock and leaves the last error alone.
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "tests/support/import_hook.h"
+
+namespace qvtest {
+
+enum class PointKind { Windows, CLibrary, HostLibrary, HostObject, Found, JavaVM };
+const char* NameOf(PointKind kind);
+
+// The calls of one function during one operation.
+struct PointCalls {
+  std::atomic<uint64_t> count{0};
+  uint64_t failAt = 0;                // 0: none
+  std::string purpose;                // of the call that failed
+  std::vector<std::string> purposes;  // of all calls, when they are wanted
+
+  void Reset(uint64_t failNow = 0) {
+    count = 0;
+    failAt = failNow;
+    purpose.clear();
+    purposes.clear();
+  }
+};
+
+// Whether an operation is under way.
+extern std::atomic<bool> g_counting;
+extern std::atomic<bool> g_notePurposes;
+// Whether a return address lies in the service.
+bool CalledByService(const void* returnAddress);
+// The service's module while it is loaded; its hooks are put in before its entry routine runs.
+extern std::atomic<HMODULE> g_service;
+
+struct Point {
+  const char* call = "";    // the function
+  const char* fault = "";   // what goes wrong
+  const char* steady = "";  // why nothing can go wrong; empty when something can
+  bool never = false;       // the service has no business with it
+  PointKind kind = PointKind::Windows;
+  PointCalls* calls = nullptr;
+  // Puts the hook in; null for what is not imported.
+  std::function<std::unique_ptr<ImportHook>(HMODULE service)> install{};
+  // For what is not hooked: how often it was called since the operation began, and making its calls fail.
+  std::function<uint64_t()> count{};
+  std::function<void(bool)> script{};
+
+  [[nodiscard]] bool CanFail() const { return *steady == '\0'; }
+  [[nodiscard]] uint64_t Count() const { return count ? count() : calls->count.load(); }
+};
+
+// Counts this call; true when it is the one to fail.
+template <class Describe, class... Arguments>
+bool CountCall(PointCalls& calls, const Describe& describe, Arguments... arguments) {
+  if (!g_counting) return false;
+  const uint64_t number = ++calls.count;
+  const bool fails = number == calls.failAt;
+  if (!fails && !g_notePurposes) return false;
+  const DWORD error = GetLastError();
+  const std::string purpose = describe(arguments...);
+  if (fails) calls.purpose = purpose;
+  if (g_notePurposes) calls.purposes.push_back(purpose);
+  SetLastError(error);
+  return fails;
+}
+
+// The function that stands in an import table. Every lambda is a type of its own, so every point has statics of its
+// own.
+template <class Fail, class Describe, class Result, class... Arguments>
+struct HookOf {
+  static_assert(std::is_class_v<Fail> && std::is_class_v<Describe>, "lambdas, which can be made again from their type");
+  static inline Result (*original)(Arguments...) = nullptr;
+  static inline Result (*standIn)(Arguments...) = nullptr;  // what a call that goes well does; null: the original
+  static inline PointCalls calls;
+
+  static Result Call(Arguments... arguments) {
+    if (CountCall(calls, Describe{}, arguments...)) return Fail{}(arguments...);
+    return standIn != nullptr ? standIn(arguments...) : original(arguments...);
+  }
+};
+
+// `fail` does what the failing function does: sets the last error and the out-values and gives its answer. `describe`
+// says in a word what the call is for, from its arguments.
+template <class Result, class... Arguments, class Fail, class Describe>
+Point MakePoint(PointKind kind, const char* name, Result (*)(Arguments...), const char* fault, Fail, Describe,
+                Result (*standIn)(Arguments...) = nullptr) {
+  using Hook = HookOf<Fail, Describe, Result, Arguments...>;
+  Hook::standIn = standIn;
+  Point point;
+  point.call = name;
+  point.fault = fault;
+  point.kind = kind;
+  point.calls = &Hook::calls;
+  point.install = [name](HMODULE service) {
+    auto hook = std::make_unique<ImportHook>(service, name, &Hook::Call);
+    Hook::original = hook->template Original<decltype(Hook::original)>();
+    return hook;
+  };
+  return point;
+}
+
+// The same for a function of the host library, which the service knows by its ordinal.
+template <class Result, class... Arguments, class Fail, class Describe>
+Point MakeHostPoint(uint16_t ordinal, const char* name, Result (*)(Arguments...), const char* fault, Fail, Describe) {
+  using Hook = HookOf<Fail, Describe, Result, Arguments...>;
+  Point point;
+  point.call = name;
+  point.fault = fault;
+  point.kind = PointKind::HostLibrary;
+  point.calls = &Hook::calls;
+  point.install = [ordinal](HMODULE service) {
+    auto hook = std::make_unique<ImportHook>(service, "qvshr.dll", ordinal, reinterpret_cast<void*>(&Hook::Call));
+    Hook::original = hook->template Original<decltype(Hook::original)>();
+    return hook;
+  };
+  return point;
+}
+
+// Counted, never failed.
+Point Steady(Point point, const char* why);
+// Counted, and the count has to stay 0.
+Point NeverCalled(Point point, const char* why = "the service never calls it");
+
+// All points of the matrix.
+std::vector<Point> WindowsPoints();
+std::vector<Point> CLibraryPoints();
+std::vector<Point> HostPoints();
+
+}  // namespace qvtest

@@ -1,0 +1,43 @@
+// The Java VM's invocation functions fail as the fake jvm.dll is told to, for as long as an operation lasts: within one
+// none of them is called twice for one and the same thread.
+#include "tests/reliability/faults/jvm_points.h"
+
+#include <utility>
+
+namespace qvtest {
+
+namespace {
+
+Point JvmPoint(const FakeJvm& jvm, const char* name, const char* fault, FakeJvmEntry entry,
+               int32_t FakeJvmScript::*field, int32_t value) {
+  Point point;
+  point.call = name;
+  point.fault = fault;
+  point.kind = PointKind::JavaVM;
+  point.count = [&jvm, entry] { return uint64_t{jvm.Count(entry)}; };
+  point.script = [&jvm, field, value](bool fails) { jvm.Script().*field = fails ? value : 0; };
+  return point;
+}
+
+}  // namespace
+
+std::vector<Point> JvmPoints(const FakeJvm& jvm) {
+  std::vector<Point> points = {
+      JvmPoint(jvm, "JNI_GetCreatedJavaVMs", "-1", kFakeGetCreatedVMs, &FakeJvmScript::getCreatedResult, -1),
+      JvmPoint(jvm, "JNI_GetCreatedJavaVMs", "a null VM", kFakeGetCreatedVMs, &FakeJvmScript::firstVmNull, 1),
+      JvmPoint(jvm, "JNI_CreateJavaVM", "-1", kFakeCreateVM, &FakeJvmScript::createResult, -1),
+      JvmPoint(jvm, "JNI_CreateJavaVM", "no environment", kFakeCreateVM, &FakeJvmScript::createWithoutEnv, 1),
+      JvmPoint(jvm, "JNI_CreateJavaVM", "access violation", kFakeCreateVM, &FakeJvmScript::createRaises,
+               kRaiseAccessViolation),
+      JvmPoint(jvm, "JNI_CreateJavaVM", "C++ exception", kFakeCreateVM, &FakeJvmScript::createRaises, kRaiseCpp),
+      JvmPoint(jvm, "JavaVM::AttachCurrentThread", "-1", kFakeAttach, &FakeJvmScript::attachResult, -1),
+      JvmPoint(jvm, "JavaVM::AttachCurrentThread", "no environment", kFakeAttach, &FakeJvmScript::attachWithoutEnv, 1),
+      JvmPoint(jvm, "JavaVM::DetachCurrentThread", "-1", kFakeDetach, &FakeJvmScript::detachResult, -1),
+  };
+  Point defaults =
+      JvmPoint(jvm, "JNI_GetDefaultJavaVMInitArgs", "", kFakeGetDefaultArgs, &FakeJvmScript::defaultArgsResult, -1);
+  points.push_back(NeverCalled(std::move(defaults), "the service asks for it, and never calls it"));
+  return points;
+}
+
+}  // namespace qvtest
