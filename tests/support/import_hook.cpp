@@ -80,6 +80,12 @@ ImportHook::ImportHook(HMODULE module, const char* dll, uint16_t ordinal, void* 
                            })),
       m_original(Replace(m_places, replacement, dll + std::string(" ordinal ") + std::to_string(ordinal))) {}
 
+bool ImportHook::Imports(HMODULE module, const char* function) {
+  return !FindImports(OrProgram(module), [&](const char*, const char* name, uint16_t) {
+            return name != nullptr && std::strcmp(name, function) == 0;
+          }).empty();
+}
+
 ImportHook::~ImportHook() {
   for (void** place : m_places) Write(place, m_original);
 }

@@ -25,6 +25,9 @@ class ImportHook {
   ImportHook(const ImportHook&) = delete;
   ImportHook& operator=(const ImportHook&) = delete;
 
+  // Whether the module imports the function, so that a hook would find it.
+  static bool Imports(HMODULE module, const char* function);
+
   [[nodiscard]] bool Installed() const { return !m_places.empty(); }
   // What the module would have called; null when nothing was replaced.
   template <class Function>

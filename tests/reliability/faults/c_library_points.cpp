@@ -2,7 +2,6 @@
 // cannot fail; formatted output is linked in and writes through fwrite and fputc.
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <cwchar>
 
 #include "tests/reliability/faults/fault_point.h"
@@ -26,15 +25,20 @@ std::vector<Point> CLibraryPoints() {
             return nullptr;
           },
           [](const wchar_t*, const wchar_t* mode) { return std::string(mode[0] == L'w' ? "anew" : "to append"); }),
-      MakePoint(
+      BuildDependent(MakePoint(
           QV_C(fwrite), "disk full",
           [](const void*, size_t, size_t, FILE*) -> size_t {
             errno = ENOSPC;
             return 0;
           },
-          [](const void* bytes, size_t size, size_t count, FILE*) {
-            return std::string(size * count > 3 && std::memcmp(bytes, "***", 3) == 0 ? "header" : "message");
-          }),
+          kNoPurpose)),
+      BuildDependent(MakePoint(
+          QV_C(fputs), "disk full",
+          [](const char*, FILE*) -> int {
+            errno = ENOSPC;
+            return EOF;
+          },
+          kNoPurpose)),
       MakePoint(
           QV_C(fputc), "disk full",
           [](int, FILE*) -> int {
@@ -60,11 +64,12 @@ std::vector<Point> CLibraryPoints() {
       MakePoint(
           QV_C(_wcsupr), "null", [](wchar_t*) -> wchar_t* { return nullptr; }, kNoPurpose),
   };
-  for (const char* name : {"_wtoi", "_itow", "wcslen", "strlen", "strcmp", "memcpy", "memmove", "memset"}) {
+  for (const char* name : {"_wtoi", "_itow", "wcslen", "strlen", "strcmp", "memcpy", "memmove", "memset", "memcmp"}) {
     Point point;
     point.call = name;
     point.kind = PointKind::CLibrary;
     point.steady = "computes on memory that its caller owns";
+    point.buildDependent = true;
     points.push_back(point);
   }
   return points;

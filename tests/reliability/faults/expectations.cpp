@@ -32,6 +32,7 @@ const std::vector<Expectation>& Expectations() {
       {"GetProcAddress", "*", "JNI_CreateJavaVM", 0, "start", kFail, Started::Nothing, kForGood},
       {"GetProcAddress", "*", "RtlDllShutdownInProgress", 0, "load", S},
       {"GetProcAddress", "*", "QV_RTGetJvmWebConfig", 0, "start in a web", S},  // the log is "vm.out"
+      {"QV_RTGetJvmWebConfig", "*", "*", 0, "start in a web", S},
       {"LoadLibraryW", "*", "qvrth.dll", 0, "start in a web", S},
       {"GetModuleHandleW", "*", "qvrth.dll", 0, "start in a web", S},  // it is loaded then
       {"GetModuleHandleW", "*", "ntdll.dll", 0, "load", S},
@@ -88,6 +89,7 @@ const std::vector<Expectation>& Expectations() {
       // -- the log --
       {"_wfopen", "*", "*", 0, "*", -1},
       {"fwrite", "*", "*", 0, "*", S},  // nobody asks whether the disk was full
+      {"fputs", "*", "*", 0, "*", S},
       {"fputc", "*", "*", 0, "*", S},
       {"fflush", "*", "*", 0, "*", S},
       {"fclose", "*", "*", 0, "*", S},

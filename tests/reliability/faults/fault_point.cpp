@@ -35,6 +35,11 @@ bool CalledByService(const void* returnAddress) {
   return returnAddress >= module && returnAddress < module + nt->OptionalHeader.SizeOfImage;
 }
 
+Point BuildDependent(Point point) {
+  point.buildDependent = true;
+  return point;
+}
+
 Point Steady(Point point, const char* why) {
   point.fault = "";
   point.steady = why;

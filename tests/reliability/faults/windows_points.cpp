@@ -1,10 +1,15 @@
 // The Windows functions. What fails answers as the function's documentation says, with a last error that fits.
+#include <cstring>
+#include <utility>
+
 #include "tests/reliability/faults/fault_point.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
 
 namespace {
+
+constexpr auto kNoPurpose = [](auto...) { return std::string(); };
 
 std::wstring g_hostPath;
 
@@ -28,6 +33,40 @@ DWORD WINAPI AnswerModulePath(HMODULE module, wchar_t* buffer, DWORD capacity) {
   return static_cast<DWORD>(g_hostPath.copy(buffer, capacity - 1));
 }
 
+// ---- functions that the service finds by name: a stand-in that counts is what it finds ----
+
+using ShutdownQuery = BOOLEAN();
+using WebConfig = int32_t(wchar_t*, wchar_t*);
+
+constexpr auto kNotEnding = []() -> BOOLEAN { return FALSE; };
+constexpr auto kNamesNothing = [](wchar_t*, wchar_t*) -> int32_t { return -1; };
+using ShutdownHook = HookOf<decltype(kNotEnding), decltype(kNoPurpose), BOOLEAN>;
+using WebConfigHook = HookOf<decltype(kNamesNothing), decltype(kNoPurpose), int32_t, wchar_t*, wchar_t*>;
+
+FARPROC WINAPI AnswerProcAddress(HMODULE module, const char* name) {
+  const FARPROC found = GetProcAddress(module, name);
+  if (found == nullptr) return nullptr;
+  void* const function = reinterpret_cast<void*>(found);
+  if (std::strcmp(name, "RtlDllShutdownInProgress") == 0) {
+    ShutdownHook::original = reinterpret_cast<ShutdownQuery*>(function);
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&ShutdownHook::Call));
+  }
+  if (std::strcmp(name, "QV_RTGetJvmWebConfig") == 0) {
+    WebConfigHook::original = reinterpret_cast<WebConfig*>(function);
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&WebConfigHook::Call));
+  }
+  return found;
+}
+
+Point FoundPoint(const char* name, const char* fault, PointCalls& calls) {
+  Point point;
+  point.call = name;
+  point.fault = fault;
+  point.kind = PointKind::Found;
+  point.calls = &calls;
+  return point;
+}
+
 std::atomic<int> g_boxes{0};
 int WINAPI CountBox(HWND, const wchar_t*, const wchar_t*, UINT) {
   ++g_boxes;
@@ -44,8 +83,6 @@ BOOL WINAPI AnswerModuleHandle(DWORD flags, const wchar_t* address, HMODULE* mod
 }
 
 void WINAPI DropLine(const wchar_t*) {}
-
-constexpr auto kNoPurpose = [](auto...) { return std::string(); };
 
 }  // namespace
 
@@ -93,7 +130,7 @@ std::vector<Point> WindowsPoints() {
             SetLastError(ERROR_PROC_NOT_FOUND);
             return nullptr;
           },
-          [](HMODULE, const char* name) { return std::string(name); }),
+          [](HMODULE, const char* name) { return std::string(name); }, &AnswerProcAddress),
       MakePoint(
           QV_WINDOWS(GetModuleHandleW), "not loaded",
           [](const wchar_t*) -> HMODULE {
@@ -270,6 +307,8 @@ std::vector<Point> WindowsPoints() {
       Steady(MakePoint(
                  QV_WINDOWS(OutputDebugStringW), "", [](const wchar_t*) {}, kNoPurpose, &DropLine),
              kLock),
+      FoundPoint("QV_RTGetJvmWebConfig", "names no file", WebConfigHook::calls),
+      Steady(FoundPoint("RtlDllShutdownInProgress", "", ShutdownHook::calls), kQuestion),
       // -- what cannot fail --
       QV_STEADY(EnterCriticalSection, kLock),
       QV_STEADY(LeaveCriticalSection, kLock),
@@ -279,10 +318,14 @@ std::vector<Point> WindowsPoints() {
       QV_STEADY(ReleaseSRWLockExclusive, kLock),
       QV_STEADY(GetCurrentThreadId, kQuestion),
       QV_STEADY(GetLastError, kQuestion),
+      QV_STEADY(SetLastError, kLock),
       QV_STEADY(IsDebuggerPresent, kQuestion),
       QV_STEADY(CharLowerW, kOwn),
       QV_STEADY(lstrcpynW, kOwn),
   };
+  Point handler;
+  handler.call = "__C_specific_handler";
+  points.push_back(Steady(std::move(handler), "the system calls it when the JVM's creation raises"));
   return points;
 }
 
