@@ -71,7 +71,7 @@ Sample Summarize(std::vector<double>& values) {
   return {.median = at(0.5), .low = at(0.25), .high = at(0.75)};
 }
 
-void Report::Compare(const std::string& name, double limit, const Batch& service, const Batch& twin) {
+Pair Report::Compare(const std::string& name, double limit, const Batch& service, const Batch& twin) {
   const auto [times, rounds] = Calibrate(service, m_settings);
   std::vector<double> serviceTimes;
   std::vector<double> twinTimes;
@@ -86,10 +86,10 @@ void Report::Compare(const std::string& name, double limit, const Batch& service
     if (serviceResult != twinResult) Die(name + ": the service and its twin came to different results");
     ratios.push_back(serviceTimes.back() / twinTimes.back());
   }
-  Compared(name, limit, serviceTimes, twinTimes, ratios, times);
+  return Compared(name, limit, serviceTimes, twinTimes, ratios, times);
 }
 
-void Report::Compared(const std::string& name, double limit, std::vector<double>& serviceTimes,
+Pair Report::Compared(const std::string& name, double limit, std::vector<double>& serviceTimes,
                       std::vector<double>& twinTimes, std::vector<double>& ratios, size_t times) {
   const size_t rounds = ratios.size();
   const Sample serviceSample = Summarize(serviceTimes);
@@ -105,6 +105,7 @@ void Report::Compared(const std::string& name, double limit, std::vector<double>
                        {"limit", limit},
                        {"times", times},
                        {"rounds", rounds}});
+  return {serviceSample, twinSample};
 }
 
 void Report::Measure(const std::string& name, double limitNs, const Batch& work) {
@@ -122,7 +123,7 @@ void Report::Measure(const std::string& name, double limitNs, const Batch& work)
 }
 
 void Report::Note(const std::string& name, double value, const std::string& unit, double limit) {
-  std::printf("%-46s %12.0f %s%s\n", name.c_str(), value, unit.c_str(), Verdict(m_settings, value, limit));
+  std::printf("%-46s %12.5g %s%s\n", name.c_str(), value, unit.c_str(), Verdict(m_settings, value, limit));
   std::fflush(stdout);
   m_results.push_back({{"name", name}, {"value", value}, {"unit", unit}, {"limit", limit}});
 }

@@ -28,6 +28,11 @@ struct Sample {
   double high = 0;    ///< third quartile
 };
 
+struct Pair {
+  Sample service;
+  Sample twin;
+};
+
 /// Quartiles of the values, which are reordered.
 Sample Summarize(std::vector<double>& values);
 
@@ -38,9 +43,9 @@ class Report {
 
   /// Times `service` against `twin`. `limit` is the ratio to reach, 0 for none. Ends the program with a message when
   /// the two ways do not agree in their results.
-  void Compare(const std::string& name, double limit, const Batch& service, const Batch& twin);
+  Pair Compare(const std::string& name, double limit, const Batch& service, const Batch& twin);
   /// The same for times (ns) that were taken elsewhere, one of each way and their ratio a round; they are reordered.
-  void Compared(const std::string& name, double limit, std::vector<double>& service, std::vector<double>& twin,
+  Pair Compared(const std::string& name, double limit, std::vector<double>& service, std::vector<double>& twin,
                 std::vector<double>& ratios, size_t times);
   /// One way alone; `limitNs` is what the median may reach, 0 for no limit.
   void Measure(const std::string& name, double limitNs, const Batch& work);

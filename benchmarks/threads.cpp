@@ -72,12 +72,17 @@ void Environment(Report& report, const Host& host, DWORD slot) {
   IQV_JavaVM* const vm = host.Vm();
   const std::vector<size_t> counts =
       report.Options().quick ? std::vector<size_t>{1, 10} : std::vector<size_t>{1, 10, 100, 1000};
+  std::vector<bench::Pair> pairs;
   for (const size_t count : counts) {
     const JoinedThreads others(host, count - 1);
-    report.Compare(
+    pairs.push_back(report.Compare(
         "environment, " + std::to_string(count) + " threads joined", 0,
-        [=](size_t times) { return AskService(vm, times); }, [=](size_t times) { return AskSlot(slot, times); });
+        [=](size_t times) { return AskService(vm, times); }, [=](size_t times) { return AskSlot(slot, times); }));
   }
+  const bench::Pair& most = pairs.back();
+  report.Note("environment, most threads over one thread", most.service.median / pairs.front().service.median, "times",
+              1.1);
+  report.Note("environment, most threads, beyond the twin", most.service.median - most.twin.median, "ns", 5);
 }
 
 // `work` on each of `count` threads at once; the time is that of all of them together.
