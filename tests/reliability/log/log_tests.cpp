@@ -1,0 +1,385 @@
+// The output hook of the very qvjvm.dll, taken from what a recorded JVM is given, on files that cannot be written, that
+// vanish, that others hold and that many threads write at once: what it answers, what is lost, and that the next
+// message after the trouble arrives.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "qvjvm/qvjvm.h"
+#include "tests/fakejvm/fake_jvm_user.h"
+#include "tests/reliability/log/abuse.h"
+#include "tests/reliability/log/written_lines.h"
+#include "tests/support/environment.h"
+#include "tests/support/ledger_check.h"
+#include "tests/support/registry_sandbox.h"
+#include "tests/support/reliability.h"
+#include "tests/support/temp_folder.h"
+#include "tests/support/text.h"
+
+namespace qvtest {
+namespace {
+
+using Hook = int32_t (*)(FILE* stream, const char* format, va_list args);
+
+class LogAbuse : public testing::Test {
+ protected:
+  void SetUp() override {
+    QvshrLedgerOverrideFolder(0, m_folder.Path().c_str());
+    m_service = LoadLibraryW((ProgramFolder() + L"\\..\\qvjvm.dll").c_str());
+    ASSERT_NE(m_service, nullptr);
+    const auto create =
+        reinterpret_cast<QV_CreateJavaVMFn>(reinterpret_cast<void*>(GetProcAddress(m_service, "QV_CreateJavaVM")));
+    ASSERT_EQ(create(&m_vm, nullptr), QV_S_OK);
+    for (const SeenOption& option : m_jvm.Options()) {
+      if (option.text == "vfprintf") m_hook = reinterpret_cast<Hook>(option.extraInfo);
+    }
+    ASSERT_NE(m_hook, nullptr);
+    m_vm->SetLogFileName(m_log.c_str());
+  }
+
+  void TearDown() override {
+    if (m_vm != nullptr) m_vm->Release();
+    QvshrLedgerOverrideInt(kQvshrCallNoDetachQuery, 1);  // the recorded runtime goes before the process does
+  }
+
+  int32_t Print(const char* format, ...) const {
+    va_list args;
+    va_start(args, format);
+    const int32_t written = m_hook(nullptr, format, args);
+    va_end(args);
+    return written;
+  }
+
+  // Writes lines and counts the answers that were `answer`; 0 stands for the line's length.
+  int PrintLines(const char* name, int count, int32_t answer = 0) {
+    int asExpected = 0;
+    for (int i = 0; i < count; ++i) {
+      const std::string line = std::string(name) + " " + std::to_string(i);
+      m_written.insert(line);
+      const int32_t written = Print("%s\n", line.c_str());
+      if (written == (answer != 0 ? answer : static_cast<int32_t>(line.size()) + 1)) ++asExpected;
+    }
+    return asExpected;
+  }
+
+  // The trouble is over: a message arrives, and the service works.
+  void ExpectGoesOn() {
+    const std::string line = "afterwards";
+    EXPECT_EQ(Print("%s\n", line.c_str()), 11);
+    EXPECT_EQ(CountLines(ReadWholeFile(m_log), {line}).found, 1);
+    std::thread([&] { EXPECT_NE(QV_AcquireThreadEnv(m_vm), nullptr); }).join();
+  }
+
+  static void Record(const char* key, const std::string& abuse, int writes, const LineCount& lines,
+                     const std::string& afterwards) {
+    RecordRow("log", key,
+              {{"Abuse", abuse},
+               {"Writes", writes},
+               {"Lost", lines.lost},
+               {"Mixed", lines.mixed},
+               {"Afterwards", HasFailure() ? "failed" : afterwards}});
+  }
+
+  [[nodiscard]] LineCount CountWritten(const std::wstring& path) const {
+    return CountLines(FileExists(path) ? ReadWholeFile(path) : "", m_written);
+  }
+
+  TempFolder m_folder;
+  RegistrySandbox m_registry{RegistrySandbox::Override::MachineAndUser};
+  EnvironmentScope m_path{L"PATH", L"C:\\windows\\system32;C:\\windows"};
+  EnvironmentScope m_javaHome{L"JAVA_HOME", FakeJvm::Home()};
+  FakeJvm m_jvm;
+  HMODULE m_service = nullptr;
+  IQV_JavaVM* m_vm = nullptr;
+  Hook m_hook = nullptr;
+  std::wstring m_log = m_folder.Path(L"abused.log");
+  std::set<std::string> m_written;
+};
+
+constexpr int kMessages = 100;
+constexpr char kArrives[] = "the next message arrives";
+constexpr char kRefused[] = "-1 to the JVM; undone, the next message arrives";
+
+TEST_F(LogAbuse, ReadOnlyFile) {
+  m_folder.WriteFile(L"abused.log", "kept\r\n");
+  bool byHook = false;
+  {
+    const ReadOnlyFile abuse(m_log, m_service);
+    byHook = abuse.ByHook();
+    EXPECT_EQ(PrintLines("read-only", kMessages, -1), kMessages);
+  }
+  EXPECT_EQ(ReadWholeFile(m_log), "kept\r\n");
+  const LineCount lines = CountWritten(m_log);
+  EXPECT_EQ(lines.lost, kMessages);
+  ExpectGoesOn();
+  Record("01", byHook ? "read-only file (refused by a hook)" : "read-only file", kMessages, {0, lines.lost, 0},
+         kRefused);
+}
+
+TEST_F(LogAbuse, FolderInItsPlace) {
+  m_folder.MakeFolder(L"abused.log");
+  EXPECT_EQ(PrintLines("folder", kMessages, -1), kMessages);
+  RemoveDirectoryW(m_log.c_str());
+  ExpectGoesOn();
+  Record("02", "a folder in its place", kMessages, {0, kMessages, 0}, kRefused);
+}
+
+TEST_F(LogAbuse, MissingFolder) {
+  m_log = m_folder.Path(L"missing\\abused.log");
+  m_vm->SetLogFileName(m_log.c_str());
+  EXPECT_EQ(PrintLines("missing", kMessages, -1), kMessages);
+  m_folder.MakeFolder(L"missing");
+  ExpectGoesOn();
+  Record("03", "a folder that does not exist", kMessages, {0, kMessages, 0}, kRefused);
+}
+
+TEST_F(LogAbuse, HeldByAnotherProcess) {
+  EXPECT_EQ(PrintLines("before", 1), 1);
+  {
+    const HeldFile abuse(m_log);
+    EXPECT_EQ(PrintLines("held", kMessages, -1), kMessages);
+  }
+  const LineCount lines = CountWritten(m_log);
+  EXPECT_EQ(lines.found, 1) << "what was there before stays";
+  EXPECT_EQ(lines.mixed, 0);
+  ExpectGoesOn();
+  Record("04", "held open by another process, not shared", kMessages, {0, lines.lost, lines.mixed}, kRefused);
+}
+
+// The JVM is told what the formatter answers, which is done before the disk is asked.
+TEST_F(LogAbuse, FullDiskByHook) {
+  EXPECT_EQ(PrintLines("before", 1), 1);
+  int refused = 0;
+  {
+    const FullDisk abuse;
+    PrintLines("full", kMessages);
+    refused = abuse.Refused();
+  }
+  EXPECT_GE(refused, kMessages);
+  const LineCount lines = CountWritten(m_log);
+  EXPECT_EQ(lines.found, 1);
+  EXPECT_EQ(lines.mixed, 0);
+  ExpectGoesOn();
+  Record("05", "a full disk (writes refused by a hook)", kMessages, {0, lines.lost, 0}, kArrives);
+}
+
+TEST_F(LogAbuse, FullDisk) {
+  const std::wstring full = FileOnAFullDisk();
+  if (full.empty()) GTEST_SKIP() << "this system has no full disk at hand; the hook stands for it";
+  m_vm->SetLogFileName(full.c_str());
+  PrintLines("full", kMessages);
+  Print("%s", std::string(100000, 'x').c_str());
+  m_vm->SetLogFileName(m_log.c_str());
+  ExpectGoesOn();
+  const LineCount lines = CountWritten(m_log);
+  EXPECT_EQ(lines.lost, kMessages);
+  Record("06", "a full disk", kMessages, {0, lines.lost, 0}, kArrives);
+}
+
+TEST_F(LogAbuse, DeletedBetweenMessages) {
+  int found = 0;
+  for (int i = 0; i < kMessages; ++i) {
+    EXPECT_EQ(PrintLines(("deleted " + std::to_string(i)).c_str(), 1), 1);
+    found += CountWritten(m_log).found;
+    EXPECT_NE(DeleteFileW(m_log.c_str()), FALSE);
+  }
+  EXPECT_EQ(found, kMessages) << "each message makes the file again";
+  ExpectGoesOn();
+  Record("07", "deleted after every message", kMessages, {found, kMessages - found, 0}, kArrives);
+}
+
+// Lines of two lengths, so that a piece of one cannot look like another.
+std::string LineOf(int thread, int number) {
+  return "thread " + std::to_string(thread) + " line " + std::to_string(number) + " " +
+         std::string(static_cast<size_t>(number % 2 == 0 ? 20 : 200), static_cast<char>('a' + thread));
+}
+
+constexpr int kThreads = 16;
+constexpr size_t kNames = 100;
+
+// Every thread writes its lines; work() runs on the side until they have.
+class ManyWriters : public LogAbuse {
+ protected:
+  template <class Work>
+  int WriteFromAll(int linesEach, Work&& work) {
+    std::atomic<int> refused = 0;
+    std::atomic<int> writing = kThreads;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread) {
+      for (int number = 0; number < linesEach; ++number) m_written.insert(LineOf(thread, number));
+    }
+    for (int thread = 0; thread < kThreads; ++thread) {
+      threads.emplace_back([&, thread] {
+        for (int number = 0; number < linesEach; ++number) {
+          const std::string line = LineOf(thread, number);
+          const int32_t written = Print("%s\n", line.c_str());
+          if (written != static_cast<int32_t>(line.size()) + 1) ++refused;
+        }
+        --writing;
+      });
+    }
+    while (writing > 0) work();
+    for (std::thread& thread : threads) thread.join();
+    return refused;
+  }
+
+  static int LinesEach() { return IsNightly() ? 2000 : 50; }
+};
+
+TEST_F(ManyWriters, AtOnce) {
+  Print("first\n");
+  const int refused = WriteFromAll(LinesEach(), [] { Sleep(1); });
+  m_written.insert("first");
+  const LineCount lines = CountWritten(m_log);
+  EXPECT_EQ(refused, 0) << "every message could be written";
+  EXPECT_GT(lines.found, 0);
+  ExpectGoesOn();
+  Record("10", "16 threads write at once", kThreads * LinesEach(), lines, kArrives);
+}
+
+TEST_F(ManyWriters, AtOnceFromTheFirstMessageOn) {
+  const int refused = WriteFromAll(LinesEach(), [] { Sleep(1); });
+  const LineCount lines = CountWritten(m_log);
+  EXPECT_EQ(refused, 0);
+  EXPECT_GT(lines.found, 0);
+  ExpectGoesOn();
+  Record("11", "the same, the first message among them", kThreads * LinesEach(), lines, kArrives);
+}
+
+TEST_F(ManyWriters, WhileItIsDeleted) {
+  int deleted = 0;
+  WriteFromAll(LinesEach(), [&] {
+    if (DeleteFileW(m_log.c_str()) != FALSE) ++deleted;
+    Sleep(1);
+  });
+  EXPECT_GT(deleted, 0);
+  const LineCount lines = CountWritten(m_log);
+  ExpectGoesOn();
+  Record("12", "16 threads write, the file deleted all the time", kThreads * LinesEach(), lines, kArrives);
+}
+
+TEST_F(ManyWriters, WhileTheNameIsSwitched) {
+  std::vector<std::wstring> logs = {m_log};
+  const int refused = WriteFromAll(LinesEach(), [&] {
+    if (logs.size() < kNames) {
+      logs.push_back(m_folder.Path(L"switched-" + std::to_wstring(logs.size()) + L".log"));
+      m_vm->SetLogFileName(logs.back().c_str());
+    }
+    Sleep(1);
+  });
+  EXPECT_EQ(refused, 0);
+  EXPECT_GT(logs.size(), 1u);
+  LineCount all;
+  for (const std::wstring& log : logs) {
+    const LineCount lines = CountWritten(log);
+    all.found += lines.found;
+    all.mixed += lines.mixed;
+  }
+  const int writes = kThreads * LinesEach();
+  all.lost = writes - all.found;
+  EXPECT_GT(all.found, 0);
+  m_vm->SetLogFileName(m_log.c_str());
+  ExpectGoesOn();
+  Record("13", "16 threads write, the name switched " + std::to_string(logs.size() - 1) + " times", writes, all,
+         kArrives);
+}
+
+// Under guard pages: a name that is freed while somebody is about to take it would end the test. Every message takes
+// it.
+TEST_F(LogAbuse, NameIsSwitchedWhileItIsTaken) {
+  const GuardPages guard;
+  const std::wstring other = m_folder.Path(L"other.log");
+  std::atomic<bool> stop = false;
+  std::atomic<int> wrong = 0;
+  std::vector<std::thread> takers;
+  for (int i = 0; i < 2; ++i) {
+    takers.emplace_back([&] {
+      while (!stop) {
+        IQvString* name = nullptr;
+        if (m_vm->GetLogFileName(&name) != QV_S_OK) ++wrong;
+        const std::wstring text = TakeText(name);
+        if (text != m_log && text != other) ++wrong;
+      }
+    });
+  }
+  for (int i = 0; i < (IsNightly() ? 100000 : 10000); ++i)
+    m_vm->SetLogFileName(i % 2 == 0 ? other.c_str() : m_log.c_str());
+  stop = true;
+  for (std::thread& taker : takers) taker.join();
+  EXPECT_EQ(wrong, 0);
+  ExpectGoesOn();
+}
+
+TEST_F(LogAbuse, VeryLongMessages) {
+  const std::vector<size_t> sizes = {
+      511, 512, 4095, 4096, 65536, 1 << 20, IsNightly() ? size_t{64} << 20 : size_t{4} << 20};
+  for (const size_t size : sizes) {
+    const std::string line(size, 'm');
+    m_written.insert(line);
+    EXPECT_EQ(Print("%s\n", line.c_str()), static_cast<int32_t>(size) + 1);
+  }
+  const LineCount lines = CountWritten(m_log);
+  EXPECT_EQ(lines.lost, 0);
+  EXPECT_EQ(lines.mixed, 0);
+  ExpectGoesOn();
+  Record("14", "messages of up to " + std::to_string(sizes.back() >> 20) + " MiB", static_cast<int>(sizes.size()),
+         lines, kArrives);
+}
+
+// A file's path of 300 characters below a folder, in folders that it makes and removes. With the prefix that lifts the
+// system's limit, without which they could not be removed either.
+class LongPath {
+ public:
+  explicit LongPath(const std::wstring& folder) : m_file(kPrefix + folder) {
+    while (m_file.size() < kPrefix.size() + 200) {
+      m_file += L"\\" + std::wstring(80, L'f');
+      m_folders.push_back(m_file);
+      EXPECT_NE(CreateDirectoryW(m_file.c_str(), nullptr), FALSE) << GetLastError();
+    }
+    m_file += L"\\" + std::wstring(kPrefix.size() + 300 - m_file.size() - 1, L'n');
+  }
+  ~LongPath() {
+    DeleteFileW(m_file.c_str());
+    for (auto folder = m_folders.rbegin(); folder != m_folders.rend(); ++folder) RemoveDirectoryW(folder->c_str());
+  }
+  LongPath(const LongPath&) = delete;
+  LongPath& operator=(const LongPath&) = delete;
+
+  [[nodiscard]] const std::wstring& Prefixed() const { return m_file; }
+  [[nodiscard]] std::wstring Plain() const { return m_file.substr(kPrefix.size()); }
+
+ private:
+  static inline const std::wstring kPrefix = L"\\\\?\\";
+  std::wstring m_file;
+  std::vector<std::wstring> m_folders;
+};
+
+TEST_F(LogAbuse, PathOf300Characters) {
+  const LongPath path(m_folder.Path());
+  ASSERT_EQ(path.Plain().size(), 300u);
+  m_vm->SetLogFileName(path.Plain().c_str());
+  const int32_t answer = Print("plain\n");
+  const bool there = FileExists(path.Prefixed());
+  EXPECT_EQ(answer, there ? 6 : -1) << "refused by the system or written";
+  Record("15", "a path of 300 characters", 1, {there ? 1 : 0, there ? 0 : 1, 0}, kArrives);
+  m_log = path.Prefixed();
+  m_vm->SetLogFileName(m_log.c_str());
+  EXPECT_EQ(PrintLines("prefixed", kMessages), kMessages);
+  const LineCount lines = CountWritten(m_log);
+  EXPECT_EQ(lines.lost, 0);
+  ExpectGoesOn();
+  Record("16", "the same with the prefix \\\\?\\", kMessages, lines, kArrives);
+}
+
+}  // namespace
+}  // namespace qvtest
