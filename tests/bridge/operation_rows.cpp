@@ -327,19 +327,25 @@ void AddQueries(Table& table) {
 
 void AddCapture(Table& table) {
   // Into the object's own record, as the operations do it; 1 says that there was something.
-  const RecordView text = Record(L"java.lang.Error: from before", 0);
-  FaultRows faults = CaptureFaults(1, 1, 0, text);
-  for (FaultRow& row : faults) row.end.status = 1;
-  table.Add(
-      "CaptureException", true, {1, text, 3}, faults,
-      [](FakeVm& java, IQV_JavaVM&, SlotTable&) {
-        java.Here().SetPending(Throwable("exception", L"java.lang.Error: from before"));
-      },
-      [](IQV_JavaVM& vm, FakeJni& jni) {
-        auto& object = static_cast<CQV_JNIVMManager&>(vm);
-        return vm.CaptureException(object.RecordSlot(), &jni);
-      },
-      {{{1, kNoRecord, 3}, {1, kNoRecord, 3}}});
+  const auto add = [&](const char* name, const std::wstring& thrown, const RecordView& text, bool copied) {
+    FaultRows faults = CaptureFaults(1, 1, 0, text);
+    for (FaultRow& row : faults) row.end.status = 1;
+    // A text that does not fit is cut by another function than the one that copies it whole.
+    if (!copied)
+      std::erase_if(faults, [](const FaultRow& row) { return std::string(row.function) == "GetStringChars"; });
+    table.Add(
+        name, true, {1, text, 3}, faults,
+        [thrown](FakeVm& java, IQV_JavaVM&, SlotTable&) { java.Here().SetPending(Throwable("exception", thrown)); },
+        [](IQV_JavaVM& vm, FakeJni& jni) {
+          auto& object = static_cast<CQV_JNIVMManager&>(vm);
+          return vm.CaptureException(object.RecordSlot(), &jni);
+        },
+        {{{1, kNoRecord, 3}, {1, kNoRecord, 3}}});
+  };
+  const std::wstring text = L"java.lang.Error: from before";
+  add("CaptureException", text, Record(text, 0), true);
+  const std::wstring longText(2000, L'x');
+  add("CaptureException of a long text", longText, Record(longText.substr(0, 511), 0), false);
 }
 
 }  // namespace

@@ -1,0 +1,263 @@
+// Every operation of the bridge with every JNI call and every allocation that it makes failing in turn: the stated
+// result, nothing lost, nothing freed twice, and exactly the references that the operation leaves on purpose.
+// A call that no row speaks of fails the test, and so does a row that no call fits.
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "tests/bridge/operation_rows.h"
+#include "tests/reliability/faults/outside_calls.h"
+#include "tests/support/import_hook.h"
+#include "tests/support/reliability.h"
+
+namespace qvtest {
+
+namespace {
+
+// What the page says about one function.
+struct Tally {
+  int operations = 0;
+  std::set<Fault> faults;
+  int goOn = 0;
+  int fail = 0;
+
+  void Count(const End& normal, const End& end) { ++(normal.status == end.status ? goOn : fail); }
+  [[nodiscard]] std::string Outcome() const {
+    std::string text;
+    if (goOn != 0) text = std::to_string(goOn) + " went on";
+    if (fail != 0) text += (text.empty() ? "" : ", ") + std::to_string(fail) + " failed as stated";
+    return text.empty() ? "-" : text;
+  }
+  [[nodiscard]] std::string Faults() const {
+    std::string text;
+    if (faults.contains(Fault::Null)) text = "null";
+    if (faults.contains(Fault::Throw)) text += text.empty() ? "exception" : ", exception";
+    return text;
+  }
+};
+
+// The functions that cannot fail, and why.
+const std::map<std::string, std::string> kSteady = {
+    {"DeleteLocalRef", "it has no result"},
+    {"DeleteGlobalRef", "it has no result"},
+    {"ReleaseStringChars", "it has no result"},
+    {"ReleaseByteArrayElements", "it has no result"},
+    {"ExceptionOccurred", "every answer is an answer"},
+    {"ExceptionCheck", "every answer is an answer"},
+    {"ExceptionDescribe", "it has no result"},
+    {"ExceptionClear", "it has no result"},
+    {"GetStringLength", "every string has a length"},
+    {"GetStringRegion", "it is asked for what is there"},
+    {"GetStaticIntField", "the field was found"},
+    {"GetStaticShortField", "the field was found"},
+};
+
+class Sweep : public BridgeTest {
+ protected:
+  // On a fresh object and VM. `fault` is set when everything is prepared and taken back when the operation is over.
+  template <class SetFault>
+  End Run(const Operation& operation, SetFault&& setFault) {
+    SetCreated(operation.created);
+    operation.prepare(Java(), Api(), Watch());
+    const ReferenceCounts before = Java().Counts();
+    Log();
+    End end{};
+    {
+      [[maybe_unused]] const auto fault = setFault();
+      end.status = operation.call(Api(), Jni());
+      m_fired = Java().FaultFired() || QvshrLedgerFired() != 0;
+    }
+    const ReferenceCounts after = Java().Counts();
+    end.record = ObjectRecord();
+    end.locals = after.localsMade - after.localsDeleted - before.localsMade + before.localsDeleted;
+    end.globals = after.globalsMade - after.globalsDeleted - before.globalsMade + before.globalsDeleted;
+    m_log = Log();
+    Renew();
+    return end;
+  }
+  End Run(const Operation& operation) {
+    return Run(operation, [] { return 0; });
+  }
+
+  Lines m_log;
+  bool m_fired = false;
+};
+
+TEST_F(Sweep, EachOperationLeavesTheReferencesOfItsRow) {
+  for (const Operation& operation : Operations()) {
+    SCOPED_TRACE(operation.name);
+    EXPECT_EQ(Run(operation), operation.end);
+    for (const std::string& line : m_log) {
+      EXPECT_FALSE(line.ends_with(" !pending")) << line << " is illegal while an exception is pending";
+    }
+  }
+}
+
+TEST_F(Sweep, EveryJniCallFailsInTurn) {
+  std::map<std::string, Tally> tallies;
+  for (const Operation& operation : Operations()) {
+    SCOPED_TRACE(operation.name);
+    Run(operation);
+    // The calls of the undisturbed run that can fail, with how often each function was called.
+    std::map<std::string, int> calls;
+    for (const std::string& line : m_log) {
+      if (line.find('(') != std::string::npos) ++calls[line.substr(0, line.find('('))];
+    }
+    size_t rowsUsed = 0;
+    for (const auto& [function, count] : calls) {
+      Tally& tally = tallies[function];
+      ++tally.operations;
+      for (const Fault fault : {Fault::Null, Fault::Throw}) {
+        if (!(fault == Fault::Null ? CanGiveNull(function) : CanThrow(function))) continue;
+        for (int n = 1; n <= count; ++n) {
+          SCOPED_TRACE(testing::Message()
+                       << function << " number " << n << (fault == Fault::Null ? " gives null" : " throws"));
+          const auto row = std::find_if(operation.faults.begin(), operation.faults.end(), [&](const FaultRow& known) {
+            return known.function == function && known.n == n && known.fault == fault;
+          });
+          if (row == operation.faults.end()) {
+            ADD_FAILURE() << "no row says how this ends";
+            continue;
+          }
+          ++rowsUsed;
+          EXPECT_EQ(Run(operation,
+                        [&] {
+                          Java().FailAt(function, n, fault);
+                          return 0;
+                        }),
+                    row->end);
+          EXPECT_TRUE(m_fired);
+          tally.faults.insert(fault);
+          tally.Count(operation.end, row->end);
+        }
+      }
+    }
+    EXPECT_EQ(rowsUsed, operation.faults.size()) << "a row fits no call";
+  }
+  for (const std::string& function : OutsideCalls("jni")) {
+    const Tally& tally = tallies[function];
+    EXPECT_GT(tally.operations, 0) << function << " is called by the service, and by no operation here";
+    const auto steady = kSteady.find(function);
+    EXPECT_EQ(tally.faults.empty(), steady != kSteady.end()) << function;
+    RecordRow("faults", "7 " + function,
+              {{"Call", "`" + function + "`"},
+               {"Kind", "JNI"},
+               {"Fails with", steady == kSteady.end() ? tally.Faults() : "cannot fail: " + steady->second},
+               {"Operations", tally.operations},
+               {"Runs", tally.goOn + tally.fail},
+               {"Outcome", tally.Outcome()}});
+  }
+}
+
+// One row for all typed calls: they have one algorithm.
+std::string GroupOf(const Operation& operation) {
+  const bool typed = operation.name.starts_with("Call") || operation.name.starts_with("GetStatic");
+  if (!typed) return operation.name;
+  const size_t space = operation.name.find(' ');
+  return "the 23 typed calls and field reads" + (space == std::string::npos ? "" : operation.name.substr(space));
+}
+
+TEST_F(Sweep, EveryAllocationFailsInTurn) {
+  struct Group {
+    size_t operations = 0;
+    size_t allocations = 0;
+    Tally tally;
+  };
+  std::map<std::string, Group> groups;
+  for (const Operation& operation : Operations()) {
+    SCOPED_TRACE(operation.name);
+    Group& group = groups[GroupOf(operation)];
+    ++group.operations;
+    group.allocations += operation.withoutMemory.size();
+    for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
+      for (size_t n = 1; n <= operation.withoutMemory.size() + 1; ++n) {
+        SCOPED_TRACE(testing::Message() << "allocation " << n << " fails, " << NameOf(mode));
+        const bool fails = n <= operation.withoutMemory.size();
+        End expected = operation.end;
+        if (fails) {
+          const WithoutMemory& row = operation.withoutMemory[n - 1];
+          expected = mode == kQvshrFailOnce ? row.once : row.fromThere;
+        }
+        EXPECT_EQ(Run(operation, [&] { return std::make_unique<FailAllocation>(n, mode); }), expected);
+        EXPECT_EQ(m_fired, fails) << "as many rows as the operation makes allocations";
+        if (fails) group.tally.Count(operation.end, expected);
+      }
+    }
+  }
+  size_t without = 0;
+  for (const auto& [name, group] : groups) {
+    if (group.allocations == 0) without += group.operations;
+    if (group.allocations == 0) continue;
+    RecordRow("allocations", "2 " + name,
+              {{"Operation", name},
+               {"Allocations", group.allocations},
+               {"Runs", group.tally.goOn + group.tally.fail},
+               {"Outcome", group.tally.Outcome()}});
+  }
+  RecordRow("allocations", "3",
+            {{"Operation", std::to_string(without) + " other rows of operations"},
+             {"Allocations", 0},
+             {"Runs", 0},
+             {"Outcome", "-"}});
+}
+
+// ---- the C library's conversion of a class name ----
+
+int g_conversions = 0;
+int g_failConversion = 0;
+decltype(&std::mbstowcs) g_mbstowcs = nullptr;
+
+size_t Convert(wchar_t* wide, const char* text, size_t units) {
+  return ++g_conversions == g_failConversion ? static_cast<size_t>(-1) : g_mbstowcs(wide, text, units);
+}
+
+TEST_F(Sweep, AClassNameThatCannotBeConverted) {
+  const ImportHook hook(nullptr, "mbstowcs", &Convert);
+  g_mbstowcs = hook.Original<decltype(&std::mbstowcs)>();
+  const auto find = [](const char* name) {
+    for (const Operation& operation : Operations()) {
+      if (operation.name == name) return operation;
+    }
+    ADD_FAILURE() << "no operation " << name;
+    return Operation{};
+  };
+  const RecordView whole = Record(L"Unable to find java a/B class. Check CLASSPATH.", 0);
+  const RecordView nameless = Record(L"Unable to find java  class. Check CLASSPATH.", 0);
+  Tally tally;
+  // In a joined JVM the name is measured, then converted for the loader; a third time for the text of the failure.
+  struct Row {
+    bool created;
+    int n;
+    int conversions;
+    RecordView record;
+  };
+  for (const Row& row : {Row{false, 1, 2, whole}, Row{false, 2, 3, whole}, Row{true, 1, 1, nameless}}) {
+    SCOPED_TRACE(testing::Message() << (row.created ? "created" : "joined") << ", conversion " << row.n);
+    const Operation operation =
+        find(row.created ? "FindClass, known" : "FindClass, unknown in a joined JVM with a loader");
+    const End end = Run(operation, [&] {
+      if (row.created) Java().FailAt("FindClass", 1, Fault::Null);
+      g_conversions = 0;
+      g_failConversion = row.n;
+      return 0;
+    });
+    g_failConversion = 0;
+    EXPECT_EQ(end, (End{E_FAIL, row.record, 0}));
+    EXPECT_EQ(g_conversions, row.conversions);
+    tally.fail += 1;
+  }
+  RecordRow("faults", "2 mbstowcs",
+            {{"Call", "`mbstowcs`"},
+             {"Kind", "C library"},
+             {"Fails with", "cannot be converted"},
+             {"Operations", 2},
+             {"Runs", tally.fail},
+             {"Outcome", tally.Outcome()}});
+}
+
+}  // namespace
+
+}  // namespace qvtest
