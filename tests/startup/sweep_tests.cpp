@@ -14,6 +14,7 @@
 #include "service/thread_registry.h"
 #include "tests/startup/startup_world.h"
 #include "tests/startup/whole_options.h"
+#include "tests/support/reliability.h"
 
 namespace qvtest {
 namespace {
@@ -25,6 +26,7 @@ constexpr wchar_t kOwnClassPath[] = L"C:\\own.jar";
 // A start-up with everything that it depends on, and how it ends when nothing fails.
 struct Scenario {
   const char* name;
+  const char* title;
   const wchar_t* host;
   void (*prepare)(StartupWorld& world);
   int32_t status;
@@ -63,17 +65,19 @@ void PrepareRaisingCreation(StartupWorld& world) { world.jvm.Script().createRais
 void PrepareWebDeployment(StartupWorld&) { QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, 1); }
 
 const Scenario kScenarios[] = {
-    {"UnknownHostCreates", nullptr, PrepareNothing, 0},
-    {"UnknownHostWithRegistryCreates", nullptr, PrepareRegistryOfUnknownHost, 0},
-    {"KnownHostCreates", L"C:\\hosts\\tk190.exe", PrepareKnownHost, 0},
-    {"KnownHostWithoutItsListFails", L"C:\\hosts\\qv190.exe", PrepareKnownHostWithoutItsList, QV_E_FAIL},
-    {"JavaHostJoins", L"C:\\java\\javaw.exe", PrepareRunningVM, 0},
-    {"UnknownHostJoins", nullptr, PrepareRunningVM, 0},
-    {"NullVMFails", nullptr, PrepareNullVM, QV_E_FAIL},
-    {"FailingCreationFails", nullptr, PrepareFailingCreation, QV_E_FAIL},
-    {"CreationWithoutEnvironment", nullptr, PrepareCreationWithoutEnvironment, 0},
-    {"RaisingCreationFails", nullptr, PrepareRaisingCreation, QV_E_FAIL},
-    {"WebDeploymentCreates", nullptr, PrepareWebDeployment, 0},
+    {"UnknownHostCreates", "start, unknown host", nullptr, PrepareNothing, 0},
+    {"UnknownHostWithRegistryCreates", "start, unknown host with settings", nullptr, PrepareRegistryOfUnknownHost, 0},
+    {"KnownHostCreates", "start, known host", L"C:\\hosts\\tk190.exe", PrepareKnownHost, 0},
+    {"KnownHostWithoutItsListFails", "start, known host without its list", L"C:\\hosts\\qv190.exe",
+     PrepareKnownHostWithoutItsList, QV_E_FAIL},
+    {"JavaHostJoins", "start, joins in a Java host", L"C:\\java\\javaw.exe", PrepareRunningVM, 0},
+    {"UnknownHostJoins", "start, joins a JVM", nullptr, PrepareRunningVM, 0},
+    {"NullVMFails", "start, the JVM to join is null", nullptr, PrepareNullVM, QV_E_FAIL},
+    {"FailingCreationFails", "start, the creation fails", nullptr, PrepareFailingCreation, QV_E_FAIL},
+    {"CreationWithoutEnvironment", "start, a creation without an environment", nullptr,
+     PrepareCreationWithoutEnvironment, 0},
+    {"RaisingCreationFails", "start, the creation raises", nullptr, PrepareRaisingCreation, QV_E_FAIL},
+    {"WebDeploymentCreates", "start in a web deployment", nullptr, PrepareWebDeployment, 0},
 };
 
 void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; }
@@ -157,6 +161,8 @@ class StartUpSweep : public testing::TestWithParam<Scenario> {
 TEST_P(StartUpSweep, EachAllocationFails) {
   const GuardPages guard;
   const Strings normal = NormalOptions();
+  uint64_t allocations = 0;
+  std::map<int32_t, int> ends;
   for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
     std::map<int32_t, int> seen;
     bool fired = true;
@@ -186,7 +192,10 @@ TEST_P(StartUpSweep, EachAllocationFails) {
                       });
     }
     EXPECT_GT(n, 10u) << "a start-up takes more allocations than that";
+    if (mode == kQvshrFailOnce) allocations = n - 2;  // the last run needed no more of them
+    --seen[GetParam().status];
     for (const auto& [status, times] : seen) {
+      ends[status] += times;
       EXPECT_TRUE(status == 0 || status == QV_E_FAIL || status == QV_E_OUTOFMEMORY)
           << status << ", " << times << " times";
     }
@@ -194,6 +203,14 @@ TEST_P(StartUpSweep, EachAllocationFails) {
       EXPECT_EQ(seen[QV_E_OUTOFMEMORY], 1) << "the service object is one allocation";
     }
   }
+  std::string outcome;
+  for (const auto& [status, name] :
+       {std::pair{0, "started"}, {QV_E_FAIL, "`E_FAIL`"}, {QV_E_OUTOFMEMORY, "`E_OUTOFMEMORY`"}}) {
+    if (ends[status] != 0) outcome += (outcome.empty() ? "" : ", ") + std::to_string(ends[status]) + " " + name;
+  }
+  RecordRow(
+      "allocations", std::string("1 ") + GetParam().name,
+      {{"Operation", GetParam().title}, {"Allocations", allocations}, {"Runs", 2 * allocations}, {"Outcome", outcome}});
 }
 
 // A call whose failing is worth a sweep; the others cannot fail or are not part of a start.
@@ -210,7 +227,11 @@ TEST_P(StartUpSweep, EachCallOfTheHostLibraryFails) {
     if (call == kQvshrCallGetFileName && KnownHost()) continue;
     for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
       bool fired = true;
-      for (uint64_t n = 1; fired && !HasFailure(); ++n) {
+      // The fault matrix has the first, the second and the last call with what becomes of each, and each allocation
+      // fails above.
+      if (call == kQvshrCallAlloc && !IsNightly()) break;
+      const uint64_t step = IsNightly() ? 1 : 4;
+      for (uint64_t n = 1; fired && !HasFailure(); n += step) {
         SCOPED_TRACE(testing::Message() << "call " << n << " of operation " << call << " fails " << NameOf(mode));
         fired = RunWith([&] { return FailCall(call, n, mode); },
                         [&](int32_t status, bool didFire) {

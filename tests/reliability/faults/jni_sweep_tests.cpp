@@ -27,7 +27,7 @@ struct Tally {
   void Count(const End& normal, const End& end) { ++(normal.status == end.status ? goOn : fail); }
   [[nodiscard]] std::string Outcome() const {
     std::string text;
-    if (goOn != 0) text = std::to_string(goOn) + " went on";
+    if (goOn != 0) text = std::to_string(goOn) + " as ever";
     if (fail != 0) text += (text.empty() ? "" : ", ") + std::to_string(fail) + " failed as stated";
     return text.empty() ? "-" : text;
   }

@@ -289,7 +289,7 @@ class FaultMatrix : public Matrix {
       const auto add = [&](int number, const char* how) {
         if (number != 0) ends += (ends.empty() ? "" : ", ") + std::to_string(number) + how;
       };
-      add(tally.goOn, " went on");
+      add(tally.goOn, " as ever");
       add(tally.fail, " failed as stated");
       add(tally.forGood, " failed for good as stated");
       RecordRow("faults", std::string(1, static_cast<char>('1' + static_cast<int>(tally.kind))) + " " + call,
