@@ -7,8 +7,6 @@
 #include <tlhelp32.h>
 #include <utility>
 
-#include "tests/support/text.h"
-
 namespace qvtest {
 
 namespace {
@@ -21,42 +19,77 @@ std::string Hex(DWORD64 value) {
   return text;
 }
 
-HMODULE ModuleAt(DWORD64 address) {
-  HMODULE module = nullptr;
-  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                     reinterpret_cast<const wchar_t*>(address), &module);
-  return module;
+bool IsReadable(const void* address) {
+  MEMORY_BASIC_INFORMATION info{};
+  return VirtualQuery(address, &info, sizeof(info)) != 0 && info.State == MEM_COMMIT &&
+         (info.Protect & (PAGE_NOACCESS | PAGE_GUARD)) == 0;
 }
+
+// A module as it lies in memory; the loader is not asked, because its lock may be what everybody waits for.
+class Image {
+ public:
+  explicit Image(DWORD64 address) {
+    MEMORY_BASIC_INFORMATION info{};
+    if (VirtualQuery(reinterpret_cast<void*>(address), &info, sizeof(info)) == 0 || info.State != MEM_COMMIT) return;
+    const auto* const base = static_cast<const char*>(info.AllocationBase);
+    if (!IsReadable(base)) return;
+    const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+    if (dos->e_magic != IMAGE_DOS_SIGNATURE || dos->e_lfanew < 0 || dos->e_lfanew > 0x1000) return;
+    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
+    if (!IsReadable(headers) || headers->Signature != IMAGE_NT_SIGNATURE) return;
+    m_base = base;
+    m_headers = headers;
+  }
+
+  explicit operator bool() const { return m_base != nullptr; }
+  [[nodiscard]] DWORD64 Base() const { return reinterpret_cast<DWORD64>(m_base); }
+  // What the module calls itself; a program has no such name.
+  [[nodiscard]] std::string Name() const {
+    const auto* const exports = At<IMAGE_EXPORT_DIRECTORY>(IMAGE_DIRECTORY_ENTRY_EXPORT);
+    return exports != nullptr && exports->Name != 0 ? std::string(m_base + exports->Name) : std::string("program");
+  }
+  // How the function at the address is unwound; null when it needs nothing.
+  [[nodiscard]] RUNTIME_FUNCTION* Function(DWORD64 address) const {
+    const auto* const functions = At<RUNTIME_FUNCTION>(IMAGE_DIRECTORY_ENTRY_EXCEPTION);
+    if (functions == nullptr) return nullptr;
+    const auto offset = static_cast<DWORD>(address - Base());
+    const DWORD count = m_headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXCEPTION].Size /
+                        static_cast<DWORD>(sizeof(RUNTIME_FUNCTION));
+    for (const auto* function = functions; function != functions + count; ++function) {
+      if (offset >= function->BeginAddress && offset < function->EndAddress) {
+        return const_cast<RUNTIME_FUNCTION*>(function);
+      }
+    }
+    return nullptr;
+  }
+
+ private:
+  template <class Table>
+  [[nodiscard]] const Table* At(int directory) const {
+    const DWORD offset = m_headers->OptionalHeader.DataDirectory[directory].VirtualAddress;
+    return offset != 0 ? reinterpret_cast<const Table*>(m_base + offset) : nullptr;
+  }
+
+  const char* m_base = nullptr;
+  const IMAGE_NT_HEADERS64* m_headers = nullptr;
+};
 
 std::string PlaceName(DWORD64 address) {
-  const HMODULE module = ModuleAt(address);
-  if (module == nullptr) return Hex(address);
-  wchar_t path[MAX_PATH] = {};
-  GetModuleFileNameW(module, path, MAX_PATH);
-  std::wstring name = path;
-  name.erase(0, name.find_last_of(L'\\') + 1);
-  return ToUtf8(name) + "+" + Hex(address - reinterpret_cast<DWORD64>(module));
-}
-
-bool IsReadable(DWORD64 address) {
-  MEMORY_BASIC_INFORMATION info{};
-  return VirtualQuery(reinterpret_cast<void*>(address), &info, sizeof(info)) != 0 && info.State == MEM_COMMIT &&
-         (info.Protect & (PAGE_NOACCESS | PAGE_GUARD)) == 0;
+  const Image image(address);
+  return image ? image.Name() + "+" + Hex(address - image.Base()) : Hex(address);
 }
 
 // Generated code says nothing about its callers, so the walk ends there.
 bool Unwind(CONTEXT& context) {
-  if (!IsReadable(context.Rsp)) return false;
-  DWORD64 base = 0;
-  RUNTIME_FUNCTION* const function = RtlLookupFunctionEntry(context.Rip, &base, nullptr);
-  if (function == nullptr) {
-    if (ModuleAt(context.Rip) == nullptr) return false;
-    context.Rip = *reinterpret_cast<const DWORD64*>(context.Rsp);
-    context.Rsp += sizeof(DWORD64);
-  } else {
+  const Image image(context.Rip);
+  if (!image || !IsReadable(reinterpret_cast<void*>(context.Rsp))) return false;
+  if (RUNTIME_FUNCTION* const function = image.Function(context.Rip)) {
     void* handlerData = nullptr;
     DWORD64 frame = 0;
-    RtlVirtualUnwind(UNW_FLAG_NHANDLER, base, context.Rip, function, &context, &handlerData, &frame, nullptr);
+    RtlVirtualUnwind(UNW_FLAG_NHANDLER, image.Base(), context.Rip, function, &context, &handlerData, &frame, nullptr);
+  } else {
+    context.Rip = *reinterpret_cast<const DWORD64*>(context.Rsp);
+    context.Rsp += sizeof(DWORD64);
   }
   return context.Rip != 0;
 }
