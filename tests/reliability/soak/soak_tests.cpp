@@ -66,10 +66,12 @@ std::wstring Property(IQV_JavaVM* vm, const wchar_t* key) {
   return TextOf(vm, value);
 }
 
-// The heap has its full size and the compiler all its threads from the start, so that what grows is neither.
+// The heap has its full size, and compiler and collector all their threads, from the start: what grows is none of them,
+// and no collection waits for a thread that starts (see tests/reliability/threads/host_thread.h).
 void Soak::SetUpTestSuite() {
-  IQV_JavaVM* const vm = StartVm(
-      {.jvmOptions = {L"-Xms96m", L"-Xmx96m", L"-XX:+AlwaysPreTouch", L"-XX:-UseDynamicNumberOfCompilerThreads"}});
+  IQV_JavaVM* const vm =
+      StartVm({.jvmOptions = {L"-Xms96m", L"-Xmx96m", L"-XX:+AlwaysPreTouch", L"-XX:-UseDynamicNumberOfCompilerThreads",
+                              L"-XX:-UseDynamicNumberOfGCThreads"}});
   ASSERT_NE(vm, nullptr);
   auto* const world = new World();
   world->create = LoadService().createJavaVM;

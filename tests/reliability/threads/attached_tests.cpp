@@ -1,0 +1,247 @@
+// Whose a thread is: threads that the host attached itself, threads of Java's own that call the service, and threads
+// that end while another one keeps the system's loader lock and waits for Java.
+#include <jni.h>
+
+#include <atomic>
+#include <cstdio>
+#include <vector>
+
+#include "tests/real/running_vm.h"
+#include "tests/reliability/threads/host_thread.h"
+#include "tests/reliability/threads/loader_lock.h"
+#include "tests/support/reliability.h"
+#include "tests/support/watchdog.h"
+
+namespace qvtest {
+namespace {
+
+constexpr DWORD kHangMs = 60000;
+
+std::atomic<uint64_t> g_progress = 0;
+
+// Opens once.
+class Event {
+ public:
+  explicit Event(const wchar_t* name = nullptr) : m_event(CreateEventW(nullptr, TRUE, FALSE, name)) {}
+  ~Event() { CloseHandle(m_event); }
+  Event(const Event&) = delete;
+  Event& operator=(const Event&) = delete;
+  void Open() { SetEvent(m_event); }
+  void Wait() { WaitForSingleObject(m_event, INFINITE); }
+
+ private:
+  HANDLE m_event;
+};
+
+class ThreadOwners : public RunningVmTest {
+ protected:
+  static void SetUpTestSuite() { StartVm({.jvmOptions = {std::begin(kCrowdOptions), std::end(kCrowdOptions)}}); }
+
+  void SetUp() override {
+    RunningVmTest::SetUp();
+    auto* const env = static_cast<JNIEnv*>(QV_AcquireThreadEnv(Vm()));
+    ASSERT_EQ(env->GetJavaVM(&m_java), JNI_OK);
+    m_attached = Global(Find("qvtest/Attached"));
+    m_thread = Global(Find("java/lang/Thread"));
+    EXPECT_TRUE(Ok(Vm(), Vm()->SetJvmLogEnabled(0)));
+  }
+
+  qv_jobject Global(qv_jobject local) {
+    qv_jobject global = nullptr;
+    EXPECT_TRUE(Ok(Vm(), Vm()->NewGlobalRef(&global, local)));
+    return global;
+  }
+  // The environment that the JVM itself knows for the calling thread; null when it is not attached.
+  JNIEnv* KnownToJava() {
+    void* env = nullptr;
+    return m_java->GetEnv(&env, JNI_VERSION_1_2) == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
+  }
+  Local CurrentThread() {
+    Local thread(Vm());
+    EXPECT_TRUE(
+        Ok(Vm(), Vm()->CallStaticObjectMethod(thread.Out(), m_thread, "currentThread", "()Ljava/lang/Thread;")));
+    return thread;
+  }
+  std::wstring NameOfThread() {
+    const Local thread = CurrentThread();
+    Local name(Vm());
+    EXPECT_TRUE(Ok(Vm(), Vm()->CallObjectMethod(name.Out(), m_thread, thread, "getName", "()Ljava/lang/String;")));
+    return TextOf(Vm(), name);
+  }
+  // As a host does it that knows JNI.
+  JNIEnv* AttachByHost(const char* name) {
+    JavaVMAttachArgs arguments{JNI_VERSION_1_2, const_cast<char*>(name), nullptr};
+    void* env = nullptr;
+    EXPECT_EQ(m_java->AttachCurrentThread(&env, &arguments), JNI_OK);
+    return static_cast<JNIEnv*>(env);
+  }
+  // `work` on so many threads, one after the other, some before anything is counted. Then nothing of them is left.
+  Remains Flat(const std::function<void()>& work) {
+    for (int i = 0; i < 20; ++i) HostThread(work).Join();
+    const Remains before = CountRemains(Vm());
+    for (int i = 0; i < kThreads; ++i, ++g_progress) HostThread(work).Join();
+    const Remains after = CountRemains(Vm());
+    ExpectFlat(before, after);
+    return after;
+  }
+  void Tell(const char* key, const char* what, const std::string& result) {
+    IQvString* text = nullptr;
+    EXPECT_EQ(Vm()->GetJavaVersion(&text), QV_S_OK);
+    const std::wstring version = TakeText(text);
+    const std::string runtime = ToUtf8(version.substr(0, version.find(L'.')));
+    RecordRow("thread-owners", std::string(key) + "/" + runtime,
+              {{"Thread", what}, {"Runtime", runtime}, {"Result", result}});
+  }
+
+  const int kThreads = IsNightly() ? 200 : 50;
+  const Watchdog m_watchdog{g_progress, kHangMs};
+  JavaVM* m_java = nullptr;
+  qv_jclass m_attached = nullptr;
+  qv_jclass m_thread = nullptr;
+};
+
+TEST_F(ThreadOwners, AHostsOwnAttachmentIsUsedAndStaysUntilTheThreadEnds) {
+  Flat([&] {
+    JNIEnv* const env = AttachByHost("the host's own");
+    EXPECT_EQ(QV_AcquireThreadEnv(Vm()), env);
+    IQV_JavaVM* const own = NewService();
+    EXPECT_EQ(FindClass(own, "java/lang/String").Get() != nullptr, true);
+    EXPECT_EQ(NameOfThread(), L"the host's own") << "the attachment is the host's";
+    EXPECT_EQ(own->Release(), 0U);
+    EXPECT_EQ(KnownToJava(), env) << "the end of an object detaches nobody";
+    EXPECT_NE(env->FindClass("java/lang/String"), nullptr);
+  });
+  Tell("1", "the host attached it, then it called the service",
+       "stays attached while it lives, detached when it ends: " + std::to_string(kThreads) + " of " +
+           std::to_string(kThreads));
+}
+
+TEST_F(ThreadOwners, AHostThatDetachesByItselfIsLeftAlone) {
+  Flat([&] {
+    AttachByHost("comes and goes");
+    EXPECT_NE(QV_AcquireThreadEnv(Vm()), nullptr);
+    EXPECT_EQ(m_java->DetachCurrentThread(), JNI_OK);
+    EXPECT_EQ(KnownToJava(), nullptr);
+  });
+  Tell("2", "the host attached it and detached it again",
+       "its end does no harm: " + std::to_string(kThreads) + " of " + std::to_string(kThreads));
+}
+
+TEST_F(ThreadOwners, AttachingWhatTheServiceHasJoinedChangesNothing) {
+  Flat([&] {
+    qv_jnienv const joined = QV_AcquireThreadEnv(Vm());
+    const std::wstring name = NameOfThread();
+    EXPECT_EQ(AttachByHost("too late"), joined);
+    EXPECT_EQ(NameOfThread(), name);
+  });
+  Tell("3", "the service joined it, then the host attached it too",
+       "one attachment, gone at its end: " + std::to_string(kThreads) + " of " + std::to_string(kThreads));
+}
+
+TEST_F(ThreadOwners, AThreadThatTheServiceNeverSawIsNotItsBusiness) {
+  Flat([&] {
+    JNIEnv* const env = AttachByHost("never calls");
+    Vm()->AddRef();
+    Vm()->Release();
+    EXPECT_EQ(KnownToJava(), env);
+    EXPECT_EQ(m_java->DetachCurrentThread(), JNI_OK);
+  });
+}
+
+// -- Java's own --
+
+IQV_JavaVM* g_service = nullptr;
+
+jboolean JNICALL CallService(JNIEnv* env, jclass, jint number) {
+  int32_t result = 0;
+  const Local echo = FindClass(g_service, "qvtest/Echo");
+  const Local object = NewDefaultObject(g_service, echo);
+  const bool right = QV_AcquireThreadEnv(g_service) == env &&
+                     g_service->CallIntMethod(&result, echo, object, "ofInt", "(I)I", number) == QV_S_OK &&
+                     result == number;
+  IQV_JavaVM* const own = NewService();
+  const bool gone = own != nullptr && own->Release() == 0;
+  return right && gone ? JNI_TRUE : JNI_FALSE;
+}
+
+TEST_F(ThreadOwners, JavasOwnThreadsCallTheServiceAndGoOnInJava) {
+  g_service = Vm();
+  auto* const env = static_cast<JNIEnv*>(QV_AcquireThreadEnv(Vm()));
+  char name[] = "callService";
+  char signature[] = "(I)Z";
+  const JNINativeMethod method{name, signature, reinterpret_cast<void*>(CallService)};
+  ASSERT_EQ(env->RegisterNatives(static_cast<jclass>(static_cast<jobject>(m_attached)), &method, 1), JNI_OK);
+  const Local object = NewDefaultObject(Vm(), m_attached);
+  const auto run = [&](int count) {
+    int32_t right = -1;
+    EXPECT_TRUE(Ok(Vm(), Vm()->CallIntMethod(&right, m_attached, object, "runJavaThreads", "(I)I", count)));
+    EXPECT_EQ(right, count);
+    ++g_progress;
+  };
+  // Java knows of a thread's end a moment before the system has ended it.
+  run(20);
+  Remains before = CountRemains(Vm());
+  for (Remains next; (next = CountRemains(Vm())).blocks != before.blocks;) before = next;
+  for (int round = 0; round < kThreads / 10; ++round) run(10);
+  Remains after = CountRemains(Vm());
+  for (int i = 0; i < 200 && (after.blocks > before.blocks || after.handles > before.handles); ++i, Sleep(50))
+    after = CountRemains(Vm());
+  ExpectFlat(before, after);
+  Tell("4", "Java's own, calls the service from a native method",
+       "goes on in Java, leaves nothing: " + std::to_string(kThreads) + " of " + std::to_string(kThreads));
+}
+
+// -- the loader lock --
+
+TEST_F(ThreadOwners, AThreadLeavesTheJvmWhileAnotherKeepsTheLoaderLockAndWaitsForJava) {
+  const int rounds = IsNightly() ? 100 : 10;
+  wchar_t heldName[64];
+  wchar_t goName[64];
+  swprintf(heldName, 64, kLoaderLockHeld, GetCurrentProcessId());
+  swprintf(goName, 64, kLoaderLockGo, GetCurrentProcessId());
+  const std::wstring library = InstallFolder() + L"\\loader_lock.dll";
+  int ended = 0;
+  Remains before;
+  for (int round = -1; round < rounds; ++round) {
+    if (round == 0) before = CountRemains(Vm());  // the first round loads what Java needs for all this
+    Event held(heldName);
+    Event go(goName);
+    Event joined;
+    Event mayEnd;
+    Event watching;
+    qv_jobject thread = nullptr;
+    HostThread leaver([&] {
+      thread = Global(CurrentThread());
+      joined.Open();
+      mayEnd.Wait();
+    });
+    joined.Wait();
+    // Java tells when the leaver is no longer attached; its thread is attached before the lock is taken.
+    HostThread watcher([&] {
+      EXPECT_NE(QV_AcquireThreadEnv(Vm()), nullptr);
+      watching.Open();
+      EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticVoidMethod(m_attached, "awaitEnd", "(Ljava/lang/Thread;)V", thread)));
+      go.Open();
+    });
+    watching.Wait();
+    HMODULE loaded = nullptr;
+    HostThread holder([&] { loaded = LoadLibraryW(library.c_str()); });
+    held.Wait();
+    mayEnd.Open();
+    holder.Join();
+    leaver.Join();
+    watcher.Join();
+    EXPECT_NE(loaded, nullptr) << "while the loader lock was held, the thread that ended stayed attached";
+    if (loaded != nullptr) FreeLibrary(loaded);
+    EXPECT_EQ(Vm()->DeleteGlobalRef(thread), QV_S_OK);
+    ended += round >= 0 && loaded != nullptr ? 1 : 0;
+    ++g_progress;
+    if (loaded == nullptr) break;  // each would wait its whole time
+  }
+  ExpectFlat(before, CountRemains(Vm()));
+  Tell("5", "ends while another keeps the loader lock and waits in Java for this end",
+       "detached in time: " + std::to_string(ended) + " of " + std::to_string(rounds));
+}
+
+}  // namespace
+}  // namespace qvtest

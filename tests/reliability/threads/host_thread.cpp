@@ -1,0 +1,44 @@
+#include "tests/reliability/threads/host_thread.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/real/running_vm.h"
+#include "tests/support/ledger_check.h"
+#include "tests/support/process_counters.h"
+
+namespace qvtest {
+
+namespace {
+
+constexpr int64_t kMoreHandles = 12;
+
+}  // namespace
+
+Remains CountRemains(IQV_JavaVM* vm) {
+  Remains remains;
+  // Whatever record the object still had is a block.
+  EXPECT_TRUE(Ok(vm, vm->NewByteArray(Local(vm).Out(), 0)));
+  const Local cls = FindClass(vm, "qvtest/Threads");
+  const Local object = NewDefaultObject(vm, cls);
+  int32_t count = -1;
+  EXPECT_TRUE(Ok(vm, vm->CallIntMethod(&count, cls, object, "count", "()I")));
+  remains.javaThreads = count;
+  QvshrLedgerState books{};
+  QvshrLedgerSnapshot(&books);
+  remains.blocks = static_cast<int64_t>(books.liveBlocks);
+  remains.heapErrors = static_cast<int64_t>(books.errors);
+  remains.handles = INT64_MAX;
+  for (int i = 0; i < 5; ++i, Sleep(20)) remains.handles = std::min<int64_t>(remains.handles, CountProcess().handles);
+  return remains;
+}
+
+void ExpectFlat(const Remains& before, const Remains& after) {
+  EXPECT_LE(after.handles, before.handles + kMoreHandles);
+  EXPECT_EQ(after.javaThreads, before.javaThreads);
+  EXPECT_EQ(after.blocks, before.blocks);
+  EXPECT_EQ(after.heapErrors, 0);
+}
+
+}  // namespace qvtest
