@@ -184,8 +184,7 @@ TEST_F(ThreadOwners, JavasOwnThreadsCallTheServiceAndGoOnInJava) {
   for (Remains next; (next = CountRemains(Vm())).blocks != before.blocks;) before = next;
   for (int round = 0; round < kThreads / 10; ++round) run(10);
   Remains after = CountRemains(Vm());
-  for (int i = 0; i < 200 && (after.blocks > before.blocks || after.handles > before.handles); ++i, Sleep(50))
-    after = CountRemains(Vm());
+  for (int i = 0; i < 200 && !IsFlat(before, after); ++i, Sleep(50)) after = CountRemains(Vm());
   ExpectFlat(before, after);
   Tell("4", "Java's own, calls the service from a native method",
        "goes on in Java, leaves nothing: " + std::to_string(kThreads) + " of " + std::to_string(kThreads));

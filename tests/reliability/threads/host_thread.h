@@ -51,7 +51,9 @@ struct Remains {
 };
 Remains CountRemains(IQV_JavaVM* vm);
 
-// Nothing more than before; of handles the few that the JVM keeps for monitors that it needed for the first time.
+// Nothing more than before; of handles the few that the JVM keeps for monitors that it needed for the first time, which
+// are fewer than one for each thread.
+bool IsFlat(const Remains& before, const Remains& after);
 void ExpectFlat(const Remains& before, const Remains& after);
 
 }  // namespace qvtest
