@@ -21,8 +21,8 @@ constexpr DWORD kHangMs = 90000;
 constexpr uint64_t kWarmUp = 40000;
 constexpr uint32_t kShortestLife = 200;
 constexpr uint32_t kLongestLife = 2000;
-// A walk of a million operations that lost eight bytes in each would need as much.
-constexpr int64_t kMostGrowth = 8 << 20;
+// A walk of a million operations that lost seventeen bytes in each would need as much.
+constexpr int64_t kMostGrowth = 16 << 20;
 // The JVM keeps an event for each monitor and compiler thread of its own that it has needed so far.
 constexpr int64_t kMoreHandles = 12;
 

@@ -27,7 +27,7 @@ class Event {
   Event(const Event&) = delete;
   Event& operator=(const Event&) = delete;
   void Open() { SetEvent(m_event); }
-  void Wait() { WaitForSingleObject(m_event, INFINITE); }
+  bool Wait(DWORD limitMs = INFINITE) { return WaitForSingleObject(m_event, limitMs) == WAIT_OBJECT_0; }
 
  private:
   HANDLE m_event;
@@ -227,6 +227,7 @@ TEST_F(ThreadOwners, AThreadLeavesTheJvmWhileAnotherKeepsTheLoaderLockAndWaitsFo
     HostThread holder([&] { loaded = LoadLibraryW(library.c_str()); });
     held.Wait();
     mayEnd.Open();
+    if (!go.Wait(kLoaderLockLimitMs / 2)) ADD_FAILURE() << "round " << round << "\n" << StacksOfOtherThreads();
     holder.Join();
     leaver.Join();
     watcher.Join();
