@@ -81,7 +81,8 @@ QVSHR_LEDGER_API void QvshrLedgerClearErrors() noexcept;
 /// Guard pages for the blocks made from now on (0 switches them off again): a block ends, rounded up to 16, where an
 /// inaccessible page begins, and its own pages become inaccessible for ever when it is freed. A process has room for
 /// about 30,000 such blocks at one time and for some ten million in all.
-QVSHR_LEDGER_API void QvshrLedgerSetGuard(int32_t on) noexcept;
+/// @return whether they were on before, 1 or 0.
+QVSHR_LEDGER_API int32_t QvshrLedgerSetGuard(int32_t on) noexcept;
 
 /// Makes the n-th allocation from now fail, with everything the library allocates for itself counted; 0 switches off.
 QVSHR_LEDGER_API void QvshrLedgerFailAt(uint64_t n, int32_t mode) noexcept;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <utility>
 
 #include "hostlib/backend.h"
 #include "hostlib/ledger.h"
@@ -349,9 +350,9 @@ extern "C" void QvshrLedgerClearErrors() noexcept {
   g_lastError = {};
 }
 
-extern "C" void QvshrLedgerSetGuard(int32_t on) noexcept {
+extern "C" int32_t QvshrLedgerSetGuard(int32_t on) noexcept {
   const LedgerLock lock(g_lock);
-  g_guard = on != 0;
+  return std::exchange(g_guard, on != 0) ? 1 : 0;
 }
 
 extern "C" void QvshrLedgerFailAt(uint64_t n, int32_t mode) noexcept {

@@ -93,7 +93,7 @@ TEST_F(Threads, RecordsThatReplaceEachOtherAreFreedOnceAndNeverReadAfterwards) {
 
 TEST_F(Threads, TheExchangeOfRecordsLosesNone) {
   // Nothing but the exchange, often, and without guard pages, so that the threads meet in it.
-  QvshrLedgerSetGuard(0);
+  const GuardPages none(false);
   OnThreads(kThreads, [&](int) {
     int32_t result = 0;
     for (int i = 0; i < 50000; ++i) Api().CallIntMethod(&result, nullptr, nullptr, "m", "()I");

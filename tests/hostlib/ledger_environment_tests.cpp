@@ -39,6 +39,7 @@ TEST_F(LedgerEnvironmentTest, FailModeFromMakesEveryLaterOneFailToo) {
 }
 
 TEST_F(LedgerEnvironmentTest, GuardStopsAProcessThatWritesPastABlock) {
+  m_process.environment[L"QVSHR_LEDGER_GUARD"] = std::nullopt;  // the whole test run may have it
   EXPECT_EQ(m_process.RunOne(L"overrun"), "written past the end");
   EXPECT_EQ(m_process.exitCode, 0u) << "without guard pages it goes on";
   m_process.environment[L"QVSHR_LEDGER_GUARD"] = L"1";

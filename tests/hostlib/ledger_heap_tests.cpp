@@ -275,6 +275,14 @@ TEST_F(GuardPagesTest, BehindABlockLiesAnInaccessiblePage) {
   EXPECT_EQ(Snapshot().errors, 0u);
 }
 
+TEST_F(GuardPagesTest, SwitchingThemSaysHowItWasBefore) {
+  EXPECT_EQ(QvshrLedgerSetGuard(0), 1);
+  EXPECT_EQ(QvshrLedgerSetGuard(0), 0);
+  EXPECT_EQ(QvshrLedgerSetGuard(1), 0);
+  EXPECT_EQ(QvshrLedgerSetGuard(7), 1);
+  EXPECT_EQ(QvshrLedgerSetGuard(1), 1);
+}
+
 TEST_F(GuardPagesTest, AFreedBlockIsInaccessibleForEver) {
   char* const block = MakeBlock(64);
   EXPECT_TRUE(CanRead(block));

@@ -59,13 +59,17 @@ class FailCall {
   QvshrCall m_call;
 };
 
-// Guard pages behind every block for the life of the object.
+// Guard pages behind every block for the life of the object, or on none. With QVSHR_LEDGER_GUARD=1 every block of a
+// test run has them.
 class GuardPages {
  public:
-  GuardPages() { QvshrLedgerSetGuard(1); }
-  ~GuardPages() { QvshrLedgerSetGuard(0); }
+  explicit GuardPages(bool on = true) : m_before(QvshrLedgerSetGuard(on ? 1 : 0)) {}
+  ~GuardPages() { QvshrLedgerSetGuard(m_before); }
   GuardPages(const GuardPages&) = delete;
   GuardPages& operator=(const GuardPages&) = delete;
+
+ private:
+  int32_t m_before;
 };
 
 inline const char* NameOf(QvshrLedgerMode mode) { return mode == kQvshrFailOnce ? "once" : "from there on"; }

@@ -50,9 +50,7 @@ class Matrix : public testing::Test {
       m_points.insert(m_points.end(), list.begin(), list.end());
     }
     HookEveryService(m_points);
-    QvshrLedgerSetGuard(1);
   }
-  ~Matrix() override { QvshrLedgerSetGuard(0); }
 
   // One run of the scenario in which the n-th call of the point fails (0: none).
   Ending Run(const Scenario& scenario, Point* faulty, uint64_t n) {
@@ -116,6 +114,7 @@ class Matrix : public testing::Test {
 
   uint64_t Before(const Point& point) { return point.count ? m_before[point.call] : 0; }
 
+  const GuardPages m_guard;
   std::string m_purpose;  // of the call that failed
   Site m_site;
   std::vector<Point> m_points;
