@@ -25,9 +25,19 @@ class SlotTable {
     m_targets[slot] = reinterpret_cast<void*>(function);
   }
   void Restore(size_t slot) { m_targets[slot] = m_original[slot]; }
+  // The n-th call of the slot from now on, counted from 1, goes to this function and no further.
+  void FailAt(size_t slot, int n, void* function) {
+    m_faultSlot = slot;
+    m_faultAt = n;
+    m_fault = function;
+  }
+  [[nodiscard]] bool FaultFired() const { return m_fault != nullptr && m_faultAt <= 0; }
 
   // For the functions in the watched table:
-  [[nodiscard]] void* Target(size_t slot) const { return m_targets[slot]; }
+  [[nodiscard]] void* Target(size_t slot) {
+    if (m_fault != nullptr && slot == m_faultSlot && --m_faultAt == 0) return m_fault;
+    return m_targets[slot];
+  }
   void RecordCall(size_t slot) const;
 
  private:
@@ -37,6 +47,9 @@ class SlotTable {
   void** m_original;
   FakeVm& m_record;
   std::array<void*, QV_SLOT_COUNT> m_targets{};
+  size_t m_faultSlot = 0;
+  int m_faultAt = 0;
+  void* m_fault = nullptr;
   std::array<void*, kBefore + QV_SLOT_COUNT> m_watched{};
 };
 
