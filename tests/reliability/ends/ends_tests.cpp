@@ -114,6 +114,7 @@ bool CountOneEnd(const WayOut& way, const std::wstring& load, Tally& tally, std:
   ChildOptions options;
   options.arguments = {way.way, way.thread, load, std::to_wstring(kExitCode)};
   options.workFolder = folder.Path();
+  options.limitMs = 180000;
   if (!way.jvmOptions.empty()) options.environment[L"JAVA_TOOL_OPTIONS"] = way.jvmOptions;
   const ChildResult child = RunChild(ProgramFolder() + L"\\end_host.exe", options);
   const std::string said = OutputSinceEnding(child.output);
