@@ -33,6 +33,12 @@ PlanDetachFn g_planDetach = nullptr;
   std::abort();
 }
 
+// How far it got: for a test that finds it hanging.
+void Say(const char* what) {
+  std::printf("%s\n", what);
+  std::fflush(stdout);
+}
+
 std::wstring ProgramPath() {
   wchar_t path[MAX_PATH] = {};
   GetModuleFileNameW(nullptr, path, MAX_PATH);
@@ -74,13 +80,18 @@ void Start() {
   const std::wstring program = ProgramPath();
   const std::wstring classPath = program.substr(0, program.rfind(L'\\')) + L"\\qvtests.jar";
   if (create(&g_vm, classPath.c_str()) != QV_S_OK) Give("the JVM did not start");
+  Say("JVM started");
   FindJavaClass(&g_threads, "qvtest/Threads");
   FindJavaClass(&g_ends, "qvtest/Ends");
   const char* const starter = g_busy ? "startWorkers" : "startWaiters";
   if (g_vm->CallStaticVoidMethod(g_threads, starter, "()V") < 0) Give("no Java threads");
+  Say("Java threads started");
   g_attached = CreateSemaphoreW(nullptr, 0, kHostThreads, nullptr);
   for (int i = 0; i < kHostThreads; ++i) CreateThread(nullptr, 0, AttachedThread, nullptr, 0, nullptr);
-  for (int i = 0; i < kHostThreads; ++i) WaitForSingleObject(g_attached, INFINITE);
+  for (int i = 0; i < kHostThreads; ++i) {
+    WaitForSingleObject(g_attached, INFINITE);
+    Say("a thread attached");
+  }
 }
 
 void JavaExit() { g_vm->CallStaticVoidMethod(g_ends, "exit", "(I)V", g_exitCode); }
@@ -162,8 +173,7 @@ int main(int argc, char** argv) {
   if (way->beforeStart != nullptr) way->beforeStart();
   Start();
   if (way->afterStart != nullptr) way->afterStart();
-  std::printf("ending\n");
-  std::fflush(stdout);
+  Say("ending");
   if (way->end == nullptr) return static_cast<int>(g_exitCode);
   if (std::strcmp(argv[2], "other") == 0) {
     CreateThread(nullptr, 0, EndElsewhere, const_cast<Way*>(way), 0, nullptr);
