@@ -55,7 +55,7 @@ class HostileNames : public RunningVmTest {
   template <class Once>
   void Try(const char* key, const char* kind, const wchar_t* resource, Once&& once) {
     const uint64_t seed = SeedOfThisRun();
-    HostileTexts texts(resource, Mixed(seed, static_cast<uint64_t>(key[0])), IsNightly() ? 25000 : 500);
+    HostileTexts texts(resource, Mixed(seed, static_cast<uint64_t>(key[0])), IsNightly() ? 10000 : 150);
     const Watchdog watchdog(g_progress, kHangMs, [&] { return "the text is " + AsLine(m_text) + "\n"; });
     size_t accepted = 0;
     size_t refused = 0;

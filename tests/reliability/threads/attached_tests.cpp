@@ -35,7 +35,13 @@ class Event {
 
 class ThreadOwners : public RunningVmTest {
  protected:
-  static void SetUpTestSuite() { StartVm({.jvmOptions = {std::begin(kCrowdOptions), std::end(kCrowdOptions)}}); }
+  // Interpreted: the compiler has native methods looked up when it pleases, on whatever thread and with whatever
+  // monitor that thread holds, and a look-up needs the loader lock.
+  static void SetUpTestSuite() {
+    std::vector<std::wstring> options(std::begin(kCrowdOptions), std::end(kCrowdOptions));
+    options.emplace_back(L"-Xint");
+    StartVm({.jvmOptions = options});
+  }
 
   void SetUp() override {
     RunningVmTest::SetUp();

@@ -1,6 +1,6 @@
 // Thousands of host threads that come, call and go, sixteen at a time, on a real JVM: the first of them find a machine
 // on which the JVM cannot start, then it is repaired while they come. Each checks what it gets; afterwards nothing of
-// them is left.
+// them is left. QV_TEST_THREADS says how many come in the short form.
 #include <array>
 #include <atomic>
 #include <cstdio>
@@ -9,6 +9,7 @@
 
 #include "tests/real/running_vm.h"
 #include "tests/reliability/threads/host_thread.h"
+#include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/reliability.h"
@@ -165,7 +166,7 @@ uint64_t LiveBlocks() {
 }
 
 TEST(ComeAndGo, ThreadsThatCallAndGoLeaveNothing) {
-  const int count = IsNightly() ? 10000 : 1000;
+  const int count = IsNightly() ? 10000 : std::stoi(ReadVariable(L"QV_TEST_THREADS").value_or(L"1000"));
   const Watchdog watchdog(g_progress, kHangMs);
   Complaints complaints;
   std::optional<RegistrySandbox> registry(std::in_place);
