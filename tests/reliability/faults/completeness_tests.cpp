@@ -31,6 +31,7 @@ constexpr LinkedIn kLinkedIn[] = {
     {"__gxx_personality_seh0", "for exceptions, of which the service throws none"},
     {"_Unwind_Resume", "for exceptions, of which the service throws none"},
     {"__cxa_*", "for exceptions and pure operations, of which none is called"},
+    {"_ZSt24__throw_out_of_range_fmt*", "of a part of a text, which never begins behind its end"},
     {"_ZSt9terminatev", "for exceptions, of which the service throws none"},
     {"_ZTVN10__cxxabiv1*", "data: type information"},
     {"___chkstk_ms", "makes room on the stack"},
