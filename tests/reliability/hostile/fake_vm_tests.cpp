@@ -19,7 +19,7 @@ class HostileText : public BridgeTest {
   template <class Once>
   void Try(const char* key, const char* kind, const wchar_t* resource, Once&& once) {
     const uint64_t seed = SeedOfThisRun();
-    HostileTexts texts(resource, Mixed(seed, static_cast<uint64_t>(key[0])), IsNightly() ? 25000 : 500);
+    HostileTexts texts(resource, Mixed(seed, static_cast<uint64_t>(key[0])), IsNightly() ? 9000 : 500);
     size_t accepted = 0;
     size_t refused = 0;
     size_t wrong = 0;

@@ -58,7 +58,7 @@ void Walker::Holds() {
     Succeeds(made->AcquireService(&out));
     Is(out == made, "the object itself");
   }
-  m_slot = 4;
+  Begin(4, "%u holds of a new object", holds);
   for (uint32_t i = 0; i < holds; ++i) {
     int32_t created = 7;
     Is(made->IsJVMCreated(&created) == QV_S_OK && created == 1, "the object lives until its last hold");

@@ -173,6 +173,7 @@ void Walker::Verify() {
 
 void Walker::Begin(int slot, const char* format, ...) {
   m_slot = slot;
+  if (slot >= 0) ++m_world.used[static_cast<size_t>(slot)];
   va_list arguments;
   va_start(arguments, format);
   std::vsnprintf(m_arguments, sizeof(m_arguments), format, arguments);

@@ -41,6 +41,7 @@ struct World {
 
   std::atomic<uint64_t> progress = 0;  // operations done
   std::atomic<uint64_t> failed = 0;
+  std::array<std::atomic<uint64_t>, QV_SLOT_COUNT> used{};  // by slot
   std::mutex lock;
   std::vector<std::string> failures;  // the first ones
   std::vector<class Walker*> walkers;
