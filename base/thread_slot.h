@@ -31,9 +31,8 @@ class ThreadSlot {
 #endif
     return m_slot != TLS_OUT_OF_INDEXES ? TlsGetValue(m_slot) : nullptr;
   }
-  void Set(void* value) noexcept {
-    if (m_slot != TLS_OUT_OF_INDEXES) TlsSetValue(m_slot, value);
-  }
+  // False when it is not kept: without a slot, or when the thread's first value in a late slot finds no memory.
+  bool Set(void* value) noexcept { return m_slot != TLS_OUT_OF_INDEXES && TlsSetValue(m_slot, value) != FALSE; }
 
  private:
   DWORD m_slot = TLS_OUT_OF_INDEXES;
@@ -44,7 +43,7 @@ class ThreadFlag : private ThreadSlot {
   using ThreadSlot::Forget;
   using ThreadSlot::Prepare;
   [[nodiscard]] bool IsSet() const noexcept { return Get() != nullptr; }
-  void Set(bool value) noexcept { ThreadSlot::Set(value ? this : nullptr); }
+  bool Set(bool value) noexcept { return ThreadSlot::Set(value ? this : nullptr); }
 };
 
 }  // namespace qv

@@ -11,13 +11,20 @@ ThreadFlag g_capturing;
 
 namespace {
 
-// Marks the thread while a capture looks up java/lang/Throwable: a failing look-up captures again.
+// Marks the thread while a capture looks up java/lang/Throwable: a failing look-up captures again. False when it could
+// not be marked; nothing would stop such a look-up then.
 class CapturingScope {
  public:
-  CapturingScope() noexcept { g_capturing.Set(true); }
-  ~CapturingScope() { g_capturing.Set(false); }
+  CapturingScope() noexcept : m_marked(g_capturing.Set(true)) {}
+  ~CapturingScope() {
+    if (m_marked) g_capturing.Set(false);
+  }
+  explicit operator bool() const noexcept { return m_marked; }
   CapturingScope(const CapturingScope&) = delete;
   CapturingScope& operator=(const CapturingScope&) = delete;
+
+ private:
+  const bool m_marked;
 };
 
 // Slot 16 needs a buffer for the whole string, so a longer one is cut here.
@@ -38,6 +45,7 @@ bool CopyText(IQV_JavaVM& vm, JNIEnv* env, jstring string, wchar_t (&buffer)[kEr
 bool ExceptionText(IQV_JavaVM& vm, JNIEnv* env, jthrowable exception, wchar_t (&buffer)[kErrorTextUnits]) noexcept {
   if (g_capturing.IsSet()) return false;
   const CapturingScope capturing;
+  if (!capturing) return false;
   qv_jclass throwable = nullptr;
   vm.FindClass(&throwable, "java/lang/Throwable");
   if (throwable == nullptr) return false;

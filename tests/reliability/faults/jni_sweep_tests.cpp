@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 
+#include "bridge/exception_text.h"
 #include "tests/bridge/operation_rows.h"
 #include "tests/reliability/faults/outside_calls.h"
 #include "tests/support/import_hook.h"
@@ -256,6 +257,32 @@ TEST_F(Sweep, AClassNameThatCannotBeConverted) {
              {"Operations", 2},
              {"Runs", tally.fail},
              {"Outcome", tally.Outcome()}});
+}
+
+// ---- the mark of a thread that is inside a capture ----
+
+decltype(&TlsSetValue) g_setValue = nullptr;
+
+// A slot outside of a thread's first block needs memory for its first value, and there is none.
+BOOL WINAPI FailToMark(DWORD slot, void* value) {
+  if (value != &qv::g_capturing) return g_setValue(slot, value);
+  SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+  return FALSE;
+}
+
+TEST_F(Sweep, ACaptureThatCannotBeMarkedHasNoTextAndDoesNotCaptureItself) {
+  const ImportHook hook(nullptr, "TlsSetValue", &FailToMark);
+  g_setValue = hook.Original<decltype(&TlsSetValue)>();
+  for (const bool known : {true, false}) {
+    SCOPED_TRACE(known ? "Throwable can be found" : "Throwable cannot be found");
+    if (!known) Java().classes.erase("java/lang/Throwable");
+    LeavePending();
+    EXPECT_EQ(Object().CaptureException(Object().RecordSlot(), &Jni()), 1);
+    EXPECT_EQ(ObjectRecord(), Record(kUnknown, 0));
+    EXPECT_EQ(Jni().Pending(), nullptr);
+    EXPECT_EQ(LocalsLeft(), 1) << "the exception";
+    Renew();
+  }
 }
 
 }  // namespace
