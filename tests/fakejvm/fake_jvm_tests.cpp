@@ -127,6 +127,18 @@ TEST(FakeJvm, InvocationInterfaceKeepsEnvironmentsByThread) {
   EXPECT_EQ(jvm.Calls(kFakeAttachAsDaemon).at(0).argumentsNull, 1);
 }
 
+TEST(FakeJvm, DetachingCanFailAndLeavesTheThreadAttached) {
+  const FakeJvm jvm;
+  const Started started = CreateVM(jvm, {});
+  jvm.Script().detachResult = -3;
+  EXPECT_EQ(started.vm->DetachCurrentThread(), -3);
+  EXPECT_EQ(jvm.AttachedThreads(), 1);
+  EXPECT_EQ(jvm.Calls(kFakeDetach).at(0).result, -3);
+  jvm.Script().detachResult = 0;
+  EXPECT_EQ(started.vm->DetachCurrentThread(), 0);
+  EXPECT_EQ(jvm.AttachedThreads(), 0);
+}
+
 TEST(FakeJvm, EachVariantLacksItsEntryPointAlone) {
   for (const char* missing : {"GetCreatedJavaVMs", "GetDefaultJavaVMInitArgs", "CreateJavaVM"}) {
     const FakeJvm jvm(FakeJvm::PathWithout(ToWide(missing)));
