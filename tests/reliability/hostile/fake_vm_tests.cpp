@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "bridge/path_list.h"
+#include "store/option_plan.h"
 #include "tests/bridge/bridge_test.h"
 #include "tests/reliability/hostile/hostile_text.h"
 #include "tests/support/reliability.h"
@@ -149,6 +150,36 @@ TEST_F(HostileText, ClassPathsForTheLoader) {
     m_accepted = !wanted.empty();
     if (list.Count() != static_cast<int32_t>(wanted.size())) return "another number of paths";
     return pieces == wanted ? "" : "other paths";
+  });
+}
+
+// What the JVM is given: the thread's own class path as it is, in the code page of the machine, before the system's.
+TEST_F(HostileText, ClassPathsForTheJvm) {
+  Try("9", "class paths for the JVM", L"PATHS", [&](const std::string& text) -> std::string {
+    const std::wstring path = WideOf(text);
+    const std::wstring wanted = L"-Djava.class.path=" + path + (path.empty() ? L"" : L";") + L"C:\\s.jar;.";
+    std::string bytes(wanted.size() * 4, '\0');
+    bytes.resize(
+        static_cast<size_t>(WideCharToMultiByte(CP_ACP, 0, wanted.data(), static_cast<int>(wanted.size()), bytes.data(),
+                                                static_cast<int>(bytes.size()), nullptr, nullptr)));
+    const qv::PropertyTexts none(nullptr, 0);
+    const qv::OptionSources sources{.threadClassPath = path.c_str(),
+                                    .classPath = L"C:\\s.jar;.",
+                                    .bootClassPathOption = L"-Xbootclasspath/a:C:\\b.jar",
+                                    .vfprintfHook = this,
+                                    .exitHook = this,
+                                    .configuredCount = 0,
+                                    .properties = &none};
+    JavaVMOption* options = nullptr;
+    int32_t count = 0;
+    if (!qv::BuildOptionArray(
+            sources, [](int32_t, qv::StringRef&) { return false; }, &options, &count)) {
+      return "no options";
+    }
+    m_accepted = true;
+    const bool right = count == 4 && bytes == options[0].optionString;
+    qv::FreeOptions(options, count);
+    return right ? "" : "another option";
   });
 }
 
