@@ -1,8 +1,12 @@
 # Makes or refreshes an installation: cmake -DFOLDER=... -DFROM=... -DFILES=... [-DRUNTIME=...] -P install.cmake
 # The runtime's files are hard links, so it costs neither time nor space; what is there already stays.
+# A run with guard pages (QVSHR_LEDGER_GUARD=1) gets the ledger build of the host library, which has them.
 foreach(file IN ITEMS qvjvm.dll qvshr.dll LISTS FILES)
   set(place ${FOLDER}/${file})
   set(source ${FROM}/${file})
+  if(file STREQUAL qvshr.dll AND "$ENV{QVSHR_LEDGER_GUARD}" STREQUAL 1)
+    set(source ${FROM}/tests/${file})
+  endif()
   if(NOT EXISTS ${source})
     set(source ${FROM}/real/${file})
   endif()
