@@ -95,6 +95,14 @@ with_lock() (
   "$@"
 )
 
+# Prints the first comment of the script, which is its help, and ends it, when its arguments ask for that.
+# Usage: offer_help "$@"
+offer_help() {
+  case ${1-} in -h | --help) ;; *) return 0 ;; esac
+  awk 'NR > 1 { if (!/^#/) exit; sub(/^# ?/, ""); print }' "$0"
+  exit 0
+}
+
 # Seconds since the script started, with one decimal.
 elapsed() {
   local now=${EPOCHREALTIME/./}
