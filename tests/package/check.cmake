@@ -21,11 +21,23 @@ else()
 endif()
 foreach(file IN ITEMS bin/qvjvm.dll bin/qvshr.dll bin/qvjvm-doctor.exe include/qvjvm/qvjvm.h include/qvjvm/qvjvm.hpp
                       lib/libqvjvm.dll.a lib/qvjvm.lib share/doc/qvjvm/README.md share/doc/qvjvm/LICENSE
-                      share/qvjvm/examples/README.md)
+                      share/doc/qvjvm/examples/README.md)
   if(NOT EXISTS ${package}/${file})
     message(FATAL_ERROR "the package lacks ${file}")
   endif()
 endforeach()
+set(root ${SOURCE}/../../..)
+run("the links of the packed documents" ${root}/tools/check-docs --links ${package})
+
+# The project of the guide, as it is told there, in a folder with a blank.
+set(project "${FOLDER}/a project")
+file(COPY ${root}/docs/code/project/CMakeLists.txt ${root}/docs/code/pdf.cpp DESTINATION "${project}")
+run("configuring the project of the guide" ${CMAKE_COMMAND} -G Ninja -S "${project}" -B "${project}/build"
+    -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -Dqvjvm_DIR=${package}/lib/cmake/qvjvm)
+run("building the project of the guide" ${CMAKE_COMMAND} --build "${project}/build")
+if(NOT EXISTS "${project}/build/qvjvm-doctor.exe")
+  message(FATAL_ERROR "the project of the guide has no doctor beside its program")
+endif()
 run("configuring the consumer" ${CMAKE_COMMAND} -G Ninja -S ${SOURCE} -B ${FOLDER}/consumer -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
     -DCMAKE_BUILD_TYPE=Release -Dqvjvm_DIR=${package}/lib/cmake/qvjvm)
 run("building the consumer" ${CMAKE_COMMAND} --build ${FOLDER}/consumer)
