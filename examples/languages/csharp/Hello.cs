@@ -1,5 +1,5 @@
-// The Java VM Service from C#, through its binary interface alone. NOT VERIFIED: it could not be compiled or run where
-// this was written. Build it as a 64-bit program and put qvjvm.dll and qvshr.dll beside it.
+// The Java VM Service from C#, through its binary interface alone. NOT VERIFIED: a test compiles it, but it was never
+// run. Build it as a 64-bit program and put qvjvm.dll and qvshr.dll beside it.
 using System;
 using System.Runtime.InteropServices;
 
@@ -20,7 +20,7 @@ static class Hello
                                      [MarshalAs(UnmanagedType.LPStr)] string name);
 
     // An object is a pointer to a table of functions that take the object first.
-    static T Slot<T>(IntPtr self, int number) where T : Delegate
+    static T Slot<T>(IntPtr self, int number)
     {
         IntPtr table = Marshal.ReadIntPtr(self);
         return Marshal.GetDelegateForFunctionPointer<T>(Marshal.ReadIntPtr(table, number * IntPtr.Size));
