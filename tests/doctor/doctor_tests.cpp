@@ -10,6 +10,7 @@
 #include "doctor/collect.h"
 #include "doctor/judge.h"
 #include "doctor/print.h"
+#include "tests/support/broken_image.h"
 #include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
@@ -75,21 +76,14 @@ class SoundMachine {
   std::vector<std::unique_ptr<EnvironmentScope>> m_variables;
 };
 
-// Changes the machine word of an image's header.
-void SetMachine(const std::wstring& path, unsigned short machine) {
-  std::string image = ReadWholeFile(path);
-  const size_t header = static_cast<unsigned char>(image[0x3C]) + 256U * static_cast<unsigned char>(image[0x3D]);
-  image[header + 4] = static_cast<char>(machine & 0xFF);
-  image[header + 5] = static_cast<char>(machine >> 8);
-  FILE* const file = _wfopen(path.c_str(), L"wb");
-  std::fwrite(image.data(), 1, image.size(), file);
-  std::fclose(file);
-}
-
 void Overwrite(const std::wstring& path, const std::string& content) {
   FILE* const file = _wfopen(path.c_str(), L"wb");
   std::fwrite(content.data(), 1, content.size(), file);
   std::fclose(file);
+}
+
+void SetMachine(const std::wstring& path, unsigned short machine) {
+  Overwrite(path, ForMachine(ReadWholeFile(path), machine));
 }
 
 struct Case {

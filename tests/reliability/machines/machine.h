@@ -1,0 +1,173 @@
+// A machine that is broken in one way, and what the start-up makes of it: the world around a host program (an
+// installation, a runtime of its own, environment, registry), the break with its repair, and the expectation.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "tests/support/registry_sandbox.h"
+#include "tests/support/temp_folder.h"
+
+namespace qvtest {
+
+// A host program: its file name, what the service takes it for, and where its settings are.
+struct Host {
+  enum Kind { Unknown, Known, JavaProgram };
+
+  const wchar_t* name;
+  Kind kind;
+  const wchar_t* root;
+};
+inline constexpr Host kUnknownHost{L"report.exe", Host::Unknown, L"Software\\Harlowe\\Quovant\\19.0"};
+inline constexpr Host kOlderHost{L"qv195.exe", Host::Unknown, L"Software\\Harlowe\\Quovant\\19.0"};
+inline constexpr Host kQuovantHost{L"qv190.exe", Host::Known, L"Software\\Harlowe\\Quovant\\19.0"};
+inline constexpr Host kTableroHost{L"tk190.exe", Host::Known, L"Software\\Harlowe\\Tablero\\19.0"};
+inline constexpr Host kJavaHost{L"javaw.exe", Host::JavaProgram, L"Software\\Harlowe\\Loomhall\\2.0\\DBComponents"};
+inline constexpr Host kEclipseHost{L"eclipse.exe", Host::JavaProgram,
+                                   L"Software\\Harlowe\\Loomhall\\2.0\\DBComponents"};
+
+inline const std::wstring kJavaSoft = L"Software\\JavaSoft\\Java Runtime Environment";
+inline constexpr wchar_t kSystemPath[] = L"C:\\windows\\system32;C:\\windows";
+
+using Bytes = std::vector<unsigned char>;
+// UTF-16 without a terminating null.
+Bytes Unterminated(std::wstring_view text);
+
+// A sound machine until it is broken. Each break brings its own repair, which the host is given between its two calls.
+class World {
+ public:
+  World(int runtime, const Host& host);
+  ~World();
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
+
+  // ---- the runtime ----
+  // Makes a runtime that may be broken and uses it from now on (JAVA_HOME, the settings of a known host). Breaking a
+  // file makes one by itself.
+  std::wstring OwnRuntime() { return OwnRuntimeAt(m_folder.Path(L"java")); }
+  std::wstring OwnRuntimeAt(const std::wstring& place);
+  void MakeRuntime(const std::wstring& place) const;
+  void UseRuntime(const std::wstring& home);
+  [[nodiscard]] const std::wstring& Runtime() const { return m_runtime; }
+  [[nodiscard]] static std::wstring InstalledRuntime(int version);
+  [[nodiscard]] int Version() const { return m_version; }
+  [[nodiscard]] std::wstring JvmDll() const { return m_runtime + L"\\bin\\server\\jvm.dll"; }
+
+  // ---- files, below the runtime in use ----
+  void Remove(const std::wstring& relative);
+  void Replace(const std::wstring& relative, const std::string& content);
+  void ReplaceByFolder(const std::wstring& relative);
+  void Copy(const std::wstring& source, const std::wstring& relative);
+  // Nobody else can open the file.
+  void Lock(const std::wstring& relative);
+
+  // ---- environment, registry, arguments ----
+  void Variable(const std::wstring& name, const std::optional<std::wstring>& value);
+  // A break of the environment that is repaired: `sound` is what the host sets before its second call.
+  void Break(const std::wstring& name, const std::optional<std::wstring>& value,
+             const std::optional<std::wstring>& sound);
+  RegistrySandbox& Registry() { return m_registry; }
+  // The key of the folders, and the lists below it.
+  [[nodiscard]] std::wstring ProductKey() const;
+  [[nodiscard]] std::wstring ConfigKey(const std::wstring& list) const;
+  // Sound settings in the registry. A known host has them from the start.
+  void Configure();
+  void BreakValue(const std::wstring& key, const std::wstring& name, DWORD type, const Bytes& bytes);
+  void BreakText(const std::wstring& key, const std::wstring& name, const std::wstring& text);
+  void DropValue(const std::wstring& key, const std::wstring& name);
+  void DropKey(const std::wstring& key);
+  void Options(const std::vector<std::wstring>& options);
+  void Argument(const std::wstring& name, const std::wstring& value) { m_arguments.emplace_back(name, value); }
+  void Repair(std::function<void()> step) { m_repairs.push_back(std::move(step)); }
+  // The program starts in this folder.
+  void WorkFolder(const std::wstring& folder) { m_workFolder = folder; }
+
+  // ---- what PATH begins with after the calls; without a front it is as it was ----
+  void PathFront(const std::wstring& front) { m_front = m_frontAfterRepair = front; }
+  void NotFound() { m_front.clear(); }
+  void PathFrontAfterRepair(const std::wstring& front) { m_frontAfterRepair = front; }
+
+  TempFolder& Folder() { return m_folder; }
+  [[nodiscard]] std::wstring InstallFolder() const { return m_folder.Path(L"host"); }
+
+ private:
+  friend class MachineRun;
+
+  int m_version;
+  Host m_host;
+  TempFolder m_folder;
+  RegistrySandbox m_registry{RegistrySandbox::Override::Nothing};
+  std::wstring m_runtime;
+  std::wstring m_front;
+  std::wstring m_frontAfterRepair;
+  std::wstring m_workFolder;
+  std::map<std::wstring, std::optional<std::wstring>> m_environment;
+  std::vector<std::pair<std::wstring, std::wstring>> m_arguments;
+  std::vector<std::function<void()>> m_repairs;
+  std::vector<HANDLE> m_locked;
+  bool m_ownRuntime = false;
+  int m_hidden = 0;
+};
+
+// What the first call gives.
+enum class First { Starts, Fails, EndsTheProcess };
+
+// What the call after the repair gives, and why.
+enum class Second {
+  NotCalled,        // nothing was broken enough, or the process is gone
+  Starts,           //
+  NotTriedAgain,    // a library that did not load is not looked for again
+  WrongLibrary,     // a library is loaded, and it is none of a JVM
+  OptionKept,       // the JVM keeps what it understood of the options before
+  EnvironmentKept,  // the JVM's C library keeps the environment that it found when it was loaded
+};
+
+struct Machine {
+  const char* name;
+  void (*breakIt)(World&);
+  First first;
+  Second second = Second::NotCalled;
+  const char* says = "";  // what the JVM's log must hold
+  const char* note = "";  // for the page: what a reader could not guess
+  uint32_t boxes = 0;     // message boxes of the first call
+  Host host = kUnknownHost;
+  bool dependsOnRuntime = false;  // what happens is the runtime's doing: measured with all of them
+
+  int startsFrom = 1000;  // from this Java on nothing is missed
+
+  friend void PrintTo(const Machine& machine, std::ostream* out) { *out << machine.name; }
+};
+
+// The service finds a jvm.dll, or none, and the system cannot load it.
+Machine NotLoaded(const char* name, void (*breakIt)(World&));
+// The JVM is created, says why it cannot start and ends the process.
+Machine Ended(const char* name, void (*breakIt)(World&), int startsFrom = 1000);
+// Nothing is missed.
+Machine Works(const char* name, void (*breakIt)(World&), const char* note = "");
+
+// What happens is the runtime's doing: measured with each.
+Machine OnEach(Machine machine);
+
+// Breaks, runs, repairs, compares, and records the row; `order` is its place in the table.
+void RunMachine(const Machine& machine, const std::string& order);
+
+// A group of machines as a suite of tests; `chapter` is where its rows stand in the table.
+#define QV_MACHINES(suite, chapter, machines)                                                       \
+  class suite : public testing::TestWithParam<size_t> {};                                           \
+  TEST_P(suite, BehavesAsExpected) {                                                                \
+    RunMachine((machines)[GetParam()], std::to_string(chapter) + "." + std::to_string(GetParam())); \
+  }                                                                                                 \
+  INSTANTIATE_TEST_SUITE_P(Machines, suite, testing::Range(size_t{0}, std::size(machines)),         \
+                           [](const auto& one) { return TestName((machines)[one.param].name); })
+
+std::string TestName(std::string_view machine);
+
+}  // namespace qvtest

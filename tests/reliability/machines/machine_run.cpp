@@ -1,0 +1,317 @@
+// One machine: the host program in a process of its own, the repair between its two calls, the comparison, the row.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <sstream>
+#include <thread>
+
+#include "tests/reliability/machines/machine.h"
+#include "tests/support/child_process.h"
+#include "tests/support/reliability.h"
+#include "tests/support/text.h"
+
+namespace qvtest {
+
+using nlohmann::json;
+
+namespace {
+
+constexpr int32_t kFail = static_cast<int32_t>(0x80004005);
+
+// The host's exit codes.
+constexpr DWORD kRuns = 5;
+constexpr DWORD kNeverRan = 6;
+constexpr DWORD kRunsAfterReloading = 7;
+
+class Event {
+ public:
+  explicit Event(const std::wstring& name) : m_handle(CreateEventW(nullptr, TRUE, FALSE, name.c_str())) {}
+  ~Event() { CloseHandle(m_handle); }
+  Event(const Event&) = delete;
+  Event& operator=(const Event&) = delete;
+  operator HANDLE() const { return m_handle; }
+
+ private:
+  HANDLE m_handle;
+};
+
+// How a JVM says that it ends the process; after the first two the reason follows in a line of its own.
+const std::string kLastWords[] = {"Error occurred during initialization of VM",
+                                  "Error occurred during initialization of boot layer",
+                                  "There is insufficient memory for the Java Runtime Environment to continue",
+                                  "A fatal error has been detected by the Java Runtime Environment"};
+
+// The line in which the JVM says why it gives up, without the names of this run's folders; empty when it does not.
+std::string LastWords(std::string text, const std::string& folder) {
+  for (const std::string& words : kLastWords) {
+    size_t at = text.find(words);
+    if (at == std::string::npos) continue;
+    if (words.starts_with("Error occurred")) at = text.find_first_not_of("\r\n", at + words.size());
+    text = text.substr(at, text.find_first_of("\r\n", at) - at);
+    for (size_t place = text.find(folder); place != std::string::npos; place = text.find(folder)) {
+      text.replace(place, folder.size() + 1, "");
+    }
+    return text.size() <= 90 ? text : text.substr(0, text.rfind(' ', 90)) + " …";
+  }
+  return "";
+}
+
+// What a row of the page says; equal rows of several runtimes are one.
+struct Row {
+  std::string result;
+  std::string process;
+  std::string left;
+  std::string after;
+  std::vector<int> runtimes;
+  std::optional<uint64_t> ms;
+
+  [[nodiscard]] bool Like(const Row& other) const {
+    return result == other.result && process == other.process && left == other.left && after == other.after;
+  }
+};
+
+const char* Why(Second second) {
+  switch (second) {
+    case Second::NotTriedAgain:
+      return "fails, a library is tried once; starts with the service loaded anew";
+    case Second::WrongLibrary:
+      return "fails, the wrong library is loaded; starts with the service loaded anew";
+    case Second::OptionKept:
+      return "fails, the JVM keeps the option; starts with the service loaded anew";
+    case Second::EnvironmentKept:
+      return "fails, the JVM's C library keeps the environment";
+    case Second::Starts:
+      return "starts";
+    case Second::NotCalled:
+      break;
+  }
+  return "-";
+}
+
+}  // namespace
+
+class MachineRun {
+ public:
+  MachineRun(const Machine& machine, int runtime)
+      : m_machine(machine),
+        m_first(runtime >= machine.startsFrom ? First::Starts : machine.first),
+        m_world(runtime, machine.host) {}
+
+  Row Run() {
+    m_machine.breakIt(m_world);
+    m_oldPath = m_world.m_environment[L"PATH"];
+    RunHost();
+    EXPECT_FALSE(m_child.hung);
+    ReadOutput();
+    m_log =
+        FileExists(m_world.m_folder.Path(L"log\\vm.out")) ? ReadWholeFile(m_world.m_folder.Path(L"log\\vm.out")) : "";
+    Row row;
+    row.runtimes = {m_world.Version()};
+    row.after = Why(m_machine.second);
+    CheckFirst(row);
+    CheckSecond();
+    CheckLeft(row);
+    if (m_first != First::Starts) {
+      EXPECT_THAT(m_log + m_child.output, testing::HasSubstr(m_machine.says));
+    }
+    if (testing::Test::HasFailure())
+      ADD_FAILURE() << "Java " << m_world.Version() << "\n" << m_child.output << "\n" << m_log.substr(0, 2000);
+    return row;
+  }
+
+ private:
+  [[nodiscard]] bool CallsTwice() const { return m_machine.second != Second::NotCalled; }
+
+  // Whether a JVM's own code ran.
+  [[nodiscard]] bool HadJvm() const {
+    return m_machine.second == Second::OptionKept || m_machine.second == Second::EnvironmentKept;
+  }
+
+  // Whether the service is loaded anew at the end: in the short form not after every library that did not load.
+  [[nodiscard]] bool Reloads() const {
+    if (!CallsTwice() || m_machine.second == Second::Starts || m_machine.second == Second::EnvironmentKept)
+      return false;
+    return IsNightly() || m_machine.second != Second::NotTriedAgain;
+  }
+
+  void RunHost() {
+    const std::wstring name = L"qvtests-" + std::to_wstring(GetCurrentProcessId());
+    const Event asked(name + L".asked");
+    const Event done(name + L".done");
+    const Event ended(L"");
+    ChildOptions options;
+    options.environment = m_world.m_environment;
+    options.workFolder = m_world.m_workFolder;
+    options.limitMs = 120000;
+    const auto add = [&](const std::wstring& key, const std::wstring& value) {
+      options.arguments.insert(options.arguments.end(), {key, value});
+    };
+    add(L"machine", m_world.m_registry.Path(Hive::Machine));
+    add(L"user", m_world.m_registry.Path(Hive::User));
+    add(L"log", m_world.m_folder.Path(L"log"));
+    if (CallsTwice()) add(L"repair", name);
+    if (Reloads()) add(L"reload", L"1");
+    for (const auto& [key, value] : m_world.m_arguments) add(key, value);
+    std::thread host([&] {
+      m_child = RunChild(m_world.InstallFolder() + L"\\" + m_world.m_host.name, options);
+      SetEvent(ended);
+    });
+    const HANDLE either[] = {ended, asked};
+    if (WaitForMultipleObjects(2, either, FALSE, INFINITE) == WAIT_OBJECT_0 + 1) {
+      for (auto step = m_world.m_repairs.rbegin(); step != m_world.m_repairs.rend(); ++step) (*step)();
+      SetEvent(done);
+    }
+    host.join();
+  }
+
+  void ReadOutput() {
+    std::istringstream lines(m_child.output);
+    for (std::string line; std::getline(lines, line);) {
+      json parsed = json::parse(line, nullptr, false);
+      if (parsed.is_object()) m_lines.push_back(std::move(parsed));
+    }
+    ASSERT_FALSE(m_lines.empty()) << "exit code " << m_child.exitCode << "\n" << m_child.output;
+  }
+
+  [[nodiscard]] std::string PathWith(const std::wstring& front) const {
+    if (!m_oldPath || m_oldPath->empty()) {
+      // Discovery writes its separator always, the configured folders none at the end.
+      if (front.empty()) return m_oldPath ? "" : "<none>";
+      return ToUtf8(m_world.m_host.kind == Host::Known ? front.substr(0, front.size() - 1) : front);
+    }
+    return ToUtf8(front + *m_oldPath);
+  }
+
+  void CheckCall(const json& call, int32_t status, const std::wstring& front) {
+    EXPECT_EQ(call.value("status", -1), status);
+    EXPECT_EQ(call.value("path", "?"), PathWith(front));
+    EXPECT_EQ(call.value("dllFolder", "?"), m_lines[0].value("dllFolder", "??"));
+    EXPECT_EQ(call.value("outUntouched", false), status != 0);
+    if (status == 0) {
+      EXPECT_EQ(call.value("java", "").substr(0, 2), std::to_string(m_world.Version()));
+    }
+  }
+
+  void CheckFirst(Row& row) {
+    if (m_first == First::EndsTheProcess) {
+      EXPECT_EQ(m_lines.size(), 1u) << "the call came back";
+      EXPECT_EQ(m_child.exitCode, 1u);
+      row.result = "-";
+      const std::string folder = ToUtf8(m_world.m_folder.Path());
+      const std::string inLog = LastWords(m_log, folder);
+      const std::string onConsole = LastWords(m_child.output, folder);
+      EXPECT_FALSE(inLog.empty() && onConsole.empty()) << "the JVM did not say why";
+      row.process =
+          "ended by the JVM with 1, " + (inLog.empty() ? "on the console: " + onConsole : "in the log: " + inLog);
+      return;
+    }
+    ASSERT_GE(m_lines.size(), 2u) << "the call did not come back; exit code " << m_child.exitCode << "\n" << m_log;
+    const bool starts = m_first == First::Starts;
+    CheckCall(m_lines[1], starts ? 0 : kFail, m_world.m_front);
+    EXPECT_EQ(m_lines[1].value("boxes", 99u), m_machine.boxes);
+    row.result = starts ? "S_OK" : "E_FAIL";
+    row.process = "goes on";
+    row.ms = m_lines[1].value("ms", uint64_t{0});
+  }
+
+  void CheckSecond() {
+    if (!CallsTwice()) return;
+    ASSERT_GE(m_lines.size(), 3u) << "the second call did not come back; exit code " << m_child.exitCode;
+    const bool starts = m_machine.second == Second::Starts;
+    const std::wstring& front = m_world.m_front.empty() ? m_world.m_frontAfterRepair : m_world.m_front;
+    CheckCall(m_lines[2], starts ? 0 : kFail, front);
+  }
+
+  // By the first call, as long as the service stays.
+  [[nodiscard]] std::string LeftBehind() const {
+    if (m_first == First::Starts) return "the JVM";
+    const bool library = m_lines[1].value("library", false);
+    if (m_world.m_front.empty()) return library ? "the library" : "nothing";
+    return library ? "PATH, the library" : "PATH";
+  }
+
+  // Nothing, when no JVM was made: the service is unloaded, and with it everything that it had.
+  void CheckLeft(Row& row) {
+    const bool running = m_first == First::Starts || m_machine.second == Second::Starts;
+    if (m_first == First::EndsTheProcess) {
+      row.left = "-";
+      return;
+    }
+    EXPECT_EQ(m_child.exitCode, running ? kRuns : Reloads() ? kRunsAfterReloading : kNeverRan);
+    row.left = LeftBehind();
+    if (running) return;
+    const size_t at = CallsTwice() ? 3 : 2;
+    ASSERT_GT(m_lines.size(), at);
+    const json& left = m_lines[at];
+    // The lock of the configuration's load, which is never deleted.
+    EXPECT_EQ(left.value("blocks", 99u), 1u);
+    for (const char* what : {"strings", "keys", "errors"}) EXPECT_EQ(left.value(what, 99u), 0u) << what;
+    for (const char* what : {"service", "library"}) EXPECT_FALSE(left.value(what, true)) << what;
+    // What a JVM opened while it started it does not close when it is unloaded.
+    const int handles = left.value("handles", 99);
+    if (HadJvm()) {
+      row.left += ", " + std::to_string(handles) + " handles of the JVM";
+    } else {
+      EXPECT_EQ(handles, 0);
+    }
+  }
+
+  const Machine& m_machine;
+  First m_first;
+  World m_world;
+  ChildResult m_child;
+  std::optional<std::wstring> m_oldPath;
+  std::vector<json> m_lines;
+  std::string m_log;
+};
+
+void RunMachine(const Machine& machine, const std::string& order) {
+  std::vector<int> runtimes = {17};
+  if (machine.dependsOnRuntime && IsNightly()) runtimes = {11, 17, 21, 25};
+  std::vector<Row> rows;
+  for (const int runtime : runtimes) {
+    MachineRun run(machine, runtime);
+    const Row row = run.Run();
+    const auto same = std::find_if(rows.begin(), rows.end(), [&](const Row& other) { return row.Like(other); });
+    if (same == rows.end()) {
+      rows.push_back(row);
+    } else {
+      same->runtimes.push_back(runtime);
+      same->ms = std::max(same->ms, row.ms);
+    }
+  }
+  for (const Row& row : rows) {
+    std::string name = machine.name;
+    if (rows.size() > 1) {
+      name += ", Java";
+      for (const int runtime : row.runtimes)
+        name += (runtime == row.runtimes[0] ? " " : ", ") + std::to_string(runtime);
+    }
+    if (*machine.note != '\0') name += std::string(" (") + machine.note + ")";
+    RecordRow("machines", order + "." + std::to_string(row.runtimes[0]),
+              {{"Machine", name},
+               {"Result", row.result},
+               {"Process", row.process},
+               {"Left behind", row.left},
+               {"After the repair", row.after},
+               {"Time", row.ms ? std::to_string(*row.ms) + " ms" : "-"}});
+  }
+}
+
+std::string TestName(std::string_view machine) {
+  std::string name;
+  bool upper = true;
+  for (const char letter : machine) {
+    if (std::isalnum(static_cast<unsigned char>(letter)) != 0) {
+      name += upper ? static_cast<char>(std::toupper(static_cast<unsigned char>(letter))) : letter;
+      upper = false;
+    } else {
+      upper = true;
+    }
+  }
+  return name;
+}
+
+}  // namespace qvtest
