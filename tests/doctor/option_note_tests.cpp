@@ -29,11 +29,14 @@ TEST(OptionNotes, FollowTheVersion) {
       {L"-XX:+UseConcMarkSweepGC", 21, Row::Refused},
       {L"-Xbootclasspath/a:C:\\a.jar", 25, Row::Nothing},
       {L"-Xbootclasspath/p:C:\\a.jar", 11, Row::Refused},
-      {L"-Djava.security.manager", 17, Row::Nothing},
+      {L"-Djava.security.manager", 11, Row::Nothing},
+      {L"-Djava.security.manager", 17, Row::Note},
       {L"-Djava.security.manager", 25, Row::Refused},
       {L"", 17, Row::Refused},
       {L" -Xmx1m", 17, Row::Refused},
       {L"server", 17, Row::Refused},
+      {L"-Xnosuch", 17, Row::Refused},
+      {L"-Xss2m", 17, Row::Nothing},
   };
   for (const Row& row : rows) {
     const auto note = doctor::NoteFor(row.option, row.major);

@@ -5,8 +5,11 @@
 
 #include <filesystem>
 #include <iomanip>
+#include <iterator>
 #include <memory>
+#include <sstream>
 
+#include "tests/support/environment.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
 
@@ -33,6 +36,12 @@ testing::AssertionResult Unexpected(IQV_JavaVM* vm, int32_t status) {
   testing::AssertionResult failure = testing::AssertionFailure() << "status " << Hex(status);
   if (const std::optional<Record> record = RecordOf(vm)) return failure << ", " << *record;
   return failure << ", no record";
+}
+
+// What QV_TEST_JVM_OPTIONS names, separated by blanks: the same tests with other options.
+std::vector<std::wstring> OptionsOfTheRun() {
+  std::wistringstream words(ReadVariable(L"QV_TEST_JVM_OPTIONS").value_or(L""));
+  return {std::istream_iterator<std::wstring, wchar_t>(words), {}};
 }
 
 }  // namespace
@@ -142,10 +151,11 @@ std::wstring TextOf(IQV_JavaVM* vm, qv_jstring string) {
 
 IQV_JavaVM* StartVm(const StartOptions& options) {
   static IQV_JavaVM* const vm = [&]() -> IQV_JavaVM* {
+    const std::vector<std::wstring> jvmOptions = options.jvmOptions.empty() ? OptionsOfTheRun() : options.jvmOptions;
     std::optional<RegistrySandbox> registry;
-    if (!options.jvmOptions.empty()) {
+    if (!jvmOptions.empty()) {
       registry.emplace();
-      registry->SetList(Hive::Machine, std::wstring(kRuntimeConfig) + L"\\QVJVMconfig", options.jvmOptions);
+      registry->SetList(Hive::Machine, std::wstring(kRuntimeConfig) + L"\\QVJVMconfig", jvmOptions);
       registry->CreateKey(Hive::Machine, std::wstring(kRuntimeConfig) + L"\\QVJVMprops");
     }
     IQV_JavaVM* const made = NewService((InstallFolder() + L"\\qvtests.jar").c_str());

@@ -28,7 +28,7 @@ TempFolder::TempFolder() {
 
 TempFolder::~TempFolder() {
   std::error_code error;
-  for (int attempt = 0; attempt < 20; ++attempt) {
+  for (int attempt = 0; attempt < 200; ++attempt) {
     fs::remove_all(m_path, error);
     if (!error) return;
     Sleep(50);

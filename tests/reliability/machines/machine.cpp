@@ -219,6 +219,22 @@ void World::Options(const std::vector<std::wstring>& options) {
   Repair([this] { Configure(); });
 }
 
+ChildOptions World::Child() const {
+  ChildOptions options;
+  options.environment = m_environment;
+  options.workFolder = m_workFolder;
+  options.limitMs = 120000;
+  options.arguments = {L"machine", m_registry.Path(Hive::Machine), L"user", m_registry.Path(Hive::User),
+                       L"log",     m_folder.Path(L"log")};
+  for (const auto& [key, value] : m_arguments) options.arguments.insert(options.arguments.end(), {key, value});
+  return options;
+}
+
+std::string World::Log() const {
+  const std::wstring log = m_folder.Path(L"log\\vm.out");
+  return FileExists(log) ? ReadWholeFile(log) : "";
+}
+
 Machine NotLoaded(const char* name, void (*breakIt)(World&)) {
   return {.name = name, .breakIt = breakIt, .first = First::Fails, .second = Second::NotTriedAgain};
 }

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/child_process.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
 
@@ -96,6 +97,10 @@ class World {
   void PathFrontAfterRepair(const std::wstring& front) { m_frontAfterRepair = front; }
 
   TempFolder& Folder() { return m_folder; }
+  // How machine_host.exe is started on this machine, and what the JVM wrote to its log.
+  [[nodiscard]] std::wstring Program() const { return InstallFolder() + L"\\" + m_host.name; }
+  [[nodiscard]] ChildOptions Child() const;
+  [[nodiscard]] std::string Log() const;
   [[nodiscard]] std::wstring InstallFolder() const { return m_folder.Path(L"host"); }
 
  private:

@@ -59,6 +59,19 @@ std::string JavaVersion(IQV_JavaVM* vm) {
   return vm->GetJavaVersion(&version) == QV_S_OK ? ToUtf8(TakeText(version)) : "";
 }
 
+// A system property of the JVM; empty when it cannot be had.
+std::string Property(IQV_JavaVM* vm, const wchar_t* name) {
+  qv_jclass system = nullptr;
+  qv_jstring key = nullptr;
+  qv_jobject value = nullptr;
+  IQvString* text = nullptr;
+  const bool had = vm->FindClass(&system, "java/lang/System") == QV_S_OK && vm->NewString(&key, name) == QV_S_OK &&
+                   vm->CallStaticObjectMethod(&value, system, "getProperty", "(Ljava/lang/String;)Ljava/lang/String;",
+                                              key) == QV_S_OK &&
+                   value != nullptr && vm->GetStringValue(&text, value) == QV_S_OK;
+  return had ? ToUtf8(TakeText(text)) : "";
+}
+
 struct Arguments {
   std::vector<std::pair<std::wstring, std::wstring>> all;
 
@@ -100,6 +113,7 @@ bool Call(const Arguments& arguments, const Service& service) {
   report["library"] = GetModuleHandleW(L"jvm.dll") != nullptr;
   if (status >= 0 && vm != nullptr) {
     report["java"] = JavaVersion(vm);
+    report["mode"] = Property(vm, L"java.vm.info");
     vm->Release();
   }
   Print(report);
