@@ -84,8 +84,12 @@ World::World(int runtime, const Host& host) : m_version(runtime), m_host(host) {
 
 World::~World() {
   for (const HANDLE file : m_locked) CloseHandle(file);
-  // What is too deep for the folder's own end.
-  if (m_ownRuntime) RemoveTree(m_runtime);
+  // What is too deep for the folder's own end; a program that just ended may still be leaving its files.
+  for (int attempt = 0; m_ownRuntime && attempt < 200; ++attempt) {
+    RemoveTree(m_runtime);
+    if (!FileExists(Long(m_runtime))) break;
+    Sleep(50);
+  }
 }
 
 std::wstring World::InstalledRuntime(int version) {

@@ -184,6 +184,7 @@ int wmain(int argc, wchar_t** argv) {
   // The lock of the configuration's load is never deleted; that is one block for each load of the service.
   left["blocks"] = left["blocks"].get<int64_t>() - booksBefore["blocks"].get<int64_t>();
   left["handles"] = CountProcess().handles - handlesBefore - handlesOfALoad;
+  left["handlesOfALoad"] = handlesOfALoad;
   left["service"] = GetModuleHandleW(L"qvjvm.dll") != nullptr;
   left["library"] = GetModuleHandleW(L"jvm.dll") != nullptr;
   Print(left);
