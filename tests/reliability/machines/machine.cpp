@@ -1,13 +1,19 @@
-// The runtime of a world is made of hard links to an installed one, so that a machine costs no more than its names;
-// what is broken is replaced, never written to.
+// The runtime of a world is made of hard links, so that a machine costs no more than its names; what is broken is
+// replaced, never written to. The links go to a copy of this process's own: a file that another process has open cannot
+// be renamed or deleted, by whichever of its names.
 #include "tests/reliability/machines/machine.h"
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
 
 #include "tests/support/environment.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -96,8 +102,28 @@ std::wstring World::InstalledRuntime(int version) {
   return ReadVariable(L"QV_TEST_INSTALLATIONS").value_or(L"") + L"\\" + std::to_wstring(version) + L"\\JRE";
 }
 
+namespace {
+
+// A copy of the installed runtime for the life of the process.
+std::wstring CopiedRuntime(int version) {
+  static std::map<int, std::unique_ptr<TempFolder>> copies;
+  std::unique_ptr<TempFolder>& copy = copies[version];
+  if (copy == nullptr) {
+    copy = std::make_unique<TempFolder>();
+    const fs::path source = World::InstalledRuntime(version);
+    for (const wchar_t* folder : {L"bin", L"conf", L"lib"}) {
+      std::error_code error;
+      fs::copy(source / folder, fs::path(copy->Path()) / folder, fs::copy_options::recursive, error);
+      EXPECT_FALSE(error) << ToUtf8((source / folder).wstring()) << ": " << error.message();
+    }
+  }
+  return copy->Path();
+}
+
+}  // namespace
+
 void World::MakeRuntime(const std::wstring& place) const {
-  const std::wstring source = InstalledRuntime(m_version);
+  const std::wstring source = CopiedRuntime(m_version);
   EXPECT_TRUE(FileExists(source + L"\\bin\\server\\jvm.dll")) << ToUtf8(source);
   for (size_t slash = place.find(L'\\', 3); slash != std::wstring::npos; slash = place.find(L'\\', slash + 1)) {
     CreateDirectoryW(Long(place.substr(0, slash)).c_str(), nullptr);

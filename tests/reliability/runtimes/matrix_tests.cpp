@@ -15,12 +15,21 @@
 namespace qvtest {
 namespace {
 
+// Without the tests that many threads make long; the soak is about threads.
+constexpr wchar_t kTests[] =
+    L"--gtest_filter=Values.*:Texts.*:Errors.*:Threads.*:Compression.*"
+    L"-Threads.Many*:Threads.FailingThrough*:Threads.RecordsOf*:Threads.ThreadsComeAndGo*";
+// Nor those that want more memory.
+constexpr wchar_t kSmallTests[] =
+    L"--gtest_filter=Values.*:Texts.*:Errors.*:Threads.*"
+    L"-Threads.Many*:Threads.FailingThrough*:Threads.RecordsOf*:Threads.ThreadsComeAndGo*";
+
 struct Setting {
   const char* name;  // of the test
   const wchar_t* options;
   bool everyRun;
-  std::vector<int> absent = {};  // runtimes of these machines that cannot be started so
-  const char* why = "";
+  const wchar_t* tests = kTests;
+  bool mayRefuse = false;  // by runtimes that lack it, or on machines that do
 
   friend void PrintTo(const Setting& setting, std::ostream* out) { *out << setting.name; }
 };
@@ -29,18 +38,13 @@ const Setting kSettings[] = {
     {"Plain", L"", true},
     {"CheckJni", L"-Xcheck:jni", true},
     {"Interpreter", L"-Xint", false},
-    {"SmallHeap", L"-Xmx16m", false},
+    {"SmallHeap", L"-Xmx16m", false, kSmallTests},
     {"SerialCollector", L"-XX:+UseSerialGC", true},
     {"G1Collector", L"-XX:+UseG1GC", false},
     {"ParallelCollector", L"-XX:+UseParallelGC", false},
-    {"ZCollector", L"-XX:+UseZGC", false},
+    {"ZCollector", L"-XX:+UseZGC", false, kTests, true},
     {"ShenandoahCollector", L"-XX:+UseShenandoahGC", false},
 };
-
-// Without those that many threads make long; the soak is about threads.
-constexpr wchar_t kTests[] =
-    L"--gtest_filter=Values.*:Texts.*:Errors.*:Threads.*:Compression.*"
-    L"-Threads.Many*:Threads.FailingThrough*:Threads.RecordsOf*:Threads.ThreadsComeAndGo*";
 
 // Reports of -Xcheck:jni come from sequences that the interface promises; check_jni_tests.cpp lists every one.
 bool IsListedReport(const std::string& warning) {
@@ -65,6 +69,16 @@ int NumberAfter(const std::string& text, const std::string& words) {
   return at == std::string::npos ? -1 : std::atoi(text.c_str() + at + words.size());
 }
 
+// Why the JVM does not start with a collector; empty when it did not say so.
+std::string RefusalIn(const std::string& output) {
+  for (const std::string& text : SaidIn(output)) {
+    for (const char* words : {"not supported", "Failed to reserve", "ZGC requires"}) {
+      if (text.find(words) != std::string::npos) return text;
+    }
+  }
+  return "";
+}
+
 TEST_P(Matrix, TheSameTestsGiveTheSame) {
   const auto& [runtime, setting] = GetParam();
   if (!setting.everyRun && !IsNightly()) GTEST_SKIP() << "in the long form";
@@ -77,7 +91,7 @@ TEST_P(Matrix, TheSameTestsGiveTheSame) {
   // The log of the start is "vm.out" in the current folder then.
   folder.WriteFile(L"qvshr.ini", "[Host]\r\nWebDeployment=1\r\n");
   ChildOptions options;
-  options.arguments = {kTests};
+  options.arguments = {setting.tests};
   options.environment = {{L"JAVA_HOME", World::InstalledRuntime(runtime)},
                          {L"CLASSPATH", std::nullopt},
                          {L"QV_TEST_JVM_OPTIONS", setting.options}};
@@ -89,17 +103,21 @@ TEST_P(Matrix, TheSameTestsGiveTheSame) {
   std::vector<std::string> warnings = WarningsIn(output);
 
   std::string result;
-  if (std::count(setting.absent.begin(), setting.absent.end(), runtime) != 0) {
-    EXPECT_NE(child.exitCode, 0u);
-    EXPECT_THAT(output, testing::HasSubstr(setting.why));
-    result = "does not start";
+  const std::string refusal = child.exitCode != 0 && setting.mayRefuse ? RefusalIn(output) : "";
+  if (!refusal.empty()) {
+    result = "does not start: " + refusal;
   } else {
     const int passed = NumberAfter(child.output, "[  PASSED  ] ");
     EXPECT_EQ(child.exitCode, 0u) << child.output;
     EXPECT_EQ(passed, NumberAfter(child.output, "[==========] Running "));
     const auto reports = std::remove_if(warnings.begin(), warnings.end(), IsListedReport);
     warnings.erase(reports, warnings.end());
-    EXPECT_THAT(warnings, testing::IsEmpty());
+    // The built-in tree asks for what later runtimes no longer have.
+    if (*setting.options == L'\0' && runtime >= 21) {
+      EXPECT_THAT(warnings, testing::ElementsAre(testing::HasSubstr("java.compiler")));
+    } else {
+      EXPECT_THAT(warnings, testing::IsEmpty());
+    }
     result = std::to_string(passed) + " tests passed";
   }
   RecordRow("runtimes", std::to_string(runtime) + "." + setting.name,
