@@ -72,7 +72,7 @@ int NumberAfter(const std::string& text, const std::string& words) {
 // Why the JVM does not start with a collector; empty when it did not say so.
 std::string RefusalIn(const std::string& output) {
   for (const std::string& text : SaidIn(output)) {
-    for (const char* words : {"not supported", "Failed to reserve", "ZGC requires"}) {
+    for (const char* words : {"is experimental", "not supported", "Failed to reserve", "ZGC requires"}) {
       if (text.find(words) != std::string::npos) return text;
     }
   }
