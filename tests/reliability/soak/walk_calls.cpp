@@ -65,9 +65,11 @@ void Walker::CallValue(const ValueCalls<Value>& calls, Passed passed, Value expe
   Value untouched;
   std::memset(&untouched, 0x5A, sizeof(untouched));
   Value result = untouched;
+  uint64_t bits = 0;
+  std::memcpy(&bits, &expected, sizeof(expected));
   switch (way) {
     case Way::Right:
-      Begin(slot, "%s with 0x%llx", calls.echo, static_cast<unsigned long long>(expected));
+      Begin(slot, "%s with the bits 0x%llx", calls.echo, static_cast<unsigned long long>(bits));
       Prologue();
       Succeeds((m_vm->*call)(&result, m_world.echo, m_world.echoObject, calls.echo, calls.signature, passed));
       Is(SameBits(result, expected), "another value");
