@@ -53,6 +53,10 @@ std::string LastWords(std::string text, const std::string& folder) {
     for (size_t place = text.find(folder); place != std::string::npos; place = text.find(folder)) {
       text.replace(place, folder.size() + 1, "");
     }
+    // Names outside ASCII come out of some JVMs as nothing that can be read.
+    const auto foreign =
+        std::find_if(text.begin(), text.end(), [](char unit) { return static_cast<unsigned char>(unit) >= 0x80; });
+    text.erase(foreign, text.end());
     return text.size() <= 90 ? text : text.substr(0, text.rfind(' ', 90)) + " …";
   }
   return "";
