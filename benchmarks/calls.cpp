@@ -360,7 +360,8 @@ void Failures(Report& report, Host& host) {
 void ByteArrays(Report& report, Host& host) {
   JNIEnv* const env = host.Env();
   IQV_JavaVM* const vm = host.Vm();
-  for (const auto& [label, count] : {std::pair{"64 B", 64}, {"64 KiB", 64 << 10}, {"16 MiB", 16 << 20}}) {
+  for (const auto& [label, length] : {std::pair{"64 B", 64}, {"64 KiB", 64 << 10}, {"16 MiB", 16 << 20}}) {
+    const jsize count = length;
     const auto size = static_cast<size_t>(count);
     const auto array = Need(env->NewByteArray(count), "a byte array");
     std::vector<jbyte> bytes(size, 42);

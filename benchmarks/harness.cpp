@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -66,7 +67,7 @@ void Die(const std::string& message) {
 Sample Summarize(std::vector<double>& values) {
   std::sort(values.begin(), values.end());
   const auto at = [&](double share) {
-    return values[static_cast<size_t>(share * static_cast<double>(values.size() - 1) + 0.5)];
+    return values[static_cast<size_t>(std::lround(share * static_cast<double>(values.size() - 1)))];
   };
   return {.median = at(0.5), .low = at(0.25), .high = at(0.75)};
 }

@@ -53,14 +53,14 @@ cross_include_options() {
     done
 }
 
-# Usage: tidy_sources [FILE...]; without files the product, the examples and the programs of the documents.
+# Usage: tidy_sources [FILE...]; without files the product, the examples, the programs of the documents and the benchmarks.
 tidy_sources() {
   local options files=("$@") build=$qv_build/release
   mapfile -t options < <(cross_include_options)
   configure_preset release
   if [ "${#files[@]}" -eq 0 ]; then
     mapfile -t files < <(cd "$qv_root" &&
-      find base host store config service bridge hostlib doctor examples docs/code -name '*.cpp' | sort)
+      find base host store config service bridge hostlib doctor examples docs/code benchmarks -name '*.cpp' | sort)
   fi
   note "clang-tidy over ${#files[@]} files"
   printf '%s\0' "${files[@]}" | (cd "$qv_root" && xargs -0 -n 1 -P "$(nproc)" clang-tidy-14 -p "$build" --quiet \
