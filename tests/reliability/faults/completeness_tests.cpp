@@ -33,6 +33,7 @@ constexpr LinkedIn kLinkedIn[] = {
     {"__cxa_*", "for exceptions and pure operations, of which none is called"},
     {"_ZSt24__throw_out_of_range_fmt*", "of a part of a text, which never begins behind its end"},
     {"_ZSt9terminatev", "for exceptions, of which the service throws none"},
+    {"_ZSt24__throw_out_of_range_fmt*", "for exceptions: a check that an unoptimised build keeps, and none fails"},
     {"_ZTVN10__cxxabiv1*", "data: type information"},
     {"___chkstk_ms", "makes room on the stack"},
     {"__stack_chk_*", "guards the stack"},
