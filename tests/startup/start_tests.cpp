@@ -310,7 +310,8 @@ class DllFolderWatch {
 TEST(Start, RuntimesBinIsTheDllFolderWhileLoadingAndCreatingAndRestoredAfterwards) {
   std::wstring bin = FakeJvm::Home() + L"\\bin";
   CharLowerW(bin.data());
-  for (const wchar_t* before : {static_cast<const wchar_t*>(nullptr), L"c:\\hostdlls"}) {
+  const std::wstring beyondMaxPath = L"c:\\" + std::wstring(400, L'd');
+  for (const wchar_t* before : {static_cast<const wchar_t*>(nullptr), L"c:\\hostdlls", beyondMaxPath.c_str()}) {
     const StartupWorld world;
     SetDllDirectoryW(before);
     const std::wstring restored = before != nullptr ? before : L"<none>";
@@ -319,8 +320,8 @@ TEST(Start, RuntimesBinIsTheDllFolderWhileLoadingAndCreatingAndRestoredAfterward
       EXPECT_EQ(CreateVM().status, 0);
       EXPECT_EQ(watch.Folders(), (std::vector<std::wstring>{bin, restored, bin, restored}));
     }
-    wchar_t folder[MAX_PATH] = {};
-    GetDllDirectoryW(MAX_PATH, folder);
+    wchar_t folder[2 * MAX_PATH] = {};
+    GetDllDirectoryW(2 * MAX_PATH, folder);
     EXPECT_STREQ(folder, before != nullptr ? before : L"");
     SetDllDirectoryW(nullptr);
   }
