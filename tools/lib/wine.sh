@@ -77,6 +77,16 @@ hold_wine() {
       exec wine cmd.exe /d /c "$qv_wake_wine& echo held& set /p qv="
   }
   read -r held <&"${wine_holder[0]}" || fail "Wine does not start"
+  mapfile -t qv_wine_servers < <(pgrep wineserver)
+}
+
+# Whether a Wine server that ran when the programs were held is gone.
+wine_server_was_lost() {
+  local server
+  for server in "${qv_wine_servers[@]}"; do
+    kill -0 "$server" 2>/dev/null || return 0
+  done
+  return 1
 }
 
 # Wine's own processes, the services and the desktop, inherit the output of the program that needs them first, and who
