@@ -72,6 +72,8 @@ end_cleanly() {
 # that does nothing stays while a script runs many: it reads a pipe that ends with this shell, however that ends.
 hold_wine() {
   local held
+  # One that is there has lost its server.
+  [ -z "${wine_holder_PID:-}" ] || { kill -KILL "$wine_holder_PID" && wait "$wine_holder_PID"; } 2>/dev/null || true
   coproc wine_holder {
     clean_java_environment && close_inherited_files && exec 2>/dev/null &&
       exec wine cmd.exe /d /c "$qv_wake_wine& echo held& set /p qv="
