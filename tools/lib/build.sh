@@ -32,18 +32,19 @@ build_preset() {
     fail "building the preset $preset failed; see the output above"
 }
 
-# Runs the tests of a built preset; which of them failed is for the report to say. When Wine's server crashed meanwhile
-# (Wine 8's does, now and then, while many threads end), what failed runs once more, into REPORT.again.
+# Runs the tests of a built preset; which of them failed is for the report to say. A test that failed without a word
+# never began, since every one of them says something first. It runs once more, into REPORT.again.
 # Usage: run_tests PRESET REPORT [CTEST-OPTION...]
 run_tests() {
-  local preset=$1 report=$2 log=$qv_build/logs/test-$1.log status=0
+  local preset=$1 report=$2 log=$qv_build/logs/test-$1.log status=0 silent=''
   shift 2
   rm -f "$report" "$report.again"
   (cd "$qv_root" && watch_log "$log" ctest --preset "$preset" --output-junit "$report" "$@") || status=$?
-  if [ "$status" -eq 8 ] && wine_server_was_lost; then
-    note "the Wine server crashed during the run; what failed runs once more"
-    hold_wine
-    (cd "$qv_root" && watch_log "$log.again" ctest --preset "$preset" --rerun-failed --output-junit "$report.again") || true
+  [ "$status" -ne 8 ] || silent=$("$qv_root/tools/test-verdict" --silent "$report")
+  if [ -n "$silent" ]; then
+    note "failed without a word, runs once more: $silent"
+    (cd "$qv_root" && watch_log "$log.again" ctest --preset "$preset" -R "$silent" --output-junit "$report.again") ||
+      true
   fi
   case $status in 0 | 8) ;; *) rm -f "$report" ;; esac
   if [ ! -f "$report" ]; then

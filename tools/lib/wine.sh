@@ -72,23 +72,20 @@ end_cleanly() {
 # that does nothing stays while a script runs many: it reads a pipe that ends with this shell, however that ends.
 hold_wine() {
   local held
-  # One that is there has lost its server.
-  [ -z "${wine_holder_PID:-}" ] || { kill -KILL "$wine_holder_PID" && wait "$wine_holder_PID"; } 2>/dev/null || true
   coproc wine_holder {
     clean_java_environment && close_inherited_files && exec 2>/dev/null &&
       exec wine cmd.exe /d /c "$qv_wake_wine& echo held& set /p qv="
   }
   read -r held <&"${wine_holder[0]}" || fail "Wine does not start"
-  mapfile -t qv_wine_servers < <(pgrep wineserver)
 }
 
-# Whether a Wine server that ran when the programs were held is gone.
-wine_server_was_lost() {
-  local server
-  for server in "${qv_wine_servers[@]}"; do
-    kill -0 "$server" 2>/dev/null || return 0
-  done
-  return 1
+# Prints the process id of the server of this prefix. It works in a folder that is named after the prefix's device and
+# inode; one that ended has no folder any more, also while nobody has waited for it.
+wine_server() {
+  local name inode
+  inode=$(stat -c %i "$WINEPREFIX")
+  name=$(printf 'server-%s-%x' "$(stat -c %D "$WINEPREFIX")" "$inode")
+  find /proc -mindepth 2 -maxdepth 2 -name cwd -lname "*/$name" -printf '%h\n' 2>/dev/null | sed -n '1s:.*/::p' || true
 }
 
 # Wine's own processes, the services and the desktop, inherit the output of the program that needs them first, and who
