@@ -40,7 +40,7 @@ int32_t CQV_JNIVMManager::FindClass(qv_jclass* out, const char* name) noexcept {
     }
   }
   if (*out != nullptr) return status;
-  if (!HasErrorRecord()) DescribeMissingClass(env, name);
+  if (IsRecordEmpty()) DescribeMissingClass(env, name);
   return E_FAIL;
 }
 

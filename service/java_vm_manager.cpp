@@ -83,11 +83,6 @@ QV_NOINLINE bool CQV_JavaVMManager::ExchangeErrorRecord(ErrorRecord* record) noe
   return old != nullptr;
 }
 
-bool CQV_JavaVMManager::HasErrorRecord() const noexcept {
-  const qv::SlimGuard guard(m_recordLock);
-  return m_pErrorRecord != nullptr;
-}
-
 void CQV_JavaVMManager::SetErrorCode(int32_t code) noexcept {
   const qv::SlimGuard guard(m_recordLock);
   if (m_pErrorRecord != nullptr) m_pErrorRecord->code = code;

@@ -40,7 +40,6 @@ class CQV_JavaVMManager : public IQV_JavaVM {
   }
   // Without the lock: good for having nothing to do.
   bool IsRecordEmpty() noexcept { return std::atomic_ref(m_pErrorRecord).load(std::memory_order_acquire) == nullptr; }
-  bool HasErrorRecord() const noexcept;
   // Nothing happens without a record.
   void SetErrorCode(int32_t code) noexcept;
   // Where CaptureException puts this object's record.
