@@ -1,7 +1,9 @@
 // Slots 20 to 42: the typed calls, each with right calls, methods that throw, members that are not there, signatures
 // that are none, and null arguments.
 #include <algorithm>
+#include <cctype>
 #include <cstring>
+#include <string>
 
 #include "tests/reliability/soak/walker.h"
 #include "tests/support/text.h"
@@ -58,6 +60,10 @@ Way ChooseWay(Random& random, bool blocked) {
 
 template <class Value, class Passed>
 void Walker::CallValue(const ValueCalls<Value>& calls, Passed passed, Value expected) {
+  std::string method = std::string("of") + calls.type;
+  method[2] = static_cast<char>(std::toupper(method[2]));
+  const std::string fault = std::string("()") + calls.letter;
+  const std::string echo = std::string("(") + calls.letter + ")" + calls.letter;
   const uint32_t entry = m_random.Below(2);
   const auto call = calls.calls[entry];
   const int slot = calls.slot + static_cast<int>(entry);
@@ -69,16 +75,16 @@ void Walker::CallValue(const ValueCalls<Value>& calls, Passed passed, Value expe
   std::memcpy(&bits, &expected, sizeof(expected));
   switch (way) {
     case Way::Right:
-      Begin(slot, "%s with the bits 0x%llx", calls.echo, static_cast<unsigned long long>(bits));
+      Begin(slot, "%s with the bits 0x%llx", method.c_str(), static_cast<unsigned long long>(bits));
       Prologue();
-      Succeeds((m_vm->*call)(&result, m_world.echo, m_world.echoObject, calls.echo, calls.signature, passed));
+      Succeeds((m_vm->*call)(&result, m_world.echo, m_world.echoObject, method.c_str(), echo.c_str(), passed));
       Is(SameBits(result, expected), "another value");
       return;
     case Way::Throws:
-      Begin(slot, "%s of what throws", calls.fault);
+      Begin(slot, "%s of what throws", method.c_str());
       Prologue();
-      Fails((m_vm->*call)(&result, m_world.faults, m_world.faultsObject, calls.fault, calls.faultSignature),
-            {L"java.lang.IllegalStateException: " + std::wstring(calls.thrown), true, kFailed});
+      Fails((m_vm->*call)(&result, m_world.faults, m_world.faultsObject, method.c_str(), fault.c_str()),
+            {L"java.lang.IllegalStateException: " + ToWide(calls.type), true, kFailed});
       Is(SameBits(result, Value{}), "the value of a call that threw");
       return;
     case Way::Missing: {
@@ -94,7 +100,7 @@ void Walker::CallValue(const ValueCalls<Value>& calls, Passed passed, Value expe
       Prologue();
       Rejects((m_vm->*call)(way == Way::NullResult ? nullptr : &result, way == Way::NullClass ? nullptr : m_world.echo,
                             way == Way::NullObject ? nullptr : m_world.echoObject,
-                            way == Way::NullName ? nullptr : calls.echo, calls.signature, passed));
+                            way == Way::NullName ? nullptr : method.c_str(), echo.c_str(), passed));
   }
   Is(SameBits(result, untouched), "the result was touched");
 }
@@ -102,73 +108,43 @@ void Walker::CallValue(const ValueCalls<Value>& calls, Passed passed, Value expe
 void Walker::CallInt() {
   static constexpr int32_t kEdges[] = {0, -1, INT32_MIN, INT32_MAX};
   const int32_t value = m_random.OneIn(4) ? m_random.OneOf(kEdges) : static_cast<int32_t>(m_random.Next());
-  CallValue<int32_t>(
-      {20, {&IQV_JavaVM::CallIntMethod, &IQV_JavaVM::CallIntMethod2}, "ofInt", "(I)I", "ofInt", "()I", L"int"}, value,
-      value);
+  CallValue<int32_t>({20, {&IQV_JavaVM::CallIntMethod, &IQV_JavaVM::CallIntMethod2}, "int", 'I'}, value, value);
 }
 
 void Walker::CallShort() {
   const auto value = static_cast<int16_t>(m_random.Next());
-  CallValue<int16_t>({22,
-                      {&IQV_JavaVM::CallShortMethod, &IQV_JavaVM::CallShortMethod2},
-                      "ofShort",
-                      "(S)S",
-                      "ofShort",
-                      "()S",
-                      L"short"},
+  CallValue<int16_t>({22, {&IQV_JavaVM::CallShortMethod, &IQV_JavaVM::CallShortMethod2}, "short", 'S'},
                      static_cast<int>(value), value);
 }
 
 void Walker::CallFloat() {
   static constexpr float kValues[] = {0.0F, -0.0F, 1.5F, -3.25e38F, 1e-45F, 16777217.0F};
   const float value = m_random.OneOf(kValues);
-  CallValue<float>({24,
-                    {&IQV_JavaVM::CallFloatMethod, &IQV_JavaVM::CallFloatMethod2},
-                    "ofFloat",
-                    "(F)F",
-                    "ofFloat",
-                    "()F",
-                    L"float"},
+  CallValue<float>({24, {&IQV_JavaVM::CallFloatMethod, &IQV_JavaVM::CallFloatMethod2}, "float", 'F'},
                    static_cast<double>(value), value);
 }
 
 void Walker::CallDouble() {
   static constexpr double kValues[] = {0.0, -0.0, 1.5, -1.7e308, 5e-324, 0.1};
   const double value = m_random.OneOf(kValues);
-  CallValue<double>({26,
-                     {&IQV_JavaVM::CallDoubleMethod, &IQV_JavaVM::CallDoubleMethod2},
-                     "ofDouble",
-                     "(D)D",
-                     "ofDouble",
-                     "()D",
-                     L"double"},
-                    value, value);
+  CallValue<double>({26, {&IQV_JavaVM::CallDoubleMethod, &IQV_JavaVM::CallDoubleMethod2}, "double", 'D'}, value, value);
 }
 
 void Walker::CallByte() {
   const auto value = static_cast<int8_t>(m_random.Next());
-  CallValue<int8_t>(
-      {28, {&IQV_JavaVM::CallByteMethod, &IQV_JavaVM::CallByteMethod2}, "ofByte", "(B)B", "ofByte", "()B", L"byte"},
-      static_cast<int>(value), value);
+  CallValue<int8_t>({28, {&IQV_JavaVM::CallByteMethod, &IQV_JavaVM::CallByteMethod2}, "byte", 'B'},
+                    static_cast<int>(value), value);
 }
 
 void Walker::CallBoolean() {
   const int32_t value = m_random.OneIn(2) ? 1 : 0;
-  CallValue<int32_t>({34,
-                      {&IQV_JavaVM::CallBooleanMethod, &IQV_JavaVM::CallBooleanMethod2},
-                      "ofBoolean",
-                      "(Z)Z",
-                      "ofBoolean",
-                      "()Z",
-                      L"boolean"},
-                     value, value);
+  CallValue<int32_t>({34, {&IQV_JavaVM::CallBooleanMethod, &IQV_JavaVM::CallBooleanMethod2}, "boolean", 'Z'}, value,
+                     value);
 }
 
 void Walker::CallLong() {
   const auto value = static_cast<int64_t>(m_random.Next());
-  CallValue<int64_t>(
-      {36, {&IQV_JavaVM::CallLongMethod, &IQV_JavaVM::CallLongMethod2}, "ofLong", "(J)J", "ofLong", "()J", L"long"},
-      value, value);
+  CallValue<int64_t>({36, {&IQV_JavaVM::CallLongMethod, &IQV_JavaVM::CallLongMethod2}, "long", 'J'}, value, value);
 }
 
 // On an object that remembers.

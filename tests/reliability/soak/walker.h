@@ -66,16 +66,15 @@ struct Held {
   int32_t id = 0;
 };
 
+// The two slots of a primitive type. Echo has a method of the type's name that gives its argument back, and Faults one
+// of the same name without an argument that throws that name.
 template <class Value>
 struct ValueCalls {
   using Call = int32_t (IQV_JavaVM::*)(Value*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept;
   int slot;
   std::array<Call, 2> calls;
-  const char* echo;
-  const char* signature;
-  const char* fault;
-  const char* faultSignature;
-  const wchar_t* thrown;
+  const char* type;
+  char letter;
 };
 
 class Walker {
