@@ -9,7 +9,7 @@
 #include <string>
 
 #include "bridge/exception_text.h"
-#include "tests/bridge/operation_rows.h"
+#include "tests/reliability/faults/operation_test.h"
 #include "tests/reliability/faults/outside_calls.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/reliability.h"
@@ -56,36 +56,7 @@ const std::map<std::string, std::string> kSteady = {
     {"GetStaticShortField", "the field was found"},
 };
 
-class Sweep : public BridgeTest {
- protected:
-  // On a fresh object and VM. `fault` is set when everything is prepared and taken back when the operation is over.
-  template <class SetFault>
-  End Run(const Operation& operation, SetFault&& setFault) {
-    SetCreated(operation.created);
-    operation.prepare(Java(), Api(), Watch());
-    const ReferenceCounts before = Java().Counts();
-    Log();
-    End end{};
-    {
-      [[maybe_unused]] const auto fault = setFault();
-      end.status = operation.call(Api(), Jni());
-      m_fired = Java().FaultFired() || QvshrLedgerFired() != 0;
-    }
-    const ReferenceCounts after = Java().Counts();
-    end.record = ObjectRecord();
-    end.locals = after.localsMade - after.localsDeleted - before.localsMade + before.localsDeleted;
-    end.globals = after.globalsMade - after.globalsDeleted - before.globalsMade + before.globalsDeleted;
-    m_log = Log();
-    Renew();
-    return end;
-  }
-  End Run(const Operation& operation) {
-    return Run(operation, [] { return 0; });
-  }
-
-  Lines m_log;
-  bool m_fired = false;
-};
+class Sweep : public OperationTest {};
 
 TEST_F(Sweep, EachOperationLeavesTheReferencesOfItsRow) {
   for (const Operation& operation : Operations()) {

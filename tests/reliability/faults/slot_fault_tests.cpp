@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/bridge/operation_rows.h"
+#include "tests/reliability/faults/operation_test.h"
 #include "tests/support/reliability.h"
 
 namespace qvtest {
@@ -192,28 +192,16 @@ bool Fits(const SlotRow& row, const std::string& operation, size_t slot, int n, 
   return name && row.slot == slot && (row.n == kAny || row.n == n || (row.n == kLast && n == count));
 }
 
-class SlotFaults : public BridgeTest {
+class SlotFaults : public OperationTest {
  protected:
-  // `fault`, when there is one, takes the n-th call that the operation itself makes to the slot.
-  End Run(const Operation& operation, size_t slot = 0, int n = 0) {
-    SetCreated(operation.created);
-    SlotTable& slots = Watch();
-    operation.prepare(Java(), Api(), slots);
-    const ReferenceCounts before = Java().Counts();
-    Log();
-    // The host's own call comes first.
-    if (n != 0) slots.FailAt(slot, n + (slot == m_outer ? 1 : 0), SlotFaultTable().at(slot).function);
-    End end{};
-    end.status = operation.call(Api(), Jni());
-    m_fired = slots.FaultFired();
-    slots.FailAt(0, 0, nullptr);
-    const ReferenceCounts after = Java().Counts();
-    end.record = ObjectRecord();
-    end.locals = after.localsMade - after.localsDeleted - before.localsMade + before.localsDeleted;
-    end.globals = after.globalsMade - after.globalsDeleted - before.globalsMade + before.globalsDeleted;
-    m_log = Log();
-    Renew();
-    return end;
+  using OperationTest::Run;
+  // The n-th call that the operation itself makes to the slot fails.
+  End Run(const Operation& operation, size_t slot, int n) {
+    return Run(operation, [&] {
+      // The host's own call comes first.
+      Watch().FailAt(slot, n + (slot == m_outer ? 1 : 0), SlotFaultTable().at(slot).function);
+      return 0;
+    });
   }
 
   // How often the operation calls each slot of its own table.
@@ -233,9 +221,7 @@ class SlotFaults : public BridgeTest {
     return calls;
   }
 
-  Lines m_log;
   size_t m_outer = 0;
-  bool m_fired = false;
 };
 
 struct SlotTally {
