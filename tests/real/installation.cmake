@@ -2,6 +2,8 @@
 # programs of the tests and a private runtime in JRE, made when the tests run, so that a build needs no runtimes.
 #
 #   qv_stage_program(target)                     puts a program where installations take it from
+#   qv_add_real_program(name SOURCES file ... [LIBRARIES target ...])
+#                                                a program of tests, staged; qv_running_vm is the frame with a JVM
 #   qv_add_java(package jar)                     compiles java/<package> into a jar at the same place
 #   qv_add_installation(name [RUNTIME version] [TIER tier] FILES file ...)
 #                                                a test that makes the installation, "<tier>.install.<name>"
@@ -22,6 +24,13 @@ find_program(QV_JAR jar HINTS $ENV{JAVA_HOME}/bin /usr/lib/jvm/default-java/bin 
 function(qv_stage_program target)
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${QV_REAL_FILES})
   add_dependencies(${target} qvjvm qvshr)
+endfunction()
+
+function(qv_add_real_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} qv::rules qv::jni qv_test_support GTest::gtest_main)
+  qv_stage_program(${name})
 endfunction()
 
 function(qv_add_java package jar)
@@ -48,7 +57,6 @@ function(qv_windows_path out path)
 endfunction()
 
 # The tests bear the name and the label of their tier, "real" unless TIER says another.
-
 # Without a runtime it has no private one. A file may be "built=installed" where the installed one has another name.
 function(qv_add_installation name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "RUNTIME;TIER" "FILES")
