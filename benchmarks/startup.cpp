@@ -1,7 +1,8 @@
 // What QV_CreateJavaVM adds to the start of a JVM: a process for each start, in turn one with the service and one that
 // loads jvm.dll and calls JNI_CreateJavaVM itself with the very same options.
 //   bench_startup [--quick] [--json FILE]        the driver; JAVA_HOME is the Java runtime
-//   qv190.exe options|service|bare FILE log|silent   one start; the copy's name makes it a known host
+//   qv190.exe options|service|bare FILE log|silent [alike]   one start; the copy's name makes it a known host
+// "alike": before anything is measured both processes load the modules that the service brings along.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -136,8 +137,11 @@ Times StartBare(const fs::path& file, bool log) {
 }
 
 // Prints both in nanoseconds and ends without waiting for the JVM.
-[[noreturn]] void OneStart(const std::string& way, const fs::path& file, bool log) {
+[[noreturn]] void OneStart(const std::string& way, const fs::path& file, bool log, bool alike) {
   const bench::PrivateMachine machine(L"startup-" + std::to_wstring(GetCurrentProcessId()));
+  for (const char* const module : {"qvjvm.dll", "shell32.dll"}) {
+    if (alike) bench::Need(LoadLibraryA(module), module);
+  }
   Configure(machine, log);
   if (way == "options") {
     WriteOptions(file);
@@ -181,10 +185,18 @@ std::string RunChild(const std::wstring& commandLine) {
   return output;
 }
 
-void CompareStarts(bench::Report& report, const std::string& name, double limit, const fs::path& folder, bool log) {
+struct Setting {
+  const char* name;
+  double limit;
+  bool log;
+  bool alike;
+};
+
+void CompareStarts(bench::Report& report, const fs::path& folder, const Setting& setting) {
   const auto start = [&](const wchar_t* way) {
     return RunChild(L"\"" + (folder / L"qv190.exe").wstring() + L"\" " + way + L" \"" +
-                    (folder / L"options.json").wstring() + L"\" " + (log ? L"log" : L"silent"));
+                    (folder / L"options.json").wstring() + (setting.log ? L"\" log" : L"\" silent") +
+                    (setting.alike ? L" alike" : L""));
   };
   start(L"options");
   std::vector<double> service;
@@ -204,8 +216,9 @@ void CompareStarts(bench::Report& report, const std::string& name, double limit,
     if (round % 2 != 0) startService();
     ratios.push_back(service.back() / twin.back());
   }
-  report.Compared(name, limit, service, twin, ratios, 1);
-  if (!log) report.Note("loading qvjvm.dll and qvshr.dll before it", bench::Summarize(loads).median / 1000, "µs");
+  report.Compared(setting.name, setting.limit, service, twin, ratios, 1);
+  if (!setting.log && !setting.alike)
+    report.Note("loading qvjvm.dll and qvshr.dll before it", bench::Summarize(loads).median / 1000, "µs");
 }
 
 int Drive(int argc, char** argv) {
@@ -220,14 +233,20 @@ int Drive(int argc, char** argv) {
   copy(L"qvshr.dll", L"qvshr.dll");
   bench::Report report("startup", line.settings);
   report.Fact("java", JavaHome().filename().string());
-  CompareStarts(report, "first QV_CreateJavaVM, without -verbose:jni", 1.03, folder, false);
-  CompareStarts(report, "first QV_CreateJavaVM, -verbose:jni and log on", 1.05, folder, true);
+  for (const Setting& setting : {Setting{"first QV_CreateJavaVM, without -verbose:jni", 1.03, false, false},
+                                 Setting{"the same, as many modules loaded in the twin", 1.03, false, true},
+                                 Setting{"first QV_CreateJavaVM, -verbose:jni and log on", 1.05, true, false},
+                                 Setting{"the same, as many modules loaded in the twin, log on", 1.05, true, true}}) {
+    CompareStarts(report, folder, setting);
+  }
   return report.Write(line.json) ? 0 : 1;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 4 && OwnProgram().filename() == L"qv190.exe") OneStart(argv[1], argv[2], std::string(argv[3]) == "log");
+  if (argc >= 4 && OwnProgram().filename() == L"qv190.exe") {
+    OneStart(argv[1], argv[2], std::string(argv[3]) == "log", argc == 5);
+  }
   return Drive(argc, argv);
 }
