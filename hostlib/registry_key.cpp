@@ -63,6 +63,11 @@ LSTATUS ReadValueAt(HKEY key, DWORD index, ValueAt& value) noexcept {
     if (growName && !value.name.TryGrow(kMaxNameUnits * sizeof(wchar_t))) return ERROR_OUTOFMEMORY;
     if (growName && value.dataBytes <= value.data.SizeBytes()) continue;
     const LSTATUS grown = GrowData(value.data, value.dataBytes);
+    if (grown == ERROR_FILE_TOO_LARGE) {
+      // A failure would end the walk, and the values behind this one would be lost.
+      value.type = REG_NONE;
+      return ERROR_SUCCESS;
+    }
     if (grown != ERROR_SUCCESS) return grown;
   }
 }

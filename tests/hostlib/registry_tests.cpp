@@ -288,6 +288,19 @@ TEST_P(RegistryTest, TheWalkSkipsWhatIsNoText) {
   for (const int32_t index : {-1, 2, 3, 100000, INT32_MAX, INT32_MIN}) EXPECT_EQ(Enum(key, index), L"<none>") << index;
 }
 
+TEST_P(RegistryTest, TheWalkSkipsATextThatIsTooLarge) {
+  constexpr size_t kMostBytes = size_t{64} << 20;
+  SetText(L"0before", L"one");
+  SetBytes(L"1huge", REG_SZ, std::vector<uint8_t>(kMostBytes + 2, 0x41));
+  SetText(L"2after", L"two");
+  const Key key = OpenOwn();
+  std::vector<std::wstring> walked;
+  for (int32_t i = 0; walked.empty() || walked.back() != L"<none>"; ++i) walked.push_back(Enum(key, i));
+  EXPECT_EQ(walked, (std::vector<std::wstring>{L"0before=one", L"2after=two", L"<none>"}));
+  EXPECT_EQ(Query(key, L"1huge"), L"<none>");
+  EXPECT_EQ(Query(key, L"2after"), L"two");
+}
+
 TEST_P(RegistryTest, AThousandValuesComeInAnyOrderOfIndexes) {
   for (int i = 0; i < 1000; ++i) {
     SetText(L"text" + std::to_wstring(i), L"value" + std::to_wstring(i));
