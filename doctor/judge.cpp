@@ -33,6 +33,12 @@ class Judgement {
     const Setting* const setting = Find(name);
     return setting != nullptr && setting->value ? &*setting->value : nullptr;
   }
+  [[nodiscard]] bool RuntimeChosen() const {
+    return std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(),
+                       [](const Candidate& each) { return each.chosen; });
+  }
+  [[nodiscard]] bool RuntimeFound() const { return m_facts.jvm || RuntimeChosen(); }
+  [[nodiscard]] std::wstring MissingEntries() const;
   void JavaHome();
   void DisabledCurrent();
   void ConfiguredRuntime();
@@ -41,7 +47,8 @@ class Judgement {
   Facts& m_facts;
 };
 
-// A JAVA_HOME that helps nobody is the most common fault, and it hides the registry.
+// A JAVA_HOME that helps nobody is the most common fault, and it hides the registry. It is the cause when nothing else
+// was found.
 void Judgement::JavaHome() {
   const std::wstring* const home = ValueOf(L"JAVA_HOME");
   if (home == nullptr || m_facts.host.known || m_facts.HostHasJvm()) return;
@@ -49,14 +56,14 @@ void Judgement::JavaHome() {
     return each.origin == L"JAVA_HOME" && each.library.machine != Machine::Missing;
   });
   if (helps) return;
+  const Severity severity = RuntimeFound() ? Severity::Warning : Severity::Problem;
   if (home->find(L'"') != std::wstring::npos) {
-    Warning(L"JAVA_HOME has quotes: " + *home, L"Set it without quotes.");
+    Add(severity, L"JAVA_HOME has quotes: " + *home, L"Set it without quotes.");
   } else if (!home->empty() && home->back() == L'\\') {
-    Warning(L"JAVA_HOME ends with a backslash and has no jvm.dll: " + *home,
-            L"Set it to the folder of a 64-bit Java runtime, without a backslash at its end.");
+    Add(severity, L"JAVA_HOME ends with a backslash and has no jvm.dll: " + *home,
+        L"Set it to the folder of a 64-bit Java runtime, without a backslash at its end.");
   } else {
-    Warning(
-        L"JAVA_HOME has no jvm.dll: " + *home,
+    Add(severity, L"JAVA_HOME has no jvm.dll: " + *home,
         L"Set it to the folder of a 64-bit Java runtime (the one that holds bin), or remove it. While it is set the "
         L"registered runtime is not looked for.");
   }
@@ -104,9 +111,7 @@ void Judgement::DisabledCurrent() {
   const bool off = std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(), [](const Candidate& each) {
     return each.verdict.find(L"QVJRENOTUSECURRENT") != std::wstring::npos && each.library.machine != Machine::Missing;
   });
-  const bool chosen = std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(),
-                                  [](const Candidate& each) { return each.chosen; });
-  if (off && !chosen) {
+  if (off && !RuntimeChosen()) {
     Problem(L"the host setting QVJRENOTUSECURRENT is 1, which keeps the installed Java runtime out",
             L"Remove the setting, or put a runtime into " + m_facts.question.serviceFolder + L"\\JRE.");
   }
@@ -115,6 +120,7 @@ void Judgement::DisabledCurrent() {
 void Judgement::Runtime() {
   if (m_facts.HostHasJvm()) return;
   DisabledCurrent();
+  JavaHome();
   if (m_facts.host.known) ConfiguredRuntime();
   if (m_facts.jvm && m_facts.jvm->machine != Machine::Right) {
     Library(*m_facts.jvm);
@@ -133,7 +139,6 @@ void Judgement::Runtime() {
               L"Set JREBinLocation to the folder that holds jvm.dll (bin\\server of a 64-bit runtime).");
     }
   }
-  JavaHome();
   if (m_facts.jvm && m_facts.jvm->machine == Machine::Right) {
     const std::filesystem::path bin = std::filesystem::path(m_facts.jvm->path).parent_path().parent_path();
     const std::filesystem::path lib = bin.parent_path() / L"lib";
@@ -152,6 +157,20 @@ void Judgement::Runtime() {
   }
 }
 
+// Their names alone, and not all of them when they are many: the paths stand below.
+std::wstring Judgement::MissingEntries() const {
+  constexpr size_t kNamed = 4;
+  std::wstring names;
+  size_t count = 0;
+  for (const ClassPathEntry& entry : m_facts.classPath) {
+    if (entry.exists || ++count > kNamed) continue;
+    names += (names.empty() ? L": " : L", ") + std::filesystem::path(entry.path).filename().wstring();
+  }
+  return std::to_wstring(count) + L" of " + std::to_wstring(m_facts.classPath.size()) +
+         L" class path entries do not exist" + names +
+         (count > kNamed ? L" and " + std::to_wstring(count - kNamed) + L" more" : L"");
+}
+
 void Judgement::ClassPath() {
   if (!m_facts.messageBox.empty() && !m_facts.host.rootExists) {
     // said before
@@ -160,12 +179,10 @@ void Judgement::ClassPath() {
   } else if (!m_facts.classPathBuilt) {
     Problem(L"the class path cannot be built", L"Repair the built-in configuration: reinstall the service.");
   }
-  const auto missing = std::count_if(m_facts.classPath.begin(), m_facts.classPath.end(),
-                                     [](const ClassPathEntry& entry) { return !entry.exists; });
-  if (missing > 0) {
-    Warning(std::to_wstring(missing) + L" of " + std::to_wstring(m_facts.classPath.size()) +
-                L" class path entries do not exist",
-            L"Java ignores them; classes in them are not found. They are marked below.");
+  const bool missing = std::any_of(m_facts.classPath.begin(), m_facts.classPath.end(),
+                                   [](const ClassPathEntry& entry) { return !entry.exists; });
+  if (missing) {
+    Warning(MissingEntries(), L"Java ignores them; classes in them are not found. They are marked below.");
   }
 }
 

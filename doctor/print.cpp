@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 namespace doctor {
 
 namespace {
@@ -136,6 +138,16 @@ void PrintStart(Page& page, const Facts& facts) {
   for (const std::wstring& line : facts.start->logTail) page.Whole(L"|", L"", line);
 }
 
+// The findings may have left the window by now.
+void PrintCount(Page& page, const Facts& facts) {
+  const auto problems = std::count_if(facts.findings.begin(), facts.findings.end(),
+                                      [](const Finding& finding) { return finding.severity == Severity::Problem; });
+  const auto warnings = static_cast<std::ptrdiff_t>(facts.findings.size()) - problems;
+  if (facts.findings.empty()) return;
+  page.Heading(std::to_wstring(problems) + (problems == 1 ? L" problem, " : L" problems, ") +
+               std::to_wstring(warnings) + (warnings == 1 ? L" warning" : L" warnings") + L"; they stand at the top");
+}
+
 nlohmann::json OptionalText(const std::optional<std::wstring>& text) {
   return text ? nlohmann::json(ToUtf8(*text)) : nlohmann::json(nullptr);
 }
@@ -188,6 +200,7 @@ std::wstring AsText(const Facts& facts, bool colors) {
   PrintOptions(page, facts);
   PrintLog(page, facts);
   PrintStart(page, facts);
+  PrintCount(page, facts);
   std::wstring text = page.Take();
   return text.substr(1);  // the first heading needs no blank line
 }

@@ -106,6 +106,17 @@ std::wstring Describe(const Child& child, unsigned limitSeconds) {
 
 }  // namespace
 
+std::filesystem::file_time_type WrittenAt(const std::filesystem::path& path) {
+  std::error_code error;
+  const std::filesystem::file_time_type time = std::filesystem::last_write_time(path, error);
+  return error ? std::filesystem::file_time_type::min() : time;
+}
+
+std::vector<std::wstring> LogTail(const std::filesystem::path& path, std::filesystem::file_time_type before) {
+  if (WrittenAt(path) == before) return {};
+  return LinesOf(ReadFile(path), kLogLines);
+}
+
 StartResult TryStart(const Facts& facts, unsigned limitSeconds) {
   const TemporaryFolder folder;
   const std::filesystem::path host = folder.Path() / std::filesystem::path(facts.question.host).filename();
@@ -118,13 +129,14 @@ StartResult TryStart(const Facts& facts, unsigned limitSeconds) {
     result.outcome = L"the trial's copy cannot be made in " + folder.Path().wstring();
     return result;
   }
+  const std::filesystem::file_time_type before = WrittenAt(facts.log.path);
   SetEnvironmentVariableW(kTrialVariable, facts.question.serviceFolder.c_str());
   const Child child = Run(host, folder.Path() / L"output.txt", limitSeconds);
   SetEnvironmentVariableW(kTrialVariable, nullptr);
   result.started = child.created && child.inTime && child.exitCode == 0;
   result.outcome = Describe(child, limitSeconds);
   result.output = LinesOf(ReadFile(folder.Path() / L"output.txt"), kOutputLines);
-  if (!result.started) result.logTail = LinesOf(ReadFile(facts.log.path), kLogLines);
+  if (!result.started) result.logTail = LogTail(facts.log.path, before);
   return result;
 }
 

@@ -4,12 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
 #include <functional>
 #include <memory>
 
 #include "doctor/collect.h"
 #include "doctor/judge.h"
 #include "doctor/print.h"
+#include "doctor/trial_start.h"
 #include "tests/support/broken_image.h"
 #include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
@@ -233,7 +236,7 @@ const Case kCases[] = {
      L"the system's code page cannot hold"},
     {"AMissingArchive", kUnknown,
      [](SoundMachine& machine) { machine.SetVariable(L"CLASSPATH", std::wstring(L"C:\\gone.jar")); },
-     L"class path entries do not exist"},
+     L"class path entries do not exist: fop.jar, batik.jar, xalan-2.4.1.jar, xercesImpl-2.2.1.jar and 7 more"},
     {"TheLogIsAFolder", kUnknown, [](SoundMachine& machine) { machine.folder.MakeFolder(L"log\\vm.out"); },
      L"vm.out is lost: it is a folder"},
     {"TheLogIsReadOnly", kUnknown,
@@ -304,6 +307,30 @@ TEST(Doctor, TellsEachSettingWithItsOrigin) {
       EXPECT_NE(line.find(L'\\'), std::wstring::npos) << ToUtf8(line);
     }
   }
+}
+
+TEST(Doctor, AWrongJavaHomeIsTheCauseWhenNoRuntimeIsFound) {
+  SoundMachine machine;
+  machine.SetVariable(L"JAVA_HOME", std::wstring(L"C:\\gone"));
+  machine.registry.DeleteKey(Hive::Machine, kJava);
+  doctor::Facts facts =
+      doctor::Collect({.host = L"report.exe", .joined = false, .serviceFolder = machine.folder.Path(L"service")});
+  doctor::Judge(facts);
+  ASSERT_EQ(facts.findings.size(), 3U);
+  EXPECT_EQ(facts.findings[0].severity, doctor::Severity::Problem);
+  EXPECT_EQ(facts.findings[0].cause, L"JAVA_HOME has no jvm.dll: C:\\gone");
+  const std::wstring text = doctor::AsText(facts, false);
+  EXPECT_TRUE(text.ends_with(L"\n2 problems, 1 warning; they stand at the top\n")) << ToUtf8(text);
+}
+
+TEST(Doctor, TheLogOfAnotherProcessIsNotShown) {
+  const TempFolder folder;
+  folder.WriteFile(L"vm.out", "a line");
+  const std::filesystem::path log = folder.Path(L"vm.out");
+  const auto before = doctor::WrittenAt(log);
+  EXPECT_THAT(doctor::LogTail(log, before), testing::IsEmpty());
+  std::filesystem::last_write_time(log, before + std::chrono::seconds(1));
+  EXPECT_THAT(doctor::LogTail(log, before), testing::ElementsAre(L"a line"));
 }
 
 TEST(Doctor, AJoinedHostNeedsNoRuntime) {
