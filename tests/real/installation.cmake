@@ -10,16 +10,12 @@
 #   qv_add_real_test(runtime program group ...)  a test that runs a group of a program's tests in an installation
 include_guard(DIRECTORY)
 include(${CMAKE_SOURCE_DIR}/cmake/downloads.cmake)
+include(${CMAKE_SOURCE_DIR}/cmake/java.cmake)
 
 set(QV_REAL_RUNTIMES 11 17 21 25)
 set(QV_REAL_FILES ${CMAKE_BINARY_DIR}/bin/real)
 set(QV_REAL_INSTALLATIONS ${CMAKE_BINARY_DIR}/real)
 set(QV_REAL_SOURCES ${CMAKE_CURRENT_LIST_DIR})
-
-find_program(QV_JAVAC javac HINTS $ENV{JAVA_HOME}/bin /usr/lib/jvm/default-java/bin /usr/lib/jvm/java-17-openjdk-amd64/bin
-             REQUIRED)
-find_program(QV_JAR jar HINTS $ENV{JAVA_HOME}/bin /usr/lib/jvm/default-java/bin /usr/lib/jvm/java-17-openjdk-amd64/bin
-             REQUIRED)
 
 function(qv_stage_program target)
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${QV_REAL_FILES})
