@@ -1,5 +1,5 @@
 # Builds the consumer project against a package and runs its programs.
-# cmake -DBUILD=... -DFOLDER=... -DFROM=install|zip -DTOOLCHAIN=... -DEMULATOR=... -DSOURCE=... -P check.cmake
+# cmake -DBUILD=... -DFOLDER=... -DFROM=install|zip -DZIP=... -DTOOLCHAIN=... -DEMULATOR=... -DSOURCE=... -P check.cmake
 function(run what)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
   if(result)
@@ -14,9 +14,7 @@ if(FROM STREQUAL "install")
   run("the installation" ${CMAKE_COMMAND} --install ${BUILD} --prefix ${FOLDER}/package)
   set(package ${FOLDER}/package)
 else()
-  run("packing" ${CMAKE_CPACK_COMMAND} --config ${BUILD}/CPackConfig.cmake -B ${FOLDER}/zip)
-  file(GLOB zip ${FOLDER}/zip/*.zip)
-  run("unpacking" ${CMAKE_COMMAND} -E chdir ${FOLDER} ${CMAKE_COMMAND} -E tar xf ${zip})
+  run("unpacking" ${CMAKE_COMMAND} -E chdir ${FOLDER} ${CMAKE_COMMAND} -E tar xf ${ZIP})
   file(GLOB package ${FOLDER}/qvjvm-*)
 endif()
 foreach(file IN ITEMS bin/qvjvm.dll bin/qvshr.dll bin/qvjvm-doctor.exe include/qvjvm/qvjvm.h include/qvjvm/qvjvm.hpp
@@ -29,15 +27,6 @@ endforeach()
 set(root ${SOURCE}/../../..)
 run("the links of the packed documents" ${root}/tools/check-docs --links ${package})
 
-# The project of the guide, as it is told there, in a folder with a blank.
-set(project "${FOLDER}/a project")
-file(COPY ${root}/docs/code/project/CMakeLists.txt ${root}/docs/code/pdf.cpp DESTINATION "${project}")
-run("configuring the project of the guide" ${CMAKE_COMMAND} -G Ninja -S "${project}" -B "${project}/build"
-    -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -Dqvjvm_DIR=${package}/lib/cmake/qvjvm)
-run("building the project of the guide" ${CMAKE_COMMAND} --build "${project}/build")
-if(NOT EXISTS "${project}/build/qvjvm-doctor.exe")
-  message(FATAL_ERROR "the project of the guide has no doctor beside its program")
-endif()
 run("configuring the consumer" ${CMAKE_COMMAND} -G Ninja -S ${SOURCE} -B ${FOLDER}/consumer -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
     -DCMAKE_BUILD_TYPE=Release -Dqvjvm_DIR=${package}/lib/cmake/qvjvm)
 run("building the consumer" ${CMAKE_COMMAND} --build ${FOLDER}/consumer)
