@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <shellapi.h>
 #include <string>
 #include <thread>
@@ -19,6 +20,7 @@
 #include "tests/support/import_hook.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
+#include "tests/support/process_counters.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/slot_call.h"
 #include "tests/support/temp_folder.h"
@@ -308,6 +310,33 @@ TEST(FailCall, FailsTheCallThatItNames) {
   EXPECT_EQ(second, nullptr);
   EXPECT_TRUE(fault.Fired());
   first->Release();
+}
+
+TEST(CountProcess, HandlesThatAreMadeOrClosedShow) {
+  const int64_t before = CountProcess().handles;
+  EXPECT_GT(before, 0);
+  std::vector<HANDLE> made;
+  for (const int64_t count : {1, 2, 1000}) {
+    while (static_cast<int64_t>(made.size()) < count) made.push_back(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    EXPECT_EQ(CountProcess().handles, before + count);
+  }
+  for (size_t i = 0; i + 1 < made.size(); ++i) CloseHandle(made[i]);
+  EXPECT_EQ(CountProcess().handles, before + 1) << "the last one made is left, far behind the others";
+  CloseHandle(made.back());
+  EXPECT_EQ(CountProcess().handles, before);
+}
+
+TEST(CountProcess, MemoryThatIsTakenOrGivenBackShows) {
+  constexpr size_t kBytes = size_t{64} << 20;
+  const uint64_t before = CountProcess().privateBytes;
+  EXPECT_GT(before, 0u);
+  void* const memory = VirtualAlloc(nullptr, kBytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+  ASSERT_NE(memory, nullptr);
+  std::memset(memory, 1, kBytes);
+  const uint64_t with = CountProcess().privateBytes;
+  EXPECT_GE(with, before + kBytes);
+  VirtualFree(memory, 0, MEM_RELEASE);
+  EXPECT_LT(CountProcess().privateBytes, with - kBytes / 2);
 }
 
 TEST(RegistrySandbox, WritesReachTheProcessesOwnMachineHiveAlone) {
