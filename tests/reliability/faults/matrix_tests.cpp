@@ -12,6 +12,7 @@
 #include "tests/reliability/faults/jvm_points.h"
 #include "tests/reliability/faults/scenario.h"
 #include "tests/startup/whole_options.h"
+#include "tests/support/process_counters.h"
 #include "tests/support/reliability.h"
 #include "tests/support/watchdog.h"
 
@@ -58,8 +59,7 @@ class Matrix : public testing::Test {
     for (Point& point : m_points) {
       if (point.calls != nullptr) point.calls->Reset(&point == faulty ? n : 0);
     }
-    DWORD handlesBefore = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &handlesBefore);
+    const int64_t handlesBefore = CountProcess().handles;
     QvshrLedgerState before{};
     QvshrLedgerSnapshot(&before);
     {
@@ -106,9 +106,7 @@ class Matrix : public testing::Test {
     end.blocksLeft = static_cast<int64_t>(after.liveBlocks - before.liveBlocks);
     end.objectsLeft = static_cast<int64_t>(after.liveStrings + after.liveKeys - before.liveStrings - before.liveKeys);
     end.heapErrors = after.errors - before.errors;
-    DWORD handlesAfter = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &handlesAfter);
-    end.handlesLeft = static_cast<int64_t>(handlesAfter) - static_cast<int64_t>(handlesBefore);
+    end.handlesLeft = CountProcess().handles - handlesBefore;
     return end;
   }
 
@@ -166,6 +164,7 @@ class FaultMatrix : public Matrix {
     EXPECT_EQ(end.status, scenario.status);
     EXPECT_EQ(end.next, scenario.status == kFail ? kFail : NextStatus(scenario));
     EXPECT_EQ(end.blocksLeft, m_loads);
+    EXPECT_EQ(end.handlesLeft, 0);
     EXPECT_TRUE(end.dllFolderKept && end.errorModeKept && end.pathWhole);
     return end;
   }
@@ -190,7 +189,7 @@ class FaultMatrix : public Matrix {
     EXPECT_GE(end.blocksLeft, m_loads + raised - (lockNotMade ? 1 : 0)) << "blocks of the host library";
     EXPECT_EQ(end.objectsLeft, 0) << "texts and keys of the host library";
     EXPECT_EQ(end.heapErrors, 0u);
-    EXPECT_LE(end.handlesLeft, 0);
+    EXPECT_EQ(end.handlesLeft, 0);
     ExpectStarted(scenario, row, normal, end);
   }
 
@@ -229,6 +228,22 @@ class FaultMatrix : public Matrix {
         EXPECT_EQ(end.created, 0u);
         break;
     }
+  }
+
+  // Some handles are made once and stay: the system's folder of named objects, and what the C++ runtime of the recorded
+  // JVM, which stays loaded, makes for the first exception of a thread.
+  void WarmUp() {
+    const std::vector<Scenario> scenarios = Scenarios();
+    const auto start = std::find_if(scenarios.begin(), scenarios.end(), [](const Scenario& scenario) {
+      return std::strcmp(scenario.name, "start, unknown host") == 0;
+    });
+    const auto throwing = std::find_if(m_points.begin(), m_points.end(), [](const Point& point) {
+      return std::strcmp(point.call, "JNI_CreateJavaVM") == 0 && std::strcmp(point.fault, "C++ exception") == 0;
+    });
+    ASSERT_NE(start, scenarios.end());
+    ASSERT_NE(throwing, m_points.end());
+    const RegistrySandbox registry(RegistrySandbox::Override::MachineAndUser);
+    Run(*start, &*throwing, 1);
   }
 
   // The n-th call of the point fails.
@@ -307,6 +322,7 @@ class FaultMatrix : public Matrix {
 };
 
 TEST_F(FaultMatrix, EachCallFailsInEachOperationThatReachesIt) {
+  WarmUp();
   for (const Scenario& scenario : Scenarios()) RunScenario(scenario);
   for (const Expectation& row : Expectations()) {
     // One of these two, whichever the compiler takes for the log's header.

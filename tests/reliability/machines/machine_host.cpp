@@ -161,10 +161,6 @@ int wmain(int argc, wchar_t** argv) {
   }
 
   WarmUp();
-  // What loading alone costs: the compiler's runtime keeps two handles of the loading thread for each load.
-  const int64_t handlesUnloaded = CountProcess().handles;
-  FreeLibrary(LoadService().module);
-  const int64_t handlesOfALoad = CountProcess().handles - handlesUnloaded;
   Print({{"dllFolder", ToUtf8(DllFolder())}});
   const int64_t handlesBefore = CountProcess().handles;
   const json booksBefore = Books();
@@ -183,8 +179,7 @@ int wmain(int argc, wchar_t** argv) {
   json left = Books();
   // The lock of the configuration's load is never deleted; that is one block for each load of the service.
   left["blocks"] = left["blocks"].get<int64_t>() - booksBefore["blocks"].get<int64_t>();
-  left["handles"] = CountProcess().handles - handlesBefore - handlesOfALoad;
-  left["handlesOfALoad"] = handlesOfALoad;
+  left["handles"] = CountProcess().handles - handlesBefore;
   left["service"] = GetModuleHandleW(L"qvjvm.dll") != nullptr;
   left["library"] = GetModuleHandleW(L"jvm.dll") != nullptr;
   Print(left);
