@@ -154,7 +154,10 @@ struct Tally {
   int goOn = 0;
   int fail = 0;
   int forGood = 0;
+  int otherwise = 0;  // than its row says
 };
+
+int FailuresOfThisTest() { return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count(); }
 
 class FaultMatrix : public Matrix {
  protected:
@@ -257,15 +260,18 @@ class FaultMatrix : public Matrix {
     const auto row = std::find_if(rows.begin(), rows.end(), [&](const Expectation& known) {
       return Fits(known, scenario, point, n, last, purpose);
     });
+    Tally& tally = m_tallies[point.call];
     if (row == rows.end()) {
       ADD_FAILURE() << "no row says how this ends";
+      ++tally.otherwise;
       return;
     }
     m_used.insert(&*row);
+    const int failures = FailuresOfThisTest();
     Compare(scenario, point, *row, normal, end);
-    Tally& tally = m_tallies[point.call];
+    const bool asStated = FailuresOfThisTest() == failures;
     const bool goesOn = row->status == kSame || row->status == scenario.status;
-    ++((row->left & kForGood) != 0 ? tally.forGood : goesOn ? tally.goOn : tally.fail);
+    ++(!asStated ? tally.otherwise : (row->left & kForGood) != 0 ? tally.forGood : goesOn ? tally.goOn : tally.fail);
   }
 
   void RunScenario(const Scenario& scenario) {
@@ -306,12 +312,13 @@ class FaultMatrix : public Matrix {
       add(tally.goOn, " as ever");
       add(tally.fail, " failed as stated");
       add(tally.forGood, " failed for good as stated");
+      add(tally.otherwise, " otherwise");
       RecordRow("faults", std::string(1, static_cast<char>('1' + static_cast<int>(tally.kind))) + " " + call,
                 {{"Call", "`" + call + "`"},
                  {"Kind", NameOf(tally.kind)},
                  {"Fails with", tally.steady.empty() ? fails : "cannot fail: " + tally.steady},
                  {"Operations", tally.operations.size()},
-                 {"Runs", tally.goOn + tally.fail + tally.forGood},
+                 {"Runs", tally.goOn + tally.fail + tally.forGood + tally.otherwise},
                  {"Outcome", tally.steady.empty() ? ends : "-"}});
     }
   }

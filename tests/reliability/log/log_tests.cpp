@@ -128,19 +128,21 @@ TEST_F(LogAbuse, ReadOnlyFile) {
 
 TEST_F(LogAbuse, FolderInItsPlace) {
   m_folder.MakeFolder(L"abused.log");
-  EXPECT_EQ(PrintLines("folder", kMessages, -1), kMessages);
+  const int refused = PrintLines("folder", kMessages, -1);
+  EXPECT_EQ(refused, kMessages);
   RemoveDirectoryW(m_log.c_str());
   ExpectGoesOn();
-  Record("02", "a folder in its place", kMessages, {0, kMessages, 0}, kRefused);
+  Record("02", "a folder in its place", kMessages, {0, refused, 0}, kRefused);
 }
 
 TEST_F(LogAbuse, MissingFolder) {
   m_log = m_folder.Path(L"missing\\abused.log");
   m_vm->SetLogFileName(m_log.c_str());
-  EXPECT_EQ(PrintLines("missing", kMessages, -1), kMessages);
+  const int refused = PrintLines("missing", kMessages, -1);
+  EXPECT_EQ(refused, kMessages);
   m_folder.MakeFolder(L"missing");
   ExpectGoesOn();
-  Record("03", "a folder that does not exist", kMessages, {0, kMessages, 0}, kRefused);
+  Record("03", "a folder that does not exist", kMessages, {0, refused, 0}, kRefused);
 }
 
 TEST_F(LogAbuse, HeldByAnotherProcess) {

@@ -104,15 +104,15 @@ class MachineRun {
         m_world(runtime, machine.host) {}
 
   Row Run() {
+    Row row;
+    row.runtimes = {m_world.Version()};
     m_machine.breakIt(m_world);
     m_oldPath = m_world.m_environment[L"PATH"];
     RunHost();
     EXPECT_FALSE(m_child.hung);
     ReadOutput();
-    if (testing::Test::HasFatalFailure()) return {};
+    if (testing::Test::HasFatalFailure()) return row;
     m_log = m_world.Log();
-    Row row;
-    row.runtimes = {m_world.Version()};
     row.after = Why(m_machine.second);
     CheckFirst(row);
     if (!testing::Test::HasFatalFailure()) CheckSecond();
@@ -120,8 +120,10 @@ class MachineRun {
     if (m_first != First::Starts) {
       EXPECT_THAT(m_log + m_child.output, testing::HasSubstr(m_machine.says));
     }
-    if (testing::Test::HasFailure())
+    if (testing::Test::HasFailure()) {
+      row.after = "failed";
       ADD_FAILURE() << "Java " << m_world.Version() << "\n" << m_child.output << "\n" << m_log.substr(0, 2000);
+    }
     return row;
   }
 
@@ -206,7 +208,8 @@ class MachineRun {
     const bool starts = m_first == First::Starts;
     CheckCall(m_lines[1], starts ? 0 : kFail, m_world.m_front);
     EXPECT_EQ(m_lines[1].value("boxes", 99u), m_machine.boxes);
-    row.result = starts ? "S_OK" : "E_FAIL";
+    const int32_t status = m_lines[1].value("status", -1);
+    row.result = status == 0 ? "S_OK" : status == kFail ? "E_FAIL" : std::to_string(status);
     row.process = "goes on";
     row.ms = m_lines[1].value("ms", uint64_t{0});
   }
