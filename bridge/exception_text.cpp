@@ -44,10 +44,12 @@ bool CopyText(IQV_JavaVM& vm, JNIEnv* env, jstring string, wchar_t (&buffer)[kEr
 // Deliberate: the references made here live until the JVM releases the thread's frame.
 bool ExceptionText(IQV_JavaVM& vm, JNIEnv* env, jthrowable exception, wchar_t (&buffer)[kErrorTextUnits]) noexcept {
   if (g_capturing.IsSet()) return false;
-  const CapturingScope capturing;
-  if (!capturing) return false;
   qv_jclass throwable = nullptr;
-  vm.FindClass(&throwable, "java/lang/Throwable");
+  {
+    const CapturingScope capturing;
+    if (!capturing) return false;
+    vm.FindClass(&throwable, "java/lang/Throwable");
+  }
   if (throwable == nullptr) return false;
   const jmethodID toString = env->GetMethodID(As<jclass>(throwable), "toString", "()Ljava/lang/String;");
   if (toString == nullptr) return false;

@@ -101,6 +101,21 @@ TEST_F(Capture, AToStringThatThrowsIsAnUnknownExceptionAndClearedToo) {
   EXPECT_EQ(Jni().Pending(), nullptr);
 }
 
+TEST_F(Capture, AFailingCallWithinAToStringHasItsOwnText) {
+  LeavePending(L"outer");
+  Captured inner{};
+  const auto readText = Java().answers["toString"];
+  Java().answers["toString"] = [&](FakeJni& jni, const Thing& target, const std::vector<jvalue>& arguments) {
+    if (target->text == L"outer") {
+      jni.SetPending(Throwable("within", L"inner"));
+      inner = Take();
+    }
+    return readText(jni, target, arguments);
+  };
+  EXPECT_EQ(Take(), (Captured{1, Record(L"outer", 0)}));
+  EXPECT_EQ(inner, (Captured{1, Record(L"inner", 0)}));
+}
+
 TEST_F(Capture, CharactersThatCannotBeHadAreAnUnknownException) {
   LeavePending(L"text");
   Java().FailAt("GetStringChars", 1, Fault::Null);
