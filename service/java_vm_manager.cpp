@@ -7,6 +7,7 @@
 
 #include "base/compiler.h"
 #include "base/lock.h"
+#include "base/process_end.h"
 #include "service/jni_initializer.h"
 #include "service/thread_registry.h"
 
@@ -57,7 +58,7 @@ int32_t CQV_JavaVMManager::GetErrorText(IQvString** ppText) noexcept {
   *ppText = nullptr;
   wchar_t text[qv::kErrorTextUnits];
   {
-    const qv::SlimGuard guard(m_recordLock);
+    const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
     if (m_pErrorRecord == nullptr) return E_FAIL;
     std::copy(std::begin(m_pErrorRecord->text), std::end(m_pErrorRecord->text), text);
   }
@@ -67,7 +68,7 @@ int32_t CQV_JavaVMManager::GetErrorText(IQvString** ppText) noexcept {
 int32_t CQV_JavaVMManager::GetErrorCode(int32_t* pCode) noexcept {
   if (pCode == nullptr) return E_INVALIDARG;
   *pCode = 0;
-  const qv::SlimGuard guard(m_recordLock);
+  const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
   if (m_pErrorRecord == nullptr) return E_FAIL;
   *pCode = m_pErrorRecord->code;
   return S_OK;
@@ -76,7 +77,7 @@ int32_t CQV_JavaVMManager::GetErrorCode(int32_t* pCode) noexcept {
 QV_NOINLINE bool CQV_JavaVMManager::ExchangeErrorRecord(ErrorRecord* record) noexcept {
   ErrorRecord* old = nullptr;
   {
-    const qv::SlimGuard guard(m_recordLock);
+    const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
     old = std::exchange(m_pErrorRecord, record);
   }
   QvshrFree(old);
@@ -84,7 +85,7 @@ QV_NOINLINE bool CQV_JavaVMManager::ExchangeErrorRecord(ErrorRecord* record) noe
 }
 
 void CQV_JavaVMManager::SetErrorCode(int32_t code) noexcept {
-  const qv::SlimGuard guard(m_recordLock);
+  const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
   if (m_pErrorRecord != nullptr) m_pErrorRecord->code = code;
 }
 

@@ -19,7 +19,8 @@ namespace {
 constexpr int kHostThreads = 3;
 
 IQV_JavaVM* g_vm = nullptr;
-qv_jclass g_threads = nullptr;  // global references
+IQV_JavaVM* g_failed = nullptr;  // an object with an error
+qv_jclass g_threads = nullptr;   // global references
 qv_jclass g_ends = nullptr;
 bool g_busy = false;
 UINT g_exitCode = 0;
@@ -116,9 +117,32 @@ void LetAnotherTerminate() {
 }
 
 // Ends the process with another code than the detach gives it.
-void EndAndLetTheDetach(DetachWork work) {
-  g_planDetach(work, g_vm, g_exitCode);
+void EndAndLetTheDetach(DetachWork work, IQV_JavaVM* vm = g_vm) {
+  g_planDetach(work, vm, g_exitCode);
   ExitProcess(work == kDetachExit || work == kDetachExitProcess ? g_exitCode + 1 : g_exitCode);
+}
+
+// Threads that ask an object for its error without pause, and so have its lock when they are ended. It is an object of
+// their own: the busy threads' calls would take the error away.
+void ReadErrorsWithoutPause() {
+  LoadEndLibrary();
+  const auto create = Find<QV_CreateJavaVMFn>(LoadBeside(L"qvjvm.dll"), "QV_CreateJavaVM");
+  if (create(&g_failed, nullptr) != QV_S_OK) Give("no second object");
+  if (g_failed->CallVoidMethod(nullptr, nullptr, "", "") >= 0) Give("there is no error to read");
+  for (int i = 0; i < kHostThreads; ++i) {
+    const HANDLE thread = CreateThread(
+        nullptr, 0,
+        [](void*) -> DWORD {
+          for (int read = 0;; ++read) {
+            int32_t code = 0;
+            g_failed->GetErrorCode(&code);
+            if (read == 1000) ReleaseSemaphore(g_attached, 1, nullptr);
+          }
+        },
+        nullptr, 0, nullptr);
+    CloseHandle(thread);
+    WaitForSingleObject(g_attached, INFINITE);
+  }
 }
 
 struct Way {
@@ -136,6 +160,7 @@ constexpr Way kWays[] = {
     {"detach-exit", [] { EndAndLetTheDetach(kDetachExit); }, nullptr, LoadEndLibrary},
     {"release-before", [] { EndAndLetTheDetach(kDetachRelease); }, nullptr, LoadEndLibrary},
     {"use-after", [] { EndAndLetTheDetach(kDetachUseAndRelease); }, LoadEndLibrary},
+    {"read-text", [] { EndAndLetTheDetach(kDetachReadText, g_failed); }, nullptr, ReadErrorsWithoutPause},
     {"System.exit", JavaExit},
     {"halt", JavaHalt},
     {"abort", [] { std::abort(); }},

@@ -36,6 +36,16 @@ void UseAndRelease() {
   Expect(g_vm->Release() == 0, "the last Release counted wrong\n");
 }
 
+// There may be no memory for the text: a thread that was ended in the middle of the heap may have kept it.
+void ReadText() {
+  IQvString* text = nullptr;
+  int32_t code = 0;
+  Expect(g_vm->GetErrorCode(&code) == QV_S_OK && code == QV_CODE_CALL_FAILED, "no error code\n");
+  Expect((g_vm->GetErrorText(&text) == QV_S_OK) == (text != nullptr), "neither a text nor a failure\n");
+  if (text != nullptr) text->Release();
+  Expect(g_vm->Release() == 0, "the last Release counted wrong\n");
+}
+
 void Detach() {
   switch (g_work) {
     case kDetachExitProcess:
@@ -49,6 +59,9 @@ void Detach() {
       break;
     case kDetachUseAndRelease:
       UseAndRelease();
+      break;
+    case kDetachReadText:
+      ReadText();
       break;
     case kDetachNothing:
       return;

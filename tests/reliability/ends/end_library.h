@@ -9,6 +9,7 @@ enum DetachWork : int {
   kDetachExit,           // the same through the C runtime
   kDetachRelease,        // takes and gives back a reference, asks for the error text, and releases the object
   kDetachUseAndRelease,  // calls Java, which must fail, and releases the object
+  kDetachReadText,       // reads the error text that the object has, and releases the object
 };
 
 // Exported as "PlanDetach". What the detach finds wrong it prints; a detach that went through prints "detached".

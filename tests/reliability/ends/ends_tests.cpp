@@ -78,6 +78,8 @@ std::vector<WayOut> WaysOut() {
       {"21TerminateProcess", "TerminateProcess of itself", L"TerminateProcess", L"main"},
       {"22TerminateProcessElsewhere", "TerminateProcess of itself, not the main thread", L"TerminateProcess", L"other"},
       {"23Terminated", "TerminateProcess by another process", L"terminated", L"main"},
+      {"24ReadTextInADetach", "error text read in a detach, after threads that read it were ended", L"read-text",
+       L"main", kExitCode, detached},
   };
 }
 
