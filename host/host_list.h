@@ -2,6 +2,8 @@
 // No lock of its own: the owner guards it.
 #pragma once
 
+#include <utility>
+
 #include "host/host_memory.h"
 
 namespace qv {
@@ -22,13 +24,20 @@ class HostList {
 
   [[nodiscard]] Node* Head() const noexcept { return m_head; }
 
+  // A node for a later Append; empty without memory.
+  [[nodiscard]] static HostPtr<Node> Reserve() noexcept {
+    return HostPtr<Node>(static_cast<Node*>(QvshrAlloc(sizeof(Node))));
+  }
+  void Append(HostPtr<Node> reserved, T* item) noexcept {
+    *reserved = {nullptr, m_tail, item};
+    (m_tail != nullptr ? m_tail->next : m_head) = reserved.get();
+    m_tail = reserved.release();
+  }
   // False without memory; the list is unchanged then and the item stays the caller's.
   [[nodiscard]] bool Append(T* item) noexcept {
-    HostPtr<Node> node(static_cast<Node*>(QvshrAlloc(sizeof(Node))));
+    HostPtr<Node> node = Reserve();
     if (!node) return false;
-    *node = {nullptr, m_tail, item};
-    (m_tail != nullptr ? m_tail->next : m_head) = node.get();
-    m_tail = node.release();
+    Append(std::move(node), item);
     return true;
   }
 

@@ -116,16 +116,21 @@ QV_NOINLINE JNIEnv* CQV_JNIVMManager::JoinThread(ThreadRegistry& registry) noexc
   ReplaceErrorRecord(nullptr);
   InitializerOwner initializer(new CQV_JNIInitializer());
   if (!initializer) return nullptr;
+  ThreadRegistry::Place place = registry.ReservePlace();
+  if (!place) {
+    ReplaceErrorRecord(qv::NewErrorRecord(qv::texts::kNoEnvironment, 0));
+    return nullptr;
+  }
   ErrorRecord* record = nullptr;
   const int32_t status = initializer->Initialize(GetCurrentThreadId(), &record);
   ReplaceErrorRecord(record);
   if (status < 0) return nullptr;
   JNIEnv* const env = initializer->GetEnv();
-  if (env == nullptr || !registry.RegisterInitializer(initializer.get())) {
+  if (env == nullptr) {
     initializer.reset();
     ReplaceErrorRecord(qv::NewErrorRecord(qv::texts::kNoEnvironment, 0));
     return nullptr;
   }
-  (void)initializer.release();
+  registry.RegisterInitializer(std::move(place), initializer.release());
   return env;
 }

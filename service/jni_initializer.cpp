@@ -6,6 +6,7 @@
 #include <iterator>
 #include <new>
 
+#include "base/module_handle.h"
 #include "base/seh_guard.h"
 #include "base/trace.h"
 #include "config/folders.h"
@@ -80,7 +81,8 @@ int32_t CQV_JNIInitializer::CreateVM(ErrorRecord** ppRecord) noexcept {
   }
   for (int32_t option = 0; option < count; ++option) TraceOption(options[option].optionString);
   int32_t result = JNI_ERR;
-  if (g_pfnCreateJavaVM != nullptr) {
+  // A JVM keeps the addresses of the hooks, also one that then refuses its options.
+  if (g_pfnCreateJavaVM != nullptr && qv::KeepModuleLoaded()) {
     CreateCall call{nullptr, nullptr, {JNI_VERSION_1_2, count, options, JNI_FALSE}};
     qv::ModuleFolder jvmFolder;
     const HMODULE module = ModuleOf(reinterpret_cast<void*>(g_pfnCreateJavaVM));
@@ -102,7 +104,8 @@ int32_t CQV_JNIInitializer::CreateVM(ErrorRecord** ppRecord) noexcept {
 }
 
 int32_t CQV_JNIInitializer::JoinVM(JavaVM* vm, ErrorRecord** ppRecord) noexcept {
-  if (vm == nullptr) return Fail(ppRecord, qv::texts::kNotInitialized);
+  // An attached thread keeps the address of the callback for its end.
+  if (vm == nullptr || !qv::KeepModuleLoaded()) return Fail(ppRecord, qv::texts::kNotInitialized);
   m_pVM = vm;
   JavaVMAttachArgs args = {JNI_VERSION_1_2, nullptr, nullptr};
   void* env = nullptr;

@@ -2,6 +2,7 @@
 #include "service/jvm_start.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "base/lock.h"
 #include "base/procedure.h"
@@ -65,14 +66,14 @@ bool LoadJvmLibrary(const char* moduleName) noexcept {
 // Joins or creates the JVM on this thread and registers the thread. Error texts end here.
 void InitializeFirstThread(uint32_t threadId) noexcept {
   InitializerOwner initializer(new CQV_JNIInitializer());
-  if (!initializer) return;
+  ThreadRegistry::Place place = g_pThreadRegistry->ReservePlace();
+  if (!initializer || !place) return;
   ErrorRecord* record = nullptr;
   const int32_t status = initializer->Initialize(threadId, &record);
   const qv::HostPtr<ErrorRecord> discarded(record);
   if (record != nullptr) qv::Trace({record->text});
   if (status < 0 || initializer->GetEnv() == nullptr) return;
-  if (!g_pThreadRegistry->RegisterInitializer(initializer.get())) return;
-  (void)initializer.release();
+  g_pThreadRegistry->RegisterInitializer(std::move(place), initializer.release());
   if (g_bJvmCreated == 0) g_bJvmJoined = 1;
   qv::Trace({g_bJvmCreated != 0 ? L"the JVM was created" : L"the JVM of this process was joined"});
 }

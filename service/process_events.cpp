@@ -1,6 +1,8 @@
 // The registry's life.
 #include "service/process_events.h"
 
+#include <utility>
+
 #include "base/module_handle.h"
 #include "base/process_end.h"
 #include "bridge/exception_text.h"
@@ -16,14 +18,14 @@ void OnModuleLoaded(HINSTANCE module) noexcept {
 }
 
 void OnModuleUnloading() noexcept {
-  if (g_pThreadRegistry != nullptr) {
-    g_pThreadRegistry->OnProcessDetach();
-    delete g_pThreadRegistry;
-    g_pThreadRegistry = nullptr;
+  ThreadRegistry* const registry = std::exchange(g_pThreadRegistry, nullptr);
+  // Waits for threads that are ending now; later ones find no registry.
+  if (!ProcessIsEnding()) ForgetThreadEnd();
+  if (registry != nullptr) {
+    registry->OnProcessDetach();
+    delete registry;
   }
-  if (ProcessIsEnding()) return;
-  ForgetThreadEnd();
-  g_capturing.Forget();
+  if (!ProcessIsEnding()) g_capturing.Forget();
 }
 
 }  // namespace qv

@@ -1,6 +1,6 @@
 // How the service learns that a thread ends: a fibre-local-storage callback, which the system runs on the ending thread
 // before it takes the loader lock. The library's own thread notification runs under that lock and finds nothing left
-// to do, unless a later callback of the same thread called the service again.
+// to do, unless a later callback of the same thread called the service again, or the thread consists of fibres.
 #pragma once
 
 namespace qv {

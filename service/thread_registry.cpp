@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cstring>
 #include <cwchar>
+#include <utility>
 
 #include "base/compiler.h"
 #include "base/lock.h"
-#include "base/module_handle.h"
 #include "base/process_end.h"
 #include "base/trace.h"
 #include "service/thread_end.h"
@@ -44,13 +44,6 @@ HMODULE LoadWithoutDialogs(const char* name) noexcept {
   return library;
 }
 
-// The created JVM keeps the addresses of the hooks and each attached thread that of the thread-end callback.
-bool KeepServiceLoaded() noexcept {
-  HMODULE self = nullptr;
-  return GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
-                            reinterpret_cast<const wchar_t*>(&g_pThreadRegistry), &self) != FALSE;
-}
-
 }  // namespace
 
 ThreadRegistry* ThreadRegistry::Create() noexcept {
@@ -64,9 +57,8 @@ ThreadRegistry* ThreadRegistry::Create() noexcept {
 
 JNIEnv* ThreadRegistry::FindThreadEnv(uint32_t threadId) noexcept {
   const qv::CriticalSectionGuard guard(m_lock);
-  const auto* const node =
-      m_initializers->FindFirst([&](const CQV_JNIInitializer& item) { return item.ThreadId() == threadId; });
-  return node != nullptr ? node->item->GetEnv() : nullptr;
+  CQV_JNIInitializer* const initializer = FindInitializer(threadId);
+  return initializer != nullptr ? initializer->GetEnv() : nullptr;
 }
 
 // Apart, so that what every operation begins with stays small enough to be inlined.
@@ -76,19 +68,23 @@ QV_NOINLINE JNIEnv* ThreadRegistry::FindCurrentThreadEnv() noexcept {
   return env;
 }
 
-bool ThreadRegistry::RegisterInitializer(CQV_JNIInitializer* initializer) noexcept {
+ThreadRegistry::Place ThreadRegistry::ReservePlace() noexcept {
+  return qv::MarkThreadForEnd() ? m_initializers->Reserve() : Place();
+}
+
+void ThreadRegistry::RegisterInitializer(Place place, CQV_JNIInitializer* initializer) noexcept {
   const qv::CriticalSectionGuard guard(m_lock);
-  m_serviceKept = m_serviceKept || KeepServiceLoaded();
-  return m_serviceKept && qv::MarkThreadForEnd() && m_initializers->Append(initializer);
+  m_initializers->Append(std::move(place), initializer);
 }
 
 bool ThreadRegistry::RegisterThreadClassPath(uint32_t threadId, const wchar_t* classPath) noexcept {
+  if (!qv::MarkThreadForEnd()) return false;
   const qv::CriticalSectionGuard guard(m_lock);
   qv::HostPtr<ThreadClassPath> entry(static_cast<ThreadClassPath*>(QvshrAlloc(sizeof(ThreadClassPath))));
   qv::HostPtr<wchar_t> text(CopyText(classPath, std::wcslen(classPath)));
   if (!entry || !text) return false;
   *entry = {threadId, text.get()};
-  if (!qv::MarkThreadForEnd() || !m_threadClassPaths->Append(entry.get())) return false;
+  if (!m_threadClassPaths->Append(entry.get())) return false;
   (void)text.release();
   (void)entry.release();
   return true;
@@ -128,8 +124,17 @@ HMODULE ThreadRegistry::FindModule(const char* name) noexcept {
   return node != nullptr ? node->item->handle : nullptr;
 }
 
+// Leaving the JVM may run Java code, the handler of an uncaught exception: it may call the service, which then finds
+// the environment that is good to the end, and wait for other threads, so the lock is not held meanwhile. Nobody but
+// the thread itself removes its entry.
 void ThreadRegistry::OnThreadDetach() noexcept {
   const uint32_t threadId = GetCurrentThreadId();
+  CQV_JNIInitializer* initializer = nullptr;
+  {
+    const qv::CriticalSectionGuard guard(m_lock);
+    initializer = FindInitializer(threadId);
+  }
+  if (initializer != nullptr) initializer->Terminate();
   const qv::CriticalSectionGuard guard(m_lock);
   m_envSlot.Set(nullptr);
   if (auto* const node = m_initializers->FindFirst([&](const auto& item) { return item.ThreadId() == threadId; })) {
@@ -138,6 +143,12 @@ void ThreadRegistry::OnThreadDetach() noexcept {
   if (auto* const node = m_threadClassPaths->FindFirst([&](const auto& item) { return item.threadId == threadId; })) {
     FreeThreadClassPath(m_threadClassPaths->Remove(node));
   }
+}
+
+CQV_JNIInitializer* ThreadRegistry::FindInitializer(uint32_t threadId) noexcept {
+  const auto* const node =
+      m_initializers->FindFirst([&](const CQV_JNIInitializer& item) { return item.ThreadId() == threadId; });
+  return node != nullptr ? node->item : nullptr;
 }
 
 void ThreadRegistry::OnProcessDetach() noexcept {

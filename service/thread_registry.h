@@ -1,7 +1,9 @@
 // Which threads are attached to the JVM, which libraries start-up tried, which class path a thread asked for.
-// Owns every entry. m_lock guards all three lists and is held for the whole of each operation. Order: g_csLoader may be
-// held while it is taken, never the reverse. A thread that ends takes it outside the loader lock (thread_end.h),
-// because LoadModuleCached holds it across a library load. OnProcessDetach takes no lock: nobody else runs by then.
+// Owns every entry. m_lock guards all three lists and is held for the whole of each operation, except while an ending
+// thread leaves the JVM. Order: g_csLoader may be held while it is taken, never the reverse; the system's lock of
+// fibre-local storage is held while a thread's end takes it, so nothing is marked under it. A thread that ends takes it
+// outside the loader lock (thread_end.h), because LoadModuleCached holds it across a library load. OnProcessDetach
+// takes no lock: nobody else runs by then.
 #pragma once
 
 #include <windows.h>
@@ -41,9 +43,12 @@ class ThreadRegistry {
       return static_cast<JNIEnv*>(remembered);
     return FindCurrentThreadEnv();
   }
-  // Takes the initializer over on true; without memory it stays the caller's. From the first one on the service's
-  // module stays loaded: JVM and threads keep addresses in it.
-  bool RegisterInitializer(CQV_JNIInitializer* initializer) noexcept;
+  // What the calling thread's registration needs; empty without memory. Taken before the thread is attached: nothing
+  // can fail then that would have to detach it again, also a thread that its host had attached.
+  using Place = qv::HostPtr<qv::HostList<CQV_JNIInitializer>::Node>;
+  Place ReservePlace() noexcept;
+  // Takes the initializer over.
+  void RegisterInitializer(Place place, CQV_JNIInitializer* initializer) noexcept;
   // Copies the text. False without memory.
   bool RegisterThreadClassPath(uint32_t threadId, const wchar_t* classPath) noexcept;
   // The stored text of the first entry with that id, or null; valid until that thread ends.
@@ -60,6 +65,7 @@ class ThreadRegistry {
  private:
   ThreadRegistry() noexcept = default;
   JNIEnv* FindCurrentThreadEnv() noexcept;
+  CQV_JNIInitializer* FindInitializer(uint32_t threadId) noexcept;
 
   template <class T>
   using ListOwner = std::unique_ptr<qv::HostList<T>>;
@@ -71,7 +77,6 @@ class ThreadRegistry {
   // What the calling thread was found to have. Only its own end removes a thread's entry while the registry lives, and
   // freeing the slot forgets all threads' values; without a slot every look-up walks.
   qv::ThreadSlot m_envSlot;
-  bool m_serviceKept = false;
 };
 
 // Exists from process attach to process detach; null without memory.

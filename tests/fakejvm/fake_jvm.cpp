@@ -219,6 +219,8 @@ jint JNICALL AttachCurrentThreadAsDaemon(JavaVM* vm, void** env, void* arguments
 }
 
 jint JNICALL DetachCurrentThread(JavaVM* vm) {
+  const FakeJvmScript script = g_state.script;
+  if (script.duringDetach != nullptr) script.duringDetach(script.duringDetachContext);
   const Locked lock;
   FakeJvmCall call = NewCall(kFakeDetach, IndexOf(vm));
   call.result = g_state.script.detachResult;

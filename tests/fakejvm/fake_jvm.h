@@ -43,6 +43,9 @@ struct FakeJvmScript {
   int32_t attachResult;
   int32_t attachWithoutEnv;  // success, but the environment comes back null
   int32_t detachResult;      // not 0: the thread stays attached
+  // Runs while a thread is detached and still has its environment, as Java's handler of an uncaught exception does.
+  void (*duringDetach)(void* context);
+  void* duringDetachContext;
 };
 
 struct FakeJvmOption {

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/procedure.h"
@@ -92,11 +93,15 @@ class NumberedInitializer final : public CQV_JNIInitializer {
     m_dwThreadId = threadId;
   }
   JNIEnv* GetEnv() noexcept override { return reinterpret_cast<JNIEnv*>(static_cast<uintptr_t>(m_number) * 16); }
-  void Terminate() noexcept override { m_terminated.push_back(m_number); }
+  // The second time there is nothing left to do.
+  void Terminate() noexcept override {
+    if (std::exchange(m_alive, false)) m_terminated.push_back(m_number);
+  }
 
  private:
   ~NumberedInitializer() = default;
   int m_number;
+  bool m_alive = true;
   std::vector<int>& m_terminated;
 };
 
@@ -129,7 +134,8 @@ TEST(ThreadRegistry, FirstInitializerOfAThreadIsTheOneThatCounts) {
   std::vector<int> terminated;
   for (const int number : {1, 2, 3}) {
     const uint32_t threadId = number == 1 ? kOtherThread : GetCurrentThreadId();
-    ASSERT_TRUE(g_pThreadRegistry->RegisterInitializer(new NumberedInitializer(threadId, number, terminated)));
+    g_pThreadRegistry->RegisterInitializer(g_pThreadRegistry->ReservePlace(),
+                                           new NumberedInitializer(threadId, number, terminated));
   }
   const auto environment = [](int number) { return reinterpret_cast<JNIEnv*>(static_cast<uintptr_t>(number) * 16); };
   EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(GetCurrentThreadId()), environment(2));
@@ -323,6 +329,153 @@ TEST(ThreadEnd, CallbackOnAnotherThreadDetachesNobodyButThatThread) {
   EXPECT_TRUE(qv::PrepareThreadEnd());
 }
 
+// The uncaught exception's handler of a thread that leaves the JVM is Java code.
+struct LeavingThread {
+  IQV_JavaVM* vm;
+  qv_jnienv env = nullptr;
+  int handled = 0;
+  HANDLE ask = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  HANDLE answered = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  bool othersGoOn = false;
+
+  static void Handle(void* context) {
+    auto& self = *static_cast<LeavingThread*>(context);
+    ++self.handled;
+    EXPECT_EQ(QV_AcquireThreadEnv(self.vm), self.env);
+    EXPECT_EQ(QV_AcquireThreadEnv(self.vm), self.env) << "from here on it is remembered";
+    SetEvent(self.ask);
+    self.othersGoOn = WaitForSingleObject(self.answered, 5000) == WAIT_OBJECT_0;
+  }
+};
+
+TEST(ThreadEnd, ServiceCallsOfAThreadThatLeavesTheJvmLeaveNothingBehind) {
+  const JoinedWorld world;
+  LeavingThread leaving{world.vm.get()};
+  world.jvm.Script().duringDetachContext = &leaving;
+  world.jvm.Script().duringDetach = &LeavingThread::Handle;
+  // Runs already when the first one ends: under Wine no thread can begin or end while such a callback waits.
+  WaitingThread other([] {},
+                      [&] {
+                        WaitForSingleObject(leaving.ask, INFINITE);
+                        g_pThreadRegistry->FindThreadEnv(kSomeThread);
+                        SetEvent(leaving.answered);
+                      });
+  other.Go();
+  const DWORD threadId = OnThread([&] { leaving.env = QV_AcquireThreadEnv(world.vm.get()); });
+  other.LetGo();
+  world.jvm.Script().duringDetach = nullptr;
+  EXPECT_EQ(leaving.handled, 1);
+  EXPECT_TRUE(leaving.othersGoOn) << "the handler may wait for a thread that asks for its environment";
+  EXPECT_EQ(world.jvm.Count(kFakeAttach), 2u) << "the main thread's and this one's";
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
+  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(threadId), nullptr);
+}
+
+// Fibre-local storage has a lock of the system's that is held while a thread's end asks for the registry's.
+decltype(&FlsSetValue) g_setValue = nullptr;
+bool g_registryIsFree = false;
+BOOL WINAPI SetValueWhileAnotherThreadAsks(DWORD slot, void* value) {
+  bool answered = false;
+  {
+    HANDLE const asking = CreateThread(
+        nullptr, 0,
+        [](void* done) -> DWORD {
+          *static_cast<bool*>(done) = g_pThreadRegistry->FindThreadEnv(0) == nullptr;
+          return 0;
+        },
+        &answered, 0, nullptr);
+    g_registryIsFree = WaitForSingleObject(asking, 5000) == WAIT_OBJECT_0 && answered;
+    if (!g_registryIsFree) std::_Exit(1);  // it would write into a stack that is gone
+    CloseHandle(asking);
+  }
+  return g_setValue(slot, value);
+}
+
+TEST(ThreadEnd, NothingIsMarkedUnderTheRegistrysLock) {
+  const JoinedWorld world;
+  const ImportHook hook(nullptr, "FlsSetValue", &SetValueWhileAnotherThreadAsks);
+  g_setValue = hook.Original<decltype(g_setValue)>();
+  OnThread([&] { EXPECT_NE(QV_AcquireThreadEnv(world.vm.get()), nullptr); });
+  EXPECT_TRUE(std::exchange(g_registryIsFree, false));
+  OnThread([] { EXPECT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(GetCurrentThreadId(), L"C:\\own.jar")); });
+  EXPECT_TRUE(std::exchange(g_registryIsFree, false));
+}
+
+// At an unload: who is told what, in which order.
+Strings g_unloading;
+decltype(&FlsFree) g_freeSlot = nullptr;
+decltype(&DeleteCriticalSection) g_deleteLock = nullptr;
+BOOL WINAPI FreeSlot(DWORD slot) {
+  g_unloading.emplace_back(g_pThreadRegistry == nullptr ? "no more callbacks, nobody finds the registry" : "too early");
+  return g_freeSlot(slot);
+}
+void WINAPI DeleteLock(CRITICAL_SECTION* lock) {
+  if (g_unloading.size() == 1) g_unloading.emplace_back("the registry goes");
+  g_deleteLock(lock);
+}
+
+TEST(ThreadEnd, AnUnloadWaitsForEndingThreadsBeforeTheRegistryGoes) {
+  const ImportHook slot(nullptr, "FlsFree", &FreeSlot);
+  const ImportHook lock(nullptr, "DeleteCriticalSection", &DeleteLock);
+  g_freeSlot = slot.Original<decltype(g_freeSlot)>();
+  g_deleteLock = lock.Original<decltype(g_deleteLock)>();
+  {
+    const StartupWorld world;
+    g_unloading.clear();
+  }
+  EXPECT_EQ(g_unloading, (Strings{"no more callbacks, nobody finds the registry", "the registry goes"}));
+}
+
+// A thread of two fibres: the second calls the service and gives back; `rest` runs on the first one.
+struct Fibers {
+  IQV_JavaVM* vm;
+  void* first = nullptr;
+  void* second = nullptr;
+  qv_jnienv env = nullptr;
+
+  explicit Fibers(IQV_JavaVM* service) : vm(service) {}
+  void RunSecond() {
+    first = ConvertThreadToFiber(nullptr);
+    second = CreateFiber(
+        0,
+        [](void* context) {
+          auto& self = *static_cast<Fibers*>(context);
+          self.env = QV_AcquireThreadEnv(self.vm);
+          EXPECT_NE(self.env, nullptr);
+          SwitchToFiber(self.first);
+        },
+        this);
+    SwitchToFiber(second);
+  }
+};
+
+TEST(ThreadEnd, ThreadOfFibersIsDetachedWhenItEndsAndNotBefore) {
+  struct Row {
+    const char* name;
+    std::function<void(Fibers&)> rest;
+  };
+  for (const Row& row : {Row{"the fibre lives on", [](Fibers&) {}},
+                         Row{"its own thread deletes the fibre", [](Fibers& fibers) { DeleteFiber(fibers.second); }},
+                         Row{"and deletes it when it is no fibre any more", [](Fibers& fibers) {
+                               ConvertFiberToThread();
+                               DeleteFiber(fibers.second);
+                             }}}) {
+    SCOPED_TRACE(row.name);
+    const JoinedWorld world;
+    Fibers fibers(world.vm.get());
+    const DWORD threadId = OnThread([&] {
+      fibers.RunSecond();
+      row.rest(fibers);
+      EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u) << "the thread lives";
+      EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), fibers.env);
+      // What the entry routine of the library is told at the thread's end; this program is none.
+      qv::OnThreadNotification();
+    });
+    EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
+    EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(threadId), nullptr);
+  }
+}
+
 struct FiberWork {
   IQV_JavaVM* vm;
   void* back;
@@ -434,7 +587,8 @@ TEST(Teardown, DestroysInitializersHeadFirstThenFreesTheLibrary) {
   std::vector<int> terminated;
   for (const int number : {3, 1, 2}) {
     const uint32_t threadId = 0xFFFF0100 + static_cast<uint32_t>(number);
-    ASSERT_TRUE(g_pThreadRegistry->RegisterInitializer(new NumberedInitializer(threadId, number, terminated)));
+    g_pThreadRegistry->RegisterInitializer(g_pThreadRegistry->ReservePlace(),
+                                           new NumberedInitializer(threadId, number, terminated));
   }
   ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(kSomeThread, L"a"));
   ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(kSomeThread, L"b"));

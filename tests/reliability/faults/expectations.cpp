@@ -12,8 +12,8 @@ const std::vector<Expectation>& Expectations() {
       // -- loading the service, and a start right afterwards: without its locks, its registry or its slots it starts
       // nothing --
       {"QvshrAlloc", "*", "*", 0, "load", kFail, Started::Nothing},
-      {"TlsAlloc", "*", "*", 1, "load", kFail, Started::Nothing},
-      {"TlsAlloc", "*", "*", 2, "load", S},  // every look-up walks then
+      {"TlsAlloc", "*", "*", kLast, "load", S},  // every look-up walks then
+      {"TlsAlloc", "*", "*", 0, "load", kFail, Started::Nothing},
       {"FlsAlloc", "*", "*", 0, "load", kFail, Started::Nothing},
       // -- unloading: what Windows answers then changes nothing --
       {"FreeLibrary", "*", "*", 0, "*", S},
@@ -38,9 +38,8 @@ const std::vector<Expectation>& Expectations() {
       {"GetModuleHandleW", "*", "ntdll.dll", 0, "load", S},
       {"GetModuleHandleW", "*", "qvjvm.dll", 0, "*", S},  // the host's folder stands for the service's own
       {"GetModuleHandleExW", "*", "the runtime", 0, "start", S},
-      // A thread is registered when the service stays loaded, or not at all. A JVM that was created is a success.
-      {"GetModuleHandleExW", "*", "to stay loaded", 0, "start, joins", kFail},
-      {"GetModuleHandleExW", "*", "to stay loaded", 0, "start", S},
+      // No JVM gets the addresses of a service that may go.
+      {"GetModuleHandleExW", "*", "to stay loaded", 0, "start", kFail, Started::Nothing},
       {"GetModuleFileNameW", "*", "host program", 1, "start", kFail, Started::Nothing},
       {"GetModuleFileNameW", "*", "host program", kLast, "start, known host without", S},
       {"GetModuleFileNameW", "*", "host program", 0, "GetClassPath", S},
@@ -65,15 +64,14 @@ const std::vector<Expectation>& Expectations() {
       {"SetThreadErrorMode", "*", "back", 0, "start", S, AsEver, kErrorMode},
 
       // -- threads --
-      // A class path that cannot be kept for its thread: nothing is started.
-      {"FlsSetValue", "*", "mark", 1, "start", kFail, Started::Nothing},
-      {"FlsSetValue", "*", "mark", 2, "start, joins", kFail},
-      {"FlsSetValue", "*", "mark", 2, "start", S},
+      // A class path or an attachment that cannot be kept for its thread: nothing is started.
+      {"FlsSetValue", "*", "mark", 0, "start", kFail, Started::Nothing},
       {"FlsSetValue", "*", "mark", 0, "thread's calls", kMissed},
       {"FlsSetValue", "*", "*", 0, "thread that calls at its end", S},
-      {"FlsGetValue", "*", "*", 0, "thread's end", S},
-      {"FlsGetValue", "*", "*", 0, "thread that calls at its end", kMissed},
       {"TlsGetValue", "*", "*", 0, "*", S},
+      {"TlsSetValue", "*", "remember", 1, "start", kFail, Started::Nothing},  // as above
+      {"TlsSetValue", "*", "remember", 2, "start", kFail, Started::Nothing},
+      {"TlsSetValue", "*", "remember", 1, "thread's calls", kMissed},
       {"TlsSetValue", "*", "*", 0, "*", S},
       {"QvshrNoDetachQuery", "*", "*", 1, "thread that calls at its end", S},  // the second time may do it
       {"QvshrNoDetachQuery", "*", "*", 0, "thread", kMissed},

@@ -246,13 +246,6 @@ std::vector<Point> WindowsPoints() {
           },
           kNoPurpose),
       MakePoint(
-          QV_WINDOWS(FlsGetValue), "null",
-          [](DWORD) -> void* {
-            SetLastError(ERROR_INVALID_PARAMETER);
-            return nullptr;
-          },
-          kNoPurpose),
-      MakePoint(
           QV_WINDOWS(FlsSetValue), "no memory",
           [](DWORD, void*) -> BOOL {
             SetLastError(ERROR_NOT_ENOUGH_MEMORY);
@@ -317,6 +310,7 @@ std::vector<Point> WindowsPoints() {
       QV_STEADY(AcquireSRWLockExclusive, kLock),
       QV_STEADY(ReleaseSRWLockExclusive, kLock),
       QV_STEADY(GetCurrentThreadId, kQuestion),
+      QV_STEADY(IsThreadAFiber, kQuestion),
       QV_STEADY(GetLastError, kQuestion),
       QV_STEADY(SetLastError, kLock),
       QV_STEADY(IsDebuggerPresent, kQuestion),

@@ -170,13 +170,37 @@ jboolean JNICALL CallService(JNIEnv* env, jclass, jint number) {
   return right && gone ? JNI_TRUE : JNI_FALSE;
 }
 
-TEST_F(ThreadOwners, JavasOwnThreadsCallTheServiceAndGoOnInJava) {
-  g_service = Vm();
-  auto* const env = static_cast<JNIEnv*>(QV_AcquireThreadEnv(Vm()));
+// Gives Java the native method of `attached` that calls the service.
+void RegisterCallService(IQV_JavaVM* vm, qv_jclass attached) {
+  g_service = vm;
+  auto* const env = static_cast<JNIEnv*>(QV_AcquireThreadEnv(vm));
   char name[] = "callService";
   char signature[] = "(I)Z";
   const JNINativeMethod method{name, signature, reinterpret_cast<void*>(CallService)};
-  ASSERT_EQ(env->RegisterNatives(static_cast<jclass>(static_cast<jobject>(m_attached)), &method, 1), JNI_OK);
+  ASSERT_EQ(env->RegisterNatives(static_cast<jclass>(static_cast<jobject>(attached)), &method, 1), JNI_OK);
+}
+
+// The handler runs while the thread leaves the JVM.
+TEST_F(ThreadOwners, TheHandlerOfAnUncaughtExceptionMayCallTheService) {
+  RegisterCallService(Vm(), m_attached);
+  EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticVoidMethod(m_attached, "handleUncaught", "()V")));
+  Flat([&] {
+    qv_jobject object = nullptr;
+    const Local faults = FindClass(Vm(), "qvtest/Faults");
+    EXPECT_EQ(Vm()->NewObject(&object, faults, "(Ljava/lang/String;)", static_cast<qv_jobject>(nullptr)), QV_S_OK);
+    EXPECT_EQ(object, nullptr) << "the constructor throws, and nobody asks for its exception";
+  });
+  auto* const env = static_cast<JNIEnv*>(QV_AcquireThreadEnv(Vm()));
+  auto* const cls = static_cast<jclass>(static_cast<jobject>(m_attached));
+  const jint handled = env->CallStaticIntMethod(cls, env->GetStaticMethodID(cls, "handled", "()I"));
+  EXPECT_EQ(handled, kThreads + 20);
+  Tell(
+      "6", "ends with an exception, whose handler in Java calls the service",
+      "the handler's calls work, nothing is left: " + std::to_string(handled - 20) + " of " + std::to_string(kThreads));
+}
+
+TEST_F(ThreadOwners, JavasOwnThreadsCallTheServiceAndGoOnInJava) {
+  RegisterCallService(Vm(), m_attached);
   const Local object = NewDefaultObject(Vm(), m_attached);
   const auto run = [&](int count) {
     int32_t right = -1;

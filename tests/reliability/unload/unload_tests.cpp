@@ -166,29 +166,24 @@ TEST(Unload, AfterAStartUpWithoutARuntime) {
   Record("02", "after a start-up that found no runtime", StateOf(lonely), Blocks(left), kAgain);
 }
 
+// The runtime knows the hooks already when it meets the option that it refuses, and prints through them the next time.
 TEST(Unload, AfterAStartUpThatTheRuntimeRefused) {
-  uint64_t left = 0;
   {
     RegistrySandbox registry;
     registry.SetList(Hive::Machine, kOptions, {L"-XX:NoSuchOption"});
     registry.CreateKey(Hive::Machine, kProperties);
-    LedgerCheck ledger;
-    const uint64_t before = LiveBlocks();
     const HMODULE service = Load(ServicePath());
     IQV_JavaVM* vm = nullptr;
     EXPECT_EQ(Create(service, &vm), QV_E_FAIL);
     EXPECT_TRUE(IsLoaded(L"jvm.dll"));
-    FreeLibrary(service);
-    EXPECT_FALSE(IsLoaded(ServicePath()));
-    left = LiveBlocks() - before;
-    ledger.ExpectLeft(1, kLoadLock);
   }
-  const std::string module = StateOf(ServicePath());
-  const char* const jvm = IsLoaded(L"jvm.dll") ? "; the runtime keeps itself" : "; the runtime too";
+  FreeToZero(ServicePath());
+  ASSERT_TRUE(IsLoaded(ServicePath()));
+  const EnvironmentScope printed(L"JAVA_TOOL_OPTIONS", L"-Dprinted=before the new hooks are known");
   ExpectLoadsAndWorks();
   const std::string runtime = ToUtf8(ReadVariable(L"QV_TEST_RUNTIME").value_or(L"?"));
-  Record(("03 " + runtime).c_str(), "after a start-up that runtime " + runtime + " refused", module + jvm, Blocks(left),
-         kAgain);
+  Record(("03 " + runtime).c_str(), "after a start-up that runtime " + runtime + " refused", StateOf(ServicePath()),
+         kNothing, kGoesOn);
 }
 
 TEST(Unload, AfterCreation) {
