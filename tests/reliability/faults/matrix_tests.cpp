@@ -183,6 +183,11 @@ class FaultMatrix : public Matrix {
     EXPECT_EQ(end.next, next) << "the next one, with nothing failing";
 
     EXPECT_EQ(end.pathWhole, (row.left & kPathWithoutOld) == 0) << "PATH";
+    // A host whose file name cannot be had is an unknown one, for which a runtime is looked for.
+    const bool nameless = std::strcmp(point.call, "QvshrGetFileName") == 0;
+    EXPECT_TRUE(end.pathKept || !normal.pathKept || nameless) << "PATH, which else is kept";
+    const bool oneFails = std::strcmp(point.call, "JavaVM::AttachCurrentThread") == 0;
+    EXPECT_LE(end.attached, normal.attached + (oneFails ? 1 : 0)) << "threads are attached that are not else";
     EXPECT_EQ(end.dllFolderKept, (row.left & kDllFolder) == 0) << "the process's DLL folder";
     EXPECT_EQ(end.errorModeKept, (row.left & kErrorMode) == 0) << "the thread's error mode";
     EXPECT_LE(end.boxes, std::strcmp(point.call, "MessageBoxW") == 0 ? 0 : normal.boxes);

@@ -24,9 +24,8 @@ inline constexpr int32_t kMissed = 1;  // of an operation without a status: it d
 
 // How the host program's path is answered; empty: as it is.
 void SetHostPath(const std::wstring& path);
-// Since the last time: message boxes that were shown, and requests to stay loaded.
+// How many message boxes were shown since the last time.
 int TakeBoxes();
-int TakePins();
 
 // The places that all runs of the process share.
 class Site {

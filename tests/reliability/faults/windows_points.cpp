@@ -73,11 +73,9 @@ int WINAPI CountBox(HWND, const wchar_t*, const wchar_t*, UINT) {
   return IDOK;
 }
 
-std::atomic<int> g_pins{0};
 // The service asks to stay loaded for ever; it would, but the next run needs a fresh one.
 BOOL WINAPI AnswerModuleHandle(DWORD flags, const wchar_t* address, HMODULE* module) {
   if ((flags & GET_MODULE_HANDLE_EX_FLAG_PIN) == 0) return GetModuleHandleExW(flags, address, module);
-  ++g_pins;
   return GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                             address, module);
 }
@@ -88,7 +86,6 @@ void WINAPI DropLine(const wchar_t*) {}
 
 void SetHostPath(const std::wstring& path) { g_hostPath = path; }
 int TakeBoxes() { return g_boxes.exchange(0); }
-int TakePins() { return g_pins.exchange(0); }
 
 #define QV_WINDOWS(Name) PointKind::Windows, #Name, static_cast<decltype(&::Name)>(nullptr)
 #define QV_STEADY(Name, why)                                                            \
