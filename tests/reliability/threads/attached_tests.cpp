@@ -96,7 +96,7 @@ class ThreadOwners : public RunningVmTest {
     const std::wstring version = TakeText(text);
     const std::string runtime = ToUtf8(version.substr(0, version.find(L'.')));
     RecordRow("thread-owners", std::string(key) + "/" + runtime,
-              {{"Thread", what}, {"Runtime", runtime}, {"Result", result}});
+              {{"Thread", what}, {"Runtime", runtime}, {"Result", HasFailure() ? "failed" : result}});
   }
 
   const int kThreads = IsNightly() ? 200 : 50;
