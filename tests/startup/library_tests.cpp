@@ -146,12 +146,20 @@ TEST_F(LibraryTest, WithoutMemoryWhileLoadingItLoadsAndStartsNothing) {
   EXPECT_EQ(jvm.Count(kFakeCreateVM), 0u);
 }
 
+// The runtime is loaded, and no JVM gets to know the service.
+class NoOptions : public FailCall {
+ public:
+  NoOptions() : FailCall(kQvshrCallWideToMultiByte, 1, kQvshrFailFromHere) {}
+};
+
 TEST_F(LibraryTest, FreedAfterAFailedStartItIsGoneAndTakesTheRuntimeAlong) {
   LedgerCheck ledger;
-  const EnvironmentScope script(L"FAKEJVM_SCRIPT", L"createResult=-1");
   Library library;
   IQV_JavaVM* vm = nullptr;
-  EXPECT_EQ(library.Create(&vm, L"C:\\mine.jar"), kFail);
+  {
+    const NoOptions fault;
+    EXPECT_EQ(library.Create(&vm, L"C:\\mine.jar"), kFail);
+  }
   EXPECT_NE(GetModuleHandleW(L"jvm.dll"), nullptr);
   library.Free();
   EXPECT_FALSE(Library::IsLoaded());
@@ -162,9 +170,9 @@ TEST_F(LibraryTest, FreedAfterAFailedStartItIsGoneAndTakesTheRuntimeAlong) {
 TEST_F(LibraryTest, ThreadWithAClassPathOutlivesTheFreedLibrary) {
   LedgerCheck ledger;
   const FakeJvm jvm;
-  jvm.Script().createResult = -1;
   Library library;
   OnThread([&] {
+    const NoOptions fault;
     IQV_JavaVM* vm = nullptr;
     EXPECT_EQ(library.Create(&vm, L"C:\\mine.jar"), kFail);
     library.Free();
@@ -175,14 +183,31 @@ TEST_F(LibraryTest, ThreadWithAClassPathOutlivesTheFreedLibrary) {
 
 TEST_F(LibraryTest, ManyLoadsAndFailedStartsLeaveNoSlotsBehind) {
   const FakeJvm jvm;
-  jvm.Script().createResult = -1;
+  const NoOptions fault;
   // More than a process has slots for the ends of threads.
   for (int round = 0; round < 300; ++round) {
     Library library;
     IQV_JavaVM* vm = nullptr;
     ASSERT_EQ(library.Create(&vm, L"C:\\mine.jar"), kFail) << round;
   }
-  EXPECT_EQ(jvm.Count(kFakeCreateVM), 300u) << "every start got as far as the first";
+  EXPECT_EQ(jvm.Count(kFakeGetCreatedVMs), 300u) << "every start got as far as the first";
+  EXPECT_FALSE(Library::IsLoaded());
+}
+
+// It has the addresses of the hooks, and may use them the next time that anybody creates a JVM.
+TEST_F(LibraryTest, JVMThatRefusedToStartKeepsTheLibrary) {
+  const FakeJvm jvm;
+  jvm.Script().createResult = -1;
+  Library library;
+  IQV_JavaVM* vm = nullptr;
+  EXPECT_EQ(library.Create(&vm), kFail);
+  const auto create = library.Function<QV_CreateJavaVMFn>("QV_CreateJavaVM");
+  library.Free();
+  for (int more = 0; more < 5 && Library::IsLoaded(); ++more) FreeLibrary(GetModuleHandleW(L"qvjvm.dll"));
+  ASSERT_TRUE(Library::IsLoaded());
+  jvm.Script().createResult = 0;
+  EXPECT_EQ(create(&vm, nullptr), 0) << "the next start works";
+  EXPECT_EQ(vm->Release(), 0u);
 }
 
 // From the first attached thread on: created or joined, it makes no difference.
@@ -265,16 +290,20 @@ TEST_F(LibraryTest, OutputOfTheJVMReachesTheLog) {
 }
 
 TEST_F(LibraryTest, JVMThatRaisesDoesNotTakeTheHostAlong) {
-  for (const wchar_t* raise : {L"createRaises=1", L"createRaises=2", L"createRaises=3"}) {
-    const EnvironmentScope script(L"FAKEJVM_SCRIPT", raise);
+  const FakeJvm jvm;
+  Library library;
+  IQV_JavaVM* vm = nullptr;
+  jvm.Script().createResult = -1;
+  EXPECT_EQ(library.Create(&vm), kFail) << "the first start keeps what every one needs";
+  jvm.Script().createResult = 0;
+  for (const FakeJvmRaise raise : {kRaiseAccessViolation, kRaiseSoftware, kRaiseCpp}) {
     LedgerCheck ledger;
-    Library library;
-    IQV_JavaVM* vm = nullptr;
+    jvm.Script().createRaises = raise;
     EXPECT_EQ(library.Create(&vm), kFail);
-    library.Free();
-    EXPECT_FALSE(Library::IsLoaded());
-    ledger.ExpectLeft(9, "the load's lock, and the options of a creation that raised: the array and seven texts");
+    ledger.ExpectLeft(8, "the options of a creation that raised: the array and seven texts");
   }
+  library.Free();
+  EXPECT_TRUE(Library::IsLoaded()) << "the JVM may have kept the addresses of the hooks";
 }
 
 }  // namespace
