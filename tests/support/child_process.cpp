@@ -77,10 +77,14 @@ ChildResult RunChild(const std::wstring& program, const ChildOptions& options) {
   startup.hStdOutput = writeEnd;
   startup.hStdError = writeEnd;
   PROCESS_INFORMATION process{};
-  result.started =
-      CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT,
-                     environment.data(), options.workFolder.empty() ? nullptr : options.workFolder.c_str(), &startup,
-                     &process) != FALSE;
+  // Once in many thousands Wine cannot set a new process up, and answers this error; nothing of the program ran then.
+  for (int attempt = 0; attempt == 0 || (attempt < 3 && !result.started && GetLastError() == ERROR_INTERNAL_ERROR);
+       ++attempt) {
+    result.started =
+        CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT,
+                       environment.data(), options.workFolder.empty() ? nullptr : options.workFolder.c_str(), &startup,
+                       &process) != FALSE;
+  }
   EXPECT_TRUE(result.started) << "cannot start " << ToUtf8(program) << ": error " << GetLastError();
   CloseHandle(writeEnd);
   if (result.started) {
