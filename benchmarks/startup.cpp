@@ -169,9 +169,14 @@ std::string RunChild(const std::wstring& commandLine) {
   startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
   PROCESS_INFORMATION process = {};
   std::wstring mutableLine = commandLine;
-  if (!CreateProcessW(nullptr, mutableLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
-    bench::Die("a start could not be started");
+  // Once in many thousands Wine cannot set a new process up, and answers this error; nothing of it ran then.
+  BOOL started = FALSE;
+  for (int attempt = 0; attempt == 0 || (attempt < 3 && !started && GetLastError() == ERROR_INTERNAL_ERROR);
+       ++attempt) {
+    started =
+        CreateProcessW(nullptr, mutableLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
   }
+  if (!started) bench::Die("a start could not be started");
   CloseHandle(writeEnd);
   std::string output;
   char buffer[256];
