@@ -57,8 +57,8 @@ ThreadRegistry* ThreadRegistry::Create() noexcept {
 
 JNIEnv* ThreadRegistry::FindThreadEnv(uint32_t threadId) noexcept {
   const qv::CriticalSectionGuard guard(m_lock);
-  CQV_JNIInitializer* const initializer = FindInitializer(threadId);
-  return initializer != nullptr ? initializer->GetEnv() : nullptr;
+  const InitializerNode* const node = FindInitializer(threadId);
+  return node != nullptr ? node->item->GetEnv() : nullptr;
 }
 
 // Apart, so that what every operation begins with stays small enough to be inlined.
@@ -129,26 +129,22 @@ HMODULE ThreadRegistry::FindModule(const char* name) noexcept {
 // the thread itself removes its entry.
 void ThreadRegistry::OnThreadDetach() noexcept {
   const uint32_t threadId = GetCurrentThreadId();
-  CQV_JNIInitializer* initializer = nullptr;
+  InitializerNode* own = nullptr;
   {
     const qv::CriticalSectionGuard guard(m_lock);
-    initializer = FindInitializer(threadId);
+    own = FindInitializer(threadId);
   }
-  if (initializer != nullptr) initializer->Terminate();
+  if (own != nullptr) own->item->Terminate();
   const qv::CriticalSectionGuard guard(m_lock);
   m_envSlot.Set(nullptr);
-  if (auto* const node = m_initializers->FindFirst([&](const auto& item) { return item.ThreadId() == threadId; })) {
-    m_initializers->Remove(node)->Destroy(1);
-  }
+  if (own != nullptr) m_initializers->Remove(own)->Destroy(1);
   if (auto* const node = m_threadClassPaths->FindFirst([&](const auto& item) { return item.threadId == threadId; })) {
     FreeThreadClassPath(m_threadClassPaths->Remove(node));
   }
 }
 
-CQV_JNIInitializer* ThreadRegistry::FindInitializer(uint32_t threadId) noexcept {
-  const auto* const node =
-      m_initializers->FindFirst([&](const CQV_JNIInitializer& item) { return item.ThreadId() == threadId; });
-  return node != nullptr ? node->item : nullptr;
+ThreadRegistry::InitializerNode* ThreadRegistry::FindInitializer(uint32_t threadId) noexcept {
+  return m_initializers->FindFirst([&](const CQV_JNIInitializer& item) { return item.ThreadId() == threadId; });
 }
 
 void ThreadRegistry::OnProcessDetach() noexcept {

@@ -45,7 +45,8 @@ class ThreadRegistry {
   }
   // What the calling thread's registration needs; empty without memory. Taken before the thread is attached: nothing
   // can fail then that would have to detach it again, also a thread that its host had attached.
-  using Place = qv::HostPtr<qv::HostList<CQV_JNIInitializer>::Node>;
+  using InitializerNode = qv::HostList<CQV_JNIInitializer>::Node;
+  using Place = qv::HostPtr<InitializerNode>;
   Place ReservePlace() noexcept;
   // Takes the initializer over.
   void RegisterInitializer(Place place, CQV_JNIInitializer* initializer) noexcept;
@@ -65,7 +66,7 @@ class ThreadRegistry {
  private:
   ThreadRegistry() noexcept = default;
   JNIEnv* FindCurrentThreadEnv() noexcept;
-  CQV_JNIInitializer* FindInitializer(uint32_t threadId) noexcept;
+  InitializerNode* FindInitializer(uint32_t threadId) noexcept;
 
   template <class T>
   using ListOwner = std::unique_ptr<qv::HostList<T>>;
