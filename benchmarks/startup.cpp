@@ -15,6 +15,7 @@
 #include "config/jvm_config_info.h"
 #include "service/output_log.h"
 #include "service/process_events.h"
+#include "tests/support/start_process.h"
 
 namespace {
 
@@ -169,13 +170,9 @@ std::string RunChild(const std::wstring& commandLine) {
   startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
   PROCESS_INFORMATION process = {};
   std::wstring mutableLine = commandLine;
-  // Once in many thousands Wine cannot set a new process up, and answers this error; nothing of it ran then.
-  BOOL started = FALSE;
-  for (int attempt = 0; attempt == 0 || (attempt < 3 && !started && GetLastError() == ERROR_INTERNAL_ERROR);
-       ++attempt) {
-    started =
-        CreateProcessW(nullptr, mutableLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
-  }
+  const bool started = qvtest::StartProcess([&] {
+    return CreateProcessW(nullptr, mutableLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+  });
   if (!started) bench::Die("a start could not be started");
   CloseHandle(writeEnd);
   std::string output;

@@ -7,6 +7,7 @@
 
 #include <thread>
 
+#include "tests/support/start_process.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
@@ -77,14 +78,11 @@ ChildResult RunChild(const std::wstring& program, const ChildOptions& options) {
   startup.hStdOutput = writeEnd;
   startup.hStdError = writeEnd;
   PROCESS_INFORMATION process{};
-  // Once in many thousands Wine cannot set a new process up, and answers this error; nothing of the program ran then.
-  for (int attempt = 0; attempt == 0 || (attempt < 3 && !result.started && GetLastError() == ERROR_INTERNAL_ERROR);
-       ++attempt) {
-    result.started =
-        CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT,
-                       environment.data(), options.workFolder.empty() ? nullptr : options.workFolder.c_str(), &startup,
-                       &process) != FALSE;
-  }
+  result.started = StartProcess([&] {
+    return CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT,
+                          environment.data(), options.workFolder.empty() ? nullptr : options.workFolder.c_str(),
+                          &startup, &process);
+  });
   EXPECT_TRUE(result.started) << "cannot start " << ToUtf8(program) << ": error " << GetLastError();
   CloseHandle(writeEnd);
   if (result.started) {

@@ -13,6 +13,7 @@
 
 #include "qvjvm/qvjvm.h"
 #include "tests/reliability/ends/end_library.h"
+#include "tests/support/start_process.h"
 
 namespace {
 
@@ -110,9 +111,10 @@ void LetAnotherTerminate() {
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION killer{};
-  if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &killer) == FALSE) {
-    Give("the other process did not start");
-  }
+  const bool started = qvtest::StartProcess([&] {
+    return CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &killer);
+  });
+  if (!started) Give("the other process did not start");
   Sleep(INFINITE);
 }
 
