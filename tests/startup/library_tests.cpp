@@ -37,6 +37,11 @@ class Library {
     if (m_module != nullptr) FreeLibrary(m_module);
     m_module = nullptr;
   }
+  // More often than it was loaded.
+  void FreeToZero() {
+    Free();
+    for (int more = 0; more < 5 && IsLoaded(); ++more) FreeLibrary(GetModuleHandleW(L"qvjvm.dll"));
+  }
   [[nodiscard]] int32_t Create(IQV_JavaVM** vm, const wchar_t* classPath = nullptr) const {
     return Function<QV_CreateJavaVMFn>("QV_CreateJavaVM")(vm, classPath);
   }
@@ -202,8 +207,7 @@ TEST_F(LibraryTest, JVMThatRefusedToStartKeepsTheLibrary) {
   IQV_JavaVM* vm = nullptr;
   EXPECT_EQ(library.Create(&vm), kFail);
   const auto create = library.Function<QV_CreateJavaVMFn>("QV_CreateJavaVM");
-  library.Free();
-  for (int more = 0; more < 5 && Library::IsLoaded(); ++more) FreeLibrary(GetModuleHandleW(L"qvjvm.dll"));
+  library.FreeToZero();
   ASSERT_TRUE(Library::IsLoaded());
   jvm.Script().createResult = 0;
   EXPECT_EQ(create(&vm, nullptr), 0) << "the next start works";
@@ -220,8 +224,7 @@ TEST_P(StayingLibraryTest, FreedAfterTheStartItStaysAndGoesOnWorking) {
   IQV_JavaVM* vm = nullptr;
   ASSERT_EQ(library.Create(&vm), 0);
   const auto create = library.Function<QV_CreateJavaVMFn>("QV_CreateJavaVM");
-  library.Free();
-  for (int more = 0; more < 5 && Library::IsLoaded(); ++more) FreeLibrary(GetModuleHandleW(L"qvjvm.dll"));
+  library.FreeToZero();
   ASSERT_TRUE(Library::IsLoaded());
   EXPECT_EQ(jvm.Count(kFakeDetach), 0u);
   const DWORD threadId = OnThread([&] { EXPECT_NE(QV_AcquireThreadEnv(vm), nullptr); });

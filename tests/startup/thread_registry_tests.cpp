@@ -476,29 +476,12 @@ TEST(ThreadEnd, ThreadOfFibersIsDetachedWhenItEndsAndNotBefore) {
   }
 }
 
-struct FiberWork {
-  IQV_JavaVM* vm;
-  void* back;
-};
-
 TEST(ThreadEnd, FiberOfAnotherThreadThatIsDeletedDetachesNobody) {
   const JoinedWorld world;
   const qv_jnienv mine = QV_AcquireThreadEnv(world.vm.get());
-  FiberWork work{world.vm.get(), nullptr};
-  void* fiber = nullptr;
-  WaitingThread owner([&] {
-    work.back = ConvertThreadToFiber(nullptr);
-    fiber = CreateFiber(
-        0,
-        [](void* context) {
-          const auto& self = *static_cast<FiberWork*>(context);
-          EXPECT_NE(QV_AcquireThreadEnv(self.vm), nullptr);
-          SwitchToFiber(self.back);
-        },
-        &work);
-    SwitchToFiber(fiber);
-  });
-  DeleteFiber(fiber);  // the callback for the thread's mark runs here, on this thread
+  Fibers fibers(world.vm.get());
+  WaitingThread owner([&] { fibers.RunSecond(); });
+  DeleteFiber(fibers.second);  // callbacks for what it had run here, on this thread
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u);
   EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(GetCurrentThreadId()), mine);
 }
