@@ -73,5 +73,9 @@ driver_path() {
   printf '%s\n' "$path"
 }
 
+# Whether a line of a Windows program's output contains a text. grep reads to the end: one that left at the first match
+# would fail who still writes to it. Usage: has_line LOG TEXT
+has_line() { tr -d '\r' <"$1" | grep -F -e "$2" >/dev/null; }
+
 # A line "name: value" of the program's output. Usage: told_by_program LOG NAME
 told_by_program() { sed -n "s/\r\$//; s/^$2: //p" "$1" | head -n 1; }
