@@ -19,24 +19,9 @@ namespace qvtest {
 namespace {
 
 // What the page says about one function.
-struct Tally {
-  int operations = 0;
+struct Tally : EndTally {
   std::set<Fault> faults;
-  int goOn = 0;
-  int fail = 0;
-  int otherwise = 0;  // than stated
 
-  void Count(const End& normal, const End& stated, const End& end) {
-    ++(!(end == stated) ? otherwise : normal.status == end.status ? goOn : fail);
-  }
-  [[nodiscard]] int Runs() const { return goOn + fail + otherwise; }
-  [[nodiscard]] std::string Outcome() const {
-    std::string text;
-    if (goOn != 0) text = std::to_string(goOn) + " as ever";
-    if (fail != 0) text += (text.empty() ? "" : ", ") + std::to_string(fail) + " failed as stated";
-    if (otherwise != 0) text += (text.empty() ? "" : ", ") + std::to_string(otherwise) + " otherwise";
-    return text.empty() ? "-" : text;
-  }
   [[nodiscard]] std::string Faults() const {
     std::string text;
     if (faults.contains(Fault::Null)) text = "null";

@@ -1,9 +1,34 @@
 // One operation of the bridge from a fresh object and VM to its end, with something failing on its way.
 #pragma once
 
+#include <string>
+
 #include "tests/bridge/operation_rows.h"
 
 namespace qvtest {
+
+// How the runs of one kind of fault ended, as the page tells it.
+struct EndTally {
+  int operations = 0;
+  int goOn = 0;
+  int fail = 0;
+  int otherwise = 0;  // than stated
+
+  void Count(const End& normal, const End& stated, const End& end) {
+    ++(!(end == stated) ? otherwise : normal.status == end.status ? goOn : fail);
+  }
+  [[nodiscard]] int Runs() const { return goOn + fail + otherwise; }
+  [[nodiscard]] std::string Outcome() const {
+    std::string text;
+    const auto add = [&](int number, const char* how) {
+      if (number != 0) text += (text.empty() ? "" : ", ") + std::to_string(number) + how;
+    };
+    add(goOn, " as ever");
+    add(fail, " failed as stated");
+    add(otherwise, " otherwise");
+    return text.empty() ? "-" : text;
+  }
+};
 
 class OperationTest : public BridgeTest {
  protected:

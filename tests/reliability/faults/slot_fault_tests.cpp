@@ -224,21 +224,14 @@ class SlotFaults : public OperationTest {
   size_t m_outer = 0;
 };
 
-struct SlotTally {
-  int operations = 0;
-  int asEver = 0;
-  int failed = 0;
-  int otherwise = 0;  // than stated
-};
-
 TEST_F(SlotFaults, EachOperationOfTheObjectsOwnTableFailsInTurn) {
   const SlotRows rows = MakeRows();
   std::set<const SlotRow*> used;
-  std::map<size_t, SlotTally> tallies;
+  std::map<size_t, EndTally> tallies;
   for (const Operation& operation : Operations()) {
     SCOPED_TRACE(operation.name);
     for (const auto& [slot, count] : CallsOf(operation)) {
-      SlotTally& tally = tallies[slot];
+      EndTally& tally = tallies[slot];
       ++tally.operations;
       if (slot == kExceptionClear) continue;
       ASSERT_TRUE(SlotFaultTable().contains(slot)) << SlotLine(slot) << " is called, and nothing says how it fails";
@@ -256,7 +249,7 @@ TEST_F(SlotFaults, EachOperationOfTheObjectsOwnTableFailsInTurn) {
         EXPECT_EQ(end, row->end);
         EXPECT_TRUE(m_fired);
         EXPECT_EQ(Run(operation), operation.end) << "the next one, with nothing failing";
-        ++(!(end == row->end) ? tally.otherwise : end.status == operation.end.status ? tally.asEver : tally.failed);
+        tally.Count(operation.end, row->end, end);
       }
     }
   }
@@ -265,21 +258,14 @@ TEST_F(SlotFaults, EachOperationOfTheObjectsOwnTableFailsInTurn) {
                                      << row.n;
   }
   for (const auto& [slot, tally] : tallies) {
-    std::string outcome;
-    const auto add = [&](int number, const char* how) {
-      if (number != 0) outcome += (outcome.empty() ? "" : ", ") + std::to_string(number) + how;
-    };
-    add(tally.asEver, " as ever");
-    add(tally.failed, " failed as stated");
-    add(tally.otherwise, " otherwise");
     RecordRow(
         "faults", "8 " + std::to_string(slot),
         {{"Call", "slot " + std::to_string(slot) + " `" + SlotName(slot) + "`"},
          {"Kind", "own table"},
          {"Fails with", slot == kExceptionClear ? "cannot fail: it has no result" : SlotFaultTable().at(slot).what},
          {"Operations", tally.operations},
-         {"Runs", tally.asEver + tally.failed + tally.otherwise},
-         {"Outcome", outcome.empty() ? "-" : outcome}});
+         {"Runs", tally.Runs()},
+         {"Outcome", tally.Outcome()}});
   }
 }
 
