@@ -149,9 +149,8 @@ bool CountOneEnd(const WayOut& way, const std::wstring& load, Tally& tally, std:
 // Every other one has busy threads, beginning with the first.
 int NumberOfEnds(const std::wstring& runtime) {
   if (const auto set = ReadVariable(L"QV_TEST_ENDS")) return std::stoi(*set);
-  const bool usual = runtime == L"17";
-  if (IsNightly()) return usual ? 100 : 25;
-  return usual ? 2 : 1;
+  if (IsNightly()) return 100;
+  return runtime == L"17" ? 2 : 1;
 }
 
 class Ends : public testing::TestWithParam<WayOut> {};

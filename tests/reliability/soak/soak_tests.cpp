@@ -1,6 +1,7 @@
 // A long random walk over all operations of the service on a real JVM, from 1, 4 and 16 threads that come and go, and
 // what is left of it: memory, handles, threads, references, blocks of the host library. After a walk that warms the JVM
 // up the process is counted, then comes the long walk, and then it is counted again.
+// QV_TEST_OPERATIONS says how many one runtime does, instead of the number that belongs to this form of the test.
 // QV_SEED=number replays a run; QV_SOAK_LIFE=thread:life with it walks only one thread's one life.
 #include <algorithm>
 #include <cstdio>
@@ -20,9 +21,10 @@ namespace {
 constexpr DWORD kHangMs = 90000;
 // What the JVM compiles of this work it has compiled then, almost all.
 constexpr uint64_t kWarmUp = 25000;
+constexpr uint64_t kWarmUpOfLongForm = 600000;
 constexpr uint32_t kShortestLife = 200;
 constexpr uint32_t kLongestLife = 2000;
-// A walk of a million operations that lost five bytes in each would need as much.
+// What millions of operations must not add up to, were it one byte in each.
 constexpr int64_t kMostGrowth = 4 << 20;
 // The JVM keeps an event for each monitor and compiler thread of its own that it has needed so far.
 constexpr int64_t kMoreHandles = 12;
@@ -37,6 +39,11 @@ struct Rest {
   int64_t globals = 0;
   int64_t heapErrors = 0;
 };
+
+uint64_t OperationsOfARuntime() {
+  if (const auto set = ReadVariable(L"QV_TEST_OPERATIONS")) return std::stoull(*set);
+  return IsNightly() ? 10000000 : 50000;
+}
 
 class Soak : public testing::TestWithParam<unsigned> {
  protected:
@@ -171,12 +178,12 @@ TEST_P(Soak, EveryOperationGivesWhatItMustAndNothingIsLeft) {
   const uint64_t seed = SeedOfThisRun();
   // 1 : 3 : 6 for 1, 4 and 16 threads; all of them together are what one runtime does.
   const uint64_t share = threads == 1 ? 1 : (threads == 4 ? 3 : 6);
-  const uint64_t operations = (IsNightly() ? 100000U : 5000U) * share;
+  const uint64_t operations = OperationsOfARuntime() / 10 * share;
   std::printf("seed %llu, %u threads, %llu operations\n", static_cast<unsigned long long>(seed), threads,
               static_cast<unsigned long long>(operations));
   std::fflush(stdout);
 
-  Walk(threads, IsNightly() ? std::max(operations, 8 * kWarmUp) : kWarmUp, Mixed(seed, 1) % 1000000);
+  Walk(threads, IsNightly() ? kWarmUpOfLongForm : kWarmUp, Mixed(seed, 1) % 1000000);
   const Rest before = Count();
   const uint64_t doneBefore = g_world->progress;
   const uint64_t failedBefore = g_world->failed;
