@@ -53,6 +53,7 @@ marked_programs() {
 # Ends programs of this script that hang, and waits until Wine's own processes have left.
 finish_wine() {
   local left
+  release_wine
   mapfile -t left < <(marked_programs)
   if [ "${#left[@]}" -gt 0 ]; then
     note "ending Windows programs that did not end by themselves: ${left[*]}"
@@ -77,6 +78,14 @@ hold_wine() {
       exec wine cmd.exe /d /c "$qv_wake_wine& echo held& set /p qv="
   }
   read -r held <&"${wine_holder[0]}" || fail "Wine does not start"
+}
+
+# Lets go of Wine in the shell that held it.
+release_wine() {
+  local holder=${wine_holder_PID-}
+  [ -n "$holder" ] || return 0
+  eval "exec ${wine_holder[1]}>&-"
+  timeout 10 tail --pid="$holder" -f /dev/null || true
 }
 
 # Prints the process id of the server of this prefix. It works in a folder that is named after the prefix's device and
