@@ -12,6 +12,11 @@ namespace qvtest {
 
 bool IsNightly() { return ReadVariable(L"QV_NIGHTLY") == L"1"; }
 
+uint64_t TimesOfThisRun(const wchar_t* variable, uint64_t nightly, uint64_t ordinary) {
+  if (const auto set = ReadVariable(variable)) return std::stoull(*set);
+  return IsNightly() ? nightly : ordinary;
+}
+
 void RecordRow(std::string_view table, std::string_view key, std::initializer_list<Cell> cells) {
   const auto folder = ReadVariable(L"QV_RECORDS");
   if (!folder) return;

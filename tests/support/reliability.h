@@ -2,6 +2,7 @@
 // Nothing here proves anything by itself.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -12,6 +13,9 @@ namespace qvtest {
 
 // Whether this is the long form of a test (QV_NIGHTLY is 1), with the counts that the page states.
 [[nodiscard]] bool IsNightly();
+
+// How often this run does a thing: what that environment variable says, or else the number of this form.
+[[nodiscard]] uint64_t TimesOfThisRun(const wchar_t* variable, uint64_t nightly, uint64_t ordinary);
 
 struct Cell {
   Cell(std::string_view title, std::string_view value) : column(title), text(value) {}

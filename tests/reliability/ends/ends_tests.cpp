@@ -148,9 +148,7 @@ bool CountOneEnd(const WayOut& way, const std::wstring& load, Tally& tally, std:
 
 // Every other one has busy threads, beginning with the first.
 int NumberOfEnds(const std::wstring& runtime) {
-  if (const auto set = ReadVariable(L"QV_TEST_ENDS")) return std::stoi(*set);
-  if (IsNightly()) return 100;
-  return runtime == L"17" ? 2 : 1;
+  return static_cast<int>(TimesOfThisRun(L"QV_TEST_ENDS", 100, runtime == L"17" ? 2 : 1));
 }
 
 class Ends : public testing::TestWithParam<WayOut> {};

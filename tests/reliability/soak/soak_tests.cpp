@@ -40,11 +40,6 @@ struct Rest {
   int64_t heapErrors = 0;
 };
 
-uint64_t OperationsOfARuntime() {
-  if (const auto set = ReadVariable(L"QV_TEST_OPERATIONS")) return std::stoull(*set);
-  return IsNightly() ? 10000000 : 50000;
-}
-
 class Soak : public testing::TestWithParam<unsigned> {
  protected:
   static void SetUpTestSuite();
@@ -178,7 +173,7 @@ TEST_P(Soak, EveryOperationGivesWhatItMustAndNothingIsLeft) {
   const uint64_t seed = SeedOfThisRun();
   // 1 : 3 : 6 for 1, 4 and 16 threads; all of them together are what one runtime does.
   const uint64_t share = threads == 1 ? 1 : (threads == 4 ? 3 : 6);
-  const uint64_t operations = OperationsOfARuntime() / 10 * share;
+  const uint64_t operations = TimesOfThisRun(L"QV_TEST_OPERATIONS", 10000000, 50000) / 10 * share;
   std::printf("seed %llu, %u threads, %llu operations\n", static_cast<unsigned long long>(seed), threads,
               static_cast<unsigned long long>(operations));
   std::fflush(stdout);
