@@ -32,23 +32,23 @@ build_preset() {
     fail "building the preset $preset failed; see the output above"
 }
 
-# Runs the tests of a built preset; which of them failed is for the report to say. A test that failed without a word
-# never began, since every one of them says something first. It runs once more, into REPORT.again.
+# Runs the tests of a built preset; which of them failed is for the report to say. A test that failed while Wine could
+# not start a program (see wine.sh) runs once more, into REPORT.again.
 # Usage: run_tests PRESET REPORT [CTEST-OPTION...]
 run_tests() {
-  local preset=$1 report=$2 log=$qv_build/logs/test-$1.log status=0 silent=''
+  local preset=$1 report=$2 log=$qv_build/logs/test-$1.log status=0 unstarted=''
   shift 2
   rm -f "$report" "$report.again"
   (cd "$qv_root" && watch_log "$log" ctest --preset "$preset" --output-junit "$report" "$@") || status=$?
-  [ "$status" -ne 8 ] || silent=$("$qv_root/tools/test-verdict" --silent "$report")
-  if [ -n "$silent" ]; then
-    note "failed without a word, runs once more: $silent"
-    (cd "$qv_root" && watch_log "$log.again" ctest --preset "$preset" -R "$silent" --output-junit "$report.again") ||
-      true
-  fi
   case $status in 0 | 8) ;; *) rm -f "$report" ;; esac
   if [ ! -f "$report" ]; then
     tell_failure "$log" "$status" ctest --preset "$preset"
     fail "the tests did not run to their end; see the output above"
+  fi
+  unstarted=$("$qv_root/tools/test-verdict" --unstarted "$report")
+  if [ -n "$unstarted" ]; then
+    note "Wine did not start a program, runs once more: $unstarted"
+    (cd "$qv_root" && watch_log "$log.again" ctest --preset "$preset" -R "$unstarted" --output-junit "$report.again") ||
+      true
   fi
 }
