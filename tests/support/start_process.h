@@ -5,9 +5,8 @@
 
 namespace qvtest {
 
-// `create` is a call of CreateProcess; false with its last error when that failed. Where Linux puts heaps at
-// random, Wine cannot set up one process of 4,000 and answers an internal error. Nothing of it ran, so it is asked
-// again.
+// `create` is a call of CreateProcess; false with its last error when that failed. Wine answers an internal
+// error when it cannot set the process up (tools/lib/wine.sh tells when). Nothing of it ran, so it is asked again.
 template <class Create>
 bool StartProcess(Create&& create) {
   for (int attempt = 0; attempt < 3; ++attempt) {

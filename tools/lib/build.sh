@@ -36,7 +36,7 @@ build_preset() {
 # not start a program (see wine.sh) runs once more, into REPORT.again.
 # Usage: run_tests PRESET REPORT [CTEST-OPTION...]
 run_tests() {
-  local preset=$1 report=$2 log=$qv_build/logs/test-$1.log status=0 unstarted=''
+  local preset=$1 report=$2 log=$qv_build/logs/test-$1.log status=0 unstarted
   shift 2
   rm -f "$report" "$report.again"
   (cd "$qv_root" && watch_log "$log" ctest --preset "$preset" --output-junit "$report" "$@") || status=$?
