@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "benchmarks/host.h"
-#include "hostlib/ledger.h"
+#include "tests/ledger/ledger.h"
 
 namespace {
 

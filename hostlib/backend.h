@@ -1,6 +1,6 @@
 // What the library asks of its build: memory, and a word before each operation. backend_plain.cpp answers with the
-// process heap and nothing else; ledger_heap.cpp and ledger_script.cpp count, guard and fail on demand.
-// Threads: any, also while the process is ending, when nothing here may wait.
+// process heap and nothing else; the tests link another backend, tests/ledger, which counts, guards and fails on
+// demand. Threads: any, also while the process is ending, when nothing here may wait.
 #pragma once
 
 #include <windows.h>

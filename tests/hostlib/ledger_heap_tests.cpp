@@ -9,7 +9,7 @@
 
 #include "base/seh_guard.h"
 #include "host/qvshr.h"
-#include "hostlib/ledger.h"
+#include "tests/ledger/ledger.h"
 
 namespace hosttest {
 namespace {

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "host/qvshr.h"
-#include "hostlib/ledger.h"
 #include "tests/hostlib/host_build.h"
+#include "tests/ledger/ledger.h"
 
 namespace hosttest {
 namespace {

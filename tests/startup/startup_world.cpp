@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "hostlib/ledger.h"
 #include "service/error_record.h"
+#include "tests/ledger/ledger.h"
 
 namespace qvtest {
 

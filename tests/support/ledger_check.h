@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "hostlib/ledger.h"
+#include "tests/ledger/ledger.h"
 
 namespace qvtest {
 

@@ -8,7 +8,7 @@
 #include <winternl.h>
 
 #include "base/procedure.h"
-#include "hostlib/ledger.h"
+#include "tests/ledger/ledger.h"
 #include "tests/support/text.h"
 
 namespace qvtest {

@@ -21,8 +21,8 @@
 #include <vector>
 
 #include "base/procedure.h"
-#include "hostlib/ledger.h"
 #include "qvjvm/qvjvm.h"
+#include "tests/ledger/ledger.h"
 #include "tests/support/environment.h"
 #include "tests/support/message_box.h"
 #include "tests/support/process_counters.h"

@@ -7,9 +7,9 @@
 #include <string_view>
 
 #include "hostlib/backend.h"
-#include "hostlib/ledger.h"
-#include "hostlib/ledger_lock.h"
 #include "hostlib/wide_text.h"
+#include "tests/ledger/ledger.h"
+#include "tests/ledger/ledger_lock.h"
 
 namespace qvshr {
 namespace {

@@ -10,8 +10,8 @@
 #include <utility>
 
 #include "hostlib/backend.h"
-#include "hostlib/ledger.h"
-#include "hostlib/ledger_lock.h"
+#include "tests/ledger/ledger.h"
+#include "tests/ledger/ledger_lock.h"
 
 namespace qvshr {
 namespace {
