@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "bridge/path_list.h"
+#include "config/path_list.h"
 #include "store/option_plan.h"
 #include "tests/bridge/bridge_test.h"
 #include "tests/reliability/hostile/hostile_text.h"

@@ -1,7 +1,7 @@
 // The java.net.URLClassLoader over the service's own class path, built once per service object in a joined JVM.
 // m_jClassLoader is set by exchange: of two loaders built at once one stays and the other is given back.
 #include "bridge/java_call.h"
-#include "bridge/path_list.h"
+#include "config/path_list.h"
 
 using qv::As;
 
