@@ -6,9 +6,10 @@
 using qv::As;
 
 int32_t CQV_JNIVMManager::NewStringArray(qv_jarray* out, int32_t length) noexcept {
+  if (out == nullptr) return E_INVALIDARG;
+  *out = nullptr;
   qv::JavaCall call(*this);
-  if (out != nullptr) *out = nullptr;
-  if (!call || out == nullptr) return call.Reject();
+  if (!call) return call.Reject();
   qv_jclass stringClass = nullptr;
   qv_jstring empty = nullptr;
   if (FindClass(&stringClass, "java/lang/String") < 0) return E_FAIL;
@@ -27,9 +28,10 @@ int32_t CQV_JNIVMManager::SetObjectArrayElement(qv_jarray array, int32_t index, 
 }
 
 int32_t CQV_JNIVMManager::NewByteArray(qv_jarray* out, int32_t length) noexcept {
+  if (out == nullptr) return E_INVALIDARG;
+  *out = nullptr;
   qv::JavaCall call(*this);
-  if (out != nullptr) *out = nullptr;
-  if (!call || out == nullptr) return call.Reject();
+  if (!call) return call.Reject();
   *out = call.Env()->NewByteArray(length);
   return call.Finish();
 }
@@ -47,7 +49,7 @@ int32_t WithElements(CQV_JNIVMManager& vm, qv_jarray array, bool argumentsOk, ji
   jboolean isCopy = JNI_FALSE;
   jbyte* const elements = call.Env()->GetByteArrayElements(bytes, &isCopy);
   const int32_t status = call.Finish();
-  if (elements == nullptr) return E_FAIL;
+  if (elements == nullptr) return status < 0 ? status : call.Reject();
   if (status < 0) {  // an exception from before this call: nothing is copied, nothing stays pinned
     call.Env()->ReleaseByteArrayElements(bytes, elements, JNI_ABORT);
     return status;

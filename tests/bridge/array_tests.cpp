@@ -237,12 +237,12 @@ TEST_F(ByteCopies, ElementsThatCannotBeHadGiveTheExceptionsText) {
   });
 }
 
-TEST_F(ByteCopies, NullElementsWithoutAnExceptionAreAFailure) {
+TEST_F(ByteCopies, NullElementsWithoutAnExceptionAreAnInternalException) {
   ForBoth([&](const auto& copy) {
     Java().FailAt("GetByteArrayElements", 1, Fault::Null);
     EXPECT_EQ(copy(), E_FAIL);
     EXPECT_EQ(Log(), (Lines{"GetByteArrayElements(bytes)", "ExceptionOccurred()"}));
-    EXPECT_EQ(ObjectRecord(), kNoRecord);
+    EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
     ExpectNothingCopied();
   });
 }

@@ -280,7 +280,7 @@ void AddArrays(Table& table) {
               qv_jarray out = nullptr;
               return vm.NewByteArray(&out, 2);
             });
-  const FaultRows elements = Null("GetByteArrayElements", 1, {E_FAIL, kNoRecord, 0}) +
+  const FaultRows elements = Null("GetByteArrayElements", 1, {E_FAIL, kInternalRecord, 0}) +
                              Throws("GetByteArrayElements", 1, thrown("GetByteArrayElements"));
   table.Add("GetByteArrayData", true, {S_OK, kNoRecord, 0}, elements, NoPreparation, [](IQV_JavaVM& vm, FakeJni& jni) {
     jbyte bytes[2] = {};

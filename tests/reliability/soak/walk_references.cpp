@@ -270,8 +270,7 @@ void Walker::NewStringArray() {
   qv_jarray out = this;
   if (m_pending || m_random.OneIn(8)) {
     Begin(43, "a null out-pointer");
-    Prologue();
-    return Rejects(m_vm->NewStringArray(nullptr, 1));
+    return StatusIs(m_vm->NewStringArray(nullptr, 1), QV_E_INVALIDARG);
   }
   const bool negative = m_random.OneIn(8);
   const int32_t length =
@@ -341,8 +340,7 @@ void Walker::NewByteArray() {
   qv_jarray out = this;
   if (m_pending || m_random.OneIn(8)) {
     Begin(45, "a null out-pointer");
-    Prologue();
-    return Rejects(m_vm->NewByteArray(nullptr, 1));
+    return StatusIs(m_vm->NewByteArray(nullptr, 1), QV_E_INVALIDARG);
   }
   const bool negative = m_random.OneIn(8);
   uint32_t length = m_random.Below(100);
