@@ -1,6 +1,7 @@
 // Java strings to and from the host's wide text. wchar_t is a UTF-16 unit, as jchar is.
 #include <algorithm>
 #include <cwchar>
+#include <iterator>
 #include <limits>
 
 #include "bridge/java_call.h"
@@ -8,6 +9,25 @@
 using qv::As;
 
 static_assert(sizeof(wchar_t) == sizeof(jchar));
+
+namespace {
+
+// JNI's characters need not end in a null, and the host library's text must: they are copied and ended here. A short
+// text needs no block for that.
+int32_t MakeHostString(const wchar_t* characters, size_t length, IQvString** text) noexcept {
+  wchar_t onStack[256];
+  qv::HostArray<wchar_t> block;
+  wchar_t* copy = onStack;
+  if (length >= std::size(onStack)) {
+    block = qv::AllocHostArray<wchar_t>(length + 1);
+    if (!block) return E_OUTOFMEMORY;
+    copy = block.get();
+  }
+  *std::copy_n(characters, length, copy) = L'\0';
+  return QvshrCreateString(copy, text);
+}
+
+}  // namespace
 
 int32_t CQV_JNIVMManager::NewString(qv_jstring* out, const wchar_t* text) noexcept {
   if (out == nullptr) return E_FAIL;
@@ -52,9 +72,10 @@ int32_t CQV_JNIVMManager::GetStringValue(IQvString** text, qv_jstring string) no
   *text = nullptr;
   JNIEnv* const env = Env();
   if (env == nullptr || string == nullptr) return E_FAIL;
+  const auto length = static_cast<size_t>(std::max(env->GetStringLength(As<jstring>(string)), jsize{0}));
   const jchar* const characters = env->GetStringChars(As<jstring>(string), nullptr);
   const int32_t status =
-      characters != nullptr ? QvshrCreateString(reinterpret_cast<const wchar_t*>(characters), text) : E_FAIL;
+      characters != nullptr ? MakeHostString(reinterpret_cast<const wchar_t*>(characters), length, text) : E_FAIL;
   env->ReleaseStringChars(As<jstring>(string), characters);
   return status;
 }

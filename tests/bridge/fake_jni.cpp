@@ -231,6 +231,7 @@ FakeMember* FakeVm::Member(const std::string& name, const std::string& signature
 void* FakeVm::Pin(std::vector<char> content) {
   const size_t size = content.size();
   content.resize(size + kCanaryBytes, kCanary);
+  content.resize(content.size() + sizeof(wchar_t));  // whoever reads on for a null stops here
   Pinning pinning{std::make_unique<char[]>(content.size()), size};
   std::copy(content.begin(), content.end(), pinning.block.get());
   void* const address = pinning.block.get();

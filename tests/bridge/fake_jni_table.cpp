@@ -237,8 +237,8 @@ const jchar* JNICALL GetStringChars(JNIEnv* env, jstring string, jboolean* isCop
   const std::wstring& text = VmOf(env).Look(env, string, "GetStringChars")->text;
   if (isCopy != nullptr) *isCopy = JNI_TRUE;
   if (Failed(entered, "GetStringChars")) return nullptr;
-  const char* const bytes = reinterpret_cast<const char*>(text.c_str());
-  return static_cast<const jchar*>(VmOf(env).Pin({bytes, bytes + (text.size() + 1) * sizeof(jchar)}));
+  const char* const bytes = reinterpret_cast<const char*>(text.data());
+  return static_cast<const jchar*>(VmOf(env).Pin({bytes, bytes + text.size() * sizeof(jchar)}));
 }
 void JNICALL ReleaseStringChars(JNIEnv* env, jstring string, const jchar* units) {
   FakeVm& vm = VmOf(env);

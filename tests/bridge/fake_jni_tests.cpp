@@ -70,6 +70,15 @@ TEST(FakeJni, AWriteBehindTheElementsIsFound) {
   EXPECT_EQ(vm.Pinned(), 0u);
 }
 
+TEST(FakeJni, CharactersEndWithoutANull) {
+  FakeVm vm;
+  const jstring text = vm.Here().GivenString(L"ab");
+  const jchar* const units = vm.Here().GetStringChars(text, nullptr);
+  EXPECT_EQ(units[1], 'b');
+  EXPECT_EQ(units[2], 0x5A5A);
+  vm.Here().ReleaseStringChars(text, units);
+}
+
 TEST(FakeJni, CallsAreRecordedWithTheirArguments) {
   FakeVm vm;
   FakeJni& jni = vm.Here();

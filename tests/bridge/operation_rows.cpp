@@ -107,6 +107,17 @@ void AddReferencesAndStrings(Table& table) {
               return status;
             },
             {{{E_OUTOFMEMORY, kNoRecord, 0}, {E_OUTOFMEMORY, kNoRecord, 0}}});
+  table.Add("GetStringValue of a long text", false, {S_OK, kNoRecord, 0}, Both("GetStringChars", 1, fails),
+            NoPreparation,
+            [](IQV_JavaVM& vm, FakeJni& jni) {
+              IQvString* text = nullptr;
+              const int32_t status = vm.GetStringValue(&text, jni.GivenString(std::wstring(1000, L'x')));
+              if (text != nullptr) text->Release();
+              return status;
+            },
+            // the copy of the characters, the string object
+            {{{E_OUTOFMEMORY, kNoRecord, 0}, {E_OUTOFMEMORY, kNoRecord, 0}},
+             {{E_OUTOFMEMORY, kNoRecord, 0}, {E_OUTOFMEMORY, kNoRecord, 0}}});
 }
 
 void AddConstruction(Table& table) {

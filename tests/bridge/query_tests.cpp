@@ -218,16 +218,28 @@ TEST_F(Properties, InACreatedJvmTheyAreThoseOfTheJvm) {
     EXPECT_EQ(value, L"the value");
     const std::string key = std::string("\"").append(row.key).append("\"");
     EXPECT_EQ(Log(),
-              (Lines{SlotLine(row.slot), "slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear",
-                     "ExceptionClear()", "FindClass(\"java/lang/System\")", "slot 14 NewString", kEnvironment,
+              (Lines{SlotLine(row.slot),
+                     "slot 12 FindClass",
+                     kEnvironment,
+                     "slot 58 ExceptionClear",
+                     "ExceptionClear()",
+                     "FindClass(\"java/lang/System\")",
+                     "slot 14 NewString",
+                     kEnvironment,
                      "NewString(" + key + ", " + std::to_string(std::string(row.key).size()) + ")",
-                     "slot 39 CallStaticObjectMethod", kEnvironment,
+                     "slot 39 CallStaticObjectMethod",
+                     kEnvironment,
                      "GetStaticMethodID(java/lang/System, \"getProperty\", "
                      "\"(Ljava/lang/String;)Ljava/lang/String;\")",
                      "CallStaticObjectMethodV(java/lang/System, getProperty(Ljava/lang/String;)Ljava/lang/String;, " +
                          key + ")",
-                     "slot 59 CaptureException", "ExceptionOccurred()", "slot 17 GetStringValue", kEnvironment,
-                     "GetStringChars(\"the value\")", "ReleaseStringChars(\"the value\", characters)"}));
+                     "slot 59 CaptureException",
+                     "ExceptionOccurred()",
+                     "slot 17 GetStringValue",
+                     kEnvironment,
+                     "GetStringLength(\"the value\")",
+                     "GetStringChars(\"the value\")",
+                     "ReleaseStringChars(\"the value\", characters)"}));
     EXPECT_EQ(LocalsLeft(), 3) << "the class, the key and the value";
     EXPECT_EQ(ObjectRecord(), kNoRecord);
   });

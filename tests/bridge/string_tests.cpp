@@ -20,6 +20,8 @@ const std::vector<std::wstring> kTexts = {L"",
                                           L"\xD800",
                                           L"\xDC00\xD800",
                                           L"\xFFFF\xFFFE",
+                                          std::wstring(255, L'e'),
+                                          std::wstring(256, L'f'),
                                           std::wstring(511, L'a'),
                                           std::wstring(512, L'b'),
                                           std::wstring(100000, L'c') + L"\xD83D\xDE00"};
@@ -158,8 +160,20 @@ TEST_F(Strings, AHostStringHasTheStatusOfItsMakingAndTheCharactersAreReleased) {
     auto* host = reinterpret_cast<IQvString*>(this);
     EXPECT_EQ(Api().GetStringValue(&host, string), status);
     EXPECT_EQ(host, nullptr);
-    EXPECT_EQ(Log(), (Lines{"slot 17 GetStringValue", kEnvironment, "GetStringChars(\"x\")",
+    EXPECT_EQ(Log(), (Lines{"slot 17 GetStringValue", kEnvironment, "GetStringLength(\"x\")", "GetStringChars(\"x\")",
                             "ReleaseStringChars(\"x\", characters)"}));
+  }
+}
+
+TEST_F(Strings, ALongHostStringThatFindsNoMemoryReleasesTheCharacters) {
+  const jstring string = Jni().GivenString(std::wstring(256, L'x'));
+  for (const uint64_t n : {1u, 2u}) {  // the copy of the characters, the string object
+    const FailAllocation fault(n, kQvshrFailOnce);
+    auto* host = reinterpret_cast<IQvString*>(this);
+    EXPECT_EQ(Api().GetStringValue(&host, string), E_OUTOFMEMORY);
+    EXPECT_EQ(host, nullptr);
+    EXPECT_TRUE(fault.Fired());
+    EXPECT_EQ(Java().Pinned(), 0u);
   }
 }
 
@@ -170,7 +184,7 @@ TEST_F(Strings, WithoutCharactersThereIsNoHostStringAndTheyAreReleasedAllTheSame
     auto* host = reinterpret_cast<IQvString*>(this);
     EXPECT_EQ(Api().GetStringValue(&host, string), E_FAIL);
     EXPECT_EQ(host, nullptr);
-    EXPECT_EQ(Log(), (Lines{"GetStringChars(\"x\")", "ReleaseStringChars(\"x\", null)"}));
+    EXPECT_EQ(Log(), (Lines{"GetStringLength(\"x\")", "GetStringChars(\"x\")", "ReleaseStringChars(\"x\", null)"}));
     Jni().SetPending(nullptr);
   }
   EXPECT_EQ(ObjectRecord(), kNoRecord);

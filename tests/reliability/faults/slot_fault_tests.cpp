@@ -91,9 +91,9 @@ SlotRows MakeRows() {
   const auto fails = [](int locals, int globals = 0) { return End{E_FAIL, kNoRecord, locals, globals}; };
   const End internal = {E_FAIL, kInternalRecord, 0};
   SlotRows rows;
-  for (const char* name :
-       {"DeleteLocalRef", "DeleteLocalRef2", "DeleteLocalRef3", "DeleteGlobalRef", "NewGlobalRef", "NewString",
-        "GetStringLength", "GetStringChars", "GetStringValue", "NewObject", "NewDefaultObject", "GetJNIEnv"}) {
+  for (const char* name : {"DeleteLocalRef", "DeleteLocalRef2", "DeleteLocalRef3", "DeleteGlobalRef", "NewGlobalRef",
+                           "NewString", "GetStringLength", "GetStringChars", "GetStringValue",
+                           "GetStringValue of a long text", "NewObject", "NewDefaultObject", "GetJNIEnv"}) {
     rows.push_back({name, 60, kAny, fails(0)});
   }
   rows.push_back({"GetStringChars", 15, kAny, fails(0)});
