@@ -1,4 +1,5 @@
-// The mark of a thread that is inside CaptureException. Prepared when the module is loaded.
+// Which threads are looking up java/lang/Throwable for an exception's text. The module prepares the mark when it is
+// loaded.
 #pragma once
 
 #include "base/thread_slot.h"

@@ -1,5 +1,6 @@
-// The frame of every typed call and array operation: the environment first, then the old record goes, and at the end
-// a pending exception becomes the new record. The order is part of the interface.
+// The frame of every typed call and array operation: it gets the environment, then frees the old record, and at the end
+// a pending exception becomes the new record. The order is part of the interface. A JavaCall lives as long as one
+// operation and owns nothing: the record is the service object's, the environment the thread's.
 #pragma once
 
 #include "base/compiler.h"
@@ -36,7 +37,7 @@ class JavaCall {
   }
 
  private:
-  // Apart and without the frame, which so stays in registers.
+  // Not inlined and without a JavaCall, whose members so stay in registers.
   QV_NOINLINE static int32_t RejectCall(CQV_JNIVMManager& vm) noexcept {
     vm.ReplaceErrorRecord(NewErrorRecord(texts::kInternalException, QV_CODE_CALL_FAILED));
     return E_FAIL;
