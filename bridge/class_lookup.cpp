@@ -1,5 +1,5 @@
-// Classes by name: the JVM's own lookup first; in a joined JVM, whose class path is somebody else's, the loader over
-// the service's class path second.
+// Classes by name: the JVM's own look-up comes first. In a joined JVM, whose class path is somebody else's, the loader
+// over the service's class path comes second.
 #include <algorithm>
 #include <cstdlib>
 
@@ -26,23 +26,20 @@ int32_t CQV_JNIVMManager::FindClass(qv_jclass* out, const char* name) noexcept {
   if (out == nullptr) return E_FAIL;
   *out = nullptr;
   if (name == nullptr) return E_FAIL;
-  int32_t status = S_OK;
   JNIEnv* const env = Env();
-  if (env != nullptr) {
-    ExceptionClear(env);
-    *out = env->FindClass(name);
-    if (*out != nullptr) return status;
-    ReplaceErrorRecord(nullptr);
-    if (g_bJvmCreated == 0) {
-      ExceptionClear(env);
-      if (m_jClassLoader == nullptr) status = BuildClassLoader(env);
-      if (status >= 0) LoadClassByLoader(env, out, name);
-    }
-  }
-  if (*out != nullptr) return status;
-  if (IsRecordEmpty()) DescribeMissingClass(env, name);
-  return E_FAIL;
+  if (env == nullptr) return MissingClass(env, name);
+  ExceptionClear(env);
+  *out = env->FindClass(name);
+  if (*out != nullptr) return S_OK;
+  ReplaceErrorRecord(nullptr);
+  if (JavaHasOurClassPath()) return MissingClass(env, name);
+  ExceptionClear(env);
+  const int32_t status = BuildClassLoader(env);
+  if (status >= 0) LoadClassByLoader(env, out, name);
+  return *out != nullptr ? status : MissingClass(env, name);
 }
+
+bool CQV_JNIVMManager::JavaHasOurClassPath() noexcept { return g_bJvmCreated != 0; }
 
 // The loader may be absent (an empty class path): the typed call then leaves its own record.
 void CQV_JNIVMManager::LoadClassByLoader(JNIEnv* env, qv_jclass* out, const char* name) noexcept {
@@ -54,13 +51,15 @@ void CQV_JNIVMManager::LoadClassByLoader(JNIEnv* env, qv_jclass* out, const char
   DeleteLocalRef(binaryName);
 }
 
-void CQV_JNIVMManager::DescribeMissingClass(JNIEnv* env, const char* name) noexcept {
+// A record that says more already stays.
+int32_t CQV_JNIVMManager::MissingClass(JNIEnv* env, const char* name) noexcept {
+  if (!IsRecordEmpty()) return E_FAIL;
   ErrorRecord* captured = nullptr;
-  if (CaptureException(&captured, env) == 1 && captured != nullptr) {
-    ReplaceErrorRecord(captured);
-    return;
+  if (CaptureException(&captured, env) != 1 || captured == nullptr) {
+    wchar_t message[qv::kErrorTextUnits];
+    qv::FormatClassNotFound(message, name);
+    captured = qv::NewErrorRecord(message, 0);
   }
-  wchar_t message[qv::kErrorTextUnits];
-  qv::FormatClassNotFound(message, name);
-  ReplaceErrorRecord(qv::NewErrorRecord(message, 0));
+  ReplaceErrorRecord(captured);
+  return E_FAIL;
 }

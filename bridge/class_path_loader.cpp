@@ -1,5 +1,6 @@
-// The java.net.URLClassLoader over the service's own class path, built once per service object in a joined JVM.
-// m_jClassLoader is set by exchange: of two loaders built at once one stays and the other is given back.
+// The java.net.URLClassLoader over the service's own class path. A service object in a joined JVM builds one and owns
+// it: m_jClassLoader is a global reference, which the object's end deletes. Of two loaders that two threads build at
+// once, one stays and the other is deleted.
 #include "bridge/java_call.h"
 #include "config/path_list.h"
 
@@ -7,7 +8,7 @@ using qv::As;
 
 namespace {
 
-// References made along the way; gone on every way out, through the object's own slot.
+// Owns a reference that is made along the way, and deletes it through the object's own slot.
 class SlotLocalRef {
  public:
   explicit SlotLocalRef(IQV_JavaVM& vm) noexcept : m_vm(vm) {}
@@ -55,7 +56,7 @@ int32_t CQV_JNIVMManager::BuildClassLoader(JNIEnv* env) noexcept {
   if (!paths.TrySplit(qv::TextOf(classPath))) return E_FAIL;
   if (paths.Count() == 0) return status;
 
-  SlotLocalRef loader(*this);  // behind the array at the end
+  SlotLocalRef loader(*this);  // made before the array's owner, and so deleted after the array
   SlotLocalRef urls(*this);
   *urls.Out() = env->NewObjectArray(paths.Count(), urlClass, nullptr);
   if (!urls) return status;
@@ -66,9 +67,7 @@ int32_t CQV_JNIVMManager::BuildClassLoader(JNIEnv* env) noexcept {
   qv_jobject global = nullptr;
   NewObject(loader.Out(), loaderClass, "([Ljava/net/URL;)", urls.Get());
   if (loader) NewGlobalRef(&global, loader.Get());
-  if (global != nullptr &&
-      InterlockedCompareExchangePointer(reinterpret_cast<void**>(&m_jClassLoader), global, nullptr) != nullptr) {
-    DeleteGlobalRef(global);
-  }
+  jobject none = nullptr;
+  if (global != nullptr && !m_jClassLoader.compare_exchange_strong(none, As<jobject>(global))) DeleteGlobalRef(global);
   return m_jClassLoader != nullptr ? S_OK : status;
 }

@@ -11,8 +11,8 @@ ThreadFlag g_capturing;
 
 namespace {
 
-// Marks the thread while a capture looks up java/lang/Throwable: a failing look-up captures again. False when it could
-// not be marked; nothing would stop such a look-up then.
+// Marks the thread while a capture looks up java/lang/Throwable, because a look-up that fails captures again. False
+// when the thread cannot be marked: nothing would stop the second capture from looking up, too.
 class CapturingScope {
  public:
   CapturingScope() noexcept : m_marked(g_capturing.Set(true)) {}
@@ -65,9 +65,10 @@ void CQV_JNIVMManager::ExceptionClear(qv_jnienv env) noexcept {
   if (env != nullptr) static_cast<JNIEnv*>(env)->ExceptionClear();
 }
 
-// The object's own record may belong to another thread's failure by now and is freed; a host's pointer is not read.
+// Hands the new record over. What the object's own slot holds is freed: it may be the record of another thread's
+// failure by now. A host's pointer is written and never read.
 QV_NOINLINE void CQV_JNIVMManager::StoreCaptured(ErrorRecord** record, ErrorRecord* made) noexcept {
-  if (record == &m_pErrorRecord) {
+  if (record == RecordSlot()) {
     ReplaceErrorRecord(made);
   } else if (record != nullptr) {
     *record = made;
@@ -76,7 +77,7 @@ QV_NOINLINE void CQV_JNIVMManager::StoreCaptured(ErrorRecord** record, ErrorReco
   }
 }
 
-// Apart from the look that finds nothing, which every call pays for.
+// Not inlined, because every call pays for the look that finds nothing.
 QV_NOINLINE void CQV_JNIVMManager::CapturePending(ErrorRecord** record, JNIEnv* env, jthrowable exception) noexcept {
   if (env == nullptr) {
     StoreCaptured(record, qv::NewErrorRecord(qv::texts::kEnvironmentNotAvailable, 0));

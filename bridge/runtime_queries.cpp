@@ -52,7 +52,7 @@ int32_t CQV_JNIVMManager::IsJVMCreated(int32_t* created) noexcept {
 int32_t CQV_JNIVMManager::GetClassPath(IQvString** text) noexcept {
   if (text == nullptr) return E_INVALIDARG;
   *text = nullptr;
-  if (g_bJvmCreated != 0) return GetSystemProperty(text, L"java.class.path");
+  if (JavaHasOurClassPath()) return GetSystemProperty(text, L"java.class.path");
   return JVMConfigInfo().ComposeClassPath(text) ? S_OK : E_FAIL;
 }
 

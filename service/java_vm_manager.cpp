@@ -59,8 +59,9 @@ int32_t CQV_JavaVMManager::GetErrorText(IQvString** ppText) noexcept {
   wchar_t text[qv::kErrorTextUnits];
   {
     const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
-    if (m_pErrorRecord == nullptr) return E_FAIL;
-    std::copy(std::begin(m_pErrorRecord->text), std::end(m_pErrorRecord->text), text);
+    const ErrorRecord* const record = CurrentRecord();
+    if (record == nullptr) return E_FAIL;
+    std::copy(std::begin(record->text), std::end(record->text), text);
   }
   return QvshrCreateString(text, ppText);
 }
@@ -69,8 +70,9 @@ int32_t CQV_JavaVMManager::GetErrorCode(int32_t* pCode) noexcept {
   if (pCode == nullptr) return E_INVALIDARG;
   *pCode = 0;
   const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
-  if (m_pErrorRecord == nullptr) return E_FAIL;
-  *pCode = m_pErrorRecord->code;
+  const ErrorRecord* const record = CurrentRecord();
+  if (record == nullptr) return E_FAIL;
+  *pCode = record->code;
   return S_OK;
 }
 
@@ -78,7 +80,7 @@ QV_NOINLINE bool CQV_JavaVMManager::ExchangeErrorRecord(ErrorRecord* record) noe
   ErrorRecord* old = nullptr;
   {
     const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
-    old = std::exchange(m_pErrorRecord, record);
+    old = std::atomic_ref(m_pErrorRecord).exchange(record, std::memory_order_acq_rel);
   }
   QvshrFree(old);
   return old != nullptr;
@@ -86,7 +88,7 @@ QV_NOINLINE bool CQV_JavaVMManager::ExchangeErrorRecord(ErrorRecord* record) noe
 
 void CQV_JavaVMManager::SetErrorCode(int32_t code) noexcept {
   const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
-  if (m_pErrorRecord != nullptr) m_pErrorRecord->code = code;
+  if (ErrorRecord* const record = CurrentRecord()) record->code = code;
 }
 
 void* CQV_JavaVMManager::Destroy(uint32_t deleteFlag) noexcept {
@@ -96,7 +98,7 @@ void* CQV_JavaVMManager::Destroy(uint32_t deleteFlag) noexcept {
 }
 
 void* CQV_JNIVMManager::Destroy(uint32_t deleteFlag) noexcept {
-  if (jobject const loader = std::exchange(m_jClassLoader, nullptr)) {
+  if (jobject const loader = m_jClassLoader.exchange(nullptr)) {
     static_cast<IQV_JavaVM*>(this)->DeleteGlobalRef(loader);
   }
   return CQV_JavaVMManager::Destroy(deleteFlag);

@@ -1,7 +1,8 @@
 // The service object: CQV_JavaVMManager has identity, lifetime and the error record, CQV_JNIVMManager everything Java.
-// Made by QV_CreateJavaVM alone, destroyed by Release or ReleaseService. Reference counting is interlocked; the hold
-// count is not. m_pErrorRecord is replaced by exchange and read under m_recordLock, which is never held across JNI or
-// host calls that could call back, so that threads which share an object against the rule lose texts, never memory.
+// QV_CreateJavaVM alone makes one; Release or ReleaseService destroys it. Reference counting is interlocked; the hold
+// count is not. The object owns its error record and its class loader, and every access to the two pointers is atomic.
+// A record is exchanged and read under m_recordLock, which is never held across JNI or host calls that could call back:
+// threads that share an object against the rule lose texts, never memory.
 #pragma once
 
 #include <windows.h>
@@ -39,7 +40,7 @@ class CQV_JavaVMManager : public IQV_JavaVM {
     return ExchangeErrorRecord(record);
   }
   // Without the lock: good for having nothing to do.
-  bool IsRecordEmpty() noexcept { return std::atomic_ref(m_pErrorRecord).load(std::memory_order_acquire) == nullptr; }
+  bool IsRecordEmpty() noexcept { return CurrentRecord() == nullptr; }
   // Nothing happens without a record.
   void SetErrorCode(int32_t code) noexcept;
   // Where CaptureException puts this object's record.
@@ -54,10 +55,12 @@ class CQV_JavaVMManager : public IQV_JavaVM {
   ErrorRecord* m_pErrorRecord = nullptr;
   int32_t m_nServiceHolds = 0;
   int32_t m_nRefCount = 1;
-  jobject m_jClassLoader = nullptr;
+  std::atomic<jobject> m_jClassLoader = nullptr;  // a global reference; null until it is built
   mutable SRWLOCK m_recordLock = SRWLOCK_INIT;
 
  private:
+  // Good for a look at it as long as m_recordLock is held.
+  ErrorRecord* CurrentRecord() noexcept { return std::atomic_ref(m_pErrorRecord).load(std::memory_order_acquire); }
   bool ExchangeErrorRecord(ErrorRecord* record) noexcept;
 };
 
@@ -161,10 +164,15 @@ class CQV_JNIVMManager : public CQV_JavaVMManager {
 
  private:
   JNIEnv* JoinThread(ThreadRegistry& registry) noexcept;
+  // Whether Java itself knows the service's class path, because the service created the JVM: then FindClass never asks
+  // for that path and GetClassPath asks Java for it; in a joined JVM it is the other way round, so that neither of the
+  // two ever leads back to the other.
+  static bool JavaHasOurClassPath() noexcept;
   // The class loader over the service's own class path; S_OK without one when that path is empty.
   int32_t BuildClassLoader(JNIEnv* env) noexcept;
   void LoadClassByLoader(JNIEnv* env, qv_jclass* out, const char* name) noexcept;
-  void DescribeMissingClass(JNIEnv* env, const char* name) noexcept;
+  // E_FAIL, with the reason in the record.
+  int32_t MissingClass(JNIEnv* env, const char* name) noexcept;
   void StoreCaptured(ErrorRecord** record, ErrorRecord* made) noexcept;
   void CapturePending(ErrorRecord** record, JNIEnv* env, jthrowable exception) noexcept;
   int32_t GetSystemProperty(IQvString** text, const wchar_t* key) noexcept;
