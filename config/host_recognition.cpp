@@ -3,6 +3,8 @@
 
 #include <array>
 
+#include "store/product.h"
+
 namespace qv {
 
 namespace {

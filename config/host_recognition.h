@@ -5,9 +5,6 @@
 
 namespace qv {
 
-// The product version; its digits name the executables, the text names the registry roots.
-inline constexpr std::wstring_view kProductVersion = L"19.0";
-
 struct HostIdentity {
   bool known = false;
   bool quovant = true;    // false: the Tablero family

@@ -12,7 +12,7 @@
 #include "host/host_ref.h"
 #include "host/host_text.h"
 #include "store/option_plan.h"
-#include "store/registry_root.h"
+#include "store/product.h"
 
 // Finds the handle that start-up recorded for a library name; null when there is none.
 using FindLoadedModuleFn = HMODULE (*)(const char* name);

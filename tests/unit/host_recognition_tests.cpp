@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "config/host_recognition.h"
-#include "store/registry_root.h"
+#include "store/product.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
