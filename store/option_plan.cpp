@@ -34,29 +34,27 @@ char* ToOptionString(const wchar_t* text) noexcept {
 
 }  // namespace
 
-OptionArray::~OptionArray() { FreeOptions(m_options, m_count); }
+OptionArray::~OptionArray() { FreeOptions(m_options, m_filled); }
 
 bool OptionArray::TryAllocate(int32_t count) noexcept {
-  if (count > kMostOptions) return false;
   m_options = AllocHostArray<JavaVMOption>(static_cast<size_t>(count)).release();
-  if (m_options == nullptr) return false;
-  m_count = count;
-  for (int32_t i = 0; i < count; ++i) m_options[i].optionString = nullptr;
+  return m_options != nullptr;
+}
+
+bool OptionArray::TryAppend(const wchar_t* text) noexcept {
+  char* const option = ToOptionString(text);
+  if (option == nullptr) return false;
+  m_options[m_filled++].optionString = option;
   return true;
 }
 
-bool OptionArray::TrySet(int32_t index, const wchar_t* text) noexcept {
-  m_options[index].optionString = ToOptionString(text);
-  return m_options[index].optionString != nullptr;
-}
-
-bool OptionArray::TrySetHook(int32_t index, const wchar_t* name, void* hook) noexcept {
-  m_options[index].extraInfo = hook;
-  return TrySet(index, name);
+bool OptionArray::TryAppendHook(const wchar_t* name, void* hook) noexcept {
+  m_options[m_filled].extraInfo = hook;
+  return TryAppend(name);
 }
 
 JavaVMOption* OptionArray::Release() noexcept {
-  m_count = 0;
+  m_filled = 0;
   return std::exchange(m_options, nullptr);
 }
 

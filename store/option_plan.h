@@ -45,10 +45,9 @@ struct OptionSources {
 };
 
 inline constexpr int32_t kFixedOptions = 4;
-// A Count is a stranger's claim: above this many options no array is asked for, which would be filled page by page.
-inline constexpr int32_t kMostOptions = 1 << 20;
 
-// An array of options in host blocks. Every optionString is null until set; frees all of it unless released.
+// An array of options in host blocks, filled from its beginning; frees all of it unless released. What is not filled is
+// never touched: a Count is a stranger's claim, and an array for 2^31 options costs no page until it has entries.
 class OptionArray {
  public:
   OptionArray() noexcept = default;
@@ -56,16 +55,16 @@ class OptionArray {
   OptionArray& operator=(const OptionArray&) = delete;
   ~OptionArray();
 
-  // False without memory or above kMostOptions.
+  // Room for that many options. False without memory.
   [[nodiscard]] bool TryAllocate(int32_t count) noexcept;
   // Converts the text to the ANSI code page. False without memory or when it cannot be converted.
-  [[nodiscard]] bool TrySet(int32_t index, const wchar_t* text) noexcept;
-  [[nodiscard]] bool TrySetHook(int32_t index, const wchar_t* name, void* hook) noexcept;
+  [[nodiscard]] bool TryAppend(const wchar_t* text) noexcept;
+  [[nodiscard]] bool TryAppendHook(const wchar_t* name, void* hook) noexcept;
   [[nodiscard]] JavaVMOption* Release() noexcept;
 
  private:
   JavaVMOption* m_options = nullptr;
-  int32_t m_count = 0;
+  int32_t m_filled = 0;
 };
 
 // Frees what a released OptionArray handed out: every text in index order, then the array. Null is allowed.
@@ -93,15 +92,15 @@ bool BuildOptionArray(const OptionSources& sources, ReadConfigured&& readConfigu
   *count = total;
   const HostText classPath = ClassPathOption(sources.threadClassPath, sources.classPath);
   const HostText bootClassPath{sources.bootClassPathOption};
-  bool complete = classPath.Ok() && bootClassPath.Ok() && array.TrySet(0, classPath.Text()) &&
-                  array.TrySet(1, bootClassPath.Text()) && array.TrySetHook(2, L"vfprintf", sources.vfprintfHook) &&
-                  array.TrySetHook(3, L"exit", sources.exitHook);
+  bool complete = classPath.Ok() && bootClassPath.Ok() && array.TryAppend(classPath.Text()) &&
+                  array.TryAppend(bootClassPath.Text()) && array.TryAppendHook(L"vfprintf", sources.vfprintfHook) &&
+                  array.TryAppendHook(L"exit", sources.exitHook);
   for (int32_t i = 0; complete && i < sources.configuredCount; ++i) {
     StringRef text;
-    complete = readConfigured(i, text) && array.TrySet(kFixedOptions + i, text ? text->GetText() : L"");
+    complete = readConfigured(i, text) && array.TryAppend(text ? text->GetText() : L"");
   }
   for (int32_t j = 0; complete && j < properties; ++j) {
-    complete = array.TrySet(kFixedOptions + sources.configuredCount + j, sources.properties->At(j));
+    complete = array.TryAppend(sources.properties->At(j));
   }
   if (complete) *options = array.Release();
   return complete;

@@ -20,6 +20,8 @@ constexpr size_t kPage = 4096;
 constexpr size_t kArenaBytes = size_t{256} << 20;
 constexpr size_t kMaxArenas = 512;
 constexpr size_t kRedZone = 16;
+constexpr size_t kMostFilled = size_t{16}
+                               << 20;  // of a larger block the rest stays untouched, so that it costs no page
 constexpr size_t kFirstTable = 4096;
 constexpr int kFresh = 0xCD;           // what a new block holds: not initialised, and it shows
 constexpr int kFreed = 0xDD;           // what a freed heap block holds
@@ -139,8 +141,10 @@ bool TryMakeGuarded(Record& record) noexcept {
   record.base = TakePages(pages + kPage);  // the last page is never committed
   if (record.base == nullptr || VirtualAlloc(record.base, pages, MEM_COMMIT, PAGE_READWRITE) == nullptr) return false;
   record.address = record.base + pages - RoundUp(record.bytes, 16);
-  std::memset(record.base, kEdge, pages);
-  std::memset(record.address, kFresh, record.bytes);
+  std::byte* const end = record.address + record.bytes;
+  std::memset(record.base, kEdge, static_cast<size_t>(record.address - record.base));
+  std::memset(end, kEdge, static_cast<size_t>(record.base + pages - end));
+  std::memset(record.address, kFresh, std::min(record.bytes, kMostFilled));
   return true;
 }
 
@@ -148,7 +152,7 @@ bool TryMakeOnHeap(Record& record) noexcept {
   record.base = nullptr;
   record.address = static_cast<std::byte*>(HeapAlloc(GetProcessHeap(), 0, record.bytes + kRedZone));
   if (record.address == nullptr) return false;
-  std::memset(record.address, kFresh, record.bytes);
+  std::memset(record.address, kFresh, std::min(record.bytes, kMostFilled));
   std::memset(record.address + record.bytes, kEdge, kRedZone);
   return true;
 }
@@ -184,7 +188,7 @@ void GiveMemoryBack(Record& record) noexcept {
     VirtualFree(record.base, PagesBytes(record.bytes), MEM_DECOMMIT);
     record.state = RecordState::Removed;
   } else {
-    std::memset(record.address, kFreed, record.bytes);
+    std::memset(record.address, kFreed, std::min(record.bytes, kMostFilled));
     HeapFree(GetProcessHeap(), 0, record.address);
   }
 }

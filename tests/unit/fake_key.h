@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <optional>
@@ -25,7 +26,10 @@ class FakeString final : public IQvString {
       : m_text(std::move(text)), m_gone(std::move(gone)) {}
 
   int32_t QueryInterface(const GUID&, void**) noexcept override { return QV_E_NOINTERFACE; }
-  uint32_t AddRef() noexcept override { return ++references; }
+  uint32_t AddRef() noexcept override {
+    if (onShare) onShare();
+    return ++references;
+  }
   uint32_t Release() noexcept override {
     if (--references == 0 && m_gone) m_gone();
     return references;
@@ -41,7 +45,8 @@ class FakeString final : public IQvString {
     return QV_E_NOTIMPL;
   }
 
-  uint32_t references = 1;
+  std::atomic<uint32_t> references = 1;
+  std::function<void()> onShare;  // before another reference is taken
 
  private:
   std::wstring m_text;
@@ -84,10 +89,11 @@ class FakeKey final : public IQvRegKey {
     queried.push_back(TextOf(name));
     *value = nullptr;
     const auto at = values.find(queried.back());
-    return at != values.end() ? Answer(at->second, value) : QV_E_FAIL;
+    return at != values.end() ? Answer(at->second, value) : Answer(anyOther, value);
   }
 
   std::map<std::wstring, Value> values;
+  Value anyOther{QV_E_FAIL, std::nullopt};  // what a query for another name gets
   int32_t openStatus = QV_S_OK;
   uint32_t references = 1;
   int enumerations = 0;

@@ -177,6 +177,17 @@ TEST_F(StartOptionsTest, AHugeCountIsFalseWithNothingLeft) {
   }
 }
 
+TEST_F(StartOptionsTest, MoreThanAMillionOptionsAreHandedOutWhenAllOfThemAreThere) {
+  const GuardPages none(false);  // they would take a page for each of the texts
+  FakeKey key;
+  key.values = {{L"Count", {0, L"1048577"}}};
+  key.anyOther = {0, L"-Dx"};
+  const FakeRegistry registry(key);
+  const Texts options = Configured();
+  ASSERT_EQ(options.size(), 1048578u) << "and the Count, which stands for the one property";
+  EXPECT_EQ(std::count(options.begin(), options.end(), "-Dx"), 1048577);
+}
+
 TEST_F(StartOptionsTest, ACountThatNoIntegerHoldsIsFalseOrAWrappedCount) {
   SetOptions(L"QVRTConfig", {L"a", L"b", L"c", L"d"});
   m_registry.CreateKey(Hive::Machine, Key(L"QVRTConfig", L"QVJVMprops"));
