@@ -14,6 +14,7 @@
 #include "service/jvm_start.h"
 #include "service/runtime_folder.h"
 #include "service/thread_registry.h"
+#include "store/secret.h"
 
 namespace {
 
@@ -34,7 +35,9 @@ void TraceOption(const char* option) noexcept {
   wchar_t text[512];
   const int units = MultiByteToWideChar(CP_ACP, 0, option, static_cast<int>(std::min<size_t>(std::strlen(option), 511)),
                                         text, static_cast<int>(std::size(text)));
-  qv::Trace({L"option ", std::wstring_view(text, static_cast<size_t>(units))});
+  const std::wstring_view whole(text, static_cast<size_t>(units));
+  const std::wstring_view shown = qv::WithoutSecret(whole);
+  qv::Trace({L"option ", shown, shown.size() < whole.size() ? L"***" : L""});
 }
 
 // The module that holds the address, not counted; null when there is none.

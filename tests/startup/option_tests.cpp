@@ -159,6 +159,25 @@ TEST(Options, UnknownHostsListWithAGapIsNoConfiguration) {
   EXPECT_EQ(world.jvm.Count(kFakeCreateVM), 0u);
 }
 
+TEST(Options, ListenersOfTheDebugChannelHearNoSecret) {
+  StartupWorld world;
+  static std::wstring told;
+  told.clear();
+  const ImportHook debugger(
+      nullptr, "IsDebuggerPresent", +[]() WINAPI { return BOOL{TRUE}; });
+  const ImportHook output(
+      nullptr, "OutputDebugStringW", +[](const wchar_t* text) WINAPI { told += text; });
+  world.registry.SetList(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMconfig",
+                         {L"-agentlib:x=user=me,Pwd=h1dden", L"-Xss1m"});
+  world.registry.SetText(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMprops", L"my.PassWord", L"h1dden");
+  ASSERT_EQ(CreateVM().status, 0);
+  EXPECT_NE(told.find(L"option -agentlib:x=user=me,Pwd=***\n"), std::wstring::npos) << ToUtf8(told);
+  EXPECT_NE(told.find(L"option -Xss1m\n"), std::wstring::npos) << ToUtf8(told);
+  EXPECT_NE(told.find(L"option -Dmy.PassWord=***\n"), std::wstring::npos) << ToUtf8(told);
+  EXPECT_EQ(told.find(L"h1dden"), std::wstring::npos) << ToUtf8(told);
+  EXPECT_EQ(world.jvm.OptionTexts().at(6), "-Dmy.PassWord=h1dden") << "the JVM gets it whole";
+}
+
 TEST(Options, CountThatNoListCanHaveEndsQuicklyAndSafely) {
   for (const wchar_t* count : {L"2147483647", L"2147483643", L"4294967296", L"99999999999999999999"}) {
     SCOPED_TRACE(ToUtf8(count));

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "store/option_plan.h"
+#include "store/secret.h"
 #include "tests/support/import_hook.h"
 #include "tests/unit/unit_fixture.h"
 
@@ -209,6 +210,38 @@ TEST_F(OptionPlanTest, TextsOfAHundredThousandUnitsAreKeptWhole) {
   ASSERT_TRUE(built.ok);
   EXPECT_TRUE(built.texts[0] == "-Djava.class.path=" + std::string(100000, 'p'));
   EXPECT_TRUE(built.texts[4] == std::string(100000, 'p'));
+}
+
+TEST(SecretTest, AnOptionIsToldUpToTheValueBehindANameThatSaysSecret) {
+  const struct {
+    const wchar_t* option;
+    const wchar_t* want;
+  } rows[] = {
+      {L"-Djavax.net.ssl.keyStorePassword=x", L"-Djavax.net.ssl.keyStorePassword="},
+      {L"-DPASSWD=x", L"-DPASSWD="},
+      {L"-Ddb.pwd=a=b", L"-Ddb.pwd="},
+      {L"-Dclient.Secret.key=x", L"-Dclient.Secret.key="},
+      {L"-Dauth_token=x,y", L"-Dauth_token="},
+      {L"-Daws.Credentials=x", L"-Daws.Credentials="},
+      {L"-Dkey.passPhrase=", L"-Dkey.passPhrase="},
+      {L"-XX:SomePassword=x", L"-XX:SomePassword="},
+      {L"--token=x", L"--token="},
+      {L"-agentlib:x=password=y", L"-agentlib:x=password="},
+      {L"-agentlib:x=user=a,pwd=b,port=1", L"-agentlib:x=user=a,pwd="},
+      {L"-javaagent:C:\\a.jar=secret=b", L"-javaagent:C:\\a.jar=secret="},
+      {L"-Durl=jdbc:x://h/d?user=a&password=b", L"-Durl=jdbc:x://h/d?user=a&password="},
+      {L"-Da password of b=c", L"-Da password of b="},
+      // Nothing is hidden here.
+      {L"-Dpassword", L"-Dpassword"},
+      {L"-Duser=password", L"-Duser=password"},
+      {L"-Duser=secret,mode=x", L"-Duser=secret,mode=x"},
+      {L"-Dpass=word=x", L"-Dpass=word=x"},
+      {L"-Djava.class.path=C:\\token=1\\a.jar;C:\\secret=2", L"-Djava.class.path=C:\\token=1\\a.jar;C:\\secret=2"},
+      {L"-Xbootclasspath/a:C:\\token=1\\a.jar", L"-Xbootclasspath/a:C:\\token=1\\a.jar"},
+      {L"-Xmx128m", L"-Xmx128m"},
+      {L"", L""},
+  };
+  for (const auto& row : rows) EXPECT_EQ(qv::WithoutSecret(row.option), row.want) << ToUtf8(row.option);
 }
 
 TEST_F(OptionPlanTest, NoArrayIsFreedAsNothing) {
