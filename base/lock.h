@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include "base/process_end.h"
+
 namespace qv {
 
 class CriticalSectionGuard {
@@ -18,10 +20,10 @@ class CriticalSectionGuard {
   CRITICAL_SECTION& m_section;
 };
 
+// Takes nothing while the process ends: who held the lock may be gone, and nobody else runs.
 class SlimGuard {
  public:
-  // With `take` false it guards nothing: for code that also runs when the other threads are gone.
-  explicit SlimGuard(SRWLOCK& lock, bool take = true) noexcept : m_lock(lock), m_taken(take) {
+  explicit SlimGuard(SRWLOCK& lock) noexcept : m_lock(lock), m_taken(!ProcessIsEnding()) {
     if (m_taken) AcquireSRWLockExclusive(&m_lock);
   }
   ~SlimGuard() {

@@ -9,7 +9,9 @@
 
 namespace qv {
 
-// One line, "qvjvm: " before it, cut at 1,023 units. Threads: any.
+// One line, "qvjvm: " before it, cut at 1,023 units. Threads: any. Never under a lock that other threads' operations
+// take: a viewer that hangs holds a line back for seconds. Start-up alone tells its lines as it goes, under its own
+// lock too, because the JVM may end the process before there is a later.
 void Trace(std::initializer_list<std::wstring_view> pieces) noexcept;
 
 // A number as text, for a piece of a line; valid as long as the object.

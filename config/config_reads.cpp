@@ -18,23 +18,13 @@ bool CQV_JVMConfigInfo::OpenRootKey(HKEY hive, uint32_t access, IQvRegKey** key)
 }
 
 bool CQV_JVMConfigInfo::ReadJavaLocation(const wchar_t* valueName, IQvString*& cached, IQvString** location) noexcept {
-  qv::StringRef value;
-  {
-    const qv::SlimGuard guard(m_textLock);
-    if (cached != nullptr) {
-      cached->AddRef();
-      value.Reset(cached);
-    }
-  }
+  qv::StringRef value = HeldText(cached);
   if (!value) {
     ChooseRegistryRoot();
     if (!qv::ReadJavaKeyValue(m_szRegistryRoot, valueName, value)) return false;
     // Kept only once a runtime was found; before that every call reads the registry afresh.
     const qv::SlimGuard guard(m_textLock);
-    if (m_bRuntimeFound && value && cached == nullptr) {
-      value->AddRef();
-      cached = value.Get();
-    }
+    if (m_bRuntimeFound && cached == nullptr) cached = qv::StringRef::Share(value.Get()).Detach();
   }
   if (!value) return true;  // the host library found a value without text: no object, yet no failure
   qv::StringRef copy = qv::MakeString(value->GetText());

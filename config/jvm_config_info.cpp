@@ -11,7 +11,6 @@
 #include "base/lock.h"
 #include "base/module_handle.h"
 #include "base/procedure.h"
-#include "base/process_end.h"
 #include "base/trace.h"
 #include "config/folders.h"
 #include "config/host_recognition.h"
@@ -95,18 +94,27 @@ void* CQV_JVMConfigInfo::Destroy(uint32_t deleteFlag) noexcept {
 bool CQV_JVMConfigInfo::Load() noexcept {
   if (std::atomic_ref(m_bLoaded).load(std::memory_order_acquire)) return true;
   if (g_csConfigLoad == nullptr) return false;
-  const qv::CriticalSectionGuard guard(*g_csConfigLoad);
-  return m_bLoaded || LoadLocked();
+  wchar_t hostPath[qv::kPathUnits] = {};
+  qv::StringRef logPath;
+  {
+    const qv::CriticalSectionGuard guard(*g_csConfigLoad);
+    if (m_bLoaded) return true;
+    if (!LoadLocked(hostPath)) return false;
+    logPath = qv::StringRef::Share(m_pLogFilePath);
+  }
+  // Not under the lock: who listens may be slow to take a line.
+  qv::Trace({L"host ", hostPath, m_bLoomhallHost ? L", a Java launcher" : L"",
+             m_bHostKnown ? L", known" : L", not known", L"; log ", logPath ? logPath->GetText() : kLogFileName});
+  return true;
 }
 
-bool CQV_JVMConfigInfo::LoadLocked() noexcept {
+bool CQV_JVMConfigInfo::LoadLocked(wchar_t (&hostPath)[qv::kPathUnits]) noexcept {
   m_bFresh = false;
-  wchar_t path[qv::kPathUnits] = {};
-  const DWORD units = GetModuleFileNameW(nullptr, path, qv::kPathUnits);
+  const DWORD units = GetModuleFileNameW(nullptr, hostPath, qv::kPathUnits);
   if (units == 0 || units >= qv::kPathUnits) return false;  // 260 may be a cut path
-  CharLowerW(path);
+  CharLowerW(hostPath);
   wchar_t fileName[kFileNameUnits] = {};
-  if (QvshrGetFileName(path, fileName, kFileNameUnits) <= 0) fileName[0] = L'\0';
+  if (QvshrGetFileName(hostPath, fileName, kFileNameUnits) <= 0) fileName[0] = L'\0';
   fileName[kFileNameUnits - 1] = L'\0';
 
   const qv::HostIdentity host = qv::RecogniseHost(fileName);
@@ -118,28 +126,22 @@ bool CQV_JVMConfigInfo::LoadLocked() noexcept {
   LoadStringW(g_hModule, m_bQuovantHost ? IDS_SERVICE_NAME_QUOVANT : IDS_SERVICE_NAME_TABLERO, m_szServiceName,
               static_cast<int>(std::size(m_szServiceName)));
   m_pLogFilePath = DefaultLogPath().Detach();
-  qv::Trace({L"host ", path, host.loomhall ? L", a Java launcher" : L"", host.known ? L", known" : L", not known",
-             L"; log ", m_pLogFilePath != nullptr ? m_pLogFilePath->GetText() : kLogFileName});
   std::atomic_ref(m_bLoaded).store(true, std::memory_order_release);
   return true;
 }
 
+qv::StringRef CQV_JVMConfigInfo::HeldText(IQvString* const& held) noexcept {
+  const qv::SlimGuard guard(m_textLock);
+  return qv::StringRef::Share(held);
+}
+
 void CQV_JVMConfigInfo::GetLogFilePath(IQvString** path) noexcept {
-  qv::StringRef stored;
-  {
-    // At process end the lock's holder may be gone; nobody else runs then either.
-    const qv::SlimGuard guard(m_textLock, !qv::ProcessIsEnding());
-    if (m_pLogFilePath != nullptr) {
-      m_pLogFilePath->AddRef();
-      stored.Reset(m_pLogFilePath);
-    }
-  }
+  const qv::StringRef stored = HeldText(m_pLogFilePath);
   *path = qv::MakeString(stored ? stored->GetText() : kLogFileName).Detach();
 }
 
 void CQV_JVMConfigInfo::SetLogFilePath(IQvString* path) noexcept {
-  qv::StringRef old;
+  qv::StringRef old;  // released once the lock is free
   const qv::SlimGuard guard(m_textLock);
-  old.Reset(m_pLogFilePath);
-  m_pLogFilePath = path;
+  old.Reset(std::exchange(m_pLogFilePath, path));
 }

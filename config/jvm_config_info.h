@@ -1,12 +1,14 @@
 // CQV_JVMConfigInfo: the one process-wide record of what the service has learned about its host and its runtime.
 // The single instance exists from before the first export can be called until the library unloads.
-// g_csConfigLoad guards Load; m_textLock guards the three owned strings, held only to swap or copy a reference.
+// g_csConfigLoad guards Load; m_textLock guards the three owned strings, held only to swap or share a reference, and by
+// nobody once the process ends.
 #pragma once
 
 #include <windows.h>
 
 #include <jni.h>
 
+#include "config/folders.h"
 #include "config/runtime_choice.h"
 #include "host/host_memory.h"
 #include "host/host_ref.h"
@@ -90,7 +92,10 @@ class CQV_JVMConfigInfo {
   ~CQV_JVMConfigInfo();
 
  private:
-  bool LoadLocked() noexcept;
+  // Gives the host's path in lower case.
+  bool LoadLocked(wchar_t (&hostPath)[qv::kPathUnits]) noexcept;
+  // A reference of the caller's own to one of the three strings.
+  qv::StringRef HeldText(IQvString* const& held) noexcept;
   void ChooseRegistryRoot() noexcept;
   bool ReadJavaLocation(const wchar_t* valueName, IQvString*& cached, IQvString** location) noexcept;
   // Puts the first runtime below `home` in front of PATH. `pathSet` is what setting it returned, untouched unless one

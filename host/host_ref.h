@@ -21,6 +21,11 @@ class HostRef {
   }
   ~HostRef() { Reset(); }
 
+  // A reference of its own to an object that somebody else holds; null gives an empty one.
+  [[nodiscard]] static HostRef Share(T* object) noexcept {
+    if (object != nullptr) object->AddRef();
+    return HostRef(object);
+  }
   void Reset(T* adopted = nullptr) noexcept {
     T* const old = std::exchange(m_object, adopted);
     if (old != nullptr) old->Release();

@@ -7,7 +7,6 @@
 
 #include "base/compiler.h"
 #include "base/lock.h"
-#include "base/process_end.h"
 #include "service/jni_initializer.h"
 #include "service/thread_registry.h"
 
@@ -58,7 +57,7 @@ int32_t CQV_JavaVMManager::GetErrorText(IQvString** ppText) noexcept {
   *ppText = nullptr;
   wchar_t text[qv::kErrorTextUnits];
   {
-    const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
+    const qv::SlimGuard guard(m_recordLock);
     const ErrorRecord* const record = CurrentRecord();
     if (record == nullptr) return E_FAIL;
     std::copy(std::begin(record->text), std::end(record->text), text);
@@ -69,7 +68,7 @@ int32_t CQV_JavaVMManager::GetErrorText(IQvString** ppText) noexcept {
 int32_t CQV_JavaVMManager::GetErrorCode(int32_t* pCode) noexcept {
   if (pCode == nullptr) return E_INVALIDARG;
   *pCode = 0;
-  const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
+  const qv::SlimGuard guard(m_recordLock);
   const ErrorRecord* const record = CurrentRecord();
   if (record == nullptr) return E_FAIL;
   *pCode = record->code;
@@ -79,7 +78,7 @@ int32_t CQV_JavaVMManager::GetErrorCode(int32_t* pCode) noexcept {
 QV_NOINLINE bool CQV_JavaVMManager::ExchangeErrorRecord(ErrorRecord* record) noexcept {
   ErrorRecord* old = nullptr;
   {
-    const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
+    const qv::SlimGuard guard(m_recordLock);
     old = std::atomic_ref(m_pErrorRecord).exchange(record, std::memory_order_acq_rel);
   }
   QvshrFree(old);
@@ -87,7 +86,7 @@ QV_NOINLINE bool CQV_JavaVMManager::ExchangeErrorRecord(ErrorRecord* record) noe
 }
 
 void CQV_JavaVMManager::SetErrorCode(int32_t code) noexcept {
-  const qv::SlimGuard guard(m_recordLock, !qv::ProcessIsEnding());
+  const qv::SlimGuard guard(m_recordLock);
   if (ErrorRecord* const record = CurrentRecord()) record->code = code;
 }
 

@@ -35,11 +35,11 @@ void FreeThreadClassPath(ThreadClassPath* entry) noexcept {
 }
 
 // A broken library file must not stop the host at a system dialog.
-HMODULE LoadWithoutDialogs(const char* name) noexcept {
+HMODULE LoadWithoutDialogs(const char* name, DWORD& error) noexcept {
   DWORD previous = 0;
   const BOOL changed = SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &previous);
   const HMODULE library = LoadLibraryA(name);
-  if (library == nullptr) qv::Trace({L"jvm.dll cannot be loaded, Windows error ", qv::TraceNumber(GetLastError())});
+  if (library == nullptr) error = GetLastError();
   if (changed != FALSE) SetThreadErrorMode(previous, nullptr);
   return library;
 }
@@ -98,6 +98,14 @@ const wchar_t* ThreadRegistry::FindThreadClassPath(uint32_t threadId) noexcept {
 }
 
 HMODULE ThreadRegistry::LoadModuleCached(const char* name) noexcept {
+  DWORD error = ERROR_SUCCESS;
+  const HMODULE handle = LoadModuleOnce(name, error);
+  // Not under the lock: who listens may be slow to take a line.
+  if (error != ERROR_SUCCESS) qv::Trace({L"jvm.dll cannot be loaded, Windows error ", qv::TraceNumber(error)});
+  return handle;
+}
+
+HMODULE ThreadRegistry::LoadModuleOnce(const char* name, DWORD& error) noexcept {
   const qv::CriticalSectionGuard guard(m_lock);
   const auto* const known =
       m_modules->FindFirst([&](const ModuleEntry& item) { return std::strcmp(item.name, name) == 0; });
@@ -106,7 +114,7 @@ HMODULE ThreadRegistry::LoadModuleCached(const char* name) noexcept {
   qv::HostPtr<ModuleEntry> entry(static_cast<ModuleEntry*>(QvshrAlloc(sizeof(ModuleEntry))));
   qv::HostPtr<char> copy(CopyText(name, std::strlen(name)));
   if (!entry || !copy) return nullptr;
-  *entry = {copy.get(), LoadWithoutDialogs(name)};
+  *entry = {copy.get(), LoadWithoutDialogs(name, error)};
   const HMODULE handle = entry->handle;
   if (!m_modules->Append(entry.get())) {
     if (handle != nullptr) FreeLibrary(handle);

@@ -66,6 +66,8 @@ class ThreadRegistry {
  private:
   ThreadRegistry() noexcept = default;
   JNIEnv* FindCurrentThreadEnv() noexcept;
+  // `error` is set when the library was tried and cannot be loaded.
+  HMODULE LoadModuleOnce(const char* name, DWORD& error) noexcept;
   InitializerNode* FindInitializer(uint32_t threadId) noexcept;
 
   template <class T>

@@ -4,11 +4,13 @@
 
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "base/trace.h"
 #include "config/jvm_config_info.h"
 #include "service/jvm_start.h"
+#include "service/thread_registry.h"
 #include "tests/support/environment.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/registry_sandbox.h"
@@ -63,6 +65,48 @@ TEST_F(Trace, NumbersOfEverySize) {
   qv::Trace({qv::TraceNumber(0), L" ", qv::TraceNumber(-7), L" ", qv::TraceNumber(std::numeric_limits<int64_t>::min()),
              L" ", qv::TraceNumber(std::numeric_limits<int64_t>::max())});
   EXPECT_THAT(Lines(), ElementsAre(L"qvjvm: 0 -7 -9223372036854775808 9223372036854775807\n"));
+}
+
+// Whether another thread gets through this while a line is written; never without an end.
+template <class Work>
+bool AnotherThreadGetsThrough(Work&& work) {
+  const HANDLE thread = CreateThread(
+      nullptr, 0,
+      [](void* context) -> DWORD {
+        (*static_cast<std::remove_reference_t<Work>*>(context))();
+        return 0;
+      },
+      &work, 0, nullptr);
+  const bool through = WaitForSingleObject(thread, 20000) == WAIT_OBJECT_0;
+  if (!through) TerminateThread(thread, 1);
+  CloseHandle(thread);
+  return through;
+}
+
+std::vector<bool>& LocksFree() {
+  static std::vector<bool> free;
+  return free;
+}
+void WINAPI TakeLocks(const wchar_t* text) {
+  Lines().emplace_back(text);
+  LocksFree().push_back(AnotherThreadGetsThrough([] {
+    EnterCriticalSection(g_csConfigLoad);
+    LeaveCriticalSection(g_csConfigLoad);
+    (void)g_pThreadRegistry->FindModule("any");
+  }));
+}
+
+TEST_F(Trace, ALineIsWrittenUnderNeitherTheLockOfTheLoadNorThatOfTheRegistry) {
+  const ImportHook output(nullptr, "OutputDebugStringW", &TakeLocks);
+  const TempFolder nowhere;
+  const EnvironmentScope javaHome(L"JAVA_HOME", nowhere.Path());
+  const ServiceProcess service;
+  ASSERT_TRUE(JVMConfigInfo().Load());
+  EXPECT_LT(StartJavaVM("no-such-jvm.dll", nullptr), 0);
+  ASSERT_GT(Lines().size(), 2U);
+  EXPECT_THAT(Lines().front(), HasSubstr(L"qvjvm: host "));
+  EXPECT_THAT(Lines().back(), HasSubstr(L"cannot be loaded"));
+  for (size_t i = 0; i < Lines().size(); ++i) EXPECT_TRUE(LocksFree()[i]) << "line " << i;
 }
 
 TEST_F(Trace, AFailedStartTellsWhatItTried) {

@@ -1,6 +1,11 @@
 // The readers of the host product's registry keys, against the real registry with hives of the test's own.
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
 #include <vector>
 
+#include "base/process_end.h"
 #include "store/config_store.h"
 #include "tests/support/message_box.h"
 #include "tests/unit/fake_key.h"
@@ -285,6 +290,61 @@ TEST_F(ConfigStoreTest, TheUserClassPathIsOpenedWithReadAccess) {
   EXPECT_EQ(TakeText(list), L"a");
   EXPECT_EQ(registry.Requests(), (std::vector<FakeRegistry::Request>{{HKEY_CURRENT_USER, kQuovantRoot, 0x20019}}));
   EXPECT_EQ(key.opened, (std::vector<std::pair<std::wstring, uint32_t>>{{L"ClassPath", 0x20019}}));
+}
+
+// ---- the process's end ----
+
+// The service looks up once how to ask whether the process ends: from the program's start it finds this.
+class EndOfProcess : public testing::Environment {
+ public:
+  void SetUp() override {
+    const ImportHook lookUp(
+        nullptr, "GetProcAddress", +[](HMODULE, LPCSTR) WINAPI {
+          return reinterpret_cast<FARPROC>(
+              reinterpret_cast<void*>(+[]() -> BOOLEAN { return s_ending ? TRUE : FALSE; }));
+        });
+    (void)qv::ProcessIsEnding();
+  }
+  static inline std::atomic<bool> s_ending = false;
+};
+const auto* const g_endOfProcess = testing::AddGlobalTestEnvironment(new EndOfProcess);
+
+TEST_F(ConfigStoreTest, AtTheProcessesEndNobodyWaitsForAThreadThatIsGoneWithTheLock) {
+  m_config->m_bRuntimeFound = true;
+  m_registry.SetText(Hive::Machine, JavaKey(), L"JDKLocation", L"C:\\jdk");
+  std::promise<void> held;
+  std::promise<void> gone;
+  FakeString stored(L"log");
+  std::atomic<bool> first = true;
+  stored.onShare = [&] {
+    if (!first.exchange(false)) return;
+    held.set_value();
+    gone.get_future().wait();
+  };
+  m_config->SetLogFilePath(&stored);
+  const auto readLog = [&] {
+    IQvString* path = nullptr;
+    m_config->GetLogFilePath(&path);
+    return TakeText(path);
+  };
+  std::thread holder(readLog);
+  held.get_future().wait();
+  EndOfProcess::s_ending = true;
+  std::atomic<int> returned = 0;
+  auto atTheEnd = std::async(std::launch::async, [&] {
+    EXPECT_EQ(readLog(), L"log");
+    ++returned;
+    EXPECT_EQ(Read(kLocations[0]), L"true: C:\\jdk");
+    ++returned;
+    m_config->SetLogFilePath(nullptr);
+    ++returned;
+  });
+  atTheEnd.wait_for(std::chrono::seconds(20));
+  EXPECT_EQ(returned, 3) << "GetLogFilePath, ReadJDKLocation, SetLogFilePath: the next one waits";
+  gone.set_value();
+  holder.join();
+  atTheEnd.wait();
+  EndOfProcess::s_ending = false;
 }
 
 // ---- the log path ----
