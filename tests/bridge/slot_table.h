@@ -8,6 +8,7 @@
 
 #include "qvjvm/qvjvm.h"
 #include "tests/bridge/fake_jni.h"
+#include "tests/support/product.h"
 
 namespace qvtest {
 
@@ -53,7 +54,6 @@ class SlotTable {
   std::array<void*, kBefore + QV_SLOT_COUNT> m_watched{};
 };
 
-const char* SlotName(size_t slot);
 // As a call through the slot stands in the record.
 std::string SlotLine(size_t slot);
 

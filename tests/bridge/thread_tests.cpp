@@ -3,13 +3,12 @@
 
 #include <algorithm>
 #include <atomic>
-#include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/bridge/bridge_test.h"
 #include "tests/support/import_hook.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 
@@ -18,37 +17,10 @@ namespace {
 constexpr int kThreads = 4;
 constexpr DWORD kLimitMs = 60000;
 
-class Event {
- public:
-  Event() : m_handle(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
-  ~Event() { CloseHandle(m_handle); }
-  Event(const Event&) = delete;
-  Event& operator=(const Event&) = delete;
-  void Set() { SetEvent(m_handle); }
-  // Fails the test when nobody sets it.
-  void Wait() { EXPECT_EQ(WaitForSingleObject(m_handle, kLimitMs), WAIT_OBJECT_0); }
-
- private:
-  HANDLE m_handle;
-};
-
 class Threads : public BridgeTest {
  protected:
   Threads() { SetCreated(true); }
 
-  // The work on so many threads, all of which begin together.
-  static void OnThreads(int count, const std::function<void(int)>& work) {
-    Event go;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) {
-      threads.emplace_back([&, i] {
-        go.Wait();
-        work(i);
-      });
-    }
-    go.Set();
-    for (std::thread& thread : threads) thread.join();
-  }
   static ptrdiff_t Count(const Lines& log, const std::string& line) { return std::count(log.begin(), log.end(), line); }
 };
 
@@ -213,7 +185,7 @@ TEST_F(Threads, OfTwoLoadersBuiltAtOnceOneStaysAndTheOtherIsDeleted) {
   Watch().Replace(
       55, +[](void*, IQvString** text) -> int32_t {
         if (++arrived == 2) both->Set();
-        both->Wait();
+        EXPECT_TRUE(both->Wait(kLimitMs));
         return QvshrCreateString(L"a.jar", text);
       });
   OnThreads(2, [&](int) {
@@ -237,7 +209,7 @@ TEST_F(Threads, ACaptureDoesNotKeepAnotherThreadFromItsText) {
   Java().answers["toString"] = [&](FakeJni& jni, const Thing& target, const std::vector<jvalue>& arguments) {
     if (target->text == L"first") {
       inside.Set();
-      over.Wait();
+      EXPECT_TRUE(over.Wait(kLimitMs));
     }
     return toString(jni, target, arguments);
   };
@@ -248,11 +220,11 @@ TEST_F(Threads, ACaptureDoesNotKeepAnotherThreadFromItsText) {
     EXPECT_EQ(ViewOf(record), Record(text, 0));
     QvshrFree(record);
   };
-  std::thread first([&] { capture(L"first"); });
-  inside.Wait();
+  const HostThread first([&] { capture(L"first"); });
+  EXPECT_TRUE(inside.Wait(kLimitMs));
   capture(L"second");
   over.Set();
-  first.join();
+  first.Join();
 }
 
 TEST_F(Threads, NestedCapturesEndOnEveryThread) {
@@ -276,7 +248,7 @@ TEST_F(Threads, AnObjectWithALoaderMayEndOnAThreadThatNeverCalledIt) {
   qv_jclass found = nullptr;
   EXPECT_EQ(Api().FindClass(&found, "a/B"), S_OK);
   Log();
-  std::thread([&] { Api().Destroy(0); }).join();
+  OnThread([&] { Api().Destroy(0); });
   EXPECT_EQ(Log(), (Lines{"slot 57 Destroy", "slot 11 DeleteGlobalRef", kEnvironment, "AttachCurrentThread()",
                           "DeleteGlobalRef(global java/net/URLClassLoader(array))", "DetachCurrentThread()"}));
   EXPECT_EQ(GlobalsLeft(), 0);

@@ -12,6 +12,7 @@
 #include "tests/fakejvm/fake_jvm_user.h"
 #include "tests/support/child_process.h"
 #include "tests/support/environment.h"
+#include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
@@ -21,10 +22,6 @@ namespace {
 
 using nlohmann::json;
 using Strings = std::vector<std::string>;
-
-constexpr wchar_t kQuovantRoot[] = L"Software\\Harlowe\\Quovant\\19.0";
-constexpr wchar_t kTableroRoot[] = L"Software\\Harlowe\\Tablero\\19.0";
-constexpr wchar_t kLoomhallRoot[] = L"Software\\Harlowe\\Loomhall\\2.0\\DBComponents";
 
 // An installation folder with the service in it, and the registry that its hosts see.
 class Installation {
@@ -80,8 +77,7 @@ class Installation {
   void Configure(const std::wstring& root) {
     const std::wstring known = root + L"\\Java\\QVIDEConfig\\";
     const std::wstring unknown = root + L"\\Java\\QVRTConfig\\";
-    m_registry.SetText(Hive::Machine, root + L"\\Java", L"JDKLocation", L"C:\\jdk");
-    m_registry.SetText(Hive::Machine, root + L"\\Java", L"JREBinLocation", L"C:\\jre\\bin");
+    m_registry.SetLocations(root, L"C:\\jdk", L"C:\\jre\\bin");
     m_registry.SetList(Hive::Machine, known + L"QVSysclasspath", {L"C:\\product.jar"});
     m_registry.SetList(Hive::Machine, known + L"QVJVMconfig", {L"-Dknown=" + root});
     m_registry.CreateKey(Hive::Machine, known + L"QVJVMprops");

@@ -15,6 +15,7 @@
 #include "tests/support/ledger_check.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 namespace {
@@ -68,26 +69,7 @@ class LibraryTest : public testing::Test {
   EnvironmentScope m_classPath{L"CLASSPATH", std::nullopt};
 };
 
-template <class Work>
-DWORD OnThread(Work&& work) {
-  struct Run {
-    static DWORD WINAPI Main(void* context) {
-      (*static_cast<std::remove_reference_t<Work>*>(context))();
-      return 0;
-    }
-  };
-  DWORD threadId = 0;
-  HANDLE const thread = CreateThread(nullptr, 0, &Run::Main, std::addressof(work), 0, &threadId);
-  WaitForSingleObject(thread, INFINITE);
-  CloseHandle(thread);
-  return threadId;
-}
-
-uint64_t LiveBlocks() {
-  QvshrLedgerState now{};
-  QvshrLedgerSnapshot(&now);
-  return now.liveBlocks;
-}
+uint64_t LiveBlocks() { return Books().liveBlocks; }
 
 TEST_F(LibraryTest, RegistrationExportsAreOneFunctionThatReturns0) {
   const Library library;

@@ -17,24 +17,15 @@
 #include "tests/support/import_hook.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
+#include "tests/support/module_path.h"
+#include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/service_process.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
-
-// What the service is told when it asks for the host executable's path, for the life of the object.
-class HostPath {
- public:
-  explicit HostPath(std::wstring path);
-  ~HostPath();
-  HostPath(const HostPath&) = delete;
-  HostPath& operator=(const HostPath&) = delete;
-
- private:
-  ImportHook m_hook;
-};
 
 // Everything but the runtime's record: for tests of the search itself, which loads the fake runtime by its place.
 class StartupScene {
@@ -75,13 +66,6 @@ class StartupWorld : public StartupScene {
   FakeJvm jvm;
 };
 
-inline constexpr wchar_t kQuovantRoot[] = L"Software\\Harlowe\\Quovant\\19.0";
-inline constexpr wchar_t kTableroRoot[] = L"Software\\Harlowe\\Tablero\\19.0";
-inline constexpr wchar_t kLoomhallRoot[] = L"Software\\Harlowe\\Loomhall\\2.0\\DBComponents";
-
-// The built-in class path below a folder, in its order, joined by ";".
-std::wstring BuiltInClassPath(const std::wstring& folder);
-
 // Releases a service object at its end.
 struct ReleaseVM {
   void operator()(IQV_JavaVM* vm) const { vm->Release(); }
@@ -100,21 +84,5 @@ std::wstring ErrorText(IQV_JavaVM& vm);
 
 // The text of the record, which is freed; "<null>" for none.
 std::wstring TakeRecord(ErrorRecord* record, int32_t expectedCode = 0);
-
-// Runs the work on a thread and waits until that thread is gone.
-template <class Work>
-DWORD OnThread(Work&& work) {
-  struct Run {
-    static DWORD WINAPI Main(void* context) {
-      (*static_cast<std::remove_reference_t<Work>*>(context))();
-      return 0;
-    }
-  };
-  DWORD threadId = 0;
-  HANDLE const thread = CreateThread(nullptr, 0, &Run::Main, std::addressof(work), 0, &threadId);
-  WaitForSingleObject(thread, INFINITE);
-  CloseHandle(thread);
-  return threadId;
-}
 
 }  // namespace qvtest

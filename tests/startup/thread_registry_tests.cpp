@@ -33,58 +33,6 @@ class JoinedWorld : public StartupWorld {
   VmOwner vm;
 };
 
-// A thread that waits inside the test until it is let go.
-class WaitingThread {
- public:
-  // `work` runs at once and is done when the constructor returns, `rest` when the thread is let go.
-  explicit WaitingThread(
-      std::function<void()> work, std::function<void()> rest = [] {})
-      : m_thread([this, work = std::move(work), rest = std::move(rest)] {
-          work();
-          SetEvent(m_ready);
-          WaitForSingleObject(m_go, INFINITE);
-          rest();
-        }) {
-    WaitForSingleObject(m_ready, INFINITE);
-  }
-  ~WaitingThread() { LetGo(); }
-  WaitingThread(const WaitingThread&) = delete;
-  WaitingThread& operator=(const WaitingThread&) = delete;
-
-  void Go() { SetEvent(m_go); }
-  // Goes and is gone when this returns.
-  void LetGo() {
-    Go();
-    m_thread.Wait();
-  }
-
- private:
-  class Thread {
-   public:
-    explicit Thread(std::function<void()> main) : m_main(std::move(main)) {
-      m_handle = CreateThread(
-          nullptr, 0,
-          [](void* context) -> DWORD {
-            static_cast<Thread*>(context)->m_main();
-            return 0;
-          },
-          this, 0, nullptr);
-    }
-    ~Thread() { CloseHandle(m_handle); }
-    Thread(const Thread&) = delete;
-    Thread& operator=(const Thread&) = delete;
-    void Wait() { WaitForSingleObject(m_handle, INFINITE); }
-
-   private:
-    std::function<void()> m_main;
-    HANDLE m_handle;
-  };
-
-  HANDLE m_ready = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  HANDLE m_go = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  Thread m_thread;
-};
-
 // An initializer that writes its number down when it is terminated.
 class NumberedInitializer final : public CQV_JNIInitializer {
  public:

@@ -10,6 +10,7 @@
 #include "service/java_vm_manager.h"
 #include "service/jni_initializer.h"
 #include "tests/startup/startup_world.h"
+#include "tests/support/product.h"
 #include "tests/support/slot_call.h"
 
 namespace qvtest {
@@ -137,88 +138,18 @@ class NotingObject final : public CQV_JNIVMManager {
   }
 };
 
-// By index: what a host calls under each number.
-constexpr const char* kSlots[] = {
-    "QueryInterface",  // 0
-    "AddRef",
-    "Release",
-    "AcquireService",
-    "ReleaseService",
-    "GetErrorText",
-    "GetErrorCode",
-    "CastReference",
-    "DeleteLocalRef",
-    "DeleteLocalRef2",
-    "DeleteLocalRef3",  // 10
-    "DeleteGlobalRef",
-    "FindClass",
-    "NewGlobalRef",
-    "NewString",
-    "GetStringLength",
-    "GetStringChars",
-    "GetStringValue",
-    "NewObject",
-    "NewDefaultObject",
-    "CallIntMethod",  // 20
-    "CallIntMethod2",
-    "CallShortMethod",
-    "CallShortMethod2",
-    "CallFloatMethod",
-    "CallFloatMethod2",
-    "CallDoubleMethod",
-    "CallDoubleMethod2",
-    "CallByteMethod",
-    "CallByteMethod2",
-    "CallVoidMethod",  // 30
-    "CallVoidMethod2",
-    "CallObjectMethod",
-    "CallObjectMethod2",
-    "CallBooleanMethod",
-    "CallBooleanMethod2",
-    "CallLongMethod",
-    "CallLongMethod2",
-    "CallStaticBooleanMethod",
-    "CallStaticObjectMethod",
-    "CallStaticVoidMethod",  // 40
-    "GetStaticIntField",
-    "GetStaticShortField",
-    "NewStringArray",
-    "SetObjectArrayElement",
-    "NewByteArray",
-    "GetByteArrayData",
-    "SetByteArrayData",
-    "GetJNIEnv",
-    "GetJDKLocation",
-    "GetJREBinLocation",  // 50
-    "GetLogFileName",
-    "SetLogFileName",
-    "SetJvmLogEnabled",
-    "IsJVMCreated",
-    "GetClassPath",
-    "GetJavaVersion",
-    "Destroy",
-    "ExceptionClear",
-    "CaptureException",
-    "AcquireThreadEnv",  // 60
-};
-static_assert(std::size(kSlots) == 61);
-
 TEST(Tables, ServiceObjectHasEachOfIts61OperationsUnderItsNumber) {
   NotingObject object;
-  for (size_t slot = 0; slot < std::size(kSlots); ++slot) {
+  for (size_t slot = 0; slot < std::size(kSlotNames); ++slot) {
     object.noted.clear();
     CallSlot<int32_t>(&object, slot, nullptr, nullptr, nullptr, nullptr);
-    EXPECT_EQ(object.noted, kSlots[slot]) << "slot " << slot;
+    EXPECT_EQ(object.noted, kSlotNames[slot]) << "slot " << slot;
   }
 }
 
 TEST(Tables, ServiceObjectsDestructorInSlot57FreesItsMemoryByTheFlagAlone) {
   const StartupWorld world;
-  const auto liveBlocks = [] {
-    QvshrLedgerState now{};
-    QvshrLedgerSnapshot(&now);
-    return now.liveBlocks;
-  };
+  const auto liveBlocks = [] { return Books().liveBlocks; };
   for (const uint32_t flag : {0u, 1u, 2u, 3u}) {
     auto* const object = new CQV_JNIVMManager();
     object->ReplaceErrorRecord(qv::NewErrorRecord(L"a record", 0));

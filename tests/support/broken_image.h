@@ -1,5 +1,4 @@
 // Images of DLLs that a loader must refuse, made from sound ones.
-// Nothing here proves anything by itself.
 #pragma once
 
 #include <string>

@@ -1,5 +1,4 @@
 // The environment block is built from this process's, sorted without case as Windows wants it.
-// Nothing here proves anything by itself.
 // Output is read on a thread of its own, so that a full pipe never stops the child.
 #include "tests/support/child_process.h"
 

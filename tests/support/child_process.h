@@ -1,6 +1,5 @@
 // Starts a program with an environment of its own and gives back what it printed and how it ended, within a time limit.
 // A program that is still running then is ended and reported as hung: no test waits for ever.
-// Nothing here proves anything by itself.
 #pragma once
 
 #include <windows.h>

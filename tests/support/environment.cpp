@@ -1,5 +1,4 @@
 // Reading and restoring variables.
-// Nothing here proves anything by itself.
 // The largest variable that Windows allows fits the buffer.
 #include "tests/support/environment.h"
 

@@ -10,9 +10,11 @@
 #include <cstdint>
 #include <vector>
 
+#include "tests/support/pinned.h"
+
 namespace qvtest {
 
-class ImportHook {
+class ImportHook : private Pinned {
  public:
   // By name, whichever DLL the module imports it from. A null module is the program itself.
   ImportHook(HMODULE module, const char* function, void* replacement);
@@ -22,8 +24,6 @@ class ImportHook {
   ImportHook(HMODULE module, const char* function, Result (*replacement)(Arguments...))
       : ImportHook(module, function, reinterpret_cast<void*>(replacement)) {}
   ~ImportHook();
-  ImportHook(const ImportHook&) = delete;
-  ImportHook& operator=(const ImportHook&) = delete;
 
   // Whether the module imports the function, so that a hook would find it.
   static bool Imports(HMODULE module, const char* function);

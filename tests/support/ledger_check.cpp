@@ -5,8 +5,6 @@
 
 #include <windows.h>
 
-#include <gtest/gtest.h>
-
 #include <cstdio>
 #include <utility>
 #include <vector>
@@ -16,12 +14,6 @@
 namespace qvtest {
 
 namespace {
-
-QvshrLedgerState Snapshot() {
-  QvshrLedgerState state{};
-  QvshrLedgerSnapshot(&state);
-  return state;
-}
 
 std::string PlaceName(const void* address) {
   HMODULE module = nullptr;
@@ -66,7 +58,13 @@ const char* NameOfError(int32_t kind) {
 
 }  // namespace
 
-LedgerCheck::LedgerCheck() : m_before(Snapshot()) {}
+QvshrLedgerState Books() {
+  QvshrLedgerState state{};
+  QvshrLedgerSnapshot(&state);
+  return state;
+}
+
+LedgerCheck::LedgerCheck() : m_before(Books()) {}
 
 LedgerCheck::~LedgerCheck() { Verify(); }
 
@@ -75,11 +73,11 @@ void LedgerCheck::ExpectLeft(uint64_t blocks, std::string reason) {
   m_reason = std::move(reason);
 }
 
-uint64_t LedgerCheck::Allocations() const { return Snapshot().totalAllocations - m_before.totalAllocations; }
+uint64_t LedgerCheck::Allocations() const { return Books().totalAllocations - m_before.totalAllocations; }
 
 void LedgerCheck::Verify() {
   if (std::exchange(m_done, true)) return;
-  const QvshrLedgerState now = Snapshot();
+  const QvshrLedgerState now = Books();
   EXPECT_EQ(now.liveBlocks, m_before.liveBlocks + m_expectedLeft)
       << "blocks left behind" << (m_reason.empty() ? "" : " (expected: " + m_reason + ")") << ":\n"
       << ListBlocksAfter(m_before.totalAllocations);

@@ -1,5 +1,4 @@
 // The record of caught message boxes.
-// Nothing here proves anything by itself.
 // Boxes may come from any thread.
 #include "tests/support/message_box.h"
 

@@ -1,5 +1,4 @@
 // What this process holds of the machine: memory of its own and handles, and whether that is flat.
-// Nothing here proves anything by itself.
 #pragma once
 
 #include <cstdint>

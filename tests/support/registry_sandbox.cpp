@@ -1,5 +1,4 @@
 // Keys are opened through the real HKEY_CURRENT_USER first; the predefined handles change afterwards, the user's last.
-// Nothing here proves anything by itself.
 // The folder of a process that died is removed when its id comes round again.
 #include "tests/support/registry_sandbox.h"
 
@@ -52,22 +51,22 @@ void RegistrySandbox::DeleteKey(Hive hive, const std::wstring& path) {
 }
 
 void RegistrySandbox::SetRaw(Hive hive, const std::wstring& path, const std::wstring& name, DWORD type,
-                             const std::vector<unsigned char>& bytes) {
-  HKEY const key = MakeKey(At(hive).key, path);
-  EXPECT_EQ(RegSetValueExW(key, name.c_str(), 0, type, bytes.data(), static_cast<DWORD>(bytes.size())), ERROR_SUCCESS)
+                             std::vector<unsigned char> bytes) {
+  const auto size = static_cast<DWORD>(bytes.size());
+  bytes.resize(bytes.size() + sizeof(wchar_t), 'X');  // a null behind the bytes would be taken along
+  EXPECT_EQ(RegSetKeyValueW(At(hive).key, path.c_str(), name.c_str(), type, bytes.data(), size), ERROR_SUCCESS)
       << ToUtf8(path) << " value " << ToUtf8(name);
-  RegCloseKey(key);
 }
 
-void RegistrySandbox::SetText(Hive hive, const std::wstring& path, const std::wstring& name, const std::wstring& text) {
+void RegistrySandbox::SetText(Hive hive, const std::wstring& path, const std::wstring& name, const std::wstring& text,
+                              DWORD type) {
   const auto* const first = reinterpret_cast<const unsigned char*>(text.c_str());
-  SetRaw(hive, path, name, REG_SZ, {first, first + (text.size() + 1) * sizeof(wchar_t)});
+  SetRaw(hive, path, name, type, {first, first + (text.size() + 1) * sizeof(wchar_t)});
 }
 
 void RegistrySandbox::DeleteValue(Hive hive, const std::wstring& path, const std::wstring& name) {
-  HKEY const key = MakeKey(At(hive).key, path);
-  EXPECT_EQ(RegDeleteValueW(key, name.c_str()), ERROR_SUCCESS) << ToUtf8(path) << " value " << ToUtf8(name);
-  RegCloseKey(key);
+  EXPECT_EQ(RegDeleteKeyValueW(At(hive).key, path.c_str(), name.c_str()), ERROR_SUCCESS)
+      << ToUtf8(path) << " value " << ToUtf8(name);
 }
 
 void RegistrySandbox::SetList(Hive hive, const std::wstring& path, const std::vector<std::wstring>& entries) {
@@ -75,17 +74,20 @@ void RegistrySandbox::SetList(Hive hive, const std::wstring& path, const std::ve
   for (size_t i = 0; i < entries.size(); ++i) SetText(hive, path, std::to_wstring(i), entries[i]);
 }
 
+void RegistrySandbox::SetLocations(const std::wstring& root, const std::wstring& jdk, const std::wstring& jreBin) {
+  SetText(Hive::Machine, root + L"\\Java", L"JDKLocation", jdk);
+  SetText(Hive::Machine, root + L"\\Java", L"JREBinLocation", jreBin);
+}
+
 const std::wstring& RegistrySandbox::Path(Hive hive) const {
   return hive == Hive::Machine ? m_machine.path : m_user.path;
 }
 
 bool OverrideHive(Hive hive, const std::wstring& pathBelowCurrentUser) {
-  HKEY user = nullptr;
   HKEY key = nullptr;
-  if (RegOpenCurrentUser(KEY_ALL_ACCESS, &user) != ERROR_SUCCESS) return false;
-  const LSTATUS opened = RegOpenKeyExW(user, pathBelowCurrentUser.c_str(), 0, KEY_ALL_ACCESS, &key);
-  RegCloseKey(user);
-  if (opened != ERROR_SUCCESS) return false;
+  if (RegOpenKeyExW(HKEY_CURRENT_USER, pathBelowCurrentUser.c_str(), 0, KEY_ALL_ACCESS, &key) != ERROR_SUCCESS) {
+    return false;
+  }
   const bool overridden =
       RegOverridePredefKey(hive == Hive::Machine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER, key) == ERROR_SUCCESS;
   RegCloseKey(key);

@@ -9,26 +9,30 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/pinned.h"
+
 namespace qvtest {
 
 enum class Hive { Machine, User };
 
-class RegistrySandbox {
+class RegistrySandbox : private Pinned {
  public:
   enum class Override { Machine, MachineAndUser, Nothing };
   explicit RegistrySandbox(Override which = Override::Machine);
   ~RegistrySandbox();
-  RegistrySandbox(const RegistrySandbox&) = delete;
-  RegistrySandbox& operator=(const RegistrySandbox&) = delete;
 
   void CreateKey(Hive hive, const std::wstring& path);
   void DeleteKey(Hive hive, const std::wstring& path);
-  void SetText(Hive hive, const std::wstring& path, const std::wstring& name, const std::wstring& text);
+  void SetText(Hive hive, const std::wstring& path, const std::wstring& name, const std::wstring& text,
+               DWORD type = REG_SZ);
+  // Exactly these bytes.
   void SetRaw(Hive hive, const std::wstring& path, const std::wstring& name, DWORD type,
-              const std::vector<unsigned char>& bytes);
+              std::vector<unsigned char> bytes);
   void DeleteValue(Hive hive, const std::wstring& path, const std::wstring& name);
   // "Count" and the values "0", "1", ...
   void SetList(Hive hive, const std::wstring& path, const std::vector<std::wstring>& entries);
+  // Where a known host's Java is: values of the key "Java" below a product's root, in the machine's hive.
+  void SetLocations(const std::wstring& root, const std::wstring& jdk, const std::wstring& jreBin);
 
   // Where a hive's stand-in is, below the real HKEY_CURRENT_USER: for OverrideHive in a child process.
   [[nodiscard]] const std::wstring& Path(Hive hive) const;

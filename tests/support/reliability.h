@@ -1,5 +1,4 @@
 // For the tests whose measurements docs/reliability.md shows: how strong this run is, and the rows that they record.
-// Nothing here proves anything by itself.
 #pragma once
 
 #include <cstdint>

@@ -14,15 +14,14 @@
 #include "service/jvm_start.h"
 #include "service/output_log.h"
 #include "service/process_events.h"
+#include "tests/support/pinned.h"
 
 namespace qvtest {
 
-class ServiceProcess {
+class ServiceProcess : private Pinned {
  public:
   ServiceProcess() noexcept { qv::OnModuleLoaded(GetModuleHandleW(nullptr)); }
   ~ServiceProcess() { Unload(); }
-  ServiceProcess(const ServiceProcess&) = delete;
-  ServiceProcess& operator=(const ServiceProcess&) = delete;
 
   // What the entry routine does at process detach; nothing the second time.
   void Unload() noexcept {

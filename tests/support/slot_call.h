@@ -1,5 +1,4 @@
 // Calls an operation of an object by its number in the table, as a host of another compiler would.
-// Nothing here proves anything by itself.
 // On 64-bit Windows an operation is a function whose first argument is the object.
 #pragma once
 

@@ -10,7 +10,6 @@
 #include <cstring>
 #include <shellapi.h>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "base/compiler.h"
@@ -20,11 +19,13 @@
 #include "tests/support/import_hook.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
+#include "tests/support/module_path.h"
 #include "tests/support/process_counters.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/slot_call.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
+#include "tests/support/threads.h"
 #include "tests/support/watchdog.h"
 
 namespace {
@@ -82,14 +83,9 @@ bool PlayChildRole() {
 }
 const bool g_isChild = PlayChildRole();
 
-ChildResult RunSelf(const wchar_t* role, std::vector<std::wstring> arguments = {}, DWORD limitMs = 60000) {
-  ChildOptions options;
-  options.arguments = std::move(arguments);
+ChildResult RunSelf(const wchar_t* role, ChildOptions options = {}) {
   options.environment[kChildRole] = role;
-  options.limitMs = limitMs;
-  wchar_t program[1024] = {};
-  GetModuleFileNameW(nullptr, program, 1024);
-  return RunChild(program, options);
+  return RunChild(ProgramFolder() + L"\\support_tests.exe", options);
 }
 
 std::string WithoutCarriageReturns(std::string text) {
@@ -99,7 +95,10 @@ std::string WithoutCarriageReturns(std::string text) {
 
 TEST(ChildProcess, GivesOutputOfBothStreamsAndTheExitCode) {
   const EnvironmentScope variable(kChildVariable, L"a value");
-  const ChildResult result = RunSelf(L"report", {L"plain", L"with space", L"quo\"te", L"back\\slash\\ ", L""});
+  const ChildResult result =
+      RunSelf(L"report", {.arguments = {L"plain", L"with space", L"quo\"te", L"back\\slash\\ ", L""},
+                          .environment = {},
+                          .workFolder = {}});
   EXPECT_FALSE(result.hung);
   EXPECT_EQ(result.exitCode, 42u);
   EXPECT_EQ(WithoutCarriageReturns(result.output),
@@ -109,18 +108,15 @@ TEST(ChildProcess, GivesOutputOfBothStreamsAndTheExitCode) {
 TEST(ChildProcess, RemovesAndReplacesVariablesForTheChildAlone) {
   const EnvironmentScope variable(kChildVariable, L"mine");
   ChildOptions options;
-  options.environment[kChildRole] = L"report";
-  wchar_t program[1024] = {};
-  GetModuleFileNameW(nullptr, program, 1024);
   options.environment[kChildVariable] = std::nullopt;
-  EXPECT_NE(RunChild(program, options).output.find("variable=<none>"), std::string::npos);
+  EXPECT_NE(RunSelf(L"report", options).output.find("variable=<none>"), std::string::npos);
   options.environment[kChildVariable] = L"the child's";
-  EXPECT_NE(RunChild(program, options).output.find("variable=the child's"), std::string::npos);
+  EXPECT_NE(RunSelf(L"report", options).output.find("variable=the child's"), std::string::npos);
   EXPECT_EQ(ReadVariable(kChildVariable), L"mine");
 }
 
 TEST(ChildProcess, ChildThatHangsIsEndedAndReported) {
-  const ChildResult result = RunSelf(L"hang", {}, 3000);
+  const ChildResult result = RunSelf(L"hang", {.arguments = {}, .environment = {}, .workFolder = {}, .limitMs = 3000});
   EXPECT_TRUE(result.hung);
   EXPECT_EQ(WithoutCarriageReturns(result.output), "about to hang\n");
 }
@@ -207,7 +203,7 @@ TEST(ImportHook, FindingNothingFailsTheTest) {
 TEST(MessageBoxCatcher, RecordsTextTitleAndStyleAndAnswersOk) {
   const MessageBoxCatcher boxes;
   EXPECT_EQ(MessageBoxW(nullptr, L"a text", L"a title", MB_ICONERROR), IDOK);
-  std::thread([] { MessageBoxW(nullptr, L"from a thread", nullptr, MB_YESNO); }).join();
+  OnThread([] { MessageBoxW(nullptr, L"from a thread", nullptr, MB_YESNO); });
   const std::vector<ShownBox> want = {{L"a text", L"a title", 0x10, false}, {L"from a thread", L"<null>", 4, false}};
   EXPECT_EQ(boxes.Shown(), want);
 }
@@ -221,67 +217,53 @@ TEST(LedgerCheck, BalancedWorkPasses) {
   EXPECT_EQ(ledger.Allocations(), 2u);
 }
 
-TEST(LedgerCheck, BlockLeftBehindIsReportedWithItsSize) {
-  void* block = nullptr;
-  EXPECT_NONFATAL_FAILURE(
-      {
-        LedgerCheck ledger;
-        block = QvshrAlloc(123);
-      },
-      "123 bytes, made at support_tests.exe+0x");
-  QvshrFree(block);
-}
-
-TEST(LedgerCheck, BlockMadeBeforeAndFreedInsideIsReported) {
-  void* const block = QvshrAlloc(1);
-  EXPECT_NONFATAL_FAILURE(
-      {
-        LedgerCheck ledger;
-        QvshrFree(block);
-      },
-      "blocks left behind");
-}
-
-TEST(LedgerCheck, StringLeftBehindIsReported) {
+TEST(LedgerCheck, ReportsWhatIsNotEven) {
+  static void* block = nullptr;
   static IQvString* string = nullptr;
-  const auto leave = [] {
-    LedgerCheck ledger;
-    QvshrCreateString(L"left", &string);
-    ledger.ExpectLeft(1, "the string's own block");
+  const auto nothing = [] {};
+  const struct {
+    const char* report;
+    void (*before)();
+    void (*work)(LedgerCheck&);
+    void (*after)();
+  } rows[] = {
+      {"123 bytes, made at support_tests.exe+0x", nothing, [](LedgerCheck&) { block = QvshrAlloc(123); },
+       [] { QvshrFree(block); }},
+      {"blocks left behind", [] { block = QvshrAlloc(1); }, [](LedgerCheck&) { QvshrFree(block); }, nothing},
+      {"string objects left behind", nothing,
+       [](LedgerCheck& ledger) {
+         QvshrCreateString(L"left", &string);
+         ledger.ExpectLeft(1, "the string's own block");
+       },
+       [] { string->Release(); }},
+      {"was freed twice", nothing,
+       [](LedgerCheck&) {
+         block = QvshrAlloc(1);
+         QvshrFree(block);
+         QvshrFree(block);
+       },
+       nothing},
+      {"written over at an edge", nothing,
+       [](LedgerCheck&) {
+         auto* const overrun = static_cast<char*>(QvshrAlloc(5));
+         overrun[5] = 'x';
+         QvshrFree(overrun);
+       },
+       nothing},
+      {"two that a contract leaves", nothing,
+       [](LedgerCheck& ledger) { ledger.ExpectLeft(2, "two that a contract leaves"); }, nothing},
   };
-  EXPECT_NONFATAL_FAILURE(leave(), "string objects left behind");
-  string->Release();
-}
-
-TEST(LedgerCheck, DoubleFreeIsReported) {
-  EXPECT_NONFATAL_FAILURE(
-      {
-        LedgerCheck ledger;
-        void* const block = QvshrAlloc(1);
-        QvshrFree(block);
-        QvshrFree(block);
-      },
-      "was freed twice");
-}
-
-TEST(LedgerCheck, WriteBehindABlockIsReported) {
-  EXPECT_NONFATAL_FAILURE(
-      {
-        LedgerCheck ledger;
-        auto* const block = static_cast<char*>(QvshrAlloc(5));
-        block[5] = 'x';
-        QvshrFree(block);
-      },
-      "written over at an edge");
-}
-
-TEST(LedgerCheck, ExpectedBlocksThatAreNotLeftAreReported) {
-  EXPECT_NONFATAL_FAILURE(
-      {
-        LedgerCheck ledger;
-        ledger.ExpectLeft(2, "two that a contract leaves");
-      },
-      "two that a contract leaves");
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.report);
+    row.before();
+    EXPECT_NONFATAL_FAILURE(
+        {
+          LedgerCheck ledger;
+          row.work(ledger);
+        },
+        row.report);
+    row.after();
+  }
 }
 
 TEST(FailAllocation, FailsTheOneThatItNamesOrAllFromThere) {
@@ -310,6 +292,63 @@ TEST(FailCall, FailsTheCallThatItNames) {
   EXPECT_EQ(second, nullptr);
   EXPECT_TRUE(fault.Fired());
   first->Release();
+}
+
+TEST(SweepAllocations, FailsEachAllocationAloneAndThenEachWithAllBehindIt) {
+  std::string runs;
+  const uint64_t failed = SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
+    const FailAllocation fault(n, mode);
+    for (int i = 0; i < 2; ++i) runs += qv::HostPtr<void>(QvshrAlloc(1)) ? '+' : '-';
+    runs += ' ';
+    return fault.Fired();
+  });
+  EXPECT_EQ(runs, "-+ +- ++ -- +- ++ ");
+  EXPECT_EQ(failed, 4u);
+}
+
+TEST(SweepAllocations, WorkThatAllocatesNothingOrAlwaysMoreFailsTheTest) {
+  EXPECT_NONFATAL_FAILURE(SweepAllocations([](uint64_t, QvshrLedgerMode) { return false; }), "nothing was tested");
+  EXPECT_NONFATAL_FAILURE(SweepAllocations([](uint64_t, QvshrLedgerMode) { return true; }, {kQvshrFailOnce}),
+                          "it never needs fewer");
+}
+
+TEST(Threads, OfACrewAreThereTogetherAndEachHasItsNumber) {
+  std::atomic<int> numbers = 0;
+  std::atomic<int> arrived = 0;
+  Event all;
+  OnThreads(4, [&](int number) {
+    numbers += 1 << (4 * number);
+    if (++arrived == 4) all.Set();
+    EXPECT_TRUE(all.Wait(60000));
+  });
+  EXPECT_EQ(numbers, 0x1111);
+}
+
+TEST(Threads, OneThatWaitsGoesOnWhenItIsLetGo) {
+  std::string story;
+  {
+    const WaitingThread thread([&] { story += "work "; }, [&] { story += "rest"; });
+    EXPECT_EQ(story, "work ");
+  }
+  EXPECT_EQ(story, "work rest");
+  DWORD inside = 0;
+  EXPECT_EQ(OnThread([&] { inside = GetCurrentThreadId(); }), inside);
+}
+
+QV_NOINLINE std::wstring AskPath(HMODULE module, DWORD capacity) {
+  wchar_t path[16] = {};
+  const DWORD units = GetModuleFileNameW(module, path, capacity);
+  return std::to_wstring(units) + L" " + path;
+}
+
+TEST(HostPath, IsToldForTheProgramAloneAndCutAsWindowsDoes) {
+  HostPath host(L"C:\\host.exe");
+  EXPECT_EQ(AskPath(nullptr, 16), L"11 C:\\host.exe");
+  EXPECT_EQ(AskPath(nullptr, 11), L"11 C:\\host.ex");
+  EXPECT_EQ(host.Questions(), 2);
+  EXPECT_NE(AskPath(GetModuleHandleW(L"kernel32.dll"), 4), L"4 C:\\h");
+  host.Fail();
+  EXPECT_EQ(AskPath(nullptr, 16), L"0 ");
 }
 
 TEST(CountProcess, HandlesThatAreMadeOrClosedShow) {
@@ -365,7 +404,8 @@ TEST(RegistrySandbox, UserHiveCanBeReplacedToo) {
 TEST(RegistrySandbox, ChildSeesWhatItIsPointedAt) {
   RegistrySandbox registry(RegistrySandbox::Override::Nothing);
   registry.SetText(Hive::Machine, L"Software\\Maker", L"Name", L"for the child");
-  const ChildResult result = RunSelf(L"registry", {registry.Path(Hive::Machine)});
+  const ChildResult result =
+      RunSelf(L"registry", {.arguments = {registry.Path(Hive::Machine)}, .environment = {}, .workFolder = {}});
   EXPECT_EQ(WithoutCarriageReturns(result.output), "for the child\n");
 }
 

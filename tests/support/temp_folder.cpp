@@ -1,5 +1,4 @@
 // Temporary folders and the few file operations that tests need.
-// Nothing here proves anything by itself.
 // Removing tries again for a moment: a child that just ended may still be leaving its files.
 #include "tests/support/temp_folder.h"
 
@@ -8,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <fstream>
 #include <system_error>
 
 #include "tests/support/text.h"
@@ -18,9 +18,8 @@ namespace fs = std::filesystem;
 
 TempFolder::TempFolder() {
   static std::atomic<unsigned> number{0};
-  wchar_t base[MAX_PATH + 1] = {};
-  GetTempPathW(MAX_PATH + 1, base);
-  m_path = fs::path(base) / (L"qvtests-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++number));
+  m_path = fs::temp_directory_path() /
+           (L"qvtests-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++number));
   std::error_code error;
   fs::remove_all(m_path, error);
   EXPECT_TRUE(fs::create_directories(m_path, error)) << ToUtf8(m_path.wstring()) << ": " << error.message();
@@ -45,12 +44,8 @@ std::wstring TempFolder::MakeFolder(std::wstring_view relative) const {
 
 std::wstring TempFolder::WriteFile(std::wstring_view relative, std::string_view content) const {
   MakeFolder(fs::path(relative).parent_path().wstring());
-  HANDLE const file =
-      CreateFileW(Path(relative).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  DWORD written = 0;
-  ::WriteFile(file, content.data(), static_cast<DWORD>(content.size()), &written, nullptr);
-  CloseHandle(file);
-  EXPECT_EQ(written, content.size()) << ToUtf8(relative);
+  std::ofstream file(m_path / relative, std::ios::binary);
+  EXPECT_TRUE(file << content << std::flush) << ToUtf8(relative);
   return Path(relative);
 }
 

@@ -1,5 +1,4 @@
 // A folder of one test's own below the system's temporary folder, removed with everything in it.
-// Nothing here proves anything by itself.
 // Relative names use backslashes; folders in between are made.
 #pragma once
 
@@ -7,14 +6,14 @@
 #include <string>
 #include <string_view>
 
+#include "tests/support/pinned.h"
+
 namespace qvtest {
 
-class TempFolder {
+class TempFolder : private Pinned {
  public:
   TempFolder();
   ~TempFolder();
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
 
   // Without a trailing backslash.
   [[nodiscard]] std::wstring Path() const { return m_path.wstring(); }

@@ -1,11 +1,10 @@
 // Conversions for messages and for the arguments of child processes.
-// Nothing here proves anything by itself.
 // Windows does the work; what it cannot convert is escaped first.
 #include "tests/support/text.h"
 
 #include <windows.h>
 
-#include <cstdio>
+#include <cwchar>
 
 namespace qvtest {
 
@@ -14,30 +13,25 @@ namespace {
 bool IsHighSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool IsLowSurrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
-void AppendConverted(std::string& out, std::wstring_view text) {
-  if (text.empty()) return;
-  const int units = static_cast<int>(text.size());
-  const int bytes = WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
-  const size_t before = out.size();
-  out.resize(before + static_cast<size_t>(bytes));
-  WideCharToMultiByte(CP_UTF8, 0, text.data(), units, out.data() + before, bytes, nullptr, nullptr);
-}
-
 }  // namespace
 
 std::string ToUtf8(std::wstring_view text) {
-  std::string out;
+  std::wstring readable;
   for (size_t i = 0; i < text.size(); ++i) {
     const bool pair = IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1]);
+    if (pair) readable += text[i++];
     if (!pair && (IsHighSurrogate(text[i]) || IsLowSurrogate(text[i]))) {
-      char escape[8];
-      std::snprintf(escape, sizeof(escape), "\\u%04X", static_cast<unsigned>(text[i]));
-      out += escape;
-      continue;
+      wchar_t escape[8];
+      std::swprintf(escape, 8, L"\\u%04X", static_cast<unsigned>(text[i]));
+      readable += escape;
+    } else {
+      readable += text[i];
     }
-    AppendConverted(out, text.substr(i, pair ? 2 : 1));
-    if (pair) ++i;
   }
+  const int units = static_cast<int>(readable.size());
+  std::string out(
+      static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, readable.data(), units, nullptr, 0, nullptr, nullptr)), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, readable.data(), units, out.data(), static_cast<int>(out.size()), nullptr, nullptr);
   return out;
 }
 

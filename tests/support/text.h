@@ -1,5 +1,4 @@
 // Small text helpers of the tests: wide text for people, and the reading of string objects.
-// Nothing here proves anything by itself.
 // ToUtf8 is for messages; unpaired surrogates come out as escapes, so that a failing comparison can be read.
 #pragma once
 

@@ -3,9 +3,12 @@
 #include "tests/support/watchdog.h"
 
 // After windows.h, whose types it needs.
+#include <algorithm>
 #include <cstdio>
 #include <tlhelp32.h>
 #include <utility>
+
+#include "tests/support/module_image.h"
 
 namespace qvtest {
 
@@ -19,74 +22,47 @@ std::string Hex(DWORD64 value) {
   return text;
 }
 
-bool IsReadable(const void* address) {
+// The module that an address lies in.
+ModuleImage ModuleOf(DWORD64 address) {
   MEMORY_BASIC_INFORMATION info{};
-  return VirtualQuery(address, &info, sizeof(info)) != 0 && info.State == MEM_COMMIT &&
-         (info.Protect & (PAGE_NOACCESS | PAGE_GUARD)) == 0;
+  const bool mapped =
+      VirtualQuery(reinterpret_cast<void*>(address), &info, sizeof(info)) != 0 && info.State == MEM_COMMIT;
+  return ModuleImage(mapped ? info.AllocationBase : nullptr);
 }
 
-// A module as it lies in memory; the loader is not asked, because its lock may be what everybody waits for.
-class Image {
- public:
-  explicit Image(DWORD64 address) {
-    MEMORY_BASIC_INFORMATION info{};
-    if (VirtualQuery(reinterpret_cast<void*>(address), &info, sizeof(info)) == 0 || info.State != MEM_COMMIT) return;
-    const auto* const base = static_cast<const char*>(info.AllocationBase);
-    if (!IsReadable(base)) return;
-    const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    if (dos->e_magic != IMAGE_DOS_SIGNATURE || dos->e_lfanew < 0 || dos->e_lfanew > 0x1000) return;
-    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
-    if (!IsReadable(headers) || headers->Signature != IMAGE_NT_SIGNATURE) return;
-    m_base = base;
-    m_headers = headers;
-  }
+DWORD64 BaseOf(const ModuleImage& image) { return reinterpret_cast<DWORD64>(image.At<char>(0)); }
 
-  explicit operator bool() const { return m_base != nullptr; }
-  [[nodiscard]] DWORD64 Base() const { return reinterpret_cast<DWORD64>(m_base); }
-  // What the module calls itself; a program has no such name.
-  [[nodiscard]] std::string Name() const {
-    const auto* const exports = At<IMAGE_EXPORT_DIRECTORY>(IMAGE_DIRECTORY_ENTRY_EXPORT);
-    return exports != nullptr && exports->Name != 0 ? std::string(m_base + exports->Name) : std::string("program");
-  }
-  // How the function at the address is unwound; null when it needs nothing.
-  [[nodiscard]] RUNTIME_FUNCTION* Function(DWORD64 address) const {
-    const auto* const functions = At<RUNTIME_FUNCTION>(IMAGE_DIRECTORY_ENTRY_EXCEPTION);
-    if (functions == nullptr) return nullptr;
-    const auto offset = static_cast<DWORD>(address - Base());
-    const DWORD count = m_headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXCEPTION].Size /
-                        static_cast<DWORD>(sizeof(RUNTIME_FUNCTION));
-    for (const auto* function = functions; function != functions + count; ++function) {
-      if (offset >= function->BeginAddress && offset < function->EndAddress) {
-        return const_cast<RUNTIME_FUNCTION*>(function);
-      }
-    }
-    return nullptr;
-  }
+// What the module calls itself; a program has no such name.
+std::string NameOf(const ModuleImage& image) {
+  const auto* const exports = image.Table<IMAGE_EXPORT_DIRECTORY>(IMAGE_DIRECTORY_ENTRY_EXPORT);
+  return exports != nullptr && exports->Name != 0 ? image.At<char>(exports->Name) : "program";
+}
 
- private:
-  template <class Table>
-  [[nodiscard]] const Table* At(int directory) const {
-    const DWORD offset = m_headers->OptionalHeader.DataDirectory[directory].VirtualAddress;
-    return offset != 0 ? reinterpret_cast<const Table*>(m_base + offset) : nullptr;
-  }
-
-  const char* m_base = nullptr;
-  const IMAGE_NT_HEADERS64* m_headers = nullptr;
-};
+// How the function at the address is unwound; null when it needs nothing.
+RUNTIME_FUNCTION* FunctionAt(const ModuleImage& image, DWORD64 address) {
+  const auto* const functions = image.Table<RUNTIME_FUNCTION>(IMAGE_DIRECTORY_ENTRY_EXCEPTION);
+  const auto offset = static_cast<DWORD>(address - BaseOf(image));
+  const size_t count = image.Directory(IMAGE_DIRECTORY_ENTRY_EXCEPTION).Size / sizeof(RUNTIME_FUNCTION);
+  const auto* const end = functions + (functions != nullptr ? count : 0);
+  const auto* const found = std::find_if(functions, end, [offset](const RUNTIME_FUNCTION& function) {
+    return offset >= function.BeginAddress && offset < function.EndAddress;
+  });
+  return found != end ? const_cast<RUNTIME_FUNCTION*>(found) : nullptr;
+}
 
 std::string PlaceName(DWORD64 address) {
-  const Image image(address);
-  return image ? image.Name() + "+" + Hex(address - image.Base()) : Hex(address);
+  const ModuleImage image = ModuleOf(address);
+  return image ? NameOf(image) + "+" + Hex(address - BaseOf(image)) : Hex(address);
 }
 
 // Generated code says nothing about its callers, so the walk ends there.
 bool Unwind(CONTEXT& context) {
-  const Image image(context.Rip);
+  const ModuleImage image = ModuleOf(context.Rip);
   if (!image || !IsReadable(reinterpret_cast<void*>(context.Rsp))) return false;
-  if (RUNTIME_FUNCTION* const function = image.Function(context.Rip)) {
+  if (RUNTIME_FUNCTION* const function = FunctionAt(image, context.Rip)) {
     void* handlerData = nullptr;
     DWORD64 frame = 0;
-    RtlVirtualUnwind(UNW_FLAG_NHANDLER, image.Base(), context.Rip, function, &context, &handlerData, &frame, nullptr);
+    RtlVirtualUnwind(UNW_FLAG_NHANDLER, BaseOf(image), context.Rip, function, &context, &handlerData, &frame, nullptr);
   } else {
     context.Rip = *reinterpret_cast<const DWORD64*>(context.Rsp);
     context.Rsp += sizeof(DWORD64);
@@ -134,27 +110,13 @@ std::string StacksOfOtherThreads() {
 }
 
 Watchdog::Watchdog(const std::atomic<uint64_t>& progress, DWORD limitMs, std::function<std::string()> describe)
-    : m_progress(progress),
-      m_limitMs(limitMs),
-      m_describe(std::move(describe)),
-      m_stop(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
-      m_thread(CreateThread(nullptr, 0, Run, this, 0, nullptr)) {}
+    : m_progress(progress), m_limitMs(limitMs), m_describe(std::move(describe)), m_thread([this] { Watch(); }) {}
 
-Watchdog::~Watchdog() {
-  SetEvent(m_stop);
-  WaitForSingleObject(m_thread, INFINITE);
-  CloseHandle(m_thread);
-  CloseHandle(m_stop);
-}
-
-DWORD WINAPI Watchdog::Run(void* self) {
-  static_cast<Watchdog*>(self)->Watch();
-  return 0;
-}
+Watchdog::~Watchdog() { m_stop.Set(); }
 
 void Watchdog::Watch() {
   uint64_t seen = m_progress;
-  while (WaitForSingleObject(m_stop, m_limitMs) == WAIT_TIMEOUT) {
+  while (!m_stop.Wait(m_limitMs)) {
     const uint64_t now = m_progress;
     if (std::exchange(seen, now) != now) continue;
     Say("\nNothing has moved for " + std::to_string(m_limitMs) + " ms.\n");

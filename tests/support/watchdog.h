@@ -11,29 +11,29 @@
 #include <functional>
 #include <string>
 
+#include "tests/support/pinned.h"
+#include "tests/support/threads.h"
+
 namespace qvtest {
 
 // The exit code of a process that a watchdog has ended.
 inline constexpr DWORD kHungExitCode = 98;
 
-class Watchdog {
+class Watchdog : private Pinned {
  public:
   // The process ends when `progress` has not changed for so long. `describe` adds what the program knows, such as what
   // each worker was about to do.
   Watchdog(const std::atomic<uint64_t>& progress, DWORD limitMs, std::function<std::string()> describe = {});
   ~Watchdog();
-  Watchdog(const Watchdog&) = delete;
-  Watchdog& operator=(const Watchdog&) = delete;
 
  private:
-  static DWORD WINAPI Run(void* self);
   void Watch();
 
   const std::atomic<uint64_t>& m_progress;
   DWORD m_limitMs;
   std::function<std::string()> m_describe;
-  HANDLE m_stop;
-  HANDLE m_thread;
+  Event m_stop;
+  HostThread m_thread;
 };
 
 // Every thread of the process but the calling one: where it stands and who called that, as module and offset.

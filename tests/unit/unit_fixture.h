@@ -12,6 +12,7 @@
 #include "config/jvm_config_info.h"
 #include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
+#include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
@@ -50,10 +51,6 @@ inline void SetHost(CQV_JVMConfigInfo& config, HostKind kind) {
   config.m_bQuovantHost = kind != HostKind::Tablero;
   config.m_bLoomhallHost = kind == HostKind::Loomhall;
 }
-
-inline constexpr wchar_t kQuovantRoot[] = L"Software\\Harlowe\\Quovant\\19.0";
-inline constexpr wchar_t kTableroRoot[] = L"Software\\Harlowe\\Tablero\\19.0";
-inline constexpr wchar_t kLoomhallRoot[] = L"Software\\Harlowe\\Loomhall\\2.0\\DBComponents";
 
 // A module with nothing in it, copied to a path and loaded from there.
 class LoadedModule {

@@ -9,14 +9,13 @@
 
 #include "base/procedure.h"
 #include "tests/ledger/ledger.h"
+#include "tests/support/product.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
 
 namespace {
 
-constexpr wchar_t kQuovantRoot[] = L"Software\\Harlowe\\Quovant\\19.0";
-constexpr wchar_t kTableroRoot[] = L"Software\\Harlowe\\Tablero\\19.0";
 constexpr wchar_t kSystemPath[] = L"C:\\windows\\system32;C:\\windows";
 
 // ---- hooks before the entry routine ----

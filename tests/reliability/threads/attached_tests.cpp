@@ -19,20 +19,6 @@ constexpr DWORD kHangMs = 60000;
 
 std::atomic<uint64_t> g_progress = 0;
 
-// Opens once.
-class Event {
- public:
-  explicit Event(const wchar_t* name = nullptr) : m_event(CreateEventW(nullptr, TRUE, FALSE, name)) {}
-  ~Event() { CloseHandle(m_event); }
-  Event(const Event&) = delete;
-  Event& operator=(const Event&) = delete;
-  void Open() { SetEvent(m_event); }
-  bool Wait(DWORD limitMs = INFINITE) { return WaitForSingleObject(m_event, limitMs) == WAIT_OBJECT_0; }
-
- private:
-  HANDLE m_event;
-};
-
 class ThreadOwners : public RunningVmTest {
  protected:
   // Interpreted: the compiler has native methods looked up when it pleases, on whatever thread and with whatever
@@ -241,22 +227,22 @@ TEST_F(ThreadOwners, AThreadLeavesTheJvmWhileAnotherKeepsTheLoaderLockAndWaitsFo
     qv_jobject thread = nullptr;
     HostThread leaver([&] {
       thread = Global(CurrentThread());
-      joined.Open();
+      joined.Set();
       mayEnd.Wait();
     });
     joined.Wait();
     // Java tells when the leaver is no longer attached; its thread is attached before the lock is taken.
     HostThread watcher([&] {
       EXPECT_NE(QV_AcquireThreadEnv(Vm()), nullptr);
-      watching.Open();
+      watching.Set();
       EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticVoidMethod(m_attached, "awaitEnd", "(Ljava/lang/Thread;)V", thread)));
-      go.Open();
+      go.Set();
     });
     watching.Wait();
     HMODULE loaded = nullptr;
     HostThread holder([&] { loaded = LoadLibraryW(library.c_str()); });
     held.Wait();
-    mayEnd.Open();
+    mayEnd.Set();
     if (!go.Wait(kLoaderLockLimitMs / 2)) ADD_FAILURE() << "round " << round << "\n" << StacksOfOtherThreads();
     holder.Join();
     leaver.Join();

@@ -2,39 +2,12 @@
 // gone.
 #pragma once
 
-#include <windows.h>
-
 #include <cstdint>
-#include <functional>
-#include <utility>
 
 #include "qvjvm/qvjvm.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
-
-class HostThread {
- public:
-  explicit HostThread(std::function<void()> work)
-      : m_work(std::move(work)), m_thread(CreateThread(nullptr, 0, Run, this, 0, nullptr)) {}
-  ~HostThread() { Join(); }
-  HostThread(const HostThread&) = delete;
-  HostThread& operator=(const HostThread&) = delete;
-
-  void Join() {
-    if (m_thread == nullptr) return;
-    WaitForSingleObject(m_thread, INFINITE);
-    CloseHandle(std::exchange(m_thread, nullptr));
-  }
-
- private:
-  static DWORD WINAPI Run(void* self) {
-    static_cast<HostThread*>(self)->m_work();
-    return 0;
-  }
-
-  std::function<void()> m_work;
-  HANDLE m_thread;
-};
 
 // How the JVM is started for crowds of threads. It starts no threads of its own in the middle of a collection: where
 // the system runs thread ends under a lock that starting threads need as well, a collection that waits for a new thread
