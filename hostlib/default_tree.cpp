@@ -9,6 +9,7 @@
 
 #include "host/qvshr.h"
 #include "hostlib/backend.h"
+#include "hostlib/host_object.h"
 #include "hostlib/text_object.h"
 #include "hostlib/wide_text.h"
 
@@ -169,85 +170,37 @@ uint32_t FindKey(const Tree& tree, uint32_t key, std::wstring_view path) noexcep
 
 int32_t OpenTreeKey(Tree* tree, uint32_t key, const void* caller, IQvRegKey** out) noexcept;
 
-class TreeKey final : public IQvRegKey {
+class TreeKey final : public KeyObject<TreeKey> {
  public:
   // Adopts one share of the tree.
-  TreeKey(Tree* tree, uint32_t key) noexcept : m_tree(tree), m_key(key) { NoteObjectBorn(ObjectKind::Key); }
+  TreeKey(Tree* tree, uint32_t key) noexcept : m_key(key), m_tree(tree) {}
 
-  int32_t QueryInterface(const GUID& iid, void** object) noexcept override {
-    if (object == nullptr) return E_POINTER;
-    *object = nullptr;
-    if (!IsUnknownId(iid)) return QV_E_NOINTERFACE;
-    AddRef();
-    *object = static_cast<IQvRegKey*>(this);
-    return QV_S_OK;
-  }
-  uint32_t AddRef() noexcept override { return ++m_references; }
-  uint32_t Release() noexcept override {
-    const uint32_t left = --m_references;
-    if (left == 0) {
-      ReleaseTree(m_tree, QVSHR_CALLER);
-      NoteObjectGone(ObjectKind::Key);
-      this->~TreeKey();
-      FreeBlock(this, QVSHR_CALLER);
-    }
-    return left;
-  }
-  int32_t Reserved3() noexcept override { return QV_E_NOTIMPL; }
-  int32_t OpenSubKey(IQvString* relativePath, uint32_t, IQvRegKey** key) noexcept override {
-    if (key == nullptr) return E_POINTER;
-    *key = nullptr;
-    if (CallFails(kQvshrCallOpenSubKey)) return QV_E_FAIL;
-    if (relativePath == nullptr) return QV_E_INVALIDARG;
-    const uint32_t found = FindKey(*m_tree, m_key, TextOf(relativePath));
+  int32_t OpenBelow(const wchar_t* path, uint32_t, const void* caller, IQvRegKey** key) noexcept {
+    const uint32_t found = FindKey(*m_tree, m_key, path);
     if (found == kNoKey) return static_cast<int32_t>(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
-    return OpenTreeKey(m_tree, found, QVSHR_CALLER, key);
+    return OpenTreeKey(m_tree, found, caller, key);
   }
-  int32_t Reserved5() noexcept override { return QV_E_NOTIMPL; }
-  int32_t Reserved6() noexcept override { return QV_E_NOTIMPL; }
-  int32_t EnumValue(int32_t index, IQvString** name, IQvString** value) noexcept override {
-    if (name != nullptr) *name = nullptr;
-    if (value != nullptr) *value = nullptr;
-    if (name == nullptr || value == nullptr) return E_POINTER;
-    if (CallFails(kQvshrCallEnumValue)) return QV_E_FAIL;
-    if (index < 0) return QV_E_INVALIDARG;
+  int32_t ReadAt(uint32_t index, const void* caller, IQvString** name, IQvString** value) noexcept {
     const Key& key = m_tree->keys[m_key];
-    if (static_cast<uint32_t>(index) >= key.valueCount)
-      return static_cast<int32_t>(HRESULT_FROM_WIN32(ERROR_NO_MORE_ITEMS));
-    const Value& found = m_tree->values[key.firstValue + static_cast<uint32_t>(index)];
-    const int32_t nameStatus = CreateText(found.name, {}, QVSHR_CALLER, name);
-    if (nameStatus < 0) return nameStatus;
-    const int32_t valueStatus = CreateText(found.text, {}, QVSHR_CALLER, value);
-    if (valueStatus < 0) {
-      (*name)->Release();
-      *name = nullptr;
-    }
-    return valueStatus;
+    if (index >= key.valueCount) return static_cast<int32_t>(HRESULT_FROM_WIN32(ERROR_NO_MORE_ITEMS));
+    const Value& found = m_tree->values[key.firstValue + index];
+    return CreatePair(found.name, found.text, caller, name, value);
   }
-  int32_t Reserved8() noexcept override { return QV_E_NOTIMPL; }
-  int32_t Reserved9() noexcept override { return QV_E_NOTIMPL; }
-  int32_t Reserved10() noexcept override { return QV_E_NOTIMPL; }
-  int32_t Reserved11() noexcept override { return QV_E_NOTIMPL; }
-  int32_t QueryStringValue(IQvString* name, IQvString** value) noexcept override {
-    if (value == nullptr) return E_POINTER;
-    *value = nullptr;
-    if (CallFails(kQvshrCallQueryStringValue)) return QV_E_FAIL;
-    if (name == nullptr) return QV_E_INVALIDARG;
-    const std::wstring_view wanted = TextOf(name);
+  int32_t ReadNamed(const wchar_t* name, const void* caller, IQvString** value) noexcept {
     const Key& key = m_tree->keys[m_key];
     for (uint32_t i = 0; i < key.valueCount; ++i) {
       const Value& candidate = m_tree->values[key.firstValue + i];
-      if (SameName(candidate.name, wanted)) return CreateText(candidate.text, {}, QVSHR_CALLER, value);
+      if (SameName(candidate.name, name)) return CreateText(candidate.text, {}, caller, value);
     }
     return static_cast<int32_t>(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
   }
 
  private:
-  ~TreeKey() = default;
+  friend HostObject;
+  ~TreeKey() { ReleaseTree(m_tree, QVSHR_CALLER); }
 
-  Tree* const m_tree;
   const uint32_t m_key;
-  std::atomic<uint32_t> m_references{1};
+  Tree* const m_tree;
 };
 
 // A new key object with a share of its own in the tree.

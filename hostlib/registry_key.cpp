@@ -9,6 +9,7 @@
 
 #include "host/qvshr.h"
 #include "hostlib/backend.h"
+#include "hostlib/host_object.h"
 #include "hostlib/scratch.h"
 #include "hostlib/text_object.h"
 #include "hostlib/wide_text.h"
@@ -79,50 +80,23 @@ int32_t Failure(LSTATUS status) noexcept {
 
 LSTATUS OpenKey(HKEY parent, const wchar_t* path, uint32_t access, const void* caller, IQvRegKey** out) noexcept;
 
-class RegistryKey final : public IQvRegKey {
+class RegistryKey final : public KeyObject<RegistryKey> {
  public:
   // Adopts the handle when `owned`; the hive that opens as itself stays the host's.
-  RegistryKey(HKEY key, bool owned) noexcept : m_key(key), m_owned(owned) { NoteObjectBorn(ObjectKind::Key); }
+  RegistryKey(HKEY key, bool owned) noexcept : m_owned(owned), m_key(key) {}
 
-  int32_t QueryInterface(const GUID& iid, void** object) noexcept override {
-    if (object == nullptr) return E_POINTER;
-    *object = nullptr;
-    if (!IsUnknownId(iid)) return QV_E_NOINTERFACE;
-    AddRef();
-    *object = static_cast<IQvRegKey*>(this);
-    return QV_S_OK;
-  }
-  uint32_t AddRef() noexcept override { return ++m_references; }
-  uint32_t Release() noexcept override {
-    const uint32_t left = --m_references;
-    if (left == 0) {
-      if (m_owned) RegCloseKey(m_key);
-      NoteObjectGone(ObjectKind::Key);
-      this->~RegistryKey();
-      FreeBlock(this, QVSHR_CALLER);
-    }
-    return left;
-  }
-  int32_t Reserved3() noexcept override { return QV_E_NOTIMPL; }
-  int32_t OpenSubKey(IQvString* relativePath, uint32_t access, IQvRegKey** key) noexcept override {
-    if (key == nullptr) return E_POINTER;
-    *key = nullptr;
-    if (CallFails(kQvshrCallOpenSubKey)) return QV_E_FAIL;
-    if (relativePath == nullptr) return QV_E_INVALIDARG;
-    const LSTATUS status = OpenKey(m_key, TextOf(relativePath), access, QVSHR_CALLER, key);
+  int32_t OpenBelow(const wchar_t* path, uint32_t access, const void* caller, IQvRegKey** key) noexcept {
+    const LSTATUS status = OpenKey(m_key, path, access, caller, key);
     return status == ERROR_SUCCESS ? QV_S_OK : Failure(status);
   }
-  int32_t Reserved5() noexcept override { return QV_E_NOTIMPL; }
-  int32_t Reserved6() noexcept override { return QV_E_NOTIMPL; }
-  int32_t EnumValue(int32_t index, IQvString** name, IQvString** value) noexcept override;
-  int32_t Reserved8() noexcept override { return QV_E_NOTIMPL; }
-  int32_t Reserved9() noexcept override { return QV_E_NOTIMPL; }
-  int32_t Reserved10() noexcept override { return QV_E_NOTIMPL; }
-  int32_t Reserved11() noexcept override { return QV_E_NOTIMPL; }
-  int32_t QueryStringValue(IQvString* name, IQvString** value) noexcept override;
+  int32_t ReadAt(uint32_t index, const void* caller, IQvString** name, IQvString** value) noexcept;
+  int32_t ReadNamed(const wchar_t* name, const void* caller, IQvString** value) noexcept;
 
  private:
-  ~RegistryKey() = default;
+  friend HostObject;
+  ~RegistryKey() {
+    if (m_owned) RegCloseKey(m_key);
+  }
 
   // "The text value with this number is at this index of the registry or behind it."
   struct Cursor {
@@ -137,54 +111,36 @@ class RegistryKey final : public IQvRegKey {
     m_cursor.store(uint64_t{cursor.text} << 32 | cursor.raw, std::memory_order_relaxed);
   }
 
+  const bool m_owned;
   const HKEY m_key;
   std::atomic<uint64_t> m_cursor{0};
-  std::atomic<uint32_t> m_references{1};
-  const bool m_owned;
 };
 
-int32_t RegistryKey::EnumValue(int32_t index, IQvString** name, IQvString** value) noexcept {
-  if (name != nullptr) *name = nullptr;
-  if (value != nullptr) *value = nullptr;
-  if (name == nullptr || value == nullptr) return E_POINTER;
-  if (CallFails(kQvshrCallEnumValue)) return QV_E_FAIL;
-  if (index < 0) return QV_E_INVALIDARG;
-  const uint32_t wanted = static_cast<uint32_t>(index);
+int32_t RegistryKey::ReadAt(uint32_t index, const void* caller, IQvString** name, IQvString** value) noexcept {
   Cursor at = LoadCursor();
-  if (wanted < at.text) at = {0, 0};
+  if (index < at.text) at = {0, 0};
   ValueAt found;
   for (;; ++at.raw) {
     const LSTATUS status = ReadValueAt(m_key, at.raw, found);
     if (status != ERROR_SUCCESS) return Failure(status);
     if (!IsText(found.type)) continue;
-    if (at.text == wanted) break;
+    if (at.text == index) break;
     ++at.text;
   }
   StoreCursor(at);
   const std::wstring_view nameText(found.name.As<const wchar_t>(), found.nameUnits);
-  const int32_t status = CreateText(nameText.substr(0, nameText.find(L'\0')), {}, QVSHR_CALLER, name);
-  if (status < 0) return status;
-  const int32_t valueStatus = CreateText(TextIn(found.data, found.dataBytes), {}, QVSHR_CALLER, value);
-  if (valueStatus < 0) {
-    (*name)->Release();
-    *name = nullptr;
-  }
-  return valueStatus;
+  return CreatePair(nameText.substr(0, nameText.find(L'\0')), TextIn(found.data, found.dataBytes), caller, name, value);
 }
 
-int32_t RegistryKey::QueryStringValue(IQvString* name, IQvString** value) noexcept {
-  if (value == nullptr) return E_POINTER;
-  *value = nullptr;
-  if (CallFails(kQvshrCallQueryStringValue)) return QV_E_FAIL;
-  if (name == nullptr) return QV_E_INVALIDARG;
+int32_t RegistryKey::ReadNamed(const wchar_t* name, const void* caller, IQvString** value) noexcept {
   DataBuffer data;
   for (;;) {
     DWORD type = REG_SZ;
     DWORD bytes = static_cast<DWORD>(data.SizeBytes());
-    const LSTATUS status = RegQueryValueExW(m_key, TextOf(name), nullptr, &type, data.As<BYTE>(), &bytes);
+    const LSTATUS status = RegQueryValueExW(m_key, name, nullptr, &type, data.As<BYTE>(), &bytes);
     if (status != ERROR_SUCCESS && status != ERROR_MORE_DATA) return Failure(status);
     if (!IsText(type)) return Failure(ERROR_INVALID_DATATYPE);
-    if (status == ERROR_SUCCESS) return CreateText(TextIn(data, bytes), {}, QVSHR_CALLER, value);
+    if (status == ERROR_SUCCESS) return CreateText(TextIn(data, bytes), {}, caller, value);
     const LSTATUS grown = GrowData(data, bytes);
     if (grown != ERROR_SUCCESS) return Failure(grown);
   }

@@ -1,46 +1,25 @@
-// String objects and the conversion to narrow text. An object and its text are one block; the reference count is the
-// only thing that changes after creation, and it is interlocked.
+// String objects and the conversion to narrow text. An object and its text are one block, and nothing but the reference
+// count changes after creation.
 #include "hostlib/text_object.h"
 
 #include <windows.h>
 
-#include <atomic>
 #include <new>
 
 #include "host/qvshr.h"
 #include "hostlib/backend.h"
+#include "hostlib/host_object.h"
 #include "hostlib/wide_text.h"
 
 namespace qvshr {
 namespace {
 
-class TextObject final : public IQvString {
+class TextObject final : public HostObject<TextObject, IQvString, ObjectKind::Text> {
  public:
-  explicit TextObject(size_t length) noexcept : m_length(static_cast<int32_t>(length)) {
-    NoteObjectBorn(ObjectKind::Text);
-  }
+  explicit TextObject(size_t length) noexcept : m_length(static_cast<int32_t>(length)) {}
 
   wchar_t* Units() noexcept { return reinterpret_cast<wchar_t*>(this + 1); }
 
-  int32_t QueryInterface(const GUID& iid, void** object) noexcept override {
-    if (object == nullptr) return E_POINTER;
-    *object = nullptr;
-    if (!IsUnknownId(iid)) return QV_E_NOINTERFACE;
-    AddRef();
-    *object = static_cast<IQvString*>(this);
-    return QV_S_OK;
-  }
-  uint32_t AddRef() noexcept override { return ++m_references; }
-  uint32_t Release() noexcept override {
-    const uint32_t left = --m_references;
-    if (left == 0) {
-      NoteObjectGone(ObjectKind::Text);
-      this->~TextObject();
-      FreeBlock(this, QVSHR_CALLER);
-    }
-    return left;
-  }
-  int32_t Reserved3() noexcept override { return QV_E_NOTIMPL; }
   int32_t Reserved4() noexcept override { return QV_E_NOTIMPL; }
   const wchar_t* GetText() noexcept override {
     CallFails(kQvshrCallGetText);
@@ -51,7 +30,6 @@ class TextObject final : public IQvString {
     return m_length + 1;
   }
   int32_t Reserved7() noexcept override { return QV_E_NOTIMPL; }
-  int32_t Reserved8() noexcept override { return QV_E_NOTIMPL; }
   int32_t Concat(IQvString* right, IQvString** joined) noexcept override {
     if (joined == nullptr) return E_POINTER;
     *joined = nullptr;
@@ -61,9 +39,9 @@ class TextObject final : public IQvString {
   }
 
  private:
+  friend HostObject;
   ~TextObject() = default;
 
-  std::atomic<uint32_t> m_references{1};
   const int32_t m_length;  // without the terminator
 };
 
@@ -84,11 +62,6 @@ int32_t CreateText(std::wstring_view left, std::wstring_view right, const void* 
   units[length] = L'\0';
   *out = object;
   return QV_S_OK;
-}
-
-bool IsUnknownId(const GUID& iid) noexcept {
-  static constexpr GUID kUnknown = {0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-  return IsEqualGUID(iid, kUnknown) != 0;
 }
 
 }  // namespace qvshr

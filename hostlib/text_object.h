@@ -13,8 +13,4 @@ namespace qvshr {
 /// @return 0, or E_OUTOFMEMORY with *out null. `out` is not null.
 int32_t CreateText(std::wstring_view left, std::wstring_view right, const void* caller, IQvString** out) noexcept;
 
-/// What QueryInterface of every object answers: its one interface under the id of IUnknown.
-/// @return true when `iid` asks for that.
-bool IsUnknownId(const GUID& iid) noexcept;
-
 }  // namespace qvshr
