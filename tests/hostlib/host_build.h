@@ -8,53 +8,47 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "base/procedure.h"
 #include "host/qvshr.h"
+#include "tests/support/temp_folder.h"
 
 namespace hosttest {
 
-/// The folder of the running program, with a backslash at its end.
-inline std::wstring ProgramFolder() {
-  wchar_t path[1024] = {};
-  const DWORD length = GetModuleFileNameW(nullptr, path, 1024);
-  const std::wstring whole(path, length);
-  return whole.substr(0, whole.rfind(L'\\') + 1);
-}
+using qvtest::ProgramFolder;
+using Strings = std::vector<std::wstring>;
 
-/// The function of a module that has this ordinal; null when there is none.
-template <class Function>
-Function ByOrdinal(HMODULE module, WORD ordinal) {
-  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, MAKEINTRESOURCEA(ordinal))));
-}
+inline constexpr GUID kUnknownId = {0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
 /// The twelve functions of one build.
 struct HostApi {
-  decltype(&QvshrAlloc) Alloc;
-  decltype(&QvshrFree) Free;
-  decltype(&QvshrCreateString) CreateString;
-  decltype(&QvshrOpenRegistryKey) OpenRegistryKey;
-  decltype(&QvshrOpenDefaultTree) OpenDefaultTree;
-  decltype(&QvshrWideToMultiByte) WideToMultiByte;
-  decltype(&QvshrGetDirectory) GetDirectory;
-  decltype(&QvshrGetFileName) GetFileName;
-  decltype(&QvshrGetSpecialFolder) GetSpecialFolder;
-  decltype(&QvshrGetSetting) GetSetting;
-  decltype(&QvshrIsWebDeployment) IsWebDeployment;
-  decltype(&QvshrNoDetachQuery) NoDetachQuery;
+  explicit HostApi(HMODULE library) : module(library) {}
 
-  explicit HostApi(HMODULE m)
-      : Alloc(ByOrdinal<decltype(Alloc)>(m, 1)),
-        Free(ByOrdinal<decltype(Free)>(m, 2)),
-        CreateString(ByOrdinal<decltype(CreateString)>(m, 3)),
-        OpenRegistryKey(ByOrdinal<decltype(OpenRegistryKey)>(m, 4)),
-        OpenDefaultTree(ByOrdinal<decltype(OpenDefaultTree)>(m, 5)),
-        WideToMultiByte(ByOrdinal<decltype(WideToMultiByte)>(m, 6)),
-        GetDirectory(ByOrdinal<decltype(GetDirectory)>(m, 7)),
-        GetFileName(ByOrdinal<decltype(GetFileName)>(m, 8)),
-        GetSpecialFolder(ByOrdinal<decltype(GetSpecialFolder)>(m, 9)),
-        GetSetting(ByOrdinal<decltype(GetSetting)>(m, 10)),
-        IsWebDeployment(ByOrdinal<decltype(IsWebDeployment)>(m, 11)),
-        NoDetachQuery(ByOrdinal<decltype(NoDetachQuery)>(m, 12)) {}
+  const HMODULE module;
+  decltype(&QvshrAlloc) Alloc = ByOrdinal(1);
+  decltype(&QvshrFree) Free = ByOrdinal(2);
+  decltype(&QvshrCreateString) CreateString = ByOrdinal(3);
+  decltype(&QvshrOpenRegistryKey) OpenRegistryKey = ByOrdinal(4);
+  decltype(&QvshrOpenDefaultTree) OpenDefaultTree = ByOrdinal(5);
+  decltype(&QvshrWideToMultiByte) WideToMultiByte = ByOrdinal(6);
+  decltype(&QvshrGetDirectory) GetDirectory = ByOrdinal(7);
+  decltype(&QvshrGetFileName) GetFileName = ByOrdinal(8);
+  decltype(&QvshrGetSpecialFolder) GetSpecialFolder = ByOrdinal(9);
+  decltype(&QvshrGetSetting) GetSetting = ByOrdinal(10);
+  decltype(&QvshrIsWebDeployment) IsWebDeployment = ByOrdinal(11);
+  decltype(&QvshrNoDetachQuery) NoDetachQuery = ByOrdinal(12);
+
+ private:
+  struct Export {
+    HMODULE module;
+    WORD ordinal;
+    template <class Function>
+    operator Function() const {
+      return qv::FindProcedure<Function>(module, MAKEINTRESOURCEA(ordinal));
+    }
+  };
+  [[nodiscard]] Export ByOrdinal(WORD ordinal) const { return {module, ordinal}; }
 };
 
 /// Owns one reference of a host object.
@@ -101,14 +95,13 @@ struct HostBuild {
 };
 inline void PrintTo(const HostBuild& build, std::ostream* out) { *out << build.name; }
 
-inline constexpr HostBuild kPlainBuild{"Plain", L"..\\qvshr.dll"};
-inline constexpr HostBuild kLedgerBuild{"Ledger", L"qvshr.dll"};
+inline constexpr HostBuild kPlainBuild{"Plain", L"\\..\\qvshr.dll"};
+inline constexpr HostBuild kLedgerBuild{"Ledger", L"\\qvshr.dll"};
 
 /// A test that runs on the build of its parameter.
 class HostTest : public testing::TestWithParam<HostBuild> {
  public:
-  HostTest() : module(LoadLibraryW((ProgramFolder() + GetParam().file).c_str())), host(module) {}
-  void SetUp() override { ASSERT_NE(module, nullptr) << "the library is not there, error " << GetLastError(); }
+  void SetUp() override { ASSERT_NE(host.module, nullptr) << "the library is not there, error " << GetLastError(); }
 
   Text MakeText(const std::wstring& text) const {
     Text made;
@@ -138,9 +131,34 @@ class HostTest : public testing::TestWithParam<HostBuild> {
     EXPECT_EQ(static_cast<bool>(name), static_cast<bool>(value));
     return status == 0 ? std::wstring(name->GetText()) + L"=" + value->GetText() : L"<none>";
   }
+  /// What Enum gives for each index, up to the first that has no value.
+  Strings Walk(const Key& key) const {
+    Strings walked;
+    for (int32_t i = 0;; ++i) {
+      const std::wstring entry = Enum(key, i);
+      if (entry == L"<none>") return walked;
+      walked.push_back(entry);
+    }
+  }
+  void ExpectRefusesMissingArguments(const Key& key) const {
+    const Text text = MakeText(L"x");
+    IQvRegKey* sub = Untouched<IQvRegKey>();
+    EXPECT_LT(key->OpenSubKey(nullptr, KEY_READ, &sub), 0);
+    EXPECT_EQ(sub, nullptr);
+    EXPECT_LT(key->OpenSubKey(text.Get(), KEY_READ, nullptr), 0);
+    IQvString* value = Untouched<IQvString>();
+    EXPECT_LT(key->QueryStringValue(nullptr, &value), 0);
+    EXPECT_EQ(value, nullptr);
+    EXPECT_LT(key->QueryStringValue(text.Get(), nullptr), 0);
+    value = Untouched<IQvString>();
+    EXPECT_LT(key->EnumValue(0, nullptr, &value), 0);
+    EXPECT_EQ(value, nullptr);
+    value = Untouched<IQvString>();
+    EXPECT_LT(key->EnumValue(0, &value, nullptr), 0);
+    EXPECT_EQ(value, nullptr);
+  }
 
-  const HMODULE module;
-  const HostApi host;
+  const HostApi host{LoadLibraryW((ProgramFolder() + GetParam().file).c_str())};
 };
 
 #define ON_BOTH_HOST_BUILDS(Suite)                                                                      \

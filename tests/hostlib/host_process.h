@@ -17,8 +17,8 @@ class HostProcess {
  public:
   explicit HostProcess(const HostBuild& build) {
     m_folder.CopyIn(ProgramFolder() + build.file, L"qvshr.dll");
-    m_folder.CopyIn(ProgramFolder() + L"hostlib_witness.dll", L"hostlib_witness.dll");
-    m_program = m_folder.CopyIn(ProgramFolder() + L"hostlib_host.exe", L"hostlib_host.exe");
+    m_folder.CopyIn(ProgramFolder() + L"\\hostlib_witness.dll", L"hostlib_witness.dll");
+    m_program = m_folder.CopyIn(ProgramFolder() + L"\\hostlib_host.exe", L"hostlib_host.exe");
   }
 
   void WriteSettings(const std::string& content) const { m_folder.WriteFile(L"qvshr.ini", content); }

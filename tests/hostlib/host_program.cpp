@@ -8,17 +8,10 @@
 #include <vector>
 
 #include "tests/hostlib/host_build.h"
+#include "tests/support/text.h"
 
 namespace hosttest {
 namespace {
-
-std::string ToUtf8(const std::wstring& text) {
-  std::string out(text.size() * 3 + 1, '\0');
-  const int bytes = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), out.data(),
-                                        static_cast<int>(out.size()), nullptr, nullptr);
-  out.resize(static_cast<size_t>(bytes));
-  return out;
-}
 
 // "a|b|c" in its parts; "<null>" stands for a null pointer.
 struct Parts {
@@ -66,7 +59,7 @@ std::wstring CarryOut(const HostApi& host, const std::wstring& command) {
   if (verb == L"web") return std::to_wstring(host.IsWebDeployment(0));
   if (verb == L"nodetach") return std::to_wstring(host.NoDetachQuery());
   if (verb == L"write") {
-    const std::wstring file = ProgramFolder() + L"qvshr.ini";
+    const std::wstring file = ProgramFolder() + L"\\qvshr.ini";
     return WritePrivateProfileStringW(parts.At(0), parts.At(1), parts.At(2), file.c_str()) ? L"written"
                                                                                            : L"not written";
   }
@@ -87,9 +80,8 @@ std::wstring CarryOut(const HostApi& host, const std::wstring& command) {
     return L"written past the end";
   }
   if (verb == L"witness") {
-    const HMODULE witness = LoadLibraryW((ProgramFolder() + L"hostlib_witness.dll").c_str());
-    const auto watch =
-        reinterpret_cast<void (*)(const HostApi*)>(reinterpret_cast<void*>(GetProcAddress(witness, "Watch")));
+    const HMODULE witness = LoadLibraryW((ProgramFolder() + L"\\hostlib_witness.dll").c_str());
+    const auto watch = qv::FindProcedure<void (*)(const HostApi*)>(witness, "Watch");
     static const HostApi watched = host;
     if (watch == nullptr) return L"no witness";
     watch(&watched);
@@ -111,11 +103,11 @@ int main() {
   SetUnhandledExceptionFilter(&hosttest::EndWithCode);
   int count = 0;
   wchar_t** const arguments = CommandLineToArgvW(GetCommandLineW(), &count);
-  const HMODULE module = LoadLibraryW((hosttest::ProgramFolder() + L"qvshr.dll").c_str());
+  const HMODULE module = LoadLibraryW((hosttest::ProgramFolder() + L"\\qvshr.dll").c_str());
   if (module == nullptr) return 3;
   const hosttest::HostApi host(module);
   for (int i = 1; i < count; ++i) {
-    std::printf("%s\n", hosttest::ToUtf8(hosttest::CarryOut(host, arguments[i])).c_str());
+    std::printf("%s\n", qvtest::ToUtf8(hosttest::CarryOut(host, arguments[i])).c_str());
     std::fflush(stdout);
   }
   return 0;

@@ -4,21 +4,17 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <thread>
 #include <vector>
 
 #include "base/seh_guard.h"
 #include "host/qvshr.h"
-#include "tests/ledger/ledger.h"
+#include "tests/support/ledger_check.h"
+#include "tests/support/threads.h"
 
 namespace hosttest {
 namespace {
 
-QvshrLedgerState Snapshot() {
-  QvshrLedgerState state{};
-  QvshrLedgerSnapshot(&state);
-  return state;
-}
+using qvtest::Books;
 
 QvshrLedgerError LastError() {
   QvshrLedgerError error{};
@@ -67,27 +63,27 @@ INSTANTIATE_TEST_SUITE_P(Ledger, LedgerBooksTest, testing::Bool(),
                          [](const auto& row) { return std::string(row.param ? "Guarded" : "OnTheHeap"); });
 
 TEST_P(LedgerBooksTest, BlocksAreCountedWhileTheyLive) {
-  const QvshrLedgerState before = Snapshot();
+  const QvshrLedgerState before = Books();
   char* const first = MakeBlock(100);
   char* const second = MakeBlock(0);
-  QvshrLedgerState now = Snapshot();
+  QvshrLedgerState now = Books();
   EXPECT_EQ(now.liveBlocks, before.liveBlocks + 2);
   EXPECT_EQ(now.liveBytes, before.liveBytes + 100);
   EXPECT_EQ(now.totalAllocations, before.totalAllocations + 2);
   QvshrFree(first);
-  now = Snapshot();
+  now = Books();
   EXPECT_EQ(now.liveBlocks, before.liveBlocks + 1);
   EXPECT_EQ(now.liveBytes, before.liveBytes);
   QvshrFree(second);
   QvshrFree(nullptr);
-  now = Snapshot();
+  now = Books();
   EXPECT_EQ(now.liveBlocks, before.liveBlocks);
   EXPECT_EQ(now.totalAllocations, before.totalAllocations + 2);
   EXPECT_EQ(now.errors, 0u);
 }
 
 TEST_P(LedgerBooksTest, StringsAndKeysAreCountedAndTheirBlocksToo) {
-  const QvshrLedgerState before = Snapshot();
+  const QvshrLedgerState before = Books();
   IQvString* text = nullptr;
   IQvRegKey* key = nullptr;
   const DefaultConfigRecord table[] = {
@@ -95,17 +91,17 @@ TEST_P(LedgerBooksTest, StringsAndKeysAreCountedAndTheirBlocksToo) {
   ASSERT_EQ(QvshrCreateString(L"text", &text), 0);
   ASSERT_EQ(QvshrOpenDefaultTree(table, &key), 0);
   text->AddRef();
-  QvshrLedgerState now = Snapshot();
+  QvshrLedgerState now = Books();
   EXPECT_EQ(now.liveStrings, before.liveStrings + 1) << "a reference is no string";
   EXPECT_EQ(now.liveKeys, before.liveKeys + 1);
   EXPECT_EQ(now.totalStrings, before.totalStrings + 1);
   EXPECT_EQ(now.totalKeys, before.totalKeys + 1);
   EXPECT_GE(now.liveBlocks, before.liveBlocks + 2);
   text->Release();
-  EXPECT_EQ(Snapshot().liveStrings, before.liveStrings + 1);
+  EXPECT_EQ(Books().liveStrings, before.liveStrings + 1);
   text->Release();
   key->Release();
-  now = Snapshot();
+  now = Books();
   EXPECT_EQ(now.liveStrings, before.liveStrings);
   EXPECT_EQ(now.liveKeys, before.liveKeys);
   EXPECT_EQ(now.liveBlocks, before.liveBlocks);
@@ -113,7 +109,7 @@ TEST_P(LedgerBooksTest, StringsAndKeysAreCountedAndTheirBlocksToo) {
 }
 
 TEST_P(LedgerBooksTest, ALeakIsListedWithItsSizeItsNumberAndWhoMadeIt) {
-  const QvshrLedgerState before = Snapshot();
+  const QvshrLedgerState before = Books();
   QvshrFree(MakeBlock(5));
   char* const leaked = MakeBlock(77);
   char* const other = MakeBlock(1234);
@@ -130,7 +126,7 @@ TEST_P(LedgerBooksTest, ALeakIsListedWithItsSizeItsNumberAndWhoMadeIt) {
 }
 
 TEST_P(LedgerBooksTest, AShortListHoldsTheOldestAndTellsHowManyThereAre) {
-  const uint64_t before = Snapshot().liveBlocks;
+  const uint64_t before = Books().liveBlocks;
   std::vector<char*> made;
   for (int i = 0; i < 10; ++i) made.push_back(MakeBlock(16));
   std::vector<QvshrLedgerBlock> blocks(before + 3);
@@ -142,21 +138,17 @@ TEST_P(LedgerBooksTest, AShortListHoldsTheOldestAndTellsHowManyThereAre) {
 }
 
 TEST_P(LedgerBooksTest, ThreadsLeaveBalancedBooks) {
-  const QvshrLedgerState before = Snapshot();
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([] {
-      for (size_t i = 0; i < 500; ++i) {
-        char* const block = MakeBlock(i);
-        IQvString* text = nullptr;
-        QvshrCreateString(L"x", &text);
-        QvshrFree(block);
-        text->Release();
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  const QvshrLedgerState now = Snapshot();
+  const QvshrLedgerState before = Books();
+  qvtest::OnThreads(4, [](int) {
+    for (size_t i = 0; i < 500; ++i) {
+      char* const block = MakeBlock(i);
+      IQvString* text = nullptr;
+      QvshrCreateString(L"x", &text);
+      QvshrFree(block);
+      text->Release();
+    }
+  });
+  const QvshrLedgerState now = Books();
   EXPECT_EQ(now.liveBlocks, before.liveBlocks);
   EXPECT_EQ(now.liveBytes, before.liveBytes);
   EXPECT_EQ(now.liveStrings, before.liveStrings);
@@ -175,9 +167,9 @@ TEST_P(LedgerBooksTest, AFreshBlockDoesNotLookInitialised) {
 TEST_P(LedgerBooksTest, ABlockFreedTwiceIsReportedAndNothingIsFreed) {
   char* const block = MakeBlock(24);
   QvshrFree(block);
-  const QvshrLedgerState before = Snapshot();
+  const QvshrLedgerState before = Books();
   QvshrFree(block);
-  const QvshrLedgerState now = Snapshot();
+  const QvshrLedgerState now = Books();
   EXPECT_EQ(now.errors, 1u);
   EXPECT_EQ(now.liveBlocks, before.liveBlocks);
   EXPECT_EQ(LastError().kind, kQvshrDoubleFree);
@@ -193,12 +185,12 @@ TEST_P(LedgerBooksTest, AnAddressThatIsNoBlockIsReportedAndNothingIsFreed) {
   static char inTheProgram[32] = {};
   char* const block = MakeBlock(64);
   void* const systems = HeapAlloc(GetProcessHeap(), 0, 32);
-  const QvshrLedgerState before = Snapshot();
+  const QvshrLedgerState before = Books();
   for (void* foreign :
        {static_cast<void*>(onTheStack), static_cast<void*>(inTheProgram), reinterpret_cast<void*>(uintptr_t{16})}) {
     QvshrLedgerClearErrors();
     QvshrFree(foreign);
-    EXPECT_EQ(Snapshot().errors, 1u) << foreign;
+    EXPECT_EQ(Books().errors, 1u) << foreign;
     EXPECT_EQ(LastError().kind, kQvshrForeignFree) << foreign;
     EXPECT_EQ(LastError().address, foreign);
     EXPECT_EQ(LastError().serial, 0u);
@@ -207,13 +199,13 @@ TEST_P(LedgerBooksTest, AnAddressThatIsNoBlockIsReportedAndNothingIsFreed) {
   // Memory of somebody else, perhaps where a block has been: an error under either name.
   QvshrLedgerClearErrors();
   QvshrFree(systems);
-  EXPECT_EQ(Snapshot().errors, 1u);
+  EXPECT_EQ(Books().errors, 1u);
   // The middle of a block: nobody's start, whatever it is called.
   QvshrLedgerClearErrors();
   QvshrFree(block + 16);
-  EXPECT_EQ(Snapshot().errors, 1u);
-  EXPECT_EQ(Snapshot().liveBlocks, before.liveBlocks);
-  EXPECT_EQ(Snapshot().liveBytes, before.liveBytes);
+  EXPECT_EQ(Books().errors, 1u);
+  EXPECT_EQ(Books().liveBlocks, before.liveBlocks);
+  EXPECT_EQ(Books().liveBytes, before.liveBytes);
   EXPECT_NE(HeapFree(GetProcessHeap(), 0, systems), FALSE);
   QvshrFree(block);
 }
@@ -222,10 +214,10 @@ TEST_P(LedgerBooksTest, AWriteRightBehindABlockIsFoundAtItsFree) {
   for (const size_t bytes : {1u, 7u, 15u, 17u, 100u, 4090u}) {
     QvshrLedgerClearErrors();
     char* const block = MakeBlock(bytes);
-    const uint64_t serial = Snapshot().totalAllocations;
+    const uint64_t serial = Books().totalAllocations;
     block[bytes] = 0;  // up to the next multiple of 16 no page can guard
     QvshrFree(block);
-    EXPECT_EQ(Snapshot().errors, 1u) << bytes << " bytes";
+    EXPECT_EQ(Books().errors, 1u) << bytes << " bytes";
     EXPECT_EQ(LastError().kind, kQvshrOverrun);
     EXPECT_EQ(LastError().address, block);
     EXPECT_EQ(LastError().serial, serial);
@@ -238,16 +230,16 @@ TEST_P(LedgerBooksTest, ABlockThatIsFilledToItsEndIsNoOverrun) {
     std::memset(block, 0x41, bytes);
     QvshrFree(block);
   }
-  EXPECT_EQ(Snapshot().errors, 0u);
+  EXPECT_EQ(Books().errors, 0u);
   EXPECT_EQ(LastError().kind, kQvshrNoError);
 }
 
 TEST_P(LedgerBooksTest, ErrorsCanBeForgotten) {
   int nobodys = 0;
   QvshrFree(&nobodys);
-  ASSERT_EQ(Snapshot().errors, 1u);
+  ASSERT_EQ(Books().errors, 1u);
   QvshrLedgerClearErrors();
-  EXPECT_EQ(Snapshot().errors, 0u);
+  EXPECT_EQ(Books().errors, 0u);
   EXPECT_EQ(LastError().kind, kQvshrNoError);
   EXPECT_EQ(LastError().address, nullptr);
 }
@@ -272,7 +264,7 @@ TEST_F(GuardPagesTest, BehindABlockLiesAnInaccessiblePage) {
     EXPECT_FALSE(CanWrite(block + rounded)) << bytes << " bytes";
     QvshrFree(block);
   }
-  EXPECT_EQ(Snapshot().errors, 0u);
+  EXPECT_EQ(Books().errors, 0u);
 }
 
 TEST_F(GuardPagesTest, SwitchingThemSaysHowItWasBefore) {
@@ -310,7 +302,7 @@ TEST_F(GuardPagesTest, AWriteInFrontOfABlockIsFoundAtItsFree) {
   char* const block = MakeBlock(64);
   ASSERT_TRUE(CanWrite(block - 1));
   QvshrFree(block);
-  EXPECT_EQ(Snapshot().errors, 1u);
+  EXPECT_EQ(Books().errors, 1u);
   EXPECT_EQ(LastError().kind, kQvshrOverrun);
 }
 
@@ -325,7 +317,7 @@ TEST_F(GuardPagesTest, BlocksOfBothKindsLiveSideBySide) {
   EXPECT_FALSE(CanRead(guarded + 64));
   QvshrFree(guarded);
   EXPECT_FALSE(CanRead(guarded));
-  EXPECT_EQ(Snapshot().errors, 0u);
+  EXPECT_EQ(Books().errors, 0u);
 }
 
 TEST_F(GuardPagesTest, ThousandsOfBlocksLiveAtOnceAndHundredThousandsInAll) {
@@ -338,7 +330,7 @@ TEST_F(GuardPagesTest, ThousandsOfBlocksLiveAtOnceAndHundredThousandsInAll) {
     ASSERT_NE(block, nullptr) << i;
     QvshrFree(block);
   }
-  EXPECT_EQ(Snapshot().errors, 0u);
+  EXPECT_EQ(Books().errors, 0u);
 }
 
 }  // namespace

@@ -7,12 +7,17 @@
 #include <string>
 #include <vector>
 
-#include "host/qvshr.h"
+#include "host/host_memory.h"
 #include "tests/hostlib/host_build.h"
-#include "tests/ledger/ledger.h"
+#include "tests/support/ledger_check.h"
+#include "tests/support/registry_sandbox.h"
 
 namespace hosttest {
 namespace {
+
+using qvtest::Books;
+using qvtest::Hive;
+using qvtest::RegistrySandbox;
 
 class LedgerScriptTest : public testing::Test {
  protected:
@@ -60,47 +65,34 @@ TEST_F(LedgerScriptTest, ANewScriptCountsFromNow) {
 }
 
 TEST_F(LedgerScriptTest, FailedAllocationsAreCounted) {
-  QvshrLedgerState before{};
-  QvshrLedgerSnapshot(&before);
+  const QvshrLedgerState before = Books();
   QvshrLedgerFailAt(2, kQvshrFailOnce);
   Allocations(3);
   EXPECT_EQ(QvshrAlloc(SIZE_MAX), nullptr);
-  QvshrLedgerState now{};
-  QvshrLedgerSnapshot(&now);
+  const QvshrLedgerState now = Books();
   EXPECT_EQ(now.failedAllocations, before.failedAllocations + 2) << "the scripted one and the real one";
   EXPECT_EQ(now.totalAllocations, before.totalAllocations + 2);
 }
 
-// Operations that allocate inside the library, each with what it answers without memory.
-struct Operation {
-  const char* name;
-  std::function<bool()> succeeds;  // false: the failure that the contract names, with null out values
-};
+// ---- failing operations ----
 
 constexpr DefaultConfigRecord kTable[] = {{kOpenKey, L"Root", nullptr, {}},      {kOpenKey, L"Sub", nullptr, {}},
                                           {kStringValue, L"name", L"value", {}}, {kCloseKey, nullptr, nullptr, {}},
                                           {kCloseKey, nullptr, nullptr, {}},     {kEndOfTable, nullptr, nullptr, {}}};
 
-// A string, a tree's root and its key "Sub", for operations on objects.
+// What operations on objects need: a tree's root and its key "Sub", and a key of the registry with a large value.
 struct Objects {
   Objects() {
+    registry.SetText(Hive::User, L"", L"name", std::wstring(3000, L'x'));
     EXPECT_EQ(QvshrCreateString(L"Sub", sub.Out()), 0);
     EXPECT_EQ(QvshrCreateString(L"name", name.Out()), 0);
+    EXPECT_EQ(QvshrCreateString(registry.Path(Hive::User).c_str(), registryPath.Out()), 0);
     EXPECT_EQ(QvshrOpenDefaultTree(kTable, root.Out()), 0);
     EXPECT_EQ(root->OpenSubKey(sub.Get(), KEY_READ, key.Out()), 0);
-    const std::wstring path = L"Software\\QvTests\\ledger" + std::to_wstring(GetCurrentProcessId());
-    EXPECT_EQ(QvshrCreateString(path.c_str(), registryPath.Out()), 0);
-    HKEY raw = nullptr;
-    EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr,
-                              &raw, nullptr),
-              0);
-    const std::wstring large(3000, L'x');
-    EXPECT_EQ(RegSetValueExW(raw, L"name", 0, REG_SZ, reinterpret_cast<const BYTE*>(large.c_str()), 6002), 0);
-    RegCloseKey(raw);
     EXPECT_EQ(QvshrOpenRegistryKey(HKEY_CURRENT_USER, registryPath.Get(), KEY_READ, registryKey.Out()), 0);
   }
-  ~Objects() { RegDeleteTreeW(HKEY_CURRENT_USER, registryPath->GetText()); }
 
+  RegistrySandbox registry{RegistrySandbox::Override::Nothing};
   Text sub;
   Text name;
   Text registryPath;
@@ -109,97 +101,87 @@ struct Objects {
   Key registryKey;
 };
 
-// True on success; a failure must be negative and leave null.
-template <class T>
-bool Judge(int32_t status, T* out) {
+// A call with one object as its result: true on success; a failure must be negative and leave null.
+template <class T, class Call>
+bool Gives(Call&& call) {
+  T* out = Untouched<T>();
+  const int32_t status = call(&out);
   EXPECT_EQ(status == 0, out != nullptr) << status;
   EXPECT_LE(status, 0);
   if (out != nullptr) out->Release();
   return status == 0;
 }
 
-std::vector<Operation> Operations(Objects& objects) {
-  const auto query = [](IQvRegKey* key, IQvString* name) {
-    IQvString* value = Untouched<IQvString>();
-    const int32_t status = key->QueryStringValue(name, &value);
-    return Judge(status, value);
+// A call of an operation that can fail; `allocates` when it needs memory of its own.
+struct Operation {
+  const char* name;
+  QvshrCall call;
+  bool allocates;
+  std::function<bool()> succeeds;  // false: the failure that the contract names
+};
+
+std::vector<Operation> Operations(const Objects& objects) {
+  static wchar_t buffer[300];
+  const auto query = [&](const Key& key) {
+    return Gives<IQvString>([&](auto** out) { return key->QueryStringValue(objects.name.Get(), out); });
   };
-  const auto walk = [](IQvRegKey* key) {
+  const auto walk = [](const Key& key) {
     IQvString* name = Untouched<IQvString>();
-    IQvString* value = Untouched<IQvString>();
-    const int32_t status = key->EnumValue(0, &name, &value);
-    EXPECT_EQ(name == nullptr, value == nullptr);
+    const bool given = Gives<IQvString>([&](auto** value) { return key->EnumValue(0, &name, value); });
+    EXPECT_EQ(name != nullptr, given);
     if (name != nullptr) name->Release();
-    return Judge(status, value);
+    return given;
   };
   return {
-      {"CreateString",
-       [] {
-         IQvString* text = Untouched<IQvString>();
-         const int32_t status = QvshrCreateString(L"x", &text);
-         return Judge(status, text);
-       }},
-      {"OpenDefaultTree",
-       [] {
-         IQvRegKey* key = Untouched<IQvRegKey>();
-         const int32_t status = QvshrOpenDefaultTree(kTable, &key);
-         return Judge(status, key);
-       }},
-      {"OpenRegistryKey",
+      {"Alloc", kQvshrCallAlloc, false, [] { return qv::HostPtr<void>(QvshrAlloc(16)) != nullptr; }},
+      {"CreateString", kQvshrCallCreateString, true,
+       [] { return Gives<IQvString>([](auto** out) { return QvshrCreateString(L"x", out); }); }},
+      {"OpenDefaultTree", kQvshrCallOpenDefaultTree, true,
+       [] { return Gives<IQvRegKey>([](auto** out) { return QvshrOpenDefaultTree(kTable, out); }); }},
+      {"OpenRegistryKey", kQvshrCallOpenRegistryKey, true,
        [&] {
-         IQvRegKey* key = Untouched<IQvRegKey>();
-         const int32_t status = QvshrOpenRegistryKey(HKEY_CURRENT_USER, objects.registryPath.Get(), KEY_READ, &key);
-         EXPECT_EQ(status == 0, key != nullptr);
-         if (key != nullptr) key->Release();
-         return status == 0;
+         return Gives<IQvRegKey>([&](auto** out) {
+           // Its failures are no HRESULT: only 0 is a success.
+           return -QvshrOpenRegistryKey(HKEY_CURRENT_USER, objects.registryPath.Get(), KEY_READ, out);
+         });
        }},
-      {"WideToMultiByte",
-       [] {
-         char* const text = QvshrWideToMultiByte(L"x", 0);
-         QvshrFree(text);
-         return text != nullptr;
-       }},
-      {"Concat",
+      {"WideToMultiByte", kQvshrCallWideToMultiByte, true,
+       [] { return qv::HostPtr<char>(QvshrWideToMultiByte(L"x", 0)) != nullptr; }},
+      {"Concat", kQvshrCallConcat, true,
+       [&] { return Gives<IQvString>([&](auto** out) { return objects.sub->Concat(objects.name.Get(), out); }); }},
+      {"OpenSubKey of a tree", kQvshrCallOpenSubKey, true,
        [&] {
-         IQvString* joined = Untouched<IQvString>();
-         const int32_t status = objects.sub->Concat(objects.name.Get(), &joined);
-         return Judge(status, joined);
+         return Gives<IQvRegKey>(
+             [&](auto** out) { return objects.root->OpenSubKey(objects.sub.Get(), KEY_READ, out); });
        }},
-      {"OpenSubKey of a tree",
-       [&] {
-         IQvRegKey* key = Untouched<IQvRegKey>();
-         const int32_t status = objects.root->OpenSubKey(objects.sub.Get(), KEY_READ, &key);
-         return Judge(status, key);
-       }},
-      {"EnumValue of a tree", [&, walk] { return walk(objects.key.Get()); }},
-      {"QueryStringValue of a tree", [&, query] { return query(objects.key.Get(), objects.name.Get()); }},
-      {"EnumValue of the registry", [&, walk] { return walk(objects.registryKey.Get()); }},
-      {"QueryStringValue of the registry", [&, query] { return query(objects.registryKey.Get(), objects.name.Get()); }},
+      {"EnumValue of a tree", kQvshrCallEnumValue, true, [&, walk] { return walk(objects.key); }},
+      {"QueryStringValue of a tree", kQvshrCallQueryStringValue, true, [&, query] { return query(objects.key); }},
+      {"EnumValue of the registry", kQvshrCallEnumValue, true, [&, walk] { return walk(objects.registryKey); }},
+      {"QueryStringValue of the registry", kQvshrCallQueryStringValue, true,
+       [&, query] { return query(objects.registryKey); }},
+      {"GetDirectory", kQvshrCallGetDirectory, false, [] { return QvshrGetDirectory(L"C:\\a\\b", buffer, 300) == 4; }},
+      {"GetFileName", kQvshrCallGetFileName, false, [] { return QvshrGetFileName(L"C:\\a\\b", buffer, 300) == 1; }},
+      {"GetSpecialFolder", kQvshrCallGetSpecialFolder, false,
+       [] { return QvshrGetSpecialFolder(28, buffer, 300, 0, 0) != 0; }},
+      {"GetSetting", kQvshrCallGetSetting, false,
+       [] { return QvshrGetSetting(L"S", L"key", L"fallback", buffer, 300) == 8; }},
+      {"IsWebDeployment", kQvshrCallIsWebDeployment, false, [] { return QvshrIsWebDeployment(0) == 1; }},
+      {"NoDetachQuery", kQvshrCallNoDetachQuery, false, [] { return QvshrNoDetachQuery() == 1; }},
   };
 }
 
 TEST_F(LedgerScriptTest, TheLibrarysOwnAllocationsFailToo) {
-  Objects objects;
+  const Objects objects;
   for (const Operation& operation : Operations(objects)) {
+    if (!operation.allocates) continue;
     SCOPED_TRACE(operation.name);
-    QvshrLedgerState before{};
-    QvshrLedgerSnapshot(&before);
-    uint64_t n = 0;
-    for (bool fired = true; fired;) {
-      QvshrLedgerFailAt(++n, kQvshrFailOnce);
+    const qvtest::LedgerCheck books;
+    qvtest::SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
+      const qvtest::FailAllocation fault(n, mode);
       const bool succeeded = operation.succeeds();
-      fired = QvshrLedgerFired() != 0;
-      EXPECT_EQ(succeeded, !fired) << "allocation " << n;
-      ASSERT_LT(n, 20u);
-    }
-    QvshrLedgerFailAt(0, kQvshrFailOnce);
-    EXPECT_GT(n, 1u) << "it allocates nothing";
-    QvshrLedgerState now{};
-    QvshrLedgerSnapshot(&now);
-    EXPECT_EQ(now.liveBlocks, before.liveBlocks);
-    EXPECT_EQ(now.liveStrings, before.liveStrings);
-    EXPECT_EQ(now.liveKeys, before.liveKeys);
-    EXPECT_EQ(now.errors, 0u);
+      EXPECT_EQ(succeeded, !fault.Fired());
+      return fault.Fired();
+    });
   }
 }
 
@@ -223,75 +205,36 @@ TEST_F(LedgerScriptTest, AReadWithoutMemoryIsToldFromAMissingValue) {
   }
 }
 
-// ---- failing calls ----
-
-// Every operation that can fail by name, with a call of it that succeeds otherwise.
-std::vector<std::pair<QvshrCall, std::function<bool()>>> FailingCalls(Objects& objects) {
-  const std::vector<Operation> operations = Operations(objects);
-  static wchar_t buffer[300];
-  return {
-      {kQvshrCallAlloc,
-       [] {
-         void* const block = QvshrAlloc(16);
-         QvshrFree(block);
-         return block != nullptr;
-       }},
-      {kQvshrCallCreateString, operations[0].succeeds},
-      {kQvshrCallOpenDefaultTree, operations[1].succeeds},
-      {kQvshrCallOpenRegistryKey, operations[2].succeeds},
-      {kQvshrCallWideToMultiByte, operations[3].succeeds},
-      {kQvshrCallConcat, operations[4].succeeds},
-      {kQvshrCallOpenSubKey, operations[5].succeeds},
-      {kQvshrCallEnumValue, operations[6].succeeds},
-      {kQvshrCallQueryStringValue, operations[7].succeeds},
-      {kQvshrCallGetDirectory, [] { return QvshrGetDirectory(L"C:\\a\\b", buffer, 300) == 4; }},
-      {kQvshrCallGetFileName, [] { return QvshrGetFileName(L"C:\\a\\b", buffer, 300) == 1; }},
-      {kQvshrCallGetSpecialFolder, [] { return QvshrGetSpecialFolder(28, buffer, 300, 0, 0) != 0; }},
-      {kQvshrCallGetSetting, [] { return QvshrGetSetting(L"S", L"key", L"fallback", buffer, 300) == 8; }},
-      {kQvshrCallIsWebDeployment, [] { return QvshrIsWebDeployment(0) == 1; }},
-      {kQvshrCallNoDetachQuery, [] { return QvshrNoDetachQuery() == 1; }},
-  };
-}
-
 TEST_F(LedgerScriptTest, TheNthCallOfAnOperationFailsOnceOrFromThereOn) {
-  Objects objects;
-  for (const auto& row : FailingCalls(objects)) {
-    const QvshrCall call = row.first;
-    const std::function<bool()>& succeeds = row.second;
-    SCOPED_TRACE(testing::Message() << "call " << call);
+  const Objects objects;
+  for (const Operation& operation : Operations(objects)) {
+    SCOPED_TRACE(operation.name);
     QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, 1);
     QvshrLedgerOverrideInt(kQvshrCallNoDetachQuery, 1);
     const auto fourCalls = [&] {
       std::string answers;
-      for (int i = 0; i < 4; ++i) answers += succeeds() ? '1' : '0';
+      for (int i = 0; i < 4; ++i) answers += operation.succeeds() ? '1' : '0';
       return answers;
     };
     EXPECT_EQ(fourCalls(), "1111");
-    QvshrLedgerFailCall(call, 2, kQvshrFailOnce);
+    QvshrLedgerFailCall(operation.call, 2, kQvshrFailOnce);
     EXPECT_EQ(fourCalls(), "1011");
-    EXPECT_EQ(QvshrLedgerCallFired(call), 1u);
-    QvshrLedgerFailCall(call, 2, kQvshrFailFromHere);
+    EXPECT_EQ(QvshrLedgerCallFired(operation.call), 1u);
+    QvshrLedgerFailCall(operation.call, 2, kQvshrFailFromHere);
     EXPECT_EQ(fourCalls(), "1000");
-    EXPECT_EQ(QvshrLedgerCallFired(call), 3u);
-    QvshrLedgerFailCall(call, 0, kQvshrFailOnce);
+    EXPECT_EQ(QvshrLedgerCallFired(operation.call), 3u);
+    QvshrLedgerFailCall(operation.call, 0, kQvshrFailOnce);
     EXPECT_EQ(fourCalls(), "1111");
-    EXPECT_EQ(QvshrLedgerCallFired(call), 0u);
+    EXPECT_EQ(QvshrLedgerCallFired(operation.call), 0u);
   }
 }
 
-TEST_F(LedgerScriptTest, TheRegistrysOperationsFailByNameLikeTheTrees) {
-  Objects objects;
-  const std::vector<Operation> operations = Operations(objects);
-  QvshrLedgerFailCall(kQvshrCallEnumValue, 1, kQvshrFailOnce);
-  EXPECT_FALSE(operations[8].succeeds());
-  EXPECT_TRUE(operations[8].succeeds());
-  QvshrLedgerFailCall(kQvshrCallQueryStringValue, 1, kQvshrFailOnce);
-  EXPECT_FALSE(operations[9].succeeds());
-  EXPECT_TRUE(operations[9].succeeds());
+TEST_F(LedgerScriptTest, AFailedOpeningOfTheRegistryIsNoHresult) {
+  const Objects objects;
   QvshrLedgerFailCall(kQvshrCallOpenRegistryKey, 1, kQvshrFailOnce);
   IQvRegKey* key = Untouched<IQvRegKey>();
   EXPECT_GT(QvshrOpenRegistryKey(HKEY_CURRENT_USER, objects.registryPath.Get(), KEY_READ, &key), 0)
-      << "a failure that is no HRESULT: only 0 is a success";
+      << "only 0 is a success";
   EXPECT_EQ(key, nullptr);
 }
 
@@ -319,11 +262,9 @@ TEST_F(LedgerScriptTest, TextLengthAndFreeCannotFail) {
   }
   EXPECT_STREQ(objects.name->GetText(), L"name");
   EXPECT_EQ(objects.name->GetLength(), 5);
-  QvshrLedgerState before{};
-  QvshrLedgerSnapshot(&before);
+  const QvshrLedgerState before = Books();
   QvshrFree(QvshrAlloc(8));
-  QvshrLedgerState now{};
-  QvshrLedgerSnapshot(&now);
+  const QvshrLedgerState now = Books();
   EXPECT_EQ(now.liveBlocks, before.liveBlocks);
   QvshrLedgerFailCall(9999, 1, kQvshrFailOnce);
   EXPECT_EQ(QvshrLedgerCallFired(9999), 0u);
@@ -432,12 +373,10 @@ TEST_F(LedgerScriptTest, AResetTakesBackEverythingButBlocksAndGuard) {
   QvshrLedgerOverrideFolder(0, L"C:\\x");
   int nobodys = 0;
   QvshrFree(&nobodys);
-  QvshrLedgerState before{};
-  QvshrLedgerSnapshot(&before);
+  const QvshrLedgerState before = Books();
   EXPECT_EQ(before.errors, 1u);
   QvshrLedgerReset();
-  QvshrLedgerState now{};
-  QvshrLedgerSnapshot(&now);
+  const QvshrLedgerState now = Books();
   EXPECT_EQ(now.errors, 0u);
   EXPECT_EQ(now.liveBlocks, before.liveBlocks);
   EXPECT_EQ(Allocations(2), "11");

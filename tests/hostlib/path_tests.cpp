@@ -104,8 +104,7 @@ TEST_P(PathTest, PathsMayBeLongerThanOldLimits) {
   EXPECT_STREQ(buffer.c_str(), name.c_str());
 }
 
-// ---- the shell's folders
-// ----------------------------------------------------------------------------------------------
+// ---- the shell's folders ----
 
 constexpr int32_t kLocalAppData = 28;
 

@@ -1,59 +1,43 @@
 // Registry keys: ordinal 4 and the operations of their key objects, over the real registry and hostile data in it.
-// Every test owns a key of its own below HKEY_CURRENT_USER and removes it, but not the parent: tests run side by side.
+// Every test has a key of its own below HKEY_CURRENT_USER.
 #include <windows.h>
 
+#include <algorithm>
 #include <atomic>
-#include <thread>
-#include <vector>
 
 #include "tests/hostlib/host_build.h"
 #include "tests/support/import_hook.h"
+#include "tests/support/registry_sandbox.h"
+#include "tests/support/threads.h"
 
 namespace hosttest {
 namespace {
 
+using qvtest::Hive;
+using qvtest::RegistrySandbox;
+
 class RegistryTest : public HostTest {
  public:
-  RegistryTest() : path(L"Software\\QvTests\\" + std::to_wstring(GetCurrentProcessId())) {}
-  void SetUp() override {
-    HostTest::SetUp();
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &raw, nullptr),
-              ERROR_SUCCESS);
+  void SetBytes(const std::wstring& name, DWORD type, const std::vector<uint8_t>& bytes) {
+    registry.SetRaw(Hive::User, L"", name, type, bytes);
   }
-  ~RegistryTest() override {
-    RegCloseKey(raw);
-    RegDeleteTreeW(HKEY_CURRENT_USER, path.c_str());
+  void SetText(const std::wstring& name, const std::wstring& text, DWORD type = REG_SZ) {
+    registry.SetText(Hive::User, L"", name, text, type);
   }
-
-  /// Exactly these bytes: what lies behind them in memory is no null, since one would be taken along.
-  void SetBytes(const std::wstring& name, DWORD type, std::vector<uint8_t> bytes) const {
-    const size_t size = bytes.size();
-    bytes.resize(size + 8, 0x58);
-    ASSERT_EQ(RegSetValueExW(raw, name.c_str(), 0, type, bytes.data(), static_cast<DWORD>(size)), ERROR_SUCCESS);
-  }
-  void SetText(const std::wstring& name, const std::wstring& text, DWORD type = REG_SZ) const {
-    const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-    ASSERT_EQ(RegSetValueExW(raw, name.c_str(), 0, type, reinterpret_cast<const BYTE*>(text.c_str()), bytes),
-              ERROR_SUCCESS);
-  }
-  void MakeSubKey(const std::wstring& name) const {
-    HKEY made = nullptr;
-    ASSERT_EQ(RegCreateKeyExW(raw, name.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &made, nullptr), ERROR_SUCCESS);
-    RegCloseKey(made);
-  }
+  void Remove(const std::wstring& name) { registry.DeleteValue(Hive::User, L"", name); }
+  void MakeSubKey(const std::wstring& name) { registry.CreateKey(Hive::User, name); }
   Key OpenOwn(uint32_t access = KEY_READ) const {
     Key key;
     EXPECT_EQ(host.OpenRegistryKey(HKEY_CURRENT_USER, MakeText(path).Get(), access, key.Out()), 0);
     return key;
   }
 
-  const std::wstring path;
-  HKEY raw = nullptr;
+  RegistrySandbox registry{RegistrySandbox::Override::Nothing};
+  const std::wstring path = registry.Path(Hive::User);
 };
 ON_BOTH_HOST_BUILDS(RegistryTest);
 
-// ---- opening
-// ----------------------------------------------------------------------------------------------------------
+// ---- opening ----
 
 TEST_P(RegistryTest, WhatCannotBeOpenedIsAFailureAndNull) {
   struct Row {
@@ -113,7 +97,7 @@ TEST_P(RegistryTest, TheLastReleaseClosesTheKey) {
   closed = 0;
   MakeSubKey(L"A");
   const qvtest::ImportHook hook(
-      module, "RegCloseKey", +[](HKEY key) WINAPI {
+      host.module, "RegCloseKey", +[](HKEY key) WINAPI {
         ++closed;
         return close(key);
       });
@@ -142,26 +126,12 @@ TEST_P(RegistryTest, OnlyTheAccessThatWasAskedForIsOpened) {
 }
 
 TEST_P(RegistryTest, MissingArgumentsAreFailures) {
-  SetText(L"v", L"text");
-  const Key key = OpenOwn();
-  IQvRegKey* sub = Untouched<IQvRegKey>();
-  EXPECT_LT(key->OpenSubKey(nullptr, KEY_READ, &sub), 0);
-  EXPECT_EQ(sub, nullptr);
-  EXPECT_LT(key->OpenSubKey(MakeText(L"A").Get(), KEY_READ, nullptr), 0);
-  IQvString* text = Untouched<IQvString>();
-  EXPECT_LT(key->QueryStringValue(nullptr, &text), 0);
-  EXPECT_EQ(text, nullptr);
-  EXPECT_LT(key->QueryStringValue(MakeText(L"v").Get(), nullptr), 0);
-  text = Untouched<IQvString>();
-  EXPECT_LT(key->EnumValue(0, nullptr, &text), 0);
-  EXPECT_EQ(text, nullptr);
-  text = Untouched<IQvString>();
-  EXPECT_LT(key->EnumValue(0, &text, nullptr), 0);
-  EXPECT_EQ(text, nullptr);
+  SetText(L"x", L"text");
+  MakeSubKey(L"x");
+  ExpectRefusesMissingArguments(OpenOwn());
 }
 
-// ---- one value
-// --------------------------------------------------------------------------------------------------------
+// ---- one value ----
 
 struct DataCase {
   const char* name;
@@ -225,16 +195,10 @@ TEST_P(RegistryTest, LargeValuesOfOtherTypesAreNotText) {
 }
 
 TEST_P(RegistryTest, ValueNamesAreComparedWithoutCase) {
-  SetText(
-      L"Gr\x00F6\x00DF"
-      L"e",
-      L"text");
+  SetText(L"Gr\u00F6\u00DFe", L"text");
   SetText(L"", L"default");
   const Key key = OpenOwn();
-  EXPECT_EQ(Query(key,
-                  L"gR\x00D6\x00DF"
-                  L"E"),
-            L"text");
+  EXPECT_EQ(Query(key, L"gR\u00D6\u00DFE"), L"text");
   EXPECT_EQ(Query(key, L"Gr"), L"<none>");
   EXPECT_EQ(Query(key, L""), L"default");
   EXPECT_EQ(Query(key, std::wstring(20000, L'x')), L"<none>");
@@ -246,10 +210,10 @@ TEST_P(RegistryTest, AValueThatChangesIsReadInOneOfItsStates) {
   SetText(L"v", small);
   const Key key = OpenOwn();
   std::atomic<bool> stop{false};
-  std::thread writer([&] {
+  const qvtest::HostThread writer([&] {
     for (int i = 0; !stop; ++i) {
       if (i % 4 == 3) {
-        RegDeleteValueW(raw, L"v");
+        Remove(L"v");
       } else if (i % 4 == 2) {
         SetBytes(L"v", REG_BINARY, std::vector<uint8_t>(20000, 1));
       } else {
@@ -266,12 +230,11 @@ TEST_P(RegistryTest, AValueThatChangesIsReadInOneOfItsStates) {
     EXPECT_TRUE(walked == L"v=" + small || walked == L"v=" + large || walked == L"<none>") << walked.size();
   }
   stop = true;
-  writer.join();
+  writer.Join();
   EXPECT_GT(texts, 0);
 }
 
-// ---- walking
-// ----------------------------------------------------------------------------------------------------------
+// ---- walking ----
 
 TEST_P(RegistryTest, TheWalkSkipsWhatIsNoText) {
   const Key key = OpenOwn();
@@ -282,9 +245,7 @@ TEST_P(RegistryTest, TheWalkSkipsWhatIsNoText) {
   SetBytes(L"3list", REG_MULTI_SZ, {'a', 0, 0, 0, 0, 0});
   SetText(L"4expand", L"%two%", REG_EXPAND_SZ);
   SetBytes(L"5none", REG_NONE, {});
-  std::vector<std::wstring> walked;
-  for (int32_t i = 0; walked.empty() || walked.back() != L"<none>"; ++i) walked.push_back(Enum(key, i));
-  EXPECT_EQ(walked, (std::vector<std::wstring>{L"1text=one", L"4expand=%two%", L"<none>"}));
+  EXPECT_EQ(Walk(key), (Strings{L"1text=one", L"4expand=%two%"}));
   for (const int32_t index : {-1, 2, 3, 100000, INT32_MAX, INT32_MIN}) EXPECT_EQ(Enum(key, index), L"<none>") << index;
 }
 
@@ -294,9 +255,7 @@ TEST_P(RegistryTest, TheWalkSkipsATextThatIsTooLarge) {
   SetBytes(L"1huge", REG_SZ, std::vector<uint8_t>(kMostBytes + 2, 0x41));
   SetText(L"2after", L"two");
   const Key key = OpenOwn();
-  std::vector<std::wstring> walked;
-  for (int32_t i = 0; walked.empty() || walked.back() != L"<none>"; ++i) walked.push_back(Enum(key, i));
-  EXPECT_EQ(walked, (std::vector<std::wstring>{L"0before=one", L"2after=two", L"<none>"}));
+  EXPECT_EQ(Walk(key), (Strings{L"0before=one", L"2after=two"}));
   EXPECT_EQ(Query(key, L"1huge"), L"<none>");
   EXPECT_EQ(Query(key, L"2after"), L"two");
 }
@@ -307,10 +266,9 @@ TEST_P(RegistryTest, AThousandValuesComeInAnyOrderOfIndexes) {
     if (i % 3 == 0) SetBytes(L"number" + std::to_wstring(i), REG_DWORD, {1, 0, 0, 0});
   }
   const Key key = OpenOwn();
-  std::vector<std::wstring> walked;
-  for (int32_t i = 0; i < 1000; ++i) walked.push_back(Enum(key, i));
-  EXPECT_EQ(Enum(key, 1000), L"<none>");
-  std::vector<std::wstring> sorted = walked;
+  const Strings walked = Walk(key);
+  ASSERT_EQ(walked.size(), 1000u);
+  Strings sorted = walked;
   std::sort(sorted.begin(), sorted.end());
   EXPECT_EQ(std::unique(sorted.begin(), sorted.end()), sorted.end()) << "a value came twice";
   for (const std::wstring& entry : walked) {
@@ -330,7 +288,7 @@ TEST_P(RegistryTest, LongNamesAreReadWhole) {
     const std::wstring large(3000, L'x');
     SetText(name, large);
     EXPECT_TRUE(Enum(key, 0) == name + L"=" + large) << length << " characters and a long text";
-    ASSERT_EQ(RegDeleteValueW(raw, name.c_str()), ERROR_SUCCESS);
+    Remove(name);
   }
 }
 
@@ -338,11 +296,9 @@ TEST_P(RegistryTest, ANewWalkSeesWhatChanged) {
   SetText(L"a", L"1");
   SetText(L"b", L"2");
   const Key key = OpenOwn();
-  EXPECT_EQ(Enum(key, 0), L"a=1");
-  EXPECT_EQ(Enum(key, 1), L"b=2");
-  ASSERT_EQ(RegDeleteValueW(raw, L"a"), ERROR_SUCCESS);
-  EXPECT_EQ(Enum(key, 0), L"b=2");
-  EXPECT_EQ(Enum(key, 1), L"<none>");
+  EXPECT_EQ(Walk(key), (Strings{L"a=1", L"b=2"}));
+  Remove(L"a");
+  EXPECT_EQ(Walk(key), (Strings{L"b=2"}));
   SetText(L"c", L"3");
   EXPECT_EQ(Enum(key, 1), L"c=3");
 }
@@ -353,20 +309,16 @@ TEST_P(RegistryTest, ThreadsWalkOneKeyWithoutDisturbingEachOther) {
     SetBytes(L"n" + std::to_wstring(i), REG_DWORD, {1, 0, 0, 0});
   }
   const Key key = OpenOwn();
-  std::vector<std::wstring> want;
-  for (int32_t i = 0; i < 100; ++i) want.push_back(Enum(key, i));
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&, t] {
-      std::vector<std::wstring> got(100);
-      for (int32_t n = 0; n < 100; ++n) {
-        const int32_t index = t % 2 == 0 ? n : 99 - n;
-        got[static_cast<size_t>(index)] = Enum(key, index);
-      }
-      EXPECT_EQ(got, want) << "thread " << t;
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  const Strings want = Walk(key);
+  ASSERT_EQ(want.size(), 100u);
+  qvtest::OnThreads(4, [&](int thread) {
+    Strings got(100);
+    for (int32_t n = 0; n < 100; ++n) {
+      const int32_t index = thread % 2 == 0 ? n : 99 - n;
+      got[static_cast<size_t>(index)] = Enum(key, index);
+    }
+    EXPECT_EQ(got, want) << "thread " << thread;
+  });
 }
 
 }  // namespace

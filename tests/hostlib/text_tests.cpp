@@ -1,11 +1,8 @@
 // Strings and their conversion: ordinals 3 and 6 and the operations of IQvString.
 #include <windows.h>
 
-#include <array>
-#include <thread>
-#include <vector>
-
 #include "tests/hostlib/host_build.h"
+#include "tests/support/threads.h"
 
 namespace hosttest {
 namespace {
@@ -63,19 +60,14 @@ TEST_P(TextTest, ReferencesAreCountedFromOne) {
 
 TEST_P(TextTest, ThreadsShareTheReferenceCount) {
   const Text text = MakeText(L"shared");
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&text] {
-      for (int n = 0; n < 20000; ++n) text->AddRef();
-      for (int n = 0; n < 20000; ++n) text->Release();
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  qvtest::OnThreads(4, [&](int) {
+    for (int n = 0; n < 20000; ++n) text->AddRef();
+    for (int n = 0; n < 20000; ++n) text->Release();
+  });
   EXPECT_EQ(text->AddRef(), 2u);
   EXPECT_EQ(text->Release(), 1u);
 }
 
-constexpr GUID kUnknownId = {0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 constexpr GUID kDispatchId = {0x00020400, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
 TEST_P(TextTest, QueryInterfaceAnswersIUnknownWithAReference) {
@@ -148,8 +140,7 @@ TEST_P(TextTest, ConcatWithoutOperandOrOutIsAFailure) {
   EXPECT_LT(text->Concat(text.Get(), nullptr), 0);
 }
 
-// ---- narrow text
-// ------------------------------------------------------------------------------------------------------
+// ---- narrow text ----
 
 struct NarrowCase {
   const wchar_t* text;

@@ -1,10 +1,8 @@
 // Built-in trees: ordinal 5 and the operations of their key objects.
 #include <windows.h>
 
-#include <thread>
-#include <vector>
-
 #include "tests/hostlib/host_build.h"
+#include "tests/support/threads.h"
 
 namespace hosttest {
 namespace {
@@ -29,9 +27,7 @@ std::vector<Record> SampleTable() {
           Close(),
           Open(L"Empty"),
           Close(),
-          Value(L"Last",
-                L"\x00DC"
-                L"ber"),
+          Value(L"Last", L"\u00DCber"),
           Close(),
           End()};
 }
@@ -50,26 +46,19 @@ TEST_P(TreeTest, TheKeyIsThatOfTheFirstRecord) {
   const Key root = OpenTable(SampleTable());
   ASSERT_TRUE(root);
   EXPECT_EQ(Query(root, L"First"), L"1");
-  EXPECT_EQ(Query(root, L"Last"),
-            L"\x00DC"
-            L"ber");
+  EXPECT_EQ(Query(root, L"Last"), L"\u00DCber");
   EXPECT_EQ(Query(root, L"Home"), L"<none>") << "that is a value of a sub key";
 }
 
 TEST_P(TreeTest, ValuesOfAKeyComeInRecordOrderAroundItsSubKeys) {
   const Key root = OpenTable(SampleTable());
-  EXPECT_EQ(Enum(root, 0), L"First=1");
-  EXPECT_EQ(Enum(root, 1),
-            L"Last=\x00DC"
-            L"ber");
-  EXPECT_EQ(Enum(root, 2), L"<none>");
-  const Key java = OpenSub(root, L"Java");
-  EXPECT_EQ(Enum(java, 0), L"Home=C:\\Java");
-  EXPECT_EQ(Enum(java, 1), L"Version=17");
+  EXPECT_EQ(Walk(root), (Strings{L"First=1", L"Last=\u00DCber"}));
+  EXPECT_EQ(Walk(OpenSub(root, L"Java")), (Strings{L"Home=C:\\Java", L"Version=17"}));
   const Key options = OpenSub(root, L"Java\\Options");
-  EXPECT_EQ(Enum(options, 1), L"a=") << "not sorted, and an empty text is a value";
-  EXPECT_EQ(Enum(options, 0), L"b=-Xmx128m");
-  EXPECT_EQ(Enum(OpenSub(root, L"Empty"), 0), L"<none>");
+  EXPECT_EQ(Walk(options), (Strings{L"b=-Xmx128m", L"a="})) << "not sorted, and an empty text is a value";
+  EXPECT_EQ(Enum(options, 1), L"a=");
+  EXPECT_EQ(Enum(options, 0), L"b=-Xmx128m") << "in any order of indexes";
+  EXPECT_EQ(Walk(OpenSub(root, L"Empty")), Strings{});
 }
 
 TEST_P(TreeTest, IndexesOutsideAreFailures) {
@@ -121,9 +110,7 @@ TEST_P(TreeTest, TheFirstOfTwoEqualNamesWins) {
                               Open(L"k"), Value(L"in", L"first key"), Close(), Open(L"K"), Value(L"in", L"second key"),
                               Close(), Close(), End()});
   EXPECT_EQ(Query(root, L"V"), L"first");
-  EXPECT_EQ(Enum(root, 0), L"v=first");
-  EXPECT_EQ(Enum(root, 1), L"w=other");
-  EXPECT_EQ(Enum(root, 2), L"<none>");
+  EXPECT_EQ(Walk(root), (Strings{L"v=first", L"w=other"}));
   EXPECT_EQ(Enum(OpenSub(root, L"K"), 0), L"in=first key");
 }
 
@@ -140,9 +127,7 @@ TEST_P(TreeTest, ReservedBytesAndTheFieldsOfClosingRecordsAreIgnored) {
     if (record.kind == kOpenKey) record.value = Untouched<const wchar_t>();
     if (record.kind == kCloseKey || record.kind == kEndOfTable) record.name = record.value = Untouched<const wchar_t>();
   }
-  EXPECT_EQ(Enum(OpenTable(table), 1),
-            L"Last=\x00DC"
-            L"ber");
+  EXPECT_EQ(Enum(OpenTable(table), 1), L"Last=\u00DCber");
 }
 
 TEST_P(TreeTest, NothingIsReadBehindTheEnd) {
@@ -150,18 +135,16 @@ TEST_P(TreeTest, NothingIsReadBehindTheEnd) {
   EXPECT_EQ(Query(OpenTable(table), L"a"), L"1");
 }
 
-struct MalformedCase {
-  const char* name;
-  std::vector<Record> table;
-};
-
 TEST_P(TreeTest, MalformedTablesAreFailures) {
   std::vector<Record> endless = {Open(L"Root")};
   endless.insert(endless.end(), 20000, Value(L"v", L"x"));
   std::vector<Record> deep(5000, Open(L"k"));
   deep.insert(deep.end(), 4999, Close());
   deep.insert(deep.end(), {Close(), End()});
-  const MalformedCase rows[] = {
+  const struct {
+    const char* name;
+    std::vector<Record> table;
+  } rows[] = {
       {"nothing but an end", {End()}},
       {"a value first", {Value(L"a", L"1"), End()}},
       {"a close first", {Close(), End()}},
@@ -179,7 +162,7 @@ TEST_P(TreeTest, MalformedTablesAreFailures) {
       {"no end", endless},
       {"thousands of levels", deep},
   };
-  for (const MalformedCase& row : rows) {
+  for (const auto& row : rows) {
     IQvRegKey* key = Untouched<IQvRegKey>();
     EXPECT_LT(host.OpenDefaultTree(row.table.data(), &key), 0) << row.name;
     EXPECT_EQ(key, nullptr) << row.name;
@@ -191,21 +174,7 @@ TEST_P(TreeTest, MissingArgumentsAreFailures) {
   EXPECT_LT(host.OpenDefaultTree(nullptr, &key), 0);
   EXPECT_EQ(key, nullptr);
   EXPECT_LT(host.OpenDefaultTree(SampleTable().data(), nullptr), 0);
-  const Key root = OpenTable(SampleTable());
-  key = Untouched<IQvRegKey>();
-  EXPECT_LT(root->OpenSubKey(nullptr, 0, &key), 0);
-  EXPECT_EQ(key, nullptr);
-  EXPECT_LT(root->OpenSubKey(MakeText(L"Java").Get(), 0, nullptr), 0);
-  IQvString* text = Untouched<IQvString>();
-  EXPECT_LT(root->QueryStringValue(nullptr, &text), 0);
-  EXPECT_EQ(text, nullptr);
-  EXPECT_LT(root->QueryStringValue(MakeText(L"First").Get(), nullptr), 0);
-  text = Untouched<IQvString>();
-  EXPECT_LT(root->EnumValue(0, nullptr, &text), 0);
-  EXPECT_EQ(text, nullptr);
-  text = Untouched<IQvString>();
-  EXPECT_LT(root->EnumValue(0, &text, nullptr), 0);
-  EXPECT_EQ(text, nullptr);
+  ExpectRefusesMissingArguments(OpenTable({Open(L"Root"), Value(L"x", L"1"), Open(L"x"), Close(), Close(), End()}));
 }
 
 TEST_P(TreeTest, ASubKeyKeepsTheTreeAliveAndTheTableMayGo) {
@@ -241,18 +210,12 @@ TEST_P(TreeTest, SixtyFourLevelsAndThousandsOfValuesAreFine) {
 
 TEST_P(TreeTest, ThreadsShareAKey) {
   const Key root = OpenTable(SampleTable());
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      for (int n = 0; n < 500; ++n) {
-        ASSERT_EQ(Query(OpenSub(root, L"Java"), L"version"), L"17");
-        ASSERT_EQ(Enum(root, 1),
-                  L"Last=\x00DC"
-                  L"ber");
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  qvtest::OnThreads(4, [&](int) {
+    for (int n = 0; n < 500; ++n) {
+      ASSERT_EQ(Query(OpenSub(root, L"Java"), L"version"), L"17");
+      ASSERT_EQ(Enum(root, 1), L"Last=\u00DCber");
+    }
+  });
   EXPECT_EQ(root->AddRef(), 2u);
   EXPECT_EQ(root->Release(), 1u);
 }
