@@ -194,6 +194,11 @@ static void CheckConstruction(qv_jclass cls) {
 
 /* ---- slots 20 to 42 ---- */
 
+/* The method gives its argument back, through a variable of its type. */
+#define ECHOES(operation, variable, method, signature, value)                      \
+  OK(CALL(g_vm, operation, &(variable), cls, object, method, signature, (value))); \
+  CHECK((variable) == (value))
+
 static void CheckNumberCalls(qv_jclass cls, qv_jobject object) {
   const int64_t large = -((int64_t)1 << 62) + 12345;
   int32_t i = 0;
@@ -202,34 +207,21 @@ static void CheckNumberCalls(qv_jclass cls, qv_jobject object) {
   int64_t j = 0;
   float f = 0;
   double d = 0;
-  OK(CALL(g_vm, CallIntMethod, &i, cls, object, "ofInt", "(I)I", -2000000000));
-  CHECK(i == -2000000000);
-  OK(CALL(g_vm, CallIntMethod2, &i, cls, object, "ofInt", "(I)I", 2000000000));
-  CHECK(i == 2000000000);
-  OK(CALL(g_vm, CallShortMethod, &s, cls, object, "ofShort", "(S)S", -32768));
-  CHECK(s == -32768);
-  OK(CALL(g_vm, CallShortMethod2, &s, cls, object, "ofShort", "(S)S", 32767));
-  CHECK(s == 32767);
-  OK(CALL(g_vm, CallByteMethod, &b, cls, object, "ofByte", "(B)B", -128));
-  CHECK(b == -128);
-  OK(CALL(g_vm, CallByteMethod2, &b, cls, object, "ofByte", "(B)B", 127));
-  CHECK(b == 127);
-  OK(CALL(g_vm, CallLongMethod, &j, cls, object, "ofLong", "(J)J", large));
-  CHECK(j == large);
-  OK(CALL(g_vm, CallLongMethod2, &j, cls, object, "ofLong", "(J)J", -large));
-  CHECK(j == -large);
-  OK(CALL(g_vm, CallFloatMethod, &f, cls, object, "ofFloat", "(F)F", 0.1f));
-  CHECK(f == 0.1f);
+  ECHOES(CallIntMethod, i, "ofInt", "(I)I", -2000000000);
+  ECHOES(CallIntMethod2, i, "ofInt", "(I)I", 2000000000);
+  ECHOES(CallShortMethod, s, "ofShort", "(S)S", -32768);
+  ECHOES(CallShortMethod2, s, "ofShort", "(S)S", 32767);
+  ECHOES(CallByteMethod, b, "ofByte", "(B)B", -128);
+  ECHOES(CallByteMethod2, b, "ofByte", "(B)B", 127);
+  ECHOES(CallLongMethod, j, "ofLong", "(J)J", large);
+  ECHOES(CallLongMethod2, j, "ofLong", "(J)J", -large);
+  ECHOES(CallFloatMethod, f, "ofFloat", "(F)F", 0.1f);
   OK(CALL(g_vm, CallFloatMethod2, &f, cls, object, "ofFloat", "(F)F", -3.5e38));
   CHECK(f < -3.4e38f);
-  OK(CALL(g_vm, CallDoubleMethod, &d, cls, object, "ofDouble", "(D)D", 0.1));
-  CHECK(d == 0.1);
-  OK(CALL(g_vm, CallDoubleMethod2, &d, cls, object, "ofDouble", "(D)D", -1e308));
-  CHECK(d == -1e308);
-  OK(CALL(g_vm, CallBooleanMethod, &i, cls, object, "ofBoolean", "(Z)Z", 1));
-  CHECK(i == 1);
-  OK(CALL(g_vm, CallBooleanMethod2, &i, cls, object, "ofBoolean", "(Z)Z", 0));
-  CHECK(i == 0);
+  ECHOES(CallDoubleMethod, d, "ofDouble", "(D)D", 0.1);
+  ECHOES(CallDoubleMethod2, d, "ofDouble", "(D)D", -1e308);
+  ECHOES(CallBooleanMethod, i, "ofBoolean", "(Z)Z", 1);
+  ECHOES(CallBooleanMethod2, i, "ofBoolean", "(Z)Z", 0);
   OK(CALL(g_vm, CallStaticBooleanMethod, &i, cls, "staticBoolean", "(Z)Z", 1));
   CHECK(i == 1);
   OK(CALL(g_vm, GetStaticIntField, &i, cls, "intSmallest"));
@@ -332,70 +324,33 @@ static void CheckExceptions(void) {
 }
 
 #if !QV_CPP_VIEW
-/* Every operation stands in its place of the table. */
-#define PLACE(number, name) CHECK(offsetof(IQV_JavaVMVtbl, name) == (number) * sizeof(void*))
+/* Every operation stands in its place of the table; here are the places in order, four a row. */
+#define AT(operation) offsetof(IQV_JavaVMVtbl, operation)
+/* clang-format off */
+static const size_t kPlaces[QV_SLOT_COUNT] = {
+    /*  0 */ AT(QueryInterface), AT(AddRef), AT(Release), AT(AcquireService),
+    /*  4 */ AT(ReleaseService), AT(GetErrorText), AT(GetErrorCode), AT(CastReference),
+    /*  8 */ AT(DeleteLocalRef), AT(DeleteLocalRef2), AT(DeleteLocalRef3), AT(DeleteGlobalRef),
+    /* 12 */ AT(FindClass), AT(NewGlobalRef), AT(NewString), AT(GetStringLength),
+    /* 16 */ AT(GetStringChars), AT(GetStringValue), AT(NewObject), AT(NewDefaultObject),
+    /* 20 */ AT(CallIntMethod), AT(CallIntMethod2), AT(CallShortMethod), AT(CallShortMethod2),
+    /* 24 */ AT(CallFloatMethod), AT(CallFloatMethod2), AT(CallDoubleMethod), AT(CallDoubleMethod2),
+    /* 28 */ AT(CallByteMethod), AT(CallByteMethod2), AT(CallVoidMethod), AT(CallVoidMethod2),
+    /* 32 */ AT(CallObjectMethod), AT(CallObjectMethod2), AT(CallBooleanMethod), AT(CallBooleanMethod2),
+    /* 36 */ AT(CallLongMethod), AT(CallLongMethod2), AT(CallStaticBooleanMethod), AT(CallStaticObjectMethod),
+    /* 40 */ AT(CallStaticVoidMethod), AT(GetStaticIntField), AT(GetStaticShortField), AT(NewStringArray),
+    /* 44 */ AT(SetObjectArrayElement), AT(NewByteArray), AT(GetByteArrayData), AT(SetByteArrayData),
+    /* 48 */ AT(GetJNIEnv), AT(GetJDKLocation), AT(GetJREBinLocation), AT(GetLogFileName),
+    /* 52 */ AT(SetLogFileName), AT(SetJvmLogEnabled), AT(IsJVMCreated), AT(GetClassPath),
+    /* 56 */ AT(GetJavaVersion), AT(Destroy), AT(ExceptionClear), AT(CaptureException),
+    /* 60 */ AT(AcquireThreadEnv)};
+/* clang-format on */
 static void CheckPlaces(void) {
-  PLACE(0, QueryInterface);
-  PLACE(1, AddRef);
-  PLACE(2, Release);
-  PLACE(3, AcquireService);
-  PLACE(4, ReleaseService);
-  PLACE(5, GetErrorText);
-  PLACE(6, GetErrorCode);
-  PLACE(7, CastReference);
-  PLACE(8, DeleteLocalRef);
-  PLACE(9, DeleteLocalRef2);
-  PLACE(10, DeleteLocalRef3);
-  PLACE(11, DeleteGlobalRef);
-  PLACE(12, FindClass);
-  PLACE(13, NewGlobalRef);
-  PLACE(14, NewString);
-  PLACE(15, GetStringLength);
-  PLACE(16, GetStringChars);
-  PLACE(17, GetStringValue);
-  PLACE(18, NewObject);
-  PLACE(19, NewDefaultObject);
-  PLACE(20, CallIntMethod);
-  PLACE(21, CallIntMethod2);
-  PLACE(22, CallShortMethod);
-  PLACE(23, CallShortMethod2);
-  PLACE(24, CallFloatMethod);
-  PLACE(25, CallFloatMethod2);
-  PLACE(26, CallDoubleMethod);
-  PLACE(27, CallDoubleMethod2);
-  PLACE(28, CallByteMethod);
-  PLACE(29, CallByteMethod2);
-  PLACE(30, CallVoidMethod);
-  PLACE(31, CallVoidMethod2);
-  PLACE(32, CallObjectMethod);
-  PLACE(33, CallObjectMethod2);
-  PLACE(34, CallBooleanMethod);
-  PLACE(35, CallBooleanMethod2);
-  PLACE(36, CallLongMethod);
-  PLACE(37, CallLongMethod2);
-  PLACE(38, CallStaticBooleanMethod);
-  PLACE(39, CallStaticObjectMethod);
-  PLACE(40, CallStaticVoidMethod);
-  PLACE(41, GetStaticIntField);
-  PLACE(42, GetStaticShortField);
-  PLACE(43, NewStringArray);
-  PLACE(44, SetObjectArrayElement);
-  PLACE(45, NewByteArray);
-  PLACE(46, GetByteArrayData);
-  PLACE(47, SetByteArrayData);
-  PLACE(48, GetJNIEnv);
-  PLACE(49, GetJDKLocation);
-  PLACE(50, GetJREBinLocation);
-  PLACE(51, GetLogFileName);
-  PLACE(52, SetLogFileName);
-  PLACE(53, SetJvmLogEnabled);
-  PLACE(54, IsJVMCreated);
-  PLACE(55, GetClassPath);
-  PLACE(56, GetJavaVersion);
-  PLACE(57, Destroy);
-  PLACE(58, ExceptionClear);
-  PLACE(59, CaptureException);
-  PLACE(60, AcquireThreadEnv);
+  size_t slot;
+  for (slot = 0; slot < QV_SLOT_COUNT; ++slot) {
+    CHECK(kPlaces[slot] == slot * sizeof(void*));
+    if (kPlaces[slot] != slot * sizeof(void*)) printf("slot %d\n", (int)slot);
+  }
   CHECK(sizeof(IQV_JavaVMVtbl) == QV_SLOT_COUNT * sizeof(void*));
 }
 #endif

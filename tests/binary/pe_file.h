@@ -1,6 +1,5 @@
-// Reads what a Windows module says about itself from its file, without loading it: flags, sections, exports, imports.
-// A file that is no 64-bit module, or whose tables point outside of it, fails the test and reads as empty.
-// Nothing here proves anything by itself.
+// Reads what a Windows module says about itself from its file, without running it: flags, sections, exports, imports.
+// A file that is no 64-bit module fails the test and reads as empty.
 #pragma once
 
 #include <windows.h>
