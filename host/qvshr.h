@@ -81,6 +81,7 @@ QVSHR_API int32_t QvshrGetSetting(const wchar_t* section, const wchar_t* key, co
                                   int32_t capacity) noexcept;
 // Non-zero in a web deployment.
 QVSHR_API int32_t QvshrIsWebDeployment(int32_t reserved) noexcept;
-// Non-zero forbids detaching a thread from the JVM.
+// Non-zero forbids detaching a thread from the JVM. It must be non-zero while the process ends: the JVM's own threads
+// are gone by then, and a detach that has to wait for one of them, as while Java collects garbage, waits for ever.
 QVSHR_API int32_t QvshrNoDetachQuery(void) noexcept;
 }
