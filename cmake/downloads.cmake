@@ -1,7 +1,7 @@
-# Where tools/setup puts the Java runtimes (subfolders 11, 17, 21, 25) and the jars that tests and examples use.
+# Where ./run puts the Java runtimes (subfolders 11, 17, 21, 25) and the jars that tests and examples use.
 set(qv_cache "$ENV{QV_CACHE}")
 if(NOT qv_cache)
   set(qv_cache ${CMAKE_SOURCE_DIR}/.cache)
 endif()
 set(QV_RUNTIMES_DIR ${qv_cache}/runtimes CACHE PATH "Java runtimes for Windows, one folder for each major version")
-set(QV_JARS_DIR ${qv_cache}/jars CACHE PATH "The jars of tools/downloads.lock")
+set(QV_JARS_DIR ${qv_cache}/jars CACHE PATH "The jars of examples/pom.xml, at their places")

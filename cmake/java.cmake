@@ -3,6 +3,6 @@ foreach(tool IN ITEMS javac jar)
   string(TOUPPER QV_${tool} variable)
   find_program(
     ${variable} ${tool}
-    HINTS $ENV{JAVA_HOME}/bin /usr/lib/jvm/default-java/bin /usr/lib/jvm/java-17-openjdk-amd64/bin
+    HINTS $ENV{JAVA_HOME}/bin /usr/lib/jvm/default-java/bin
     REQUIRED)
 endforeach()

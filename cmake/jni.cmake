@@ -2,10 +2,10 @@
 find_path(
   QV_JNI_INCLUDE jni.h
   HINTS $ENV{JAVA_HOME}/include
-  PATHS /usr/lib/jvm/default-java/include /usr/lib/jvm/java-17-openjdk-amd64/include
+  PATHS /usr/lib/jvm/default-java/include
   NO_CMAKE_FIND_ROOT_PATH)
 if(NOT QV_JNI_INCLUDE)
-  message(FATAL_ERROR "jni.h was not found. Install a JDK (on Debian: openjdk-17-jdk-headless) or set JAVA_HOME.")
+  message(FATAL_ERROR "jni.h was not found. Install a JDK (on Debian: default-jdk-headless) or set JAVA_HOME.")
 endif()
 find_path(
   QV_JNI_MD_INCLUDE jni_md.h

@@ -10,7 +10,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qvjvm DESTINATION ${CMAKE_INSTAL
 # Import libraries of both kinds from the one .def file, whichever compiler builds the DLL.
 install(FILES $<TARGET_LINKER_FILE:qvjvm> DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(MINGW)
-  find_program(QV_LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-14)
+  find_program(QV_LLVM_DLLTOOL llvm-dlltool)
   if(QV_LLVM_DLLTOOL)
     set(import ${CMAKE_CURRENT_BINARY_DIR}/import/qvjvm.lib)
     add_custom_command(
@@ -38,9 +38,9 @@ install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/LICENSE ${PR
               ${PROJECT_SOURCE_DIR}/CONTRIBUTING.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs OPTIONAL
-        REGEX "/(Doxyfile|\\.clang-[a-z]+|code/CMakeLists\\.txt)$" EXCLUDE)
+        REGEX "/(Doxyfile|\\.clang-[a-z]+|code/CMakeLists\\.txt|commands/follow)$" EXCLUDE)
 # Where the documents look.
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} PATTERN tests.cmake EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} REGEX "/(tests\\.cmake|check)$" EXCLUDE)
 
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_FILE_NAME ${QV_PACKAGE})

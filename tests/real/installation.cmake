@@ -69,7 +69,7 @@ function(qv_add_installation name)
     NAME ${arg_TIER}.install.${name}
     COMMAND
       ${CMAKE_COMMAND} "-DFOLDER=${QV_REAL_INSTALLATIONS}/${name}" "-DRUNTIME=${runtime}" "-DFILES=${arg_FILES}"
-      "-DFROM=${CMAKE_BINARY_DIR}/bin" -P ${QV_REAL_SOURCES}/install.cmake)
+      "-DFROM=${CMAKE_BINARY_DIR}/bin" -P ${CMAKE_SOURCE_DIR}/tools/install.cmake)
   set_tests_properties(${arg_TIER}.install.${name} PROPERTIES LABELS "${labels}" FIXTURES_SETUP installation.${name} TIMEOUT 120)
 endfunction()
 

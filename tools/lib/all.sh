@@ -7,8 +7,15 @@
 . "$qv_root/tools/lib/build.sh"
 . "$qv_root/tools/lib/install.sh"
 
+# Takes this folder for the script, and ends what runs in its Wine prefix when the script ends.
+work_alone() {
+  take_lock "$qv_build/run.lock" "another ./run or ./test works in this folder"
+  end_cleanly
+}
+
+# Usage: setup_all NEED...    (see tools/packages.list)
 setup_all() {
-  setup_packages
+  setup_packages "$@"
   setup_downloads
-  setup_wine
+  start_wine
 }

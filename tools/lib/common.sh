@@ -7,7 +7,6 @@ case $qv_cache in /*) ;; *) qv_cache=$PWD/$qv_cache ;; esac
 qv_build=$qv_root/build
 qv_runtimes=$qv_cache/runtimes
 qv_jars=$qv_cache/jars
-qv_lock=$qv_root/tools/downloads.lock
 qv_step=0
 qv_steps=${qv_steps:-0}
 
@@ -36,28 +35,34 @@ run_logged() {
   return "$status"
 }
 
-# The same for what takes long: tells after five seconds, and then ever less often, how far it is, as progress_of reads
-# it from the log.
+# The same for what takes long and counts on the way, as Ninja and CTest do: tells how far it is.
 run_watched() {
   local log=$1 status=0
-  watch_log "$@" || status=$?
+  watch "$@" || status=$?
   shift
   [ "$status" -eq 0 ] || tell_failure "$log" "$status" "$@"
   return "$status"
 }
 
-# The watching alone. The ticker lives as long as somebody holds the leash, which is nobody but this shell.
-watch_log() {
-  local log=$1 status=0 leash ticker
+# The watching alone.
+watch() {
+  local log=$1
   shift
   mkdir -p "$(dirname "$log")"
-  : >"$log"
-  exec {leash}> >(tick_progress "$log")
-  ticker=$!
-  "$@" >"$log" 2>&1 </dev/null {leash}>&- || status=$?
-  exec {leash}>&-
-  wait "$ticker" || true
-  return "$status"
+  "$@" 2>&1 </dev/null | tee "$log" | tell_progress
+  return "${PIPESTATUS[0]}"
+}
+
+# Tells after five seconds, and then ever less often.
+tell_progress() {
+  local line told=$SECONDS pause=5
+  while read -r line; do
+    if [[ $line =~ ^\[?([0-9]+)/([0-9]+)(\]| Test) ]] && [ $((SECONDS - told)) -ge "$pause" ]; then
+      note "${BASH_REMATCH[1]} of ${BASH_REMATCH[2]}"
+      told=$SECONDS
+      pause=$((pause + 1))
+    fi
+  done
 }
 
 # Whoever interrupted a command needs no log of it.
@@ -69,31 +74,13 @@ tell_failure() {
   printf 'error: exit code %d from: %s\n' "$status" "$*" >&2
 }
 
-tick_progress() {
-  local progress told='' pause=5
-  until read -r -t "$pause" _ || [ $? -le 128 ]; do
-    progress=$(progress_of "$1")
-    if [ -n "$progress" ] && [ "$progress" != "$told" ]; then
-      note "$progress"
-      told=$progress
-      pause=$((pause + 1))
-    fi
-  done
+# Takes a lock file until this shell ends, and says so when it has to wait. Usage: take_lock FILE "who holds it"
+take_lock() {
+  local held
+  mkdir -p "$(dirname "$1")"
+  exec {held}>"$1"
+  flock -n "$held" || { note "waiting: $2" && flock "$held"; }
 }
-
-# Runs a command while holding a lock file, and says so when it has to wait.
-# Usage: with_lock FILE "who holds it" COMMAND [ARGUMENT...]
-with_lock() (
-  local file=$1 holder=$2
-  shift 2
-  mkdir -p "$(dirname "$file")"
-  exec {fd}>"$file"
-  if ! flock -n "$fd"; then
-    note "waiting: $holder"
-    flock "$fd"
-  fi
-  "$@"
-)
 
 # Prints the first comment of the script, which is its help, and ends it, when its arguments ask for that.
 # Usage: offer_help "$@"

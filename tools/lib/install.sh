@@ -1,44 +1,10 @@
 # shellcheck shell=bash
-# The installation folder of a host program, and what its example programs make there. Needs common.sh.
-#
-#   qvjvm.dll qvshr.dll      the service and the host library
-#   fo2pdf.exe jdbc.exe      the example programs
-#   qvjoin.dll reporthost.jar
-#   JRE/                     a Java runtime, where the service looks for a private one
-#   fop-0.20.5/              the formatter, where the service's class path expects it
-#   drivers/                 JDBC drivers, which come to the class path by CLASSPATH
-qv_installed=(qvjvm.dll qvshr.dll fo2pdf.exe jdbc.exe qvjoin.dll reporthost.jar)
+# The installation folder of a host program, and how programs run in it. Needs common.sh.
 
-# Copies a file unless the same one is there already; never leaves half of one.
-install_file() {
-  cmp -s "$1" "$2" && return
-  mkdir -p "$(dirname "$2")"
-  cp "$1" "$2.new"
-  mv "$2.new" "$2"
-}
-
-# The runtime's files are hard links where the file system allows it: at once, and without their size again.
-install_runtime() {
-  local from=$1 to=$2
-  [ "$(cat "$to/.unpacked-from" 2>/dev/null)" = "$(cat "$from/.unpacked-from")" ] && return
-  rm -rf "$to" "$to.new"
-  cp -al "$from" "$to.new" 2>/dev/null || { rm -rf "$to.new" && cp -a "$from" "$to.new"; }
-  mv "$to.new" "$to"
-}
-
-# Usage: stage_installation BIN RUNTIME FOLDER
+# Lays out the examples: the service, the programs, their jars and a Java runtime. Usage: stage_installation BIN RUNTIME FOLDER
 stage_installation() {
-  local bin=$1 runtime=$2 folder=$3 file place
-  [ -f "$qv_runtimes/$runtime/bin/server/jvm.dll" ] || fail "there is no Java runtime $runtime in $qv_runtimes"
-  mkdir -p "$folder"
-  for file in "${qv_installed[@]}"; do
-    [ -f "$bin/$file" ] || fail "$bin/$file was not built"
-    install_file "$bin/$file" "$folder/$file"
-  done
-  install_runtime "$qv_runtimes/$runtime" "$folder/JRE"
-  while read -r _ _ file _ place; do
-    install_file "$qv_jars/$file" "$folder/$place"
-  done < <(locked jar)
+  run_logged "$qv_build/logs/install.log" cmake "-DFOLDER=$3" "-DFROM=$1" "-DRUNTIME=$qv_runtimes/$2" "-DJARS=$qv_jars" \
+    -P "$qv_root/tools/install.cmake" || fail "there is no installation"
 }
 
 windows_path() { printf 'Z:%s\n' "${1//\//\\}"; }
@@ -56,7 +22,7 @@ linux_path() {
 # Usage: run_in_wine LOG PROGRAM [ARGUMENT...]
 run_in_wine() {
   local status=0
-  run_logged "$1" timeout 120 "$qv_root/tools/wine-run" "${@:2}" || status=$?
+  QV_TEST_LIMIT=120 run_logged "$1" "$qv_root/tools/wine-run" "${@:2}" || status=$?
   [ "$status" -ne 124 ] || note "$2 did not end within 120 seconds"
   return "$status"
 }
@@ -64,13 +30,6 @@ run_in_wine() {
 # Lets the installed program make the PDF of the report. Usage: make_report FOLDER PDF LOG
 make_report() {
   run_in_wine "$3" "$1/fo2pdf.exe" "$(windows_path "$qv_root/examples/fo2pdf/report.fo")" "$(windows_path "$2")"
-}
-
-# Prints the class path of the JDBC drivers, as the variable CLASSPATH takes it. Usage: driver_path FOLDER
-driver_path() {
-  local jar path=
-  for jar in "$1"/drivers/*.jar; do path+=${path:+;}$(windows_path "$jar"); done
-  printf '%s\n' "$path"
 }
 
 # Whether a line of a Windows program's output contains a text. grep reads to the end: one that left at the first match

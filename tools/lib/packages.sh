@@ -34,22 +34,20 @@ is_present() {
   esac
 }
 
-# Lists of packages; a script with needs of its own adds to them.
-qv_package_lists=("$qv_root/tools/packages.list")
-
-# Prints the packages of these lists that are not there, one per line.
+# Prints the packages of these needs that are not there, one per line. Usage: missing_packages NEED...
 missing_packages() {
-  local package probe
-  while read -r package probe; do
-    case $package in '' | '#'*) continue ;; esac
-    is_present "$probe" || printf '%s\n' "$package"
-  done < <(cat "${qv_package_lists[@]}")
+  local needs need package probe
+  needs=" $* ${*/%/-$(sed -n 's/^VERSION_ID="\(.*\)"/\1/p' /etc/os-release)} "
+  while read -r need package probe; do
+    case $needs in *" $need "*) is_present "$probe" || printf '%s\n' "$package" ;; esac
+  done <"$qv_root/tools/packages.list"
 }
 
 # Installs what is missing; without the rights for that, names it and the line that installs it.
+# Usage: setup_packages NEED...
 setup_packages() {
   local missing as_root=()
-  mapfile -t missing < <(missing_packages)
+  mapfile -t missing < <(missing_packages "$@")
   [ "${#missing[@]}" -gt 0 ] || return 0
   if ! command -v apt-get >/dev/null; then
     fail "missing: ${missing[*]} (names of Debian packages; this machine has no apt-get to install them with)"
@@ -68,6 +66,6 @@ Install them with:  sudo apt-get update && sudo apt-get install --no-install-rec
     apt-get install -y --no-install-recommends "${missing[@]}" ||
     fail "apt-get install failed; see the output above"
   hash -r
-  mapfile -t missing < <(missing_packages)
+  mapfile -t missing < <(missing_packages "$@")
   [ "${#missing[@]}" -eq 0 ] || fail "still missing after apt-get install: ${missing[*]}"
 }

@@ -1,6 +1,11 @@
-# Makes or refreshes an installation: cmake -DFOLDER=... -DFROM=... -DFILES=... [-DRUNTIME=...] -P install.cmake
+# Makes or refreshes an installation, the folder of a host program: the service, the host library and FILES from FROM,
+# the jars of JARS at their places and a private Java runtime in JRE, where the service looks for one.
+# cmake -DFOLDER=... -DFROM=... [-DFILES=...] [-DRUNTIME=...] [-DJARS=...] -P install.cmake; the examples unless FILES says others
 # The runtime's files are hard links, so it costs neither time nor space; what is there already stays.
 # A run with guard pages (QVSHR_LEDGER_GUARD=1) gets the ledger build of the host library, which has them.
+if(NOT DEFINED FILES)
+  set(FILES fo2pdf.exe jdbc.exe qvjoin.dll reporthost.jar)
+endif()
 foreach(file IN ITEMS qvjvm.dll qvshr.dll LISTS FILES)
   set(place ${FOLDER}/${file})
   set(source ${FROM}/${file})
@@ -22,15 +27,17 @@ foreach(file IN ITEMS qvjvm.dll qvshr.dll LISTS FILES)
   file(COPY_FILE ${source} ${place} ONLY_IF_DIFFERENT)
 endforeach()
 
+if(JARS)
+  file(COPY ${JARS}/fop-0.20.5 ${JARS}/drivers DESTINATION ${FOLDER})
+endif()
 if(NOT RUNTIME)
   return()
 endif()
 if(NOT EXISTS ${RUNTIME}/bin/server/jvm.dll)
-  message(FATAL_ERROR "There is no Java runtime in ${RUNTIME}. tools/setup brings it.")
+  message(FATAL_ERROR "There is no Java runtime in ${RUNTIME}; ./run brings it.")
 endif()
-set(stamp ${RUNTIME}/.unpacked-from)
-execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${stamp} ${FOLDER}/JRE/.unpacked-from RESULT_VARIABLE differs
-                OUTPUT_QUIET ERROR_QUIET)
+execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${RUNTIME}/.requirement ${FOLDER}/JRE/.requirement
+                RESULT_VARIABLE differs OUTPUT_QUIET ERROR_QUIET)
 if(NOT differs)
   return()
 endif()

@@ -1,0 +1,1 @@
+.\qvjvm-doctor --host qv190.exe --start

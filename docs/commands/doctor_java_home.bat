@@ -1,0 +1,1 @@
+.\qvjvm-doctor --start
