@@ -42,6 +42,7 @@ run_tests() {
     again=(--repeat until-pass:2)
   fi
   (cd "$qv_root" && watch "$log" ctest --preset "$preset" --output-junit "$report" "${again[@]}" "$@") || status=$?
+  (cd "$qv_root" && ctest --preset "$preset" --show-only=json-v1 "$@") >"$report.list"
   case $status in 0 | 8) ;; *) rm -f "$report" ;; esac
   if [ ! -f "$report" ]; then
     tell_failure "$log" "$status" ctest --preset "$preset"

