@@ -1,12 +1,14 @@
 // The memory of the ledger build: every block has a record outside of it, so that no overrun reaches the books.
-// g_lock guards the table, the arenas and the counters of this file; it is a leaf, nothing is called under it that
-// could come back. Records of freed heap blocks stay until their address is used again; a freed guarded block needs
+// g_lock guards the records, the arenas and the counters of this file; it is a leaf, nothing is called under it that
+// could come back. The record of a freed heap block stays until its address is used again; a freed guarded block needs
 // none, because its address lies in an arena and is never used twice.
 #include <windows.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstring>
+#include <unordered_map>
 #include <utility>
 
 #include "hostlib/backend.h"
@@ -22,12 +24,9 @@ constexpr size_t kMaxArenas = 512;
 constexpr size_t kRedZone = 16;
 constexpr size_t kMostFilled = size_t{16}
                                << 20;  // of a larger block the rest stays untouched, so that it costs no page
-constexpr size_t kFirstTable = 4096;
 constexpr int kFresh = 0xCD;           // what a new block holds: not initialised, and it shows
 constexpr int kFreed = 0xDD;           // what a freed heap block holds
 constexpr unsigned char kEdge = 0xA5;  // around a block
-
-enum class RecordState : uint8_t { Empty, Live, Freed, Removed };
 
 struct Record {
   std::byte* address;
@@ -35,7 +34,7 @@ struct Record {
   uint64_t serial;
   const void* caller;
   std::byte* base;  // first page of a guarded block, null for a heap block
-  RecordState state;
+  bool live;
 };
 
 struct Arena {
@@ -44,9 +43,8 @@ struct Arena {
 };
 
 SRWLOCK g_lock = SRWLOCK_INIT;
-Record* g_table = nullptr;
-size_t g_tableSize = 0;  // a power of two
-size_t g_tableUsed = 0;  // slots that are not Empty
+// By address. Never destroyed: blocks are freed until the process is gone.
+std::unordered_map<const void*, Record>& g_records = *new std::unordered_map<const void*, Record>();
 Arena g_arenas[kMaxArenas];
 size_t g_arenaCount = 0;
 std::byte* g_arenaNext = nullptr;
@@ -63,53 +61,6 @@ std::atomic<uint64_t> g_liveObjects[2];
 std::atomic<uint64_t> g_totalObjects[2];
 
 constexpr size_t RoundUp(size_t value, size_t step) noexcept { return (value + step - 1) / step * step; }
-
-size_t HashOf(const void* address) noexcept {
-  const uint64_t mixed = (reinterpret_cast<uintptr_t>(address) >> 4) * 0x9E3779B97F4A7C15u;
-  return static_cast<size_t>(mixed >> 20) & (g_tableSize - 1);
-}
-
-Record* Find(const void* address) noexcept {
-  if (g_tableSize == 0) return nullptr;
-  for (size_t slot = HashOf(address);; slot = (slot + 1) & (g_tableSize - 1)) {
-    Record& record = g_table[slot];
-    if (record.state == RecordState::Empty) return nullptr;
-    if (record.state != RecordState::Removed && record.address == address) return &record;
-  }
-}
-
-// Where a record for this address goes: its old one, or a free slot. The table has an empty slot.
-Record& Place(const void* address) noexcept {
-  if (Record* const known = Find(address)) return *known;
-  size_t slot = HashOf(address);
-  while (g_table[slot].state == RecordState::Live || g_table[slot].state == RecordState::Freed) {
-    slot = (slot + 1) & (g_tableSize - 1);
-  }
-  if (g_table[slot].state == RecordState::Empty) ++g_tableUsed;
-  return g_table[slot];
-}
-
-bool TryMakeRoomForOne() noexcept {
-  if (g_tableSize != 0 && g_tableUsed < g_tableSize / 4 * 3) return true;
-  size_t kept = 0;
-  for (size_t i = 0; i < g_tableSize; ++i)
-    kept += g_table[i].state == RecordState::Live || g_table[i].state == RecordState::Freed;
-  size_t size = kFirstTable;
-  while (size / 2 <= kept) size *= 2;
-  Record* const table =
-      static_cast<Record*>(VirtualAlloc(nullptr, size * sizeof(Record), MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
-  if (table == nullptr) return false;
-  Record* const old = g_table;
-  const size_t oldSize = g_tableSize;
-  g_table = table;
-  g_tableSize = size;
-  g_tableUsed = 0;
-  for (size_t i = 0; i < oldSize; ++i) {
-    if (old[i].state == RecordState::Live || old[i].state == RecordState::Freed) Place(old[i].address) = old[i];
-  }
-  if (old != nullptr) VirtualFree(old, 0, MEM_RELEASE);
-  return true;
-}
 
 // Reserved pages that nothing used before; they are committed by the caller.
 std::byte* TakePages(size_t bytes) noexcept {
@@ -179,22 +130,21 @@ bool AllocationIsToFail() noexcept {
 }
 
 bool TryMakeBlock(Record& record) noexcept {
-  if (AllocationIsToFail() || record.bytes > kMaxBlockBytes || !TryMakeRoomForOne()) return false;
+  if (AllocationIsToFail() || record.bytes > kMaxBlockBytes) return false;
   return g_guard ? TryMakeGuarded(record) : TryMakeOnHeap(record);
 }
 
-void GiveMemoryBack(Record& record) noexcept {
+void GiveMemoryBack(const Record& record) noexcept {
   if (record.base != nullptr) {
     VirtualFree(record.base, PagesBytes(record.bytes), MEM_DECOMMIT);
-    record.state = RecordState::Removed;
+    g_records.erase(record.address);
   } else {
-    std::memset(record.address, kFreed, std::min(record.bytes, kMostFilled));
+    std::memset(record.address, kFreed, record.bytes);
     HeapFree(GetProcessHeap(), 0, record.address);
   }
 }
 
-// ---- environment and report
-// -------------------------------------------------------------------------------------------
+// ---- environment and report ----
 
 constexpr DWORD kReportPathUnits = 1024;
 wchar_t g_reportPath[kReportPathUnits];
@@ -209,44 +159,13 @@ uint64_t NumberFromEnvironment(const wchar_t* name) noexcept {
   return number;
 }
 
-// A line of text without the C library, which may be shut down already.
-class Line {
- public:
-  Line& Add(const char* text) noexcept {
-    while (*text != '\0' && m_length < sizeof(m_text)) m_text[m_length++] = *text++;
-    return *this;
-  }
-  Line& Add(uint64_t number) noexcept {
-    char digits[21];
-    size_t at = sizeof(digits) - 1;
-    digits[at] = '\0';
-    do {
-      digits[--at] = static_cast<char>('0' + number % 10);
-      number /= 10;
-    } while (number != 0);
-    return Add(&digits[at]);
-  }
-  Line& Field(const char* name, uint64_t number) noexcept {
-    return Add(m_length == 0 ? "{\"" : ", \"").Add(name).Add("\": ").Add(number);
-  }
-  void WriteTo(const wchar_t* path) const noexcept {
-    const HANDLE file = CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return;
-    DWORD written = 0;
-    WriteFile(file, m_text, static_cast<DWORD>(m_length), &written, nullptr);
-    CloseHandle(file);
-  }
-
- private:
-  char m_text[1024];
-  size_t m_length = 0;
-};
-
 }  // namespace
 
 void* AllocateBlock(size_t bytes, const void* caller) noexcept {
   const LedgerLock lock(g_lock);
-  Record record = {nullptr, bytes, 0, caller, nullptr, RecordState::Live};
+  Record record = {nullptr, bytes, 0, caller, nullptr, true};
+  // Without the lock the books may be half changed: the block goes without them.
+  if (!lock.Held()) return TryMakeOnHeap(record) ? record.address : nullptr;
   if (!TryMakeBlock(record)) {
     ++g_state.failedAllocations;
     return nullptr;
@@ -254,28 +173,30 @@ void* AllocateBlock(size_t bytes, const void* caller) noexcept {
   record.serial = ++g_state.totalAllocations;
   ++g_state.liveBlocks;
   g_state.liveBytes += bytes;
-  Place(record.address) = record;
+  g_records[record.address] = record;
   return record.address;
 }
 
 void FreeBlock(void* block, const void* caller) noexcept {
   if (block == nullptr) return;
   const LedgerLock lock(g_lock);
-  Record* const record = Find(block);
-  if (record == nullptr) {
+  if (!lock.Held()) return;
+  const auto found = g_records.find(block);
+  if (found == g_records.end()) {
     NoteError(LiesInArena(block) ? kQvshrDoubleFree : kQvshrForeignFree, block, caller, 0);
     return;
   }
-  if (record->state == RecordState::Freed) {
-    NoteError(kQvshrDoubleFree, block, caller, record->serial);
+  Record& record = found->second;
+  if (!record.live) {
+    NoteError(kQvshrDoubleFree, block, caller, record.serial);
     return;
   }
-  if (!EdgesAreWhole(*record)) NoteError(kQvshrOverrun, block, caller, record->serial);
-  record->state = RecordState::Freed;
+  if (!EdgesAreWhole(record)) NoteError(kQvshrOverrun, block, caller, record.serial);
+  record.live = false;
   --g_state.liveBlocks;
-  g_state.liveBytes -= record->bytes;
+  g_state.liveBytes -= record.bytes;
   // A thread that was killed at process end may have held a lock of the heap.
-  if (!ProcessIsEnding()) GiveMemoryBack(*record);
+  if (!ProcessIsEnding()) GiveMemoryBack(record);
 }
 
 void NoteObjectBorn(ObjectKind kind) noexcept {
@@ -298,12 +219,18 @@ void BackendAttach() noexcept {
 void BackendDetach() noexcept {
   if (g_reportPath[0] == L'\0') return;
   const LedgerLock lock(g_lock);
-  Line line;
-  line.Field("pid", GetCurrentProcessId()).Field("liveBlocks", g_state.liveBlocks);
-  line.Field("liveBytes", g_state.liveBytes).Field("liveStrings", g_liveObjects[0]).Field("liveKeys", g_liveObjects[1]);
-  line.Field("totalAllocations", g_state.totalAllocations).Field("failedAllocations", g_state.failedAllocations);
-  line.Field("errors", g_state.errors).Field("torn", lock.Held() ? 0 : 1).Add("}\n");
-  line.WriteTo(g_reportPath);
+  char line[512];
+  const int length = std::snprintf(
+      line, sizeof(line),
+      "{\"pid\": %lu, \"liveBlocks\": %llu, \"liveBytes\": %llu, \"liveStrings\": %llu, \"liveKeys\": %llu, "
+      "\"totalAllocations\": %llu, \"failedAllocations\": %llu, \"errors\": %llu, \"torn\": %d}\n",
+      GetCurrentProcessId(), g_state.liveBlocks, g_state.liveBytes, g_liveObjects[0].load(), g_liveObjects[1].load(),
+      g_state.totalAllocations, g_state.failedAllocations, g_state.errors, lock.Held() ? 0 : 1);
+  const HANDLE file = CreateFileW(g_reportPath, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return;
+  DWORD written = 0;
+  WriteFile(file, line, static_cast<DWORD>(length), &written, nullptr);
+  CloseHandle(file);
 }
 
 }  // namespace qvshr
@@ -324,10 +251,9 @@ extern "C" uint64_t QvshrLedgerLiveBlocks(QvshrLedgerBlock* blocks, uint64_t cap
   const LedgerLock lock(g_lock);
   const auto older = [](const QvshrLedgerBlock& a, const QvshrLedgerBlock& b) { return a.serial < b.serial; };
   uint64_t written = 0;
-  for (size_t i = 0; i < g_tableSize; ++i) {
-    const Record& record = g_table[i];
-    if (record.state != RecordState::Live || blocks == nullptr || capacity == 0) continue;
-    const QvshrLedgerBlock block = {record.address, record.bytes, record.serial, record.caller};
+  for (const auto& [address, record] : g_records) {
+    if (!record.live || blocks == nullptr || capacity == 0) continue;
+    const QvshrLedgerBlock block = {address, record.bytes, record.serial, record.caller};
     // A heap with the youngest on top, so that the oldest ones are those that stay.
     if (written == capacity) {
       if (!older(block, blocks[0])) continue;

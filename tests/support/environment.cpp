@@ -1,4 +1,3 @@
-// Reading and restoring variables.
 // The largest variable that Windows allows fits the buffer.
 #include "tests/support/environment.h"
 

@@ -1,4 +1,3 @@
-// The record of caught message boxes.
 // Boxes may come from any thread.
 #include "tests/support/message_box.h"
 

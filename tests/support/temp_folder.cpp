@@ -1,4 +1,3 @@
-// Temporary folders and the few file operations that tests need.
 // Removing tries again for a moment: a child that just ended may still be leaving its files.
 #include "tests/support/temp_folder.h"
 
