@@ -89,10 +89,3 @@ offer_help() {
   awk 'NR > 1 { if (!/^#/) exit; sub(/^# ?/, ""); print }' "$0"
   exit 0
 }
-
-# Seconds since the script started, with one decimal.
-elapsed() {
-  local now=${EPOCHREALTIME/./}
-  printf '%d.%d' $(((now - qv_started) / 1000000)) $(((now - qv_started) / 100000 % 10))
-}
-qv_started=${EPOCHREALTIME/./}
