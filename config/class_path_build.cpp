@@ -23,42 +23,52 @@ bool AppendDefaultEntries(qv::HostText& path, const wchar_t* installFolder, cons
 
 }  // namespace
 
-bool CQV_JVMConfigInfo::BuildSystemClassPath(IQvString** classPath) noexcept {
-  *classPath = nullptr;
+bool CQV_JVMConfigInfo::AppendSystemClassPath(qv::HostText& path) noexcept {
   qv::ModuleFolder install;
   qv::ModuleFolder host;
   if (!qv::TryFindInstallFolder(install)) return false;
   (void)host.TryFind(nullptr);  // without it the fallback entries begin at the root
 
-  qv::HostText path;
   if (!m_bLoomhallHost && !m_bHostKnown) {
     qv::AppendPrivateRuntimeLibrary(path, install.Text(), qv::FileExists);
   } else if (!m_bLoomhallHost) {
     qv::StringRef jdk;
-    (void)ReadJDKLocation(jdk.Out());
+    (void)FindLocation(qv::names::kJDKLocation, m_pJDKLocation, jdk);
     qv::AppendConfiguredLibraries(path, qv::TextOf(jdk));
   }
   if (!AppendDefaultEntries(path, install.Text(), host.Text())) return false;
   if (m_bHostKnown && !m_bLoomhallHost) {
     const qv::HostText list{qv::names::kDevelopmentConfigKey, L"\\", qv::names::kClassPathList};
-    qv::StringRef entries;
-    if (!list.Ok() || !ReadCountedList(HKEY_LOCAL_MACHINE, list.Text(), qv::kReadAccess, entries.Out(), false)) {
-      return false;
-    }
-    path.Append({L";", qv::TextOf(entries)});
+    qv::HostText entries;
+    if (!list.Ok() || !JoinCountedList(HKEY_LOCAL_MACHINE, list.Text(), qv::kReadAccess, false, entries)) return false;
+    path.Append({L";", entries.View()});
   }
-  *classPath = path.ToString().Detach();
+  return path.Ok();
+}
+
+qv::HostText CQV_JVMConfigInfo::WholeClassPath() noexcept {
+  qv::HostText system;
+  qv::HostText user;
+  if (!AppendSystemClassPath(system)) return qv::HostText::Failed();
+  if (m_bHostKnown) {
+    // A list that cannot be read is left out, for whatever reason.
+    const bool read = JoinCountedList(HKEY_CURRENT_USER, qv::names::kUserClassPathList, qv::kReadAccess, true, user);
+    if (!read) user = qv::HostText();
+  }
+  qv::HostArray<wchar_t> environment;
+  if (qv::ReadEnvironmentText(L"CLASSPATH", environment) == qv::EnvironmentRead::NoMemory) {
+    return qv::HostText::Failed();
+  }
+  return qv::JoinClassPath(system.View(), user.View(), environment.get());
+}
+
+bool CQV_JVMConfigInfo::BuildSystemClassPath(IQvString** classPath) noexcept {
+  qv::HostText path;
+  *classPath = AppendSystemClassPath(path) ? path.ToString().Detach() : nullptr;
   return *classPath != nullptr;
 }
 
 bool CQV_JVMConfigInfo::ComposeClassPath(IQvString** classPath) noexcept {
-  *classPath = nullptr;
-  qv::StringRef system;
-  qv::StringRef user;
-  if (!BuildSystemClassPath(system.Out())) return false;
-  if (m_bHostKnown) ReadUserClassPath(user.Out());
-  qv::HostArray<wchar_t> environment;
-  if (qv::ReadEnvironmentText(L"CLASSPATH", environment) == qv::EnvironmentRead::NoMemory) return false;
-  *classPath = qv::JoinClassPath(qv::TextOf(system), qv::TextOf(user), environment.get()).ToString().Detach();
+  *classPath = WholeClassPath().ToString().Detach();
   return *classPath != nullptr;
 }

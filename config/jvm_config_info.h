@@ -8,6 +8,7 @@
 
 #include <jni.h>
 
+#include "config/decisions.h"
 #include "config/folders.h"
 #include "config/runtime_choice.h"
 #include "host/host_memory.h"
@@ -87,6 +88,7 @@ class CQV_JVMConfigInfo {
   bool m_bDebugMode = true;
 
   FindLoadedModuleFn m_pfnFindLoadedModule = nullptr;
+  qv::DecisionListener* m_pListener = &qv::ServiceListener();  // never null
 
  protected:
   ~CQV_JVMConfigInfo();
@@ -97,11 +99,21 @@ class CQV_JVMConfigInfo {
   // A reference of the caller's own to one of the three strings.
   qv::StringRef HeldText(IQvString* const& held) noexcept;
   void ChooseRegistryRoot() noexcept;
-  bool ReadJavaLocation(const wchar_t* valueName, IQvString*& cached, IQvString** location) noexcept;
-  // Puts the first runtime below `home` in front of PATH. `pathSet` is what setting it returned, untouched unless one
-  // was found; non-zero makes that the runtime in use.
-  qv::RuntimeProbe UseRuntimeBelow(std::wstring_view home, std::span<const std::wstring_view> subFolders,
-                                   std::wstring_view oldPath, BOOL& pathSet) noexcept;
+  // What the two locations and their out-parameters share. `value` is empty when the host library found no text.
+  bool FindLocation(const wchar_t* valueName, IQvString*& kept, qv::StringRef& value) noexcept;
+  bool HandOutLocation(const wchar_t* valueName, IQvString*& kept, IQvString** location) noexcept;
+  // False when something is missing, which the listener hears of unless `quiet`, or without memory.
+  bool JoinCountedList(HKEY hive, const wchar_t* subKey, uint32_t access, bool quiet, qv::HostText& joined) noexcept;
+  bool AppendSystemClassPath(qv::HostText& path) noexcept;
+  qv::HostText WholeClassPath() noexcept;
+  qv::HostText BootClassPath() const noexcept;
+  bool OpenList(const wchar_t* name, qv::CountProbe probe, qv::ConfiguredKey& list) noexcept;
+  // Puts the runtime in front of PATH and makes it the one in use.
+  qv::Discovery TakeRuntime(qv::HostText folder, std::wstring_view oldPath) noexcept;
+  qv::Discovery UseRuntimeBelow(qv::RuntimeSource source, std::wstring_view home,
+                                std::span<const std::wstring_view> subFolders, std::wstring_view oldPath) noexcept;
+  // The one that JAVA_HOME names, or else the registry.
+  qv::Discovery UseCurrentRuntime(std::wstring_view oldPath) noexcept;
 
   SRWLOCK m_textLock = SRWLOCK_INIT;
   qv::HostText m_discoveredJvmFolder;

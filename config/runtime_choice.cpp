@@ -1,4 +1,3 @@
-// Texts of the decision.
 #include "config/runtime_choice.h"
 
 #include <cwchar>

@@ -1,11 +1,12 @@
 // Which Java runtime a host of unknown name gets: the candidates in order and the first that holds a JVM. Pure but for
-// the probe that is passed in.
+// what is passed in.
 #pragma once
 
 #include <array>
 #include <span>
 #include <string_view>
 
+#include "config/decisions.h"
 #include "host/host_text.h"
 
 namespace qv {
@@ -21,22 +22,32 @@ inline constexpr std::wstring_view kJvmFile = L"\\JVM.DLL";
 // The setting that keeps the current runtime out: one or two characters read, and they are the number 1.
 bool CurrentRuntimeDisabled(int32_t charactersRead, const wchar_t* text) noexcept;
 
-enum class RuntimeProbe { Found, NotFound, NoMemory };
+// What a search below a home came to. PathRefused: a runtime was found, but PATH could not be set as it should.
+enum class Discovery { NotFound, Taken, PathRefused, NoMemory };
 
-// Sets `folder` to the first of home + sub-folder for which exists(folder + "\JVM.DLL") holds.
-template <class Exists>
-RuntimeProbe FindJvmFolder(std::wstring_view home, std::span<const std::wstring_view> subFolders, Exists&& exists,
-                           HostText& folder) noexcept {
+// Takes the first of home + sub-folder for which exists(folder + "\JVM.DLL") holds: take(folder) says what became of
+// it. tell(subFolder, verdict) hears of each in its order; none is probed after the choice.
+template <class Exists, class Take, class Tell>
+Discovery DiscoverBelow(std::wstring_view home, std::span<const std::wstring_view> subFolders, Exists&& exists,
+                        Take&& take, Tell&& tell) noexcept {
+  Discovery result = Discovery::NotFound;
   for (const std::wstring_view subFolder : subFolders) {
-    HostText candidate{home, subFolder};
-    const HostText file{candidate.View(), kJvmFile};
-    if (!candidate.Ok() || !file.Ok()) return RuntimeProbe::NoMemory;
-    if (exists(file.Text())) {
-      folder = std::move(candidate);
-      return RuntimeProbe::Found;
+    if (result != Discovery::NotFound) {
+      tell(subFolder, RuntimeVerdict::FoundBefore);
+      continue;
     }
+    HostText folder{home, subFolder};
+    const HostText file{folder.View(), kJvmFile};
+    if (!folder.Ok() || !file.Ok()) return Discovery::NoMemory;
+    if (!exists(file.Text())) {
+      tell(subFolder, RuntimeVerdict::NotThere);
+      continue;
+    }
+    result = take(std::move(folder));
+    if (result == Discovery::NoMemory) return result;
+    tell(subFolder, result == Discovery::Taken ? RuntimeVerdict::Taken : RuntimeVerdict::PathRefused);
   }
-  return RuntimeProbe::NotFound;
+  return result;
 }
 
 // PATH with a discovered runtime in front. The separator stands there also when there was no PATH.

@@ -1,23 +1,17 @@
 // Runtime discovery: reads what the decision in runtime_choice.h needs and writes PATH. Runs under the start-up lock.
-#include "base/trace.h"
+#include "config/runtime_locate.h"
+
 #include "config/folders.h"
 #include "config/jvm_config_info.h"
 #include "config/runtime_choice.h"
 #include "store/config_store.h"
 #include "store/counted_list.h"
+#include "store/names.h"
 
 namespace {
 
 constexpr wchar_t kPath[] = L"PATH";
-constexpr wchar_t kJavaHome[] = L"JAVA_HOME";
 constexpr wchar_t kJavaSoftKey[] = L"Software\\JavaSoft\\Java Runtime Environment";
-
-bool CurrentRuntimeAllowed() noexcept {
-  wchar_t setting[2] = {};
-  const int32_t read = QvshrGetSetting(L"QV", L"QVJRENOTUSECURRENT", L"0", setting, 2);
-  setting[1] = L'\0';
-  return !qv::CurrentRuntimeDisabled(read, setting);
-}
 
 // PATH as it is now. Without memory for it nothing may be written back, so that the host never loses its own.
 class OldPath {
@@ -35,49 +29,77 @@ class OldPath {
   qv::EnvironmentRead m_read;
 };
 
-bool FindRegisteredHome(qv::HostText& home) noexcept {
-  qv::KeyRef javaSoft;
-  qv::StringRef version;
-  qv::KeyRef current;
-  qv::StringRef folder;
-  if (!qv::OpenRegistryRoot(HKEY_LOCAL_MACHINE, kJavaSoftKey, qv::kReadAccess, javaSoft)) return false;
-  if (qv::QueryValue(*javaSoft, L"CurrentVersion", version) < 0 || !version) return false;
-  if (!qv::OpenSubKey(*javaSoft, version->GetText(), current)) return false;
-  if (qv::QueryValue(*current, L"JavaHome", folder) < 0) return false;
-  return home.Append(qv::TextOf(folder)).Ok();
-}
-
-// A JAVA_HOME that points nowhere still keeps the registry from being asked, and so does one that cannot be read.
-qv::RuntimeProbe FindJavaHome(qv::HostText& home) noexcept {
-  qv::HostArray<wchar_t> variable;
-  switch (qv::ReadEnvironmentText(kJavaHome, variable)) {
-    case qv::EnvironmentRead::Found:
-      return home.Append(variable.get()).Ok() ? qv::RuntimeProbe::Found : qv::RuntimeProbe::NoMemory;
-    case qv::EnvironmentRead::NoMemory:
-      return qv::RuntimeProbe::NoMemory;
-    case qv::EnvironmentRead::Absent:
-      break;
-  }
-  return FindRegisteredHome(home) ? qv::RuntimeProbe::Found : qv::RuntimeProbe::NotFound;
-}
-
 }  // namespace
 
-qv::RuntimeProbe CQV_JVMConfigInfo::UseRuntimeBelow(std::wstring_view home,
-                                                    std::span<const std::wstring_view> subFolders,
-                                                    std::wstring_view oldPath, BOOL& pathSet) noexcept {
-  qv::HostText folder;
-  const qv::RuntimeProbe probe = qv::FindJvmFolder(home, subFolders, qv::FileExists, folder);
-  if (probe != qv::RuntimeProbe::Found) return probe;
+bool qv::CurrentRuntimeSetting::Disables() const noexcept { return CurrentRuntimeDisabled(charactersRead, text); }
+
+qv::CurrentRuntimeSetting qv::ReadCurrentRuntimeSetting() noexcept {
+  CurrentRuntimeSetting setting;
+  setting.charactersRead = QvshrGetSetting(L"QV", L"QVJRENOTUSECURRENT", L"0", setting.text, 2);
+  setting.text[1] = L'\0';
+  return setting;
+}
+
+bool qv::ReadRegisteredHome(HostText& home) noexcept {
+  KeyRef javaSoft;
+  StringRef version;
+  KeyRef current;
+  StringRef folder;
+  if (!OpenRegistryRoot(HKEY_LOCAL_MACHINE, kJavaSoftKey, kReadAccess, javaSoft)) return false;
+  if (QueryValue(*javaSoft, L"CurrentVersion", version) < 0 || !version) return false;
+  if (!OpenSubKey(*javaSoft, version->GetText(), current)) return false;
+  if (QueryValue(*current, L"JavaHome", folder) < 0) return false;
+  return home.Append(TextOf(folder)).Ok();
+}
+
+qv::Discovery CQV_JVMConfigInfo::TakeRuntime(qv::HostText folder, std::wstring_view oldPath) noexcept {
   const qv::HostText path = qv::SearchPathWithRuntime(folder.View(), oldPath);
-  if (!path.Ok()) return qv::RuntimeProbe::NoMemory;
-  pathSet = SetEnvironmentVariableW(kPath, path.Text());
-  qv::Trace({L"Java runtime ", folder.View(), pathSet != FALSE ? L"" : L", but PATH cannot be set"});
-  if (pathSet != FALSE) {
+  if (!path.Ok()) return qv::Discovery::NoMemory;
+  const BOOL set = SetEnvironmentVariableW(kPath, path.Text());
+  if (set != FALSE) {
     m_bRuntimeFound = true;
     m_discoveredJvmFolder = std::move(folder);
   }
-  return probe;
+  // Deliberate: any success makes it the runtime in use, but only the result 1 is what it should be.
+  return set == TRUE ? qv::Discovery::Taken : qv::Discovery::PathRefused;
+}
+
+qv::Discovery CQV_JVMConfigInfo::UseRuntimeBelow(qv::RuntimeSource source, std::wstring_view home,
+                                                 std::span<const std::wstring_view> subFolders,
+                                                 std::wstring_view oldPath) noexcept {
+  return qv::DiscoverBelow(
+      home, subFolders, qv::FileExists, [&](qv::HostText folder) { return TakeRuntime(std::move(folder), oldPath); },
+      [&](std::wstring_view subFolder, qv::RuntimeVerdict verdict) {
+        m_pListener->OnRuntimePlace({source, verdict, home, subFolder});
+      });
+}
+
+// A JAVA_HOME that points nowhere still keeps the registry from being asked, and so does one that cannot be read.
+qv::Discovery CQV_JVMConfigInfo::UseCurrentRuntime(std::wstring_view oldPath) noexcept {
+  const auto tell = [&](qv::RuntimeSource source, qv::RuntimeVerdict verdict) {
+    m_pListener->OnRuntimePlace({source, verdict});
+  };
+  if (qv::ReadCurrentRuntimeSetting().Disables()) {
+    tell(qv::RuntimeSource::JavaHome, qv::RuntimeVerdict::SwitchedOff);
+    tell(qv::RuntimeSource::Registry, qv::RuntimeVerdict::SwitchedOff);
+    return qv::Discovery::NotFound;
+  }
+  qv::HostArray<wchar_t> javaHome;
+  const qv::EnvironmentRead read = qv::ReadEnvironmentText(L"JAVA_HOME", javaHome);
+  if (read == qv::EnvironmentRead::NoMemory) return qv::Discovery::NoMemory;
+  if (read == qv::EnvironmentRead::Found) {
+    const qv::Discovery result =
+        UseRuntimeBelow(qv::RuntimeSource::JavaHome, javaHome.get(), qv::kJavaHomeFolders, oldPath);
+    tell(qv::RuntimeSource::Registry, qv::RuntimeVerdict::JavaHomeIsSet);
+    return result;
+  }
+  tell(qv::RuntimeSource::JavaHome, qv::RuntimeVerdict::NotNamed);
+  qv::HostText registered;
+  if (qv::ReadRegisteredHome(registered)) {
+    return UseRuntimeBelow(qv::RuntimeSource::Registry, registered.View(), qv::kJavaHomeFolders, oldPath);
+  }
+  tell(qv::RuntimeSource::Registry, qv::RuntimeVerdict::NotNamed);
+  return qv::Discovery::NotFound;
 }
 
 bool CQV_JVMConfigInfo::LocateJavaRuntime() noexcept {
@@ -85,22 +107,17 @@ bool CQV_JVMConfigInfo::LocateJavaRuntime() noexcept {
   if (m_bHostKnown) return PrepareConfiguredPath();
 
   const OldPath oldPath;
-  if (!oldPath.Ok()) return false;
-  BOOL pathSet = FALSE;
-  qv::HostText home;
-  qv::RuntimeProbe probe = CurrentRuntimeAllowed() ? FindJavaHome(home) : qv::RuntimeProbe::NotFound;
-  if (probe == qv::RuntimeProbe::Found) {
-    probe = UseRuntimeBelow(home.View(), qv::kJavaHomeFolders, oldPath.OrEmpty(), pathSet);
+  if (!oldPath.Ok() || UseCurrentRuntime(oldPath.OrEmpty()) == qv::Discovery::NoMemory) return false;
+  // A PATH that cannot be written so far is not the end: the private runtime comes next.
+  if (m_bRuntimeFound) {
+    m_pListener->OnRuntimePlace({qv::RuntimeSource::BesideTheService, qv::RuntimeVerdict::FoundBefore});
+    return true;
   }
-  if (probe == qv::RuntimeProbe::NoMemory) return false;
-  // A PATH that cannot be written here is not the end: the private runtime comes next.
-  if (pathSet != FALSE) return true;
-
   qv::ModuleFolder install;
   if (!qv::TryFindInstallFolder(install)) return false;
-  probe = UseRuntimeBelow(install.Text(), qv::kInstallFolders, oldPath.OrEmpty(), pathSet);
-  if (probe != qv::RuntimeProbe::NotFound) return pathSet == TRUE;
-  qv::Trace({L"no Java runtime below \"", home.View(), L"\" or ", install.Text(), L"; PATH may reach one"});
+  const qv::Discovery result =
+      UseRuntimeBelow(qv::RuntimeSource::BesideTheService, install.Text(), qv::kInstallFolders, oldPath.OrEmpty());
+  if (result != qv::Discovery::NotFound) return result == qv::Discovery::Taken;
   // Deliberate: no runtime anywhere is no failure here. Loading jvm.dll shows whether PATH reaches one after all.
   (void)PrepareConfiguredPath();
   return true;
@@ -111,16 +128,22 @@ bool CQV_JVMConfigInfo::PrepareConfiguredPath() noexcept {
   if (!oldPath.Ok()) return false;
   qv::StringRef jdk;
   qv::StringRef jreBin;
-  if (!ReadJDKLocation(jdk.Out()) || !ReadJREBinLocation(jreBin.Out())) {
-    qv::Trace({L"JDKLocation or JREBinLocation is missing below ", m_szRegistryRoot});
+  const auto tell = [&](qv::RuntimeVerdict verdict) {
+    m_pListener->OnRuntimePlace({qv::RuntimeSource::Configured, verdict, qv::TextOf(jreBin)});
     return false;
+  };
+  if (!FindLocation(qv::names::kJDKLocation, m_pJDKLocation, jdk) ||
+      !FindLocation(qv::names::kJREBinLocation, m_pJREBinLocation, jreBin)) {
+    return tell(qv::RuntimeVerdict::LocationMissing);
   }
   // Deliberate: lengths count the terminator, so an empty text is refused while an absent object (length 0) passes.
   const auto lengthLessOne = [](const qv::StringRef& text) { return (text ? text->GetLength() : 0) - 1; };
-  if (lengthLessOne(jdk) == 0 || lengthLessOne(jreBin) == 0) return false;
+  if (lengthLessOne(jdk) == 0 || lengthLessOne(jreBin) == 0) return tell(qv::RuntimeVerdict::LocationEmpty);
   const qv::HostText path = qv::SearchPathWithConfigured(qv::TextOf(jdk), qv::TextOf(jreBin), oldPath.OrNull());
   if (!path.Ok()) return false;
   const BOOL set = SetEnvironmentVariableW(kPath, path.Text());
-  if (set != FALSE) m_bRuntimeFound = true;
+  if (set == FALSE) return tell(qv::RuntimeVerdict::PathRefused);
+  m_bRuntimeFound = true;
+  tell(qv::RuntimeVerdict::Taken);
   return set == TRUE;
 }

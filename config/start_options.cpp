@@ -6,11 +6,21 @@
 #include "store/counted_list.h"
 #include "store/names.h"
 
-bool CQV_JVMConfigInfo::BuildBootClassPath(IQvString** option) noexcept {
+qv::HostText CQV_JVMConfigInfo::BootClassPath() const noexcept {
   qv::ModuleFolder jvm;
   const HMODULE module = m_pfnFindLoadedModule != nullptr ? m_pfnFindLoadedModule("jvm.dll") : nullptr;
   if (module != nullptr) (void)jvm.TryFind(module);
-  *option = qv::BootClassPathOption(jvm.Text()).ToString().Detach();
+  return qv::BootClassPathOption(jvm.Text());
+}
+
+bool CQV_JVMConfigInfo::BuildBootClassPath(IQvString** option) noexcept {
+  *option = BootClassPath().ToString().Detach();
+  return true;
+}
+
+bool CQV_JVMConfigInfo::OpenList(const wchar_t* name, qv::CountProbe probe, qv::ConfiguredKey& list) noexcept {
+  if (!qv::OpenConfiguredKey(m_bHostKnown, m_szRegistryRoot, name, probe, list)) return false;
+  m_pListener->OnListKey(name, list.origin);
   return true;
 }
 
@@ -52,9 +62,7 @@ bool CQV_JVMConfigInfo::ReadJVMProperties(wchar_t*** list, int32_t* count) noexc
   *count = 0;
   ChooseRegistryRoot();
   qv::ConfiguredKey properties;
-  if (!qv::OpenConfiguredKey(m_bHostKnown, m_szRegistryRoot, qv::names::kPropertyKey, qv::CountProbe::No, properties)) {
-    return false;
-  }
+  if (!OpenList(qv::names::kPropertyKey, qv::CountProbe::No, properties)) return false;
   const int32_t found = CountValues(*properties.key);
   if (found <= 0) return found == 0;
   qv::HostPtr<wchar_t*> texts(qv::AllocHostArray<wchar_t*>(static_cast<size_t>(found)).release());
@@ -66,10 +74,9 @@ bool CQV_JVMConfigInfo::ReadJVMProperties(wchar_t*** list, int32_t* count) noexc
 
 bool CQV_JVMConfigInfo::BuildJavaVMOptions(JavaVMOption** options, int32_t* count,
                                            const wchar_t* threadClassPath) noexcept {
-  qv::StringRef bootClassPath;
-  if (!BuildBootClassPath(bootClassPath.Out())) return true;  // never; a JVM without options would be the result
-  qv::StringRef classPath;
-  if (!ComposeClassPath(classPath.Out())) return false;
+  const qv::HostText bootClassPath = BootClassPath();
+  const qv::HostText classPath = WholeClassPath();
+  if (!classPath.Ok()) return false;
 
   wchar_t** propertyList = nullptr;
   int32_t propertyCount = 0;
@@ -77,23 +84,21 @@ bool CQV_JVMConfigInfo::BuildJavaVMOptions(JavaVMOption** options, int32_t* coun
   const qv::PropertyTexts properties(propertyList, propertyCount);
 
   qv::ConfiguredKey configured;
-  if (!qv::OpenConfiguredKey(m_bHostKnown, m_szRegistryRoot, qv::names::kOptionList, qv::CountProbe::Required,
-                             configured)) {
-    return false;
-  }
+  if (!OpenList(qv::names::kOptionList, qv::CountProbe::Required, configured)) return false;
   qv::StringRef configuredCount;
   if (qv::QueryValue(*configured.key, qv::names::kCount, configuredCount) < 0) return false;
-  if (!bootClassPath) return false;  // there was no memory for its text
+  if (!bootClassPath.Ok()) return false;
 
   const qv::OptionSources sources{
       .threadClassPath = threadClassPath != nullptr ? threadClassPath : L"",
-      .classPath = qv::TextOf(classPath),
-      .bootClassPathOption = qv::TextOf(bootClassPath),
+      .classPath = classPath.View(),
+      .bootClassPathOption = bootClassPath.View(),
       .vfprintfHook = m_pfnVfprintfHook,
       .exitHook = m_pfnExitHook,
       .configuredCount = configuredCount ? qv::CountFromText(configuredCount->GetText()) : 0,
       .properties = &properties,
   };
+  m_pListener->OnConfiguredOptions(sources.configuredCount);
   const auto readConfigured = [&](int32_t index, qv::StringRef& text) {
     return qv::QueryValue(*configured.key, qv::IndexName(index).Text(), text) == 0;
   };

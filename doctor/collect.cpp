@@ -10,13 +10,13 @@
 #include "config/folders.h"
 #include "config/host_recognition.h"
 #include "config/jvm_config_info.h"
+#include "config/path_list.h"
 #include "config/runtime_choice.h"
+#include "config/runtime_locate.h"
 #include "doctor/image_file.h"
 #include "doctor/option_notes.h"
 #include "service/process_events.h"
 #include "store/config_store.h"
-#include "store/counted_list.h"
-#include "store/messages.h"
 #include "store/names.h"
 
 namespace doctor {
@@ -36,16 +36,33 @@ std::wstring LowerCase(std::wstring text) {
   return text;
 }
 
-std::vector<std::wstring> Split(const std::wstring& text) {
-  std::vector<std::wstring> pieces;
-  size_t begin = 0;
-  while (begin <= text.size()) {
-    const size_t end = std::min(text.find(L';', begin), text.size());
-    if (end > begin) pieces.push_back(text.substr(begin, end - begin));
-    begin = end + 1;
+// Hears what the service decides.
+class Listener final : public qv::DecisionListener {
+ public:
+  struct Place {
+    qv::RuntimeSource source;
+    qv::RuntimeVerdict verdict;
+    std::wstring home;
+    std::wstring subFolder;
+  };
+
+  void OnRuntimePlace(const qv::RuntimePlace& place) noexcept override {
+    places.push_back({place.source, place.verdict, std::wstring(place.home), std::wstring(place.subFolder)});
   }
-  return pieces;
-}
+  void OnListKey(const wchar_t* listName, qv::KeyOrigin origin) noexcept override {
+    (std::wstring_view(listName) == qv::names::kPropertyKey ? origins.properties : origins.options) = origin;
+  }
+  void OnConfiguredOptions(int32_t count) noexcept override { configuredOptions = count; }
+  void OnMissing(const qv::StoreMessage& message, const wchar_t*) noexcept override {
+    messageBox = message.Text();
+    std::replace(messageBox.begin(), messageBox.end(), L'\n', L' ');
+  }
+
+  std::vector<Place> places;
+  ListOrigins origins;
+  int32_t configuredOptions = 0;
+  std::wstring messageBox;
+};
 
 // -- host and settings --
 
@@ -56,113 +73,67 @@ void CollectHost(Facts& facts, CQV_JVMConfigInfo& config) {
   config.m_bQuovantHost = identity.quovant;
   config.m_bLoomhallHost = identity.loomhall;
   Host& host = facts.host;
-  host.known = identity.known;
-  host.launcher = identity.loomhall;
-  host.kind = !identity.known     ? L"unknown"
-              : identity.loomhall ? L"Java launcher"
-              : identity.quovant  ? L"Quovant"
-                                  : L"Tablero";
+  host.kind = !identity.known     ? HostKind::Unknown
+              : identity.loomhall ? HostKind::JavaLauncher
+              : identity.quovant  ? HostKind::Quovant
+                                  : HostKind::Tablero;
   host.registryRoot = qv::RegistryRootFor(identity.quovant, identity.loomhall);
   qv::KeyRef root;
   host.rootExists = qv::OpenRegistryRoot(HKEY_LOCAL_MACHINE, host.registryRoot.c_str(), qv::kReadAccess, root);
 }
 
-Setting JavaKeySetting(const Host& host, const wchar_t* name) {
-  Setting setting = {name, std::nullopt, L"registry HKLM\\" + host.registryRoot + L"\\" + qv::names::kJavaKey};
+std::optional<std::wstring> JavaKeyValue(const Host& host, const wchar_t* name) {
   qv::StringRef value;
-  if (qv::ReadJavaKeyValue(host.registryRoot.c_str(), name, value)) setting.value = Text(value);
-  return setting;
+  if (!qv::ReadJavaKeyValue(host.registryRoot.c_str(), name, value)) return std::nullopt;
+  return Text(value);
 }
 
-Setting RegisteredJavaHome() {
-  Setting setting = {L"JavaHome", std::nullopt, L"registry HKLM\\Software\\JavaSoft\\Java Runtime Environment"};
-  qv::KeyRef javaSoft;
-  qv::KeyRef current;
-  qv::StringRef version;
-  qv::StringRef home;
-  if (qv::OpenRegistryRoot(HKEY_LOCAL_MACHINE, L"Software\\JavaSoft\\Java Runtime Environment", qv::kReadAccess,
-                           javaSoft) &&
-      qv::QueryValue(*javaSoft, L"CurrentVersion", version) >= 0 && version &&
-      qv::OpenSubKey(*javaSoft, version->GetText(), current) && qv::QueryValue(*current, L"JavaHome", home) >= 0) {
-    setting.value = Text(home);
-  }
-  return setting;
-}
-
-bool CurrentRuntimeDisabled(Setting& setting) {
-  wchar_t text[2] = {};
-  const int32_t read = QvshrGetSetting(L"QV", L"QVJRENOTUSECURRENT", L"0", text, 2);
-  setting = {L"QVJRENOTUSECURRENT", std::wstring(text), L"host setting, section QV"};
-  return qv::CurrentRuntimeDisabled(read, text);
+void CollectSettings(Facts& facts) {
+  qv::HostText registered;
+  const bool isRegistered = qv::ReadRegisteredHome(registered);
+  facts.settings = {
+      {SettingName::JavaHome, Variable(L"JAVA_HOME")},
+      {SettingName::RegisteredHome, isRegistered ? std::optional(std::wstring(registered.View())) : std::nullopt},
+      {SettingName::NotCurrentRuntime, qv::ReadCurrentRuntimeSetting().text},
+      {SettingName::JdkLocation, JavaKeyValue(facts.host, qv::names::kJDKLocation)},
+      {SettingName::JreBinLocation, JavaKeyValue(facts.host, qv::names::kJREBinLocation)},
+      {SettingName::ClassPath, Variable(L"CLASSPATH")}};
 }
 
 // -- candidates --
 
-std::wstring VerdictOf(const Library& library) {
-  switch (library.machine) {
-    case Machine::Missing:
-      return L"not there";
-    case Machine::Unreadable:
-      return L"taken, but it cannot be read";
-    case Machine::NotAnImage:
-      return L"taken, but it is not a DLL";
-    case Machine::Wrong:
-      return L"taken, but it is for " + library.architecture;
-    case Machine::Right:
-      return L"taken";
+// The home of a source that the service had no reason to look at.
+const std::wstring* HomeOf(const Facts& facts, qv::RuntimeSource source) {
+  switch (source) {
+    case qv::RuntimeSource::JavaHome:
+      return facts.ValueOf(SettingName::JavaHome);
+    case qv::RuntimeSource::Registry:
+      return facts.ValueOf(SettingName::RegisteredHome);
+    case qv::RuntimeSource::BesideTheService:
+      return &facts.question.serviceFolder;
+    case qv::RuntimeSource::Configured:
+      return facts.ValueOf(SettingName::JreBinLocation);
   }
-  return {};
+  return nullptr;
 }
 
-// Adds the folders in their order; the first that holds a jvm.dll is the service's choice unless one was made before.
-void AddCandidates(Facts& facts, const std::wstring& home, std::span<const std::wstring_view> folders,
-                   const std::wstring& origin, std::wstring whyNotTried) {
-  for (const std::wstring_view folder : folders) {
-    Candidate candidate = {InspectLibrary(home + std::wstring(folder) + std::wstring(qv::kJvmFile)), origin, {}, false};
-    if (whyNotTried.empty()) {
-      candidate.verdict = VerdictOf(candidate.library);
-      candidate.chosen = candidate.library.machine != Machine::Missing;
-      if (candidate.chosen) whyNotTried = L"not tried: one was found before";
-    } else {
-      candidate.verdict = whyNotTried;
+std::vector<std::wstring_view> FoldersOf(const Listener::Place& place) {
+  if (!place.subFolder.empty() || place.source == qv::RuntimeSource::Configured) return {place.subFolder};
+  if (place.source == qv::RuntimeSource::BesideTheService) {
+    return {qv::kInstallFolders.begin(), qv::kInstallFolders.end()};
+  }
+  return {qv::kJavaHomeFolders.begin(), qv::kJavaHomeFolders.end()};
+}
+
+void CollectCandidates(Facts& facts, const std::vector<Listener::Place>& places) {
+  for (const Listener::Place& place : places) {
+    const std::wstring* const home = place.subFolder.empty() ? HomeOf(facts, place.source) : &place.home;
+    if (home == nullptr) continue;
+    for (const std::wstring_view folder : FoldersOf(place)) {
+      std::wstring file = *home + std::wstring(folder) + std::wstring(qv::kJvmFile);
+      facts.candidates.push_back({InspectLibrary(file), place.source, place.verdict});
     }
-    facts.candidates.push_back(std::move(candidate));
   }
-}
-
-bool Chosen(const Facts& facts) {
-  return std::any_of(facts.candidates.begin(), facts.candidates.end(),
-                     [](const Candidate& each) { return each.chosen; });
-}
-
-void CollectCandidates(Facts& facts) {
-  const Setting javaHome = {L"JAVA_HOME", Variable(L"JAVA_HOME"), L"environment"};
-  const Setting registered = RegisteredJavaHome();
-  const Setting jdk = JavaKeySetting(facts.host, qv::names::kJDKLocation);
-  const Setting jreBin = JavaKeySetting(facts.host, qv::names::kJREBinLocation);
-  Setting disabled;
-  const bool notCurrent = CurrentRuntimeDisabled(disabled);
-  facts.settings = {javaHome, registered, disabled,
-                    jdk,      jreBin,     {L"CLASSPATH", Variable(L"CLASSPATH"), L"environment"}};
-
-  if (facts.HostHasJvm()) return;
-  if (facts.host.known) {
-    if (!jreBin.value) return;
-    Candidate candidate = {
-        InspectLibrary(*jreBin.value + std::wstring(qv::kJvmFile)), L"configured JREBinLocation", {}, false};
-    candidate.verdict = VerdictOf(candidate.library);
-    candidate.chosen = candidate.library.machine != Machine::Missing;
-    facts.candidates.push_back(std::move(candidate));
-    return;
-  }
-  const std::wstring off = notCurrent ? L"not tried: QVJRENOTUSECURRENT is 1" : L"";
-  if (javaHome.value) AddCandidates(facts, *javaHome.value, qv::kJavaHomeFolders, L"JAVA_HOME", off);
-  if (registered.value) {
-    AddCandidates(facts, *registered.value, qv::kJavaHomeFolders, L"registry",
-                  javaHome.value ? L"not tried: JAVA_HOME is set" : off);
-  }
-  AddCandidates(facts, facts.question.serviceFolder, qv::kInstallFolders, L"beside the service",
-                Chosen(facts) ? L"not tried: one was found before" : L"");
 }
 
 // -- the runtime that loading jvm.dll would take --
@@ -186,63 +157,36 @@ std::optional<int> MajorOf(const std::wstring& version) {
   return first == 1 && read == 2 ? second : first;
 }
 
-void CollectJvm(Facts& facts) {
+void CollectRuntime(Facts& facts) {
   wchar_t found[4096];
   for (const wchar_t* const name : {L"jvm.dll", L"client\\jvm.dll"}) {
-    if (SearchPathW(facts.path.c_str(), name, nullptr, 4096, found, nullptr) != 0) {
-      facts.jvm = InspectLibrary(found);
-      break;
-    }
+    if (SearchPathW(facts.path.c_str(), name, nullptr, 4096, found, nullptr) == 0) continue;
+    // ...\bin\server\jvm.dll
+    const std::filesystem::path bin = std::filesystem::path(found).parent_path().parent_path();
+    const std::filesystem::path home = bin.parent_path();
+    const std::filesystem::path lib = home / L"lib";
+    Runtime& runtime = facts.runtime.emplace();
+    runtime.jvm = InspectLibrary(found);
+    runtime.home = home.wstring();
+    runtime.version = ReleaseValue(home, "JAVA_VERSION");
+    runtime.major = MajorOf(runtime.version);
+    runtime.hasLib = std::filesystem::exists(lib);
+    runtime.hasClassLibrary = std::filesystem::exists(lib / L"modules") || std::filesystem::exists(lib / L"rt.jar");
+    runtime.hasJavaDll = std::filesystem::exists(bin / L"java.dll");
+    return;
   }
-  if (!facts.jvm) return;
-  // ...\bin\server\jvm.dll
-  const std::filesystem::path home = std::filesystem::path(facts.jvm->path).parent_path().parent_path().parent_path();
-  facts.javaVersion = ReleaseValue(home, "JAVA_VERSION");
-  facts.javaMajor = MajorOf(facts.javaVersion);
 }
 
 // -- class path --
 
-// The service shows a message box when a known host's list is missing; here its text is a finding.
-bool ListWouldFail(Facts& facts, const std::wstring& list) {
-  qv::KeyRef root;
-  qv::KeyRef key;
-  qv::StringRef count;
-  const wchar_t* const rootPath = facts.host.registryRoot.c_str();
-  if (!qv::OpenRegistryRoot(HKEY_LOCAL_MACHINE, rootPath, qv::kReadAccess, root)) {
-    facts.messageBox = qv::StoreMessage::KeyNotFound(rootPath, L"").Text();
-  } else if (!qv::OpenSubKey(*root, list.c_str(), key)) {
-    facts.messageBox = qv::StoreMessage::KeyNotFound(rootPath, list.c_str()).Text();
-  } else if (qv::QueryValue(*key, qv::names::kCount, count) < 0) {
-    facts.messageBox = qv::StoreMessage::ValueNotFound(rootPath, list.c_str(), qv::names::kCount).Text();
-  }
-  std::replace(facts.messageBox.begin(), facts.messageBox.end(), L'\n', L' ');
-  return !facts.messageBox.empty();
-}
-
 void CollectClassPath(Facts& facts, CQV_JVMConfigInfo& config) {
-  const std::wstring list = std::wstring(qv::names::kDevelopmentConfigKey) + L"\\" + qv::names::kClassPathList;
-  if (facts.host.known && !facts.host.launcher && ListWouldFail(facts, list)) return;
   qv::StringRef classPath;
-  facts.classPathBuilt = config.ComposeClassPath(classPath.Out());
-  for (const std::wstring& entry : Split(Text(classPath))) {
-    facts.classPath.push_back({entry, qv::FileExists(entry.c_str())});
-  }
+  qv::PathList entries;
+  facts.classPathBuilt = config.ComposeClassPath(classPath.Out()) && entries.TrySplit(qv::TextOf(classPath));
+  entries.ForEach([&](const wchar_t* entry) { facts.classPath.push_back({entry, qv::FileExists(entry)}); });
 }
 
 // -- options --
-
-std::wstring OriginOf(const Facts& facts, const wchar_t* listName) {
-  const std::wstring path =
-      std::wstring(facts.host.known ? qv::names::kDevelopmentConfigKey : qv::names::kRuntimeConfigKey) + L"\\" +
-      listName;
-  qv::KeyRef root;
-  qv::KeyRef key;
-  const bool inRegistry =
-      qv::OpenRegistryRoot(HKEY_LOCAL_MACHINE, facts.host.registryRoot.c_str(), qv::kReadAccess, root) &&
-      qv::OpenSubKey(*root, path.c_str(), key);
-  return inRegistry ? L"registry " + path : L"default tree " + path;
-}
 
 class LoadedLibrary {
  public:
@@ -267,9 +211,9 @@ void CheckCodePage(Facts& facts, const std::wstring& text) {
   if (bytes == 0 || lost != FALSE) facts.notInCodePage.push_back(text);
 }
 
-void AddOption(Facts& facts, std::wstring text, std::wstring origin) {
-  Option option = {std::move(text), std::move(origin), {}, false};
-  if (const auto note = NoteFor(option.text, facts.javaMajor)) {
+void AddOption(Facts& facts, std::wstring text, qv::OptionSource source) {
+  Option option = {std::move(text), source, {}, false};
+  if (const auto note = NoteFor(option.text, facts.runtime ? facts.runtime->major : std::nullopt)) {
     option.note = note->text;
     option.fatal = note->fatal;
   }
@@ -285,28 +229,20 @@ std::wstring Widen(const char* text) {
   return wide;
 }
 
-void CollectOptions(Facts& facts, CQV_JVMConfigInfo& config) {
+void CollectOptions(Facts& facts, CQV_JVMConfigInfo& config, const Listener& listener) {
   if (!facts.classPathBuilt) return;
   // Mapped without running any of its code; the boot class path wants to know where it lies.
   std::optional<LoadedLibrary> jvm;
-  if (facts.jvm && facts.jvm->machine == Machine::Right) jvm.emplace(facts.jvm->path, DONT_RESOLVE_DLL_REFERENCES);
+  if (facts.runtime && facts.runtime->jvm.machine == Machine::Right) {
+    jvm.emplace(facts.runtime->jvm.path, DONT_RESOLVE_DLL_REFERENCES);
+  }
   g_inspectedJvm = jvm ? jvm->Get() : nullptr;
   config.m_pfnFindLoadedModule = FindInspectedJvm;
   JavaVMOption* options = nullptr;
   int32_t count = 0;
   facts.optionsBuilt = config.BuildJavaVMOptions(&options, &count, nullptr);
-  wchar_t** properties = nullptr;
-  int32_t propertyCount = 0;
-  (void)config.ReadJVMProperties(&properties, &propertyCount);
-  const qv::PropertyTexts propertyTexts(properties, propertyCount);
   for (int32_t i = 0; facts.optionsBuilt && i < count; ++i) {
-    std::wstring origin = L"the service";
-    if (i >= count - propertyCount) {
-      origin = OriginOf(facts, qv::names::kPropertyKey);
-    } else if (i >= qv::kFixedOptions) {
-      origin = OriginOf(facts, qv::names::kOptionList);
-    }
-    AddOption(facts, Widen(options[i].optionString), std::move(origin));
+    AddOption(facts, Widen(options[i].optionString), qv::SourceOfOption(i, listener.configuredOptions));
   }
   if (facts.optionsBuilt) qv::FreeOptions(options, count);
   for (const ClassPathEntry& entry : facts.classPath) CheckCodePage(facts, entry.path);
@@ -329,14 +265,14 @@ void CollectLog(Facts& facts, CQV_JVMConfigInfo& config) {
   const std::wstring folder = std::filesystem::absolute(facts.log.path).parent_path().wstring();
   if (attributes == INVALID_FILE_ATTRIBUTES) {
     if (!std::filesystem::is_directory(folder)) {
-      facts.log.problem = L"its folder does not exist";
+      facts.log.state = LogState::NoFolder;
     } else if (!mayOpen(folder, FILE_ADD_FILE, FILE_FLAG_BACKUP_SEMANTICS)) {
-      facts.log.problem = L"its folder cannot be written";
+      facts.log.state = LogState::FolderNotWritable;
     }
   } else if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-    facts.log.problem = L"it is a folder";
+    facts.log.state = LogState::IsFolder;
   } else if ((attributes & FILE_ATTRIBUTE_READONLY) != 0 || !mayOpen(facts.log.path, GENERIC_WRITE, 0)) {
-    facts.log.problem = L"it cannot be written";
+    facts.log.state = LogState::NotWritable;
   }
 }
 
@@ -352,13 +288,21 @@ Facts Collect(const Question& question) {
   qv::OnModuleLoaded(GetModuleHandleW(nullptr));
   CQV_JVMConfigInfo& config = JVMConfigInfo();
   if (!config.Load()) throw std::runtime_error("the path of this program cannot be had");
+  Listener listener;
+  config.m_pListener = &listener;
   CollectHost(facts, config);
-  CollectCandidates(facts);
-  facts.discoverySucceeded = facts.HostHasJvm() || config.LocateJavaRuntime();
+  CollectSettings(facts);
+  if (!facts.HostHasJvm()) {
+    (void)config.LocateJavaRuntime();
+    CollectCandidates(facts, listener.places);
+  }
   facts.path = Variable(L"PATH").value_or(L"");
-  if (!facts.HostHasJvm()) CollectJvm(facts);
+  if (!facts.HostHasJvm()) CollectRuntime(facts);
   CollectClassPath(facts, config);
-  if (!facts.HostHasJvm()) CollectOptions(facts, config);
+  if (!facts.HostHasJvm()) CollectOptions(facts, config, listener);
+  facts.origins = listener.origins;
+  facts.messageBox = listener.messageBox;
+  config.m_pListener = &qv::ServiceListener();
   CollectLog(facts, config);
   return facts;
 }

@@ -1,10 +1,14 @@
-// What the doctor found out, as plain data: collected once, judged, then printed as text or JSON.
+// What the doctor found out, as plain data: collected once, judged without a look at the machine, then printed as text
+// or JSON.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "config/decisions.h"
+#include "store/option_plan.h"
 
 namespace doctor {
 
@@ -14,19 +18,21 @@ struct Question {
   std::wstring serviceFolder;  // where qvjvm.dll lies
 };
 
+enum class HostKind { Unknown, Quovant, Tablero, JavaLauncher };
+
 struct Host {
-  std::wstring kind;  // "Quovant", "Tablero", "Java launcher", "unknown"
-  bool known = false;
-  bool launcher = false;
+  HostKind kind = HostKind::Unknown;
   std::wstring registryRoot;
   bool rootExists = false;
+
+  [[nodiscard]] bool Known() const { return kind != HostKind::Unknown; }
 };
 
-// A setting and where it came from.
+enum class SettingName { JavaHome, RegisteredHome, NotCurrentRuntime, JdkLocation, JreBinLocation, ClassPath };
+
 struct Setting {
-  std::wstring name;
+  SettingName name;
   std::optional<std::wstring> value;  // none: not there
-  std::wstring origin;                // "registry HKLM\...", "environment", "default tree", "host setting"
 };
 
 enum class Machine { Missing, Unreadable, NotAnImage, Wrong, Right };
@@ -39,9 +45,24 @@ struct Library {
 
 struct Candidate {
   Library library;
-  std::wstring origin;  // "JAVA_HOME", "registry", "beside the service", "configured JREBinLocation"
-  std::wstring verdict;
-  bool chosen = false;
+  qv::RuntimeSource source;
+  qv::RuntimeVerdict verdict;  // the service's
+
+  // Configured locations are taken by the service without a look.
+  [[nodiscard]] bool Chosen() const {
+    return verdict == qv::RuntimeVerdict::Taken && library.machine != Machine::Missing;
+  }
+};
+
+// The runtime of the jvm.dll that would be loaded.
+struct Runtime {
+  Library jvm;
+  std::wstring home;
+  std::wstring version;  // of its release file
+  std::optional<int> major;
+  bool hasLib = false;
+  bool hasClassLibrary = false;
+  bool hasJavaDll = false;
 };
 
 struct ClassPathEntry {
@@ -51,14 +72,22 @@ struct ClassPathEntry {
 
 struct Option {
   std::wstring text;
-  std::wstring origin;
+  qv::OptionSource source = qv::OptionSource::Service;
   std::wstring note;   // what this runtime does with it, where that is worth a word
   bool fatal = false;  // this runtime refuses it and does not start
 };
 
+// Where the two lists of options came from.
+struct ListOrigins {
+  qv::KeyOrigin options = qv::KeyOrigin::Registry;
+  qv::KeyOrigin properties = qv::KeyOrigin::Registry;
+};
+
+enum class LogState { Writable, NoFolder, FolderNotWritable, IsFolder, NotWritable };
+
 struct Log {
   std::wstring path;
-  std::wstring problem;  // empty: it can be written
+  LogState state = LogState::Writable;
 };
 
 enum class Severity { Problem, Warning };
@@ -80,16 +109,14 @@ struct Facts {
   Question question;
   Host host;
   std::vector<Setting> settings;
-  std::vector<Candidate> candidates;
-  bool discoverySucceeded = false;
-  std::wstring path;           // the process's PATH as the service would set it
-  std::optional<Library> jvm;  // what loading "jvm.dll" would take
-  std::optional<int> javaMajor;
-  std::wstring javaVersion;  // of the runtime's release file
-  std::wstring messageBox;   // the text of the box that the start-up would show
+  std::vector<Candidate> candidates;  // in the order of the search
+  std::wstring path;                  // the process's PATH as the service would set it
+  std::optional<Runtime> runtime;     // what loading "jvm.dll" would take
+  std::wstring messageBox;            // the text of the box that the start-up would show
   bool classPathBuilt = false;
   std::vector<ClassPathEntry> classPath;
   bool optionsBuilt = false;
+  ListOrigins origins;
   std::vector<Option> options;
   std::vector<std::wstring> notInCodePage;
   Log log;
@@ -97,7 +124,14 @@ struct Facts {
   std::optional<StartResult> start;
 
   // A Java launcher's process has a JVM of its own; the service joins it.
-  [[nodiscard]] bool HostHasJvm() const { return question.joined || host.launcher; }
+  [[nodiscard]] bool HostHasJvm() const { return question.joined || host.kind == HostKind::JavaLauncher; }
+  // Null when it is not there.
+  [[nodiscard]] const std::wstring* ValueOf(SettingName name) const {
+    for (const Setting& setting : settings) {
+      if (setting.name == name && setting.value) return &*setting.value;
+    }
+    return nullptr;
+  }
 };
 
 }  // namespace doctor

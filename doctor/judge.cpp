@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "doctor/texts.h"
+
 namespace doctor {
 
 namespace {
@@ -24,25 +26,18 @@ class Judgement {
   void Add(Severity severity, std::wstring cause, std::wstring remedy) {
     m_facts.findings.push_back({severity, std::move(cause), std::move(remedy)});
   }
-  [[nodiscard]] const Setting* Find(const wchar_t* name) const {
-    const auto found = std::find_if(m_facts.settings.begin(), m_facts.settings.end(),
-                                    [&](const Setting& setting) { return setting.name == name; });
-    return found != m_facts.settings.end() ? &*found : nullptr;
-  }
-  [[nodiscard]] const std::wstring* ValueOf(const wchar_t* name) const {
-    const Setting* const setting = Find(name);
-    return setting != nullptr && setting->value ? &*setting->value : nullptr;
-  }
   [[nodiscard]] bool RuntimeChosen() const {
     return std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(),
-                       [](const Candidate& each) { return each.chosen; });
+                       [](const Candidate& each) { return each.Chosen(); });
   }
-  [[nodiscard]] bool RuntimeFound() const { return m_facts.jvm || RuntimeChosen(); }
+  [[nodiscard]] bool RuntimeFound() const { return m_facts.runtime || RuntimeChosen(); }
   [[nodiscard]] std::wstring MissingEntries() const;
   void JavaHome();
   void DisabledCurrent();
   void ConfiguredRuntime();
   void Library(const doctor::Library& library);
+  void NoRuntime();
+  void Completeness(const doctor::Runtime& runtime);
 
   Facts& m_facts;
 };
@@ -50,10 +45,10 @@ class Judgement {
 // A JAVA_HOME that helps nobody is the most common fault, and it hides the registry. It is the cause when nothing else
 // was found.
 void Judgement::JavaHome() {
-  const std::wstring* const home = ValueOf(L"JAVA_HOME");
-  if (home == nullptr || m_facts.host.known || m_facts.HostHasJvm()) return;
+  const std::wstring* const home = m_facts.ValueOf(SettingName::JavaHome);
+  if (home == nullptr || m_facts.host.Known() || m_facts.HostHasJvm()) return;
   const bool helps = std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(), [](const Candidate& each) {
-    return each.origin == L"JAVA_HOME" && each.library.machine != Machine::Missing;
+    return each.source == qv::RuntimeSource::JavaHome && each.library.machine != Machine::Missing;
   });
   if (helps) return;
   const Severity severity = RuntimeFound() ? Severity::Warning : Severity::Problem;
@@ -72,18 +67,18 @@ void Judgement::JavaHome() {
 void Judgement::ConfiguredRuntime() {
   const std::wstring key = L"HKLM\\" + m_facts.host.registryRoot + L"\\Java";
   if (!m_facts.host.rootExists) {
-    Problem(L"HKLM\\" + m_facts.host.registryRoot + L" is missing; a " + m_facts.host.kind +
+    Problem(L"HKLM\\" + m_facts.host.registryRoot + L" is missing; a " + TextOf(m_facts.host.kind) +
                 L" host has all its settings there",
             L"Install the host product, or import its settings.");
     return;
   }
-  for (const wchar_t* const name : {L"JDKLocation", L"JREBinLocation"}) {
-    const std::wstring* const value = ValueOf(name);
+  for (const SettingName name : {SettingName::JdkLocation, SettingName::JreBinLocation}) {
+    const std::wstring* const value = m_facts.ValueOf(name);
     if (value == nullptr) {
-      Problem(std::wstring(name) + L" is missing in " + key,
-              std::wstring(L"Set it; a ") + m_facts.host.kind + L" host takes its Java runtime from there alone.");
+      Problem(TextOf(name) + L" is missing in " + key,
+              L"Set it; a " + TextOf(m_facts.host.kind) + L" host takes its Java runtime from there alone.");
     } else if (value->empty()) {
-      Problem(std::wstring(name) + L" is empty in " + key, L"Set it to the runtime's folder.");
+      Problem(TextOf(name) + L" is empty in " + key, L"Set it to the runtime's folder.");
     }
   }
 }
@@ -109,9 +104,12 @@ void Judgement::Library(const doctor::Library& library) {
 // A setting that keeps everything but the private runtime out is easily forgotten.
 void Judgement::DisabledCurrent() {
   const bool off = std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(), [](const Candidate& each) {
-    return each.verdict.find(L"QVJRENOTUSECURRENT") != std::wstring::npos && each.library.machine != Machine::Missing;
+    return each.verdict == qv::RuntimeVerdict::SwitchedOff && each.library.machine != Machine::Missing;
   });
-  if (off && !RuntimeChosen()) {
+  const bool privateOne = std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(), [](const Candidate& each) {
+    return each.source == qv::RuntimeSource::BesideTheService && each.Chosen();
+  });
+  if (off && !privateOne) {
     Problem(L"the host setting QVJRENOTUSECURRENT is 1, which keeps the installed Java runtime out",
             L"Remove the setting, or put a runtime into " + m_facts.question.serviceFolder + L"\\JRE.");
   }
@@ -121,39 +119,43 @@ void Judgement::Runtime() {
   if (m_facts.HostHasJvm()) return;
   DisabledCurrent();
   JavaHome();
-  if (m_facts.host.known) ConfiguredRuntime();
-  if (m_facts.jvm && m_facts.jvm->machine != Machine::Right) {
-    Library(*m_facts.jvm);
-  } else if (!m_facts.jvm) {
-    const auto chosen = std::find_if(m_facts.candidates.begin(), m_facts.candidates.end(),
-                                     [](const Candidate& each) { return each.chosen; });
-    if (chosen != m_facts.candidates.end()) {
-      Library(chosen->library);
-    } else if (!m_facts.host.known) {
-      Problem(L"no Java runtime was found: no jvm.dll at any place that is searched, nor on PATH",
-              L"Install a 64-bit Java runtime and set JAVA_HOME to it, or put one into " +
-                  m_facts.question.serviceFolder + L"\\JRE.");
-    } else if (!m_facts.candidates.empty()) {
-      Problem(L"there is no jvm.dll in " +
-                  std::filesystem::path(m_facts.candidates.front().library.path).parent_path().wstring(),
-              L"Set JREBinLocation to the folder that holds jvm.dll (bin\\server of a 64-bit runtime).");
-    }
+  if (m_facts.host.Known()) ConfiguredRuntime();
+  if (!m_facts.runtime) {
+    NoRuntime();
+  } else if (m_facts.runtime->jvm.machine != Machine::Right) {
+    Library(m_facts.runtime->jvm);
+  } else {
+    Completeness(*m_facts.runtime);
   }
-  if (m_facts.jvm && m_facts.jvm->machine == Machine::Right) {
-    const std::filesystem::path bin = std::filesystem::path(m_facts.jvm->path).parent_path().parent_path();
-    const std::filesystem::path lib = bin.parent_path() / L"lib";
-    if (!std::filesystem::exists(lib)) {
-      Problem(L"the runtime has no folder lib: " + bin.parent_path().wstring(), L"Install the Java runtime anew.");
-    } else if (!std::filesystem::exists(lib / L"modules") && !std::filesystem::exists(lib / L"rt.jar")) {
-      Problem(L"the runtime has no class library (lib\\modules): " + bin.parent_path().wstring(),
-              L"Install the Java runtime anew.");
-    }
-    if (!std::filesystem::exists(bin / L"java.dll")) {
-      Problem(L"the runtime lacks bin\\java.dll: " + bin.parent_path().wstring(), L"Install the Java runtime anew.");
-    }
-    if (m_facts.javaMajor && *m_facts.javaMajor < 8) {
-      Warning(L"Java " + m_facts.javaVersion + L" is older than anything that was tried", L"Use Java 11 or newer.");
-    }
+}
+
+void Judgement::NoRuntime() {
+  const auto chosen = std::find_if(m_facts.candidates.begin(), m_facts.candidates.end(),
+                                   [](const Candidate& each) { return each.Chosen(); });
+  if (chosen != m_facts.candidates.end()) {
+    Library(chosen->library);
+  } else if (!m_facts.host.Known()) {
+    Problem(L"no Java runtime was found: no jvm.dll at any place that is searched, nor on PATH",
+            L"Install a 64-bit Java runtime and set JAVA_HOME to it, or put one into " +
+                m_facts.question.serviceFolder + L"\\JRE.");
+  } else if (!m_facts.candidates.empty() && m_facts.candidates.front().library.machine == Machine::Missing) {
+    Problem(L"there is no jvm.dll in " +
+                std::filesystem::path(m_facts.candidates.front().library.path).parent_path().wstring(),
+            L"Set JREBinLocation to the folder that holds jvm.dll (bin\\server of a 64-bit runtime).");
+  }
+}
+
+void Judgement::Completeness(const doctor::Runtime& runtime) {
+  if (!runtime.hasLib) {
+    Problem(L"the runtime has no folder lib: " + runtime.home, L"Install the Java runtime anew.");
+  } else if (!runtime.hasClassLibrary) {
+    Problem(L"the runtime has no class library (lib\\modules): " + runtime.home, L"Install the Java runtime anew.");
+  }
+  if (!runtime.hasJavaDll) {
+    Problem(L"the runtime lacks bin\\java.dll: " + runtime.home, L"Install the Java runtime anew.");
+  }
+  if (runtime.major && *runtime.major < 8) {
+    Warning(L"Java " + runtime.version + L" is older than anything that was tried", L"Use Java 11 or newer.");
   }
 }
 
@@ -194,12 +196,12 @@ void Judgement::Options() {
         L"missing",
         L"Give the list a Count and every entry from 0 to Count - 1, and create the key QVJVMprops.");
   }
+  const std::wstring version = m_facts.runtime ? m_facts.runtime->version : std::wstring();
   for (const Option& option : m_facts.options) {
-    if (option.fatal) {
-      Problem(L"Java " + (m_facts.javaVersion.empty() ? std::wstring(L"(unknown version)") : m_facts.javaVersion) +
-                  L" refuses to start with " + option.text + L": " + option.note,
-              L"Remove it from: " + option.origin);
-    }
+    if (!option.fatal) continue;
+    Problem(L"Java " + (version.empty() ? L"(unknown version)" : version) + L" refuses to start with " + option.text +
+                L": " + option.note,
+            L"Remove it from: " + OriginOf(option.source, m_facts));
   }
   for (const std::wstring& text : m_facts.notInCodePage) {
     Problem(L"the system's code page cannot hold: " + text,
@@ -208,8 +210,8 @@ void Judgement::Options() {
 }
 
 void Judgement::Log() {
-  if (m_facts.log.problem.empty()) return;
-  Warning(L"the JVM log " + m_facts.log.path + L" is lost: " + m_facts.log.problem,
+  if (m_facts.log.state == LogState::Writable) return;
+  Warning(L"the JVM log " + m_facts.log.path + L" is lost: " + TextOf(m_facts.log.state),
           L"Make it writable; the JVM runs without it.");
 }
 

@@ -6,6 +6,14 @@
 
 #include <algorithm>
 
+#include "doctor/texts.h"
+
+// Texts in JSON are UTF-8.
+template <>
+struct nlohmann::adl_serializer<std::wstring> {
+  static void to_json(json& json, const std::wstring& text) { json = doctor::ToUtf8(text); }
+};
+
 namespace doctor {
 
 namespace {
@@ -80,12 +88,13 @@ void PrintFindings(Page& page, const Facts& facts) {
 void PrintHost(Page& page, const Facts& facts) {
   page.Heading(L"Host");
   page.Row(L"name", facts.question.host);
-  page.Row(L"recognised", facts.host.kind + (facts.question.joined ? L", with a JVM of its own" : L""));
+  page.Row(L"recognised", TextOf(facts.host.kind) + (facts.question.joined ? L", with a JVM of its own" : L""));
   page.Row(L"settings", L"HKLM\\" + facts.host.registryRoot + (facts.host.rootExists ? L"" : L" (not there)"));
   page.Row(L"service", facts.question.serviceFolder);
   page.Heading(L"Settings");
   for (const Setting& setting : facts.settings) {
-    page.Row(setting.name, (setting.value ? *setting.value : L"(not set)") + L"  [" + setting.origin + L"]");
+    page.Row(TextOf(setting.name),
+             (setting.value ? *setting.value : L"(not set)") + L"  [" + OriginOf(setting.name, facts) + L"]");
   }
 }
 
@@ -93,14 +102,14 @@ void PrintRuntime(Page& page, const Facts& facts) {
   page.Heading(L"Java runtime");
   if (facts.HostHasJvm()) page.Item(L"-", L"", L"not looked for: the host has its own JVM");
   for (const Candidate& candidate : facts.candidates) {
-    page.Whole(candidate.chosen ? L"+" : L"-", candidate.chosen ? L"32" : L"", candidate.library.path);
-    page.Whole(L" ", L"", L"  " + candidate.origin + L": " + candidate.verdict);
+    page.Whole(candidate.Chosen() ? L"+" : L"-", candidate.Chosen() ? L"32" : L"", candidate.library.path);
+    page.Whole(L" ", L"", L"  " + std::wstring(qv::TextOf(candidate.source)) + L": " + VerdictOf(candidate));
   }
-  if (facts.jvm) {
-    page.Row(L"loaded",
-             facts.jvm->path + (facts.jvm->architecture.empty() ? L"" : L" (" + facts.jvm->architecture + L")"));
+  if (facts.runtime) {
+    const Library& jvm = facts.runtime->jvm;
+    page.Row(L"loaded", jvm.path + (jvm.architecture.empty() ? L"" : L" (" + jvm.architecture + L")"));
+    if (!facts.runtime->version.empty()) page.Row(L"version", facts.runtime->version);
   }
-  if (!facts.javaVersion.empty()) page.Row(L"version", facts.javaVersion);
   page.Row(L"PATH", facts.path);
 }
 
@@ -119,14 +128,14 @@ void PrintOptions(Page& page, const Facts& facts) {
     const bool classPath = option.text.starts_with(L"-Djava.class.path=");
     page.Whole(option.fatal ? L"!" : L"+", option.fatal ? L"31" : L"",
                classPath ? L"-Djava.class.path=(the class path above)" : option.text);
-    page.Whole(L" ", L"", L"  " + option.origin + (option.note.empty() ? L"" : L"; " + option.note));
+    page.Whole(L" ", L"", L"  " + OriginOf(option.source, facts) + (option.note.empty() ? L"" : L"; " + option.note));
   }
 }
 
 void PrintLog(Page& page, const Facts& facts) {
   page.Heading(L"JVM log");
   page.Row(L"file", facts.log.path);
-  page.Row(L"state", facts.log.problem.empty() ? L"can be written" : facts.log.problem);
+  page.Row(L"state", facts.log.state == LogState::Writable ? L"can be written" : TextOf(facts.log.state));
 }
 
 void PrintStart(Page& page, const Facts& facts) {
@@ -148,39 +157,25 @@ void PrintCount(Page& page, const Facts& facts) {
                std::to_wstring(warnings) + (warnings == 1 ? L" warning" : L" warnings") + L"; they stand at the top");
 }
 
-nlohmann::json OptionalText(const std::optional<std::wstring>& text) {
-  return text ? nlohmann::json(ToUtf8(*text)) : nlohmann::json(nullptr);
-}
-
-const char* MachineName(Machine machine) {
-  switch (machine) {
-    case Machine::Missing:
-      return "missing";
-    case Machine::Unreadable:
-      return "unreadable";
-    case Machine::NotAnImage:
-      return "not a DLL";
-    case Machine::Wrong:
-      return "wrong architecture";
-    case Machine::Right:
-      return "ok";
-  }
-  return "";
-}
-
-nlohmann::json AsJson(const Library& library) {
-  return {{"path", ToUtf8(library.path)},
-          {"state", MachineName(library.machine)},
-          {"architecture", ToUtf8(library.architecture)}};
-}
-
-nlohmann::json Lines(const std::vector<std::wstring>& lines) {
-  nlohmann::json array = nlohmann::json::array();
-  for (const std::wstring& line : lines) array.push_back(ToUtf8(line));
-  return array;
-}
-
 }  // namespace
+
+void to_json(nlohmann::json& json, const Library& library) {
+  constexpr const char* kStates[] = {"missing", "unreadable", "not a DLL", "wrong architecture", "ok"};
+  json = {{"path", library.path},
+          {"state", kStates[static_cast<size_t>(library.machine)]},
+          {"architecture", library.architecture}};
+}
+void to_json(nlohmann::json& json, const ClassPathEntry& entry) {
+  json = {{"path", entry.path}, {"exists", entry.exists}};
+}
+void to_json(nlohmann::json& json, const Finding& finding) {
+  json = {{"severity", finding.severity == Severity::Problem ? "problem" : "warning"},
+          {"cause", finding.cause},
+          {"remedy", finding.remedy}};
+}
+void to_json(nlohmann::json& json, const StartResult& start) {
+  json = {{"started", start.started}, {"outcome", start.outcome}, {"output", start.output}, {"logTail", start.logTail}};
+}
 
 std::string ToUtf8(std::wstring_view text) {
   if (text.empty()) return {};
@@ -209,55 +204,43 @@ std::string AsJson(const Facts& facts) {
   using nlohmann::json;
   json document = {
       {"host",
-       {{"name", ToUtf8(facts.question.host)},
-        {"kind", ToUtf8(facts.host.kind)},
-        {"known", facts.host.known},
+       {{"name", facts.question.host},
+        {"kind", TextOf(facts.host.kind)},
+        {"known", facts.host.Known()},
         {"joined", facts.question.joined},
-        {"registryRoot", ToUtf8(facts.host.registryRoot)},
+        {"registryRoot", facts.host.registryRoot},
         {"registryRootExists", facts.host.rootExists}}},
-      {"serviceFolder", ToUtf8(facts.question.serviceFolder)},
+      {"serviceFolder", facts.question.serviceFolder},
       {"settings", json::array()},
       {"candidates", json::array()},
-      {"jvm", facts.jvm ? AsJson(*facts.jvm) : json(nullptr)},
-      {"javaVersion", ToUtf8(facts.javaVersion)},
-      {"path", ToUtf8(facts.path)},
-      {"classPath", json::array()},
+      {"jvm", facts.runtime ? json(facts.runtime->jvm) : json(nullptr)},
+      {"javaVersion", facts.runtime ? facts.runtime->version : std::wstring()},
+      {"path", facts.path},
+      {"classPath", facts.classPath},
       {"options", json::array()},
-      {"notInCodePage", Lines(facts.notInCodePage)},
-      {"log", {{"path", ToUtf8(facts.log.path)}, {"problem", ToUtf8(facts.log.problem)}}},
-      {"findings", json::array()},
+      {"notInCodePage", facts.notInCodePage},
+      {"log", {{"path", facts.log.path}, {"problem", TextOf(facts.log.state)}}},
+      {"findings", facts.findings},
   };
   for (const Setting& setting : facts.settings) {
-    document["settings"].push_back(
-        {{"name", ToUtf8(setting.name)}, {"value", OptionalText(setting.value)}, {"origin", ToUtf8(setting.origin)}});
+    document["settings"].push_back({{"name", TextOf(setting.name)},
+                                    {"value", setting.value ? json(*setting.value) : json(nullptr)},
+                                    {"origin", OriginOf(setting.name, facts)}});
   }
   for (const Candidate& candidate : facts.candidates) {
-    json each = AsJson(candidate.library);
-    each["origin"] = ToUtf8(candidate.origin);
-    each["verdict"] = ToUtf8(candidate.verdict);
-    each["chosen"] = candidate.chosen;
+    json each = candidate.library;
+    each["origin"] = std::wstring(qv::TextOf(candidate.source));
+    each["verdict"] = VerdictOf(candidate);
+    each["chosen"] = candidate.Chosen();
     document["candidates"].push_back(std::move(each));
   }
-  for (const ClassPathEntry& entry : facts.classPath) {
-    document["classPath"].push_back({{"path", ToUtf8(entry.path)}, {"exists", entry.exists}});
-  }
   for (const Option& option : facts.options) {
-    document["options"].push_back({{"text", ToUtf8(option.text)},
-                                   {"origin", ToUtf8(option.origin)},
-                                   {"note", ToUtf8(option.note)},
+    document["options"].push_back({{"text", option.text},
+                                   {"origin", OriginOf(option.source, facts)},
+                                   {"note", option.note},
                                    {"refused", option.fatal}});
   }
-  for (const Finding& finding : facts.findings) {
-    document["findings"].push_back({{"severity", finding.severity == Severity::Problem ? "problem" : "warning"},
-                                    {"cause", ToUtf8(finding.cause)},
-                                    {"remedy", ToUtf8(finding.remedy)}});
-  }
-  if (facts.start) {
-    document["start"] = {{"started", facts.start->started},
-                         {"outcome", ToUtf8(facts.start->outcome)},
-                         {"output", Lines(facts.start->output)},
-                         {"logTail", Lines(facts.start->logTail)}};
-  }
+  if (facts.start) document["start"] = *facts.start;
   return document.dump(2) + "\n";
 }
 

@@ -22,52 +22,40 @@ bool OpenSubKey(IQvRegKey& parent, const wchar_t* path, KeyRef& key) noexcept {
 
 bool OpenDefaultTree(KeyRef& key) noexcept { return QvshrOpenDefaultTree(g_DefaultConfigTree, key.Out()) >= 0 && key; }
 
-bool ReadJavaKeyValue(const wchar_t* root, const wchar_t* valueName, StringRef& value) noexcept {
-  // Deliberate: the messages are composed and dropped; the caller learns of the failure by the result alone.
-  KeyRef rootKey;
-  if (!OpenRegistryRoot(HKEY_LOCAL_MACHINE, root, kReadAccess, rootKey)) {
-    (void)StoreMessage::KeyNotFound(root, L"");
-    return false;
-  }
-  KeyRef javaKey;
-  if (!OpenSubKey(*rootKey, names::kJavaKey, javaKey)) {
-    (void)StoreMessage::KeyNotFound(root, names::kJavaKey);
-    return false;
-  }
-  if (QueryValue(*javaKey, valueName, value) < 0) {
-    (void)StoreMessage::ValueNotFound(root, names::kJavaKey, valueName);
-    return false;
-  }
-  return true;
+KeyRead ReadKeyValue(HKEY hive, const wchar_t* root, const wchar_t* subKey, uint32_t access, const wchar_t* valueName,
+                     OpenKey& open, StringRef& value) noexcept {
+  if (!OpenRegistryRoot(hive, root, access, open.root)) return KeyRead::NoRoot;
+  if (!OpenSubKey(*open.root, subKey, open.key)) return KeyRead::NoKey;
+  return QueryValue(*open.key, valueName, value) < 0 ? KeyRead::NoValue : KeyRead::Found;
 }
 
-bool ReadCountedList(HKEY hive, const wchar_t* root, const wchar_t* subKey, uint32_t access, Missing missing,
-                     const wchar_t* messageTitle, HostText& joined) noexcept {
-  const auto report = [&](const StoreMessage& message) {
-    if (missing == Missing::ShowMessage) message.Show(messageTitle);
-    return false;
-  };
-  KeyRef rootKey;
-  if (!OpenRegistryRoot(hive, root, access, rootKey)) return report(StoreMessage::KeyNotFound(root, L""));
-  KeyRef listKey;
-  if (!OpenSubKey(*rootKey, subKey, listKey)) return report(StoreMessage::KeyNotFound(root, subKey));
+bool ReadJavaKeyValue(const wchar_t* root, const wchar_t* valueName, StringRef& value) noexcept {
+  OpenKey open;
+  const KeyRead read = ReadKeyValue(HKEY_LOCAL_MACHINE, root, names::kJavaKey, kReadAccess, valueName, open, value);
+  // Deliberate: the message is composed and dropped; the caller learns of the failure by the result alone.
+  if (read != KeyRead::Found) (void)StoreMessage::For(read, root, names::kJavaKey, valueName);
+  return read == KeyRead::Found;
+}
+
+KeyRead ReadCountedList(HKEY hive, const wchar_t* root, const wchar_t* subKey, uint32_t access, OpenKey& open,
+                        HostText& joined) noexcept {
   StringRef count;
-  if (QueryValue(*listKey, names::kCount, count) < 0) {
-    return report(StoreMessage::ValueNotFound(root, subKey, names::kCount));
-  }
+  const KeyRead read = ReadKeyValue(hive, root, subKey, access, names::kCount, open, count);
+  if (read != KeyRead::Found) return read;
   const bool walked =
-      VisitCountedList(*listKey, count ? CountFromText(count->GetText()) : 0, [&](int32_t index, auto text) {
+      VisitCountedList(*open.key, count ? CountFromText(count->GetText()) : 0, [&](int32_t index, auto text) {
         if (index > 0) joined.Append(L";");
         joined.Append(text);
       });
-  return walked && joined.Ok();
+  return walked && joined.Ok() ? KeyRead::Found : KeyRead::NoMemory;
 }
 
 namespace {
 
-bool OpenDefaultKey(const wchar_t* path, ConfiguredKey& out) noexcept {
+bool OpenBuiltInKey(const wchar_t* path, KeyOrigin origin, ConfiguredKey& out) noexcept {
   out.key.Reset();
   out.root.Reset();
+  out.origin = origin;
   return OpenDefaultTree(out.root) && OpenSubKey(*out.root, path, out.key);
 }
 
@@ -81,13 +69,15 @@ bool OpenConfiguredKey(bool hostKnown, const wchar_t* root, const wchar_t* listN
   if (hostKnown) return haveRegistry && OpenSubKey(*out.root, path.Text(), out.key);
 
   if (!haveRegistry) {
-    if (!OpenDefaultKey(path.Text(), out)) return false;
+    if (!OpenBuiltInKey(path.Text(), KeyOrigin::BuiltInWithoutRoot, out)) return false;
   } else if (!OpenSubKey(*out.root, path.Text(), out.key)) {
-    return OpenDefaultKey(path.Text(), out);
+    return OpenBuiltInKey(path.Text(), KeyOrigin::BuiltInWithoutKey, out);
   }
   if (probe == CountProbe::Required) {
     StringRef count;
-    if (QueryValue(*out.key, names::kCount, count) < 0) return OpenDefaultKey(path.Text(), out);
+    if (QueryValue(*out.key, names::kCount, count) < 0) {
+      return OpenBuiltInKey(path.Text(), KeyOrigin::BuiltInWithoutCount, out);
+    }
   }
   return true;
 }

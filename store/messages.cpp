@@ -3,6 +3,7 @@
 
 #include "base/bounded_text.h"
 #include "base/module_handle.h"
+#include "store/resource_ids.h"
 
 namespace qv {
 
@@ -20,12 +21,10 @@ StoreMessage::StoreMessage(UINT id, const wchar_t* root, const wchar_t* subKey, 
   CopyBounded(std::span(m_text), std::wstring_view(composed));
 }
 
-StoreMessage StoreMessage::KeyNotFound(const wchar_t* root, const wchar_t* subKey) noexcept {
-  return {IDS_REGISTRY_KEY_MISSING, root, subKey, L""};
-}
-
-StoreMessage StoreMessage::ValueNotFound(const wchar_t* root, const wchar_t* subKey, const wchar_t* value) noexcept {
-  return {IDS_REGISTRY_VALUE_MISSING, root, subKey, value};
+StoreMessage StoreMessage::For(KeyRead missing, const wchar_t* root, const wchar_t* subKey,
+                               const wchar_t* value) noexcept {
+  if (missing == KeyRead::NoValue) return {IDS_REGISTRY_VALUE_MISSING, root, subKey, value};
+  return {IDS_REGISTRY_KEY_MISSING, root, missing == KeyRead::NoRoot ? L"" : subKey, L""};
 }
 
 void StoreMessage::Show(const wchar_t* title) const noexcept { MessageBoxW(nullptr, m_text, title, MB_ICONERROR); }

@@ -46,6 +46,14 @@ struct OptionSources {
 
 inline constexpr int32_t kFixedOptions = 4;
 
+enum class OptionSource { Service, OptionList, Properties };
+
+// Whose option stands at an index, when `configured` of them stand in the list.
+constexpr OptionSource SourceOfOption(int32_t index, int32_t configured) noexcept {
+  if (index < kFixedOptions) return OptionSource::Service;
+  return index - kFixedOptions < configured ? OptionSource::OptionList : OptionSource::Properties;
+}
+
 // An array of options in host blocks, filled from its beginning; frees all of it unless released. What is not filled is
 // never touched: a Count is a stranger's claim, and an array for 2^31 options costs no page until it has entries.
 class OptionArray {

@@ -89,10 +89,43 @@ void SetMachine(const std::wstring& path, unsigned short machine) {
   Overwrite(path, ForMachine(ReadWholeFile(path), machine));
 }
 
+using Break = std::function<void(SoundMachine&)>;
+
+const std::wstring kJava = kQuovant + L"\\Java";
+
+Break Variable(const wchar_t* name, std::optional<std::wstring> value) {
+  return [=](SoundMachine& machine) { machine.SetVariable(name, value); };
+}
+Break JavaHomeBelow(const wchar_t* before, const wchar_t* relative, const wchar_t* after) {
+  return
+      [=](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", before + machine.folder.Path(relative) + after); };
+}
+Break JvmFor(unsigned short processor) {
+  return [=](SoundMachine& machine) { SetMachine(machine.JvmDll(), processor); };
+}
+Break JvmHolds(std::string content) {
+  return [=](SoundMachine& machine) { Overwrite(machine.JvmDll(), content); };
+}
+Break FileGone(const wchar_t* relative) {
+  return [=](SoundMachine& machine) { std::filesystem::remove_all(machine.folder.Path(relative)); };
+}
+Break KeyGone(std::wstring key) {
+  return [=](SoundMachine& machine) { machine.registry.DeleteKey(Hive::Machine, key); };
+}
+Break ValueGone(std::wstring key, const wchar_t* name) {
+  return [=](SoundMachine& machine) { machine.registry.DeleteValue(Hive::Machine, key, name); };
+}
+Break Value(std::wstring key, const wchar_t* name, const wchar_t* text) {
+  return [=](SoundMachine& machine) { machine.registry.SetText(Hive::Machine, key, name, text); };
+}
+Break Options(std::vector<std::wstring> options) {
+  return [=](SoundMachine& machine) { machine.SetOptions(options); };
+}
+
 struct Case {
   const char* name;
   const wchar_t* host;
-  void (*breakIt)(SoundMachine&);
+  Break breakIt;
   const wchar_t* cause;  // empty: no problem is found
 
   friend void PrintTo(const Case& one, std::ostream* out) { *out << one.name; }
@@ -100,13 +133,11 @@ struct Case {
 
 const wchar_t kUnknown[] = L"report.exe";
 const wchar_t kKnown[] = L"QV190.exe";
-const std::wstring kJava = kQuovant + L"\\Java";
 
 const Case kCases[] = {
     {"NothingForAnUnknownHost", kUnknown, [](SoundMachine&) {}, L""},
     {"NothingForAKnownHost", kKnown, [](SoundMachine&) {}, L""},
-    {"NothingForAJavaLauncher", L"javaw.exe",
-     [](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", std::nullopt); }, L""},
+    {"NothingForAJavaLauncher", L"javaw.exe", Variable(L"JAVA_HOME", std::nullopt), L""},
 
     // the runtime of an unknown host
     {"NoRuntimeAnywhere", kUnknown,
@@ -115,18 +146,10 @@ const Case kCases[] = {
        machine.registry.DeleteKey(Hive::Machine, kJava);
      },
      L"no Java runtime was found"},
-    {"JavaHomePointsNowhere", kUnknown,
-     [](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", std::wstring(L"C:\\gone")); },
-     L"JAVA_HOME has no jvm.dll: C:\\gone"},
-    {"JavaHomeInQuotes", kUnknown,
-     [](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", L"\"" + machine.folder.Path(L"java") + L"\""); },
-     L"JAVA_HOME has quotes"},
-    {"JavaHomeEndsInABackslash", kUnknown,
-     [](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", std::wstring(L"C:\\gone\\")); },
-     L"JAVA_HOME ends with a backslash"},
-    {"JavaHomeIsItsBinFolder", kUnknown,
-     [](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", machine.folder.Path(L"java\\bin")); },
-     L"JAVA_HOME has no jvm.dll"},
+    {"JavaHomePointsNowhere", kUnknown, Variable(L"JAVA_HOME", L"C:\\gone"), L"JAVA_HOME has no jvm.dll: C:\\gone"},
+    {"JavaHomeInQuotes", kUnknown, JavaHomeBelow(L"\"", L"java", L"\""), L"JAVA_HOME has quotes"},
+    {"JavaHomeEndsInABackslash", kUnknown, Variable(L"JAVA_HOME", L"C:\\gone\\"), L"JAVA_HOME ends with a backslash"},
+    {"JavaHomeIsItsBinFolder", kUnknown, JavaHomeBelow(L"", L"java\\bin", L""), L"JAVA_HOME has no jvm.dll"},
     {"JavaHomeHidesTheRegisteredRuntime", kUnknown,
      [](SoundMachine& machine) {
        const std::wstring key = L"Software\\JavaSoft\\Java Runtime Environment";
@@ -137,105 +160,58 @@ const Case kCases[] = {
      L"registered runtime is not looked for"},
     {"TheCurrentRuntimeIsSwitchedOff", kUnknown,
      [](SoundMachine&) { QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", L"1"); }, L"QVJRENOTUSECURRENT is 1"},
-    {"A32BitRuntime", kUnknown, [](SoundMachine& machine) { SetMachine(machine.JvmDll(), 0x014C); },
-     L"is for x86, not x64"},
-    {"AnArmRuntime", kUnknown, [](SoundMachine& machine) { SetMachine(machine.JvmDll(), 0xAA64); },
-     L"is for ARM64, not x64"},
-    {"AnEmptyJvm", kUnknown, [](SoundMachine& machine) { Overwrite(machine.JvmDll(), ""); }, L"is damaged"},
+    {"A32BitRuntime", kUnknown, JvmFor(0x014C), L"is for x86, not x64"},
+    {"AnArmRuntime", kUnknown, JvmFor(0xAA64), L"is for ARM64, not x64"},
+    {"AnEmptyJvm", kUnknown, JvmHolds(""), L"is damaged"},
     {"ATruncatedJvm", kUnknown,
      [](SoundMachine& machine) { Overwrite(machine.JvmDll(), ReadWholeFile(machine.JvmDll()).substr(0, 600)); },
      L"is damaged"},
-    {"ATextInTheJvmsPlace", kUnknown,
-     [](SoundMachine& machine) { Overwrite(machine.JvmDll(), std::string(10000, 'x')); }, L"is damaged"},
+    {"ATextInTheJvmsPlace", kUnknown, JvmHolds(std::string(10000, 'x')), L"is damaged"},
     {"AJvmThatCannotBeRead", kUnknown,
      [](SoundMachine& machine) {
        machine.held =
            CreateFileW(machine.JvmDll().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
      },
      L"cannot be read"},
-    {"ARuntimeWithoutLib", kUnknown,
-     [](SoundMachine& machine) {
-       DeleteFileW(machine.folder.Path(L"java\\lib\\modules").c_str());
-       RemoveDirectoryW(machine.folder.Path(L"java\\lib").c_str());
-     },
-     L"the runtime has no folder lib"},
-    {"ARuntimeWithoutModules", kUnknown,
-     [](SoundMachine& machine) { DeleteFileW(machine.folder.Path(L"java\\lib\\modules").c_str()); },
-     L"no class library"},
-    {"ARuntimeWithoutItsLibraries", kUnknown,
-     [](SoundMachine& machine) { DeleteFileW(machine.folder.Path(L"java\\bin\\java.dll").c_str()); },
-     L"lacks bin\\java.dll"},
+    {"ARuntimeWithoutLib", kUnknown, FileGone(L"java\\lib"), L"the runtime has no folder lib"},
+    {"ARuntimeWithoutModules", kUnknown, FileGone(L"java\\lib\\modules"), L"no class library"},
+    {"ARuntimeWithoutItsLibraries", kUnknown, FileGone(L"java\\bin\\java.dll"), L"lacks bin\\java.dll"},
     {"AVeryOldRuntime", kUnknown, [](SoundMachine& machine) { machine.MakeRuntime(L"java", "1.6.0_45"); },
      L"Java 1.6.0_45 is older"},
 
     // the settings of a known host
-    {"TheRootKeyIsMissing", kKnown, [](SoundMachine& machine) { machine.registry.DeleteKey(Hive::Machine, kQuovant); },
-     L"Software\\Harlowe\\Quovant\\19.0 is missing"},
-    {"JdkLocationIsMissing", kKnown,
-     [](SoundMachine& machine) { machine.registry.DeleteValue(Hive::Machine, kJava, L"JDKLocation"); },
-     L"JDKLocation is missing"},
-    {"JreBinLocationIsMissing", kKnown,
-     [](SoundMachine& machine) { machine.registry.DeleteValue(Hive::Machine, kJava, L"JREBinLocation"); },
-     L"JREBinLocation is missing"},
-    {"JdkLocationIsEmpty", kKnown,
-     [](SoundMachine& machine) { machine.registry.SetText(Hive::Machine, kJava, L"JDKLocation", L""); },
-     L"JDKLocation is empty"},
-    {"JreBinLocationIsEmpty", kKnown,
-     [](SoundMachine& machine) { machine.registry.SetText(Hive::Machine, kJava, L"JREBinLocation", L""); },
-     L"JREBinLocation is empty"},
-    {"JreBinLocationHasNoJvm", kKnown,
-     [](SoundMachine& machine) { machine.registry.SetText(Hive::Machine, kJava, L"JREBinLocation", L"C:\\gone"); },
+    {"TheRootKeyIsMissing", kKnown, KeyGone(kQuovant), L"Software\\Harlowe\\Quovant\\19.0 is missing"},
+    {"JdkLocationIsMissing", kKnown, ValueGone(kJava, L"JDKLocation"), L"JDKLocation is missing"},
+    {"JreBinLocationIsMissing", kKnown, ValueGone(kJava, L"JREBinLocation"), L"JREBinLocation is missing"},
+    {"JdkLocationIsEmpty", kKnown, Value(kJava, L"JDKLocation", L""), L"JDKLocation is empty"},
+    {"JreBinLocationIsEmpty", kKnown, Value(kJava, L"JREBinLocation", L""), L"JREBinLocation is empty"},
+    {"JreBinLocationHasNoJvm", kKnown, Value(kJava, L"JREBinLocation", L"C:\\gone"),
      L"there is no jvm.dll in C:\\gone"},
-    {"A32BitRuntimeIsConfigured", kKnown, [](SoundMachine& machine) { SetMachine(machine.JvmDll(), 0x014C); },
-     L"is for x86, not x64"},
-    {"TheClassPathListIsMissing", kKnown,
-     [](SoundMachine& machine) { machine.registry.DeleteKey(Hive::Machine, kConfig + L"\\QVSysclasspath"); },
-     L"shows a message box"},
-    {"TheClassPathListHasNoCount", kKnown,
-     [](SoundMachine& machine) {
-       machine.registry.DeleteValue(Hive::Machine, kConfig + L"\\QVSysclasspath", L"Count");
-     },
-     L"shows a message box"},
-    {"TheOptionListIsMissing", kKnown,
-     [](SoundMachine& machine) { machine.registry.DeleteKey(Hive::Machine, kConfig + L"\\QVJVMconfig"); },
+    {"A32BitRuntimeIsConfigured", kKnown, JvmFor(0x014C), L"is for x86, not x64"},
+    {"TheClassPathListIsMissing", kKnown, KeyGone(kConfig + L"\\QVSysclasspath"), L"shows a message box"},
+    {"TheClassPathListHasNoCount", kKnown, ValueGone(kConfig + L"\\QVSysclasspath", L"Count"), L"shows a message box"},
+    {"TheOptionListIsMissing", kKnown, KeyGone(kConfig + L"\\QVJVMconfig"), L"the start-up options cannot be built"},
+    {"TheOptionListLacksAnEntry", kKnown, Value(kConfig + L"\\QVJVMconfig", L"Count", L"3"),
      L"the start-up options cannot be built"},
-    {"TheOptionListLacksAnEntry", kKnown,
-     [](SoundMachine& machine) { machine.registry.SetText(Hive::Machine, kConfig + L"\\QVJVMconfig", L"Count", L"3"); },
+    {"TheOptionListClaimsToBeHuge", kKnown, Value(kConfig + L"\\QVJVMconfig", L"Count", L"2147483647"),
      L"the start-up options cannot be built"},
-    {"TheOptionListClaimsToBeHuge", kKnown,
-     [](SoundMachine& machine) {
-       machine.registry.SetText(Hive::Machine, kConfig + L"\\QVJVMconfig", L"Count", L"2147483647");
-     },
-     L"the start-up options cannot be built"},
-    {"ThePropertiesAreMissing", kKnown,
-     [](SoundMachine& machine) { machine.registry.DeleteKey(Hive::Machine, kConfig + L"\\QVJVMprops"); },
-     L"the start-up options cannot be built"},
+    {"ThePropertiesAreMissing", kKnown, KeyGone(kConfig + L"\\QVJVMprops"), L"the start-up options cannot be built"},
 
     // what the runtime refuses
-    {"AnOptionOfThePast", kKnown, [](SoundMachine& machine) { machine.SetOptions({L"-XX:MaxPermSize=64m"}); },
+    {"AnOptionOfThePast", kKnown, Options({L"-XX:MaxPermSize=64m"}),
      L"Java 17.0.9 refuses to start with -XX:MaxPermSize=64m"},
-    {"ACollectorOfThePast", kKnown, [](SoundMachine& machine) { machine.SetOptions({L"-XX:+UseConcMarkSweepGC"}); },
+    {"ACollectorOfThePast", kKnown, Options({L"-XX:+UseConcMarkSweepGC"}),
      L"refuses to start with -XX:+UseConcMarkSweepGC"},
-    {"AnOptionWithoutItsHyphen", kKnown, [](SoundMachine& machine) { machine.SetOptions({L"Xmx128m"}); },
-     L"refuses to start with Xmx128m"},
-    {"AnEmptyOption", kKnown,
-     [](SoundMachine& machine) {
-       machine.SetOptions({L"-Xmx64m", L""});
-     },
-     L"an empty option"},
-    {"ExtensionFolders", kKnown, [](SoundMachine& machine) { machine.SetOptions({L"-Djava.ext.dirs=C:\\ext"}); },
-     L"extension folders were removed"},
-    {"EndorsedFolders", kKnown, [](SoundMachine& machine) { machine.SetOptions({L"-Djava.endorsed.dirs=C:\\e"}); },
-     L"endorsed folders were removed"},
-    {"ABootClassPathInFront", kKnown,
-     [](SoundMachine& machine) { machine.SetOptions({L"-Xbootclasspath/p:C:\\b.jar"}); }, L"removed in Java 9"},
+    {"AnOptionWithoutItsHyphen", kKnown, Options({L"Xmx128m"}), L"refuses to start with Xmx128m"},
+    {"AnEmptyOption", kKnown, Options({L"-Xmx64m", L""}), L"an empty option"},
+    {"ExtensionFolders", kKnown, Options({L"-Djava.ext.dirs=C:\\ext"}), L"extension folders were removed"},
+    {"EndorsedFolders", kKnown, Options({L"-Djava.endorsed.dirs=C:\\e"}), L"endorsed folders were removed"},
+    {"ABootClassPathInFront", kKnown, Options({L"-Xbootclasspath/p:C:\\b.jar"}), L"removed in Java 9"},
 
     // texts, class path, log
-    {"AClassPathOutsideTheCodePage", kUnknown,
-     [](SoundMachine& machine) { machine.SetVariable(L"CLASSPATH", std::wstring(L"C:\\\x65E5\x672C.jar")); },
+    {"AClassPathOutsideTheCodePage", kUnknown, Variable(L"CLASSPATH", L"C:\\\x65E5\x672C.jar"),
      L"the system's code page cannot hold"},
-    {"AMissingArchive", kUnknown,
-     [](SoundMachine& machine) { machine.SetVariable(L"CLASSPATH", std::wstring(L"C:\\gone.jar")); },
+    {"AMissingArchive", kUnknown, Variable(L"CLASSPATH", L"C:\\gone.jar"),
      L"class path entries do not exist: fop.jar, batik.jar, xalan-2.4.1.jar, xercesImpl-2.2.1.jar and 7 more"},
     {"TheLogIsAFolder", kUnknown, [](SoundMachine& machine) { machine.folder.MakeFolder(L"log\\vm.out"); },
      L"vm.out is lost: it is a folder"},
@@ -249,6 +225,13 @@ const Case kCases[] = {
      [](SoundMachine& machine) { SoundMachine::SetLogFolder(machine.folder.Path(L"gone")); },
      L"vm.out is lost: its folder does not exist"},
 };
+
+doctor::Facts Examine(const SoundMachine& machine, const wchar_t* host, bool joined = false) {
+  doctor::Facts facts =
+      doctor::Collect({.host = host, .joined = joined, .serviceFolder = machine.folder.Path(L"service")});
+  doctor::Judge(facts);
+  return facts;
+}
 
 class DoctorCase : public testing::TestWithParam<Case> {};
 
@@ -269,9 +252,7 @@ TEST_P(DoctorCase, NamesTheCauseOnItsFirstScreen) {
   SoundMachine machine;
   GetParam().breakIt(machine);
   const MessageBoxCatcher boxes;
-  doctor::Facts facts =
-      doctor::Collect({.host = GetParam().host, .joined = false, .serviceFolder = machine.folder.Path(L"service")});
-  doctor::Judge(facts);
+  const doctor::Facts facts = Examine(machine, GetParam().host);
   const std::wstring text = doctor::AsText(facts, false);
   EXPECT_THAT(boxes.Shown(), testing::IsEmpty());
   const bool problem = std::any_of(facts.findings.begin(), facts.findings.end(), [](const doctor::Finding& finding) {
@@ -290,9 +271,7 @@ INSTANTIATE_TEST_SUITE_P(Machines, DoctorCase, testing::ValuesIn(kCases),
 TEST(Doctor, TellsEachSettingWithItsOrigin) {
   SoundMachine machine;
   machine.SetVariable(L"CLASSPATH", std::wstring(L"C:\\x.jar"));
-  doctor::Facts facts =
-      doctor::Collect({.host = L"qv190.exe", .joined = false, .serviceFolder = machine.folder.Path(L"service")});
-  doctor::Judge(facts);
+  const doctor::Facts facts = Examine(machine, L"qv190.exe");
   const std::wstring text = doctor::AsText(facts, false);
   for (const wchar_t* const part :
        {L"Quovant", L"[environment]", L"[registry", L"the service", L"registry Java\\QVIDEConfig\\QVJVMconfig",
@@ -309,13 +288,24 @@ TEST(Doctor, TellsEachSettingWithItsOrigin) {
   }
 }
 
+TEST(Doctor, TellsOfEachListWhereTheServiceTookItFrom) {
+  SoundMachine machine;
+  const std::wstring config = kQuovant + L"\\Java\\QVRTConfig";
+  // A list without a Count: the service takes the built-in one.
+  machine.registry.SetText(Hive::Machine, config + L"\\QVJVMconfig", L"0", L"-Xint");
+  machine.registry.SetText(Hive::Machine, config + L"\\QVJVMprops", L"p", L"v");
+  const std::wstring text = doctor::AsText(Examine(machine, kUnknown), false);
+  for (const wchar_t* const part : {L"-Xmx128m\n      default tree Java\\QVRTConfig\\QVJVMconfig\n",
+                                    L"-Dp=v\n      registry Java\\QVRTConfig\\QVJVMprops\n"}) {
+    EXPECT_NE(text.find(part), std::wstring::npos) << ToUtf8(part) << " is missing in:\n" << ToUtf8(text);
+  }
+}
+
 TEST(Doctor, AWrongJavaHomeIsTheCauseWhenNoRuntimeIsFound) {
   SoundMachine machine;
   machine.SetVariable(L"JAVA_HOME", std::wstring(L"C:\\gone"));
   machine.registry.DeleteKey(Hive::Machine, kJava);
-  doctor::Facts facts =
-      doctor::Collect({.host = L"report.exe", .joined = false, .serviceFolder = machine.folder.Path(L"service")});
-  doctor::Judge(facts);
+  const doctor::Facts facts = Examine(machine, L"report.exe");
   ASSERT_EQ(facts.findings.size(), 3U);
   EXPECT_EQ(facts.findings[0].severity, doctor::Severity::Problem);
   EXPECT_EQ(facts.findings[0].cause, L"JAVA_HOME has no jvm.dll: C:\\gone");
@@ -336,10 +326,8 @@ TEST(Doctor, TheLogOfAnotherProcessIsNotShown) {
 TEST(Doctor, AJoinedHostNeedsNoRuntime) {
   SoundMachine machine;
   machine.SetVariable(L"JAVA_HOME", std::nullopt);
-  doctor::Facts facts =
-      doctor::Collect({.host = L"report.exe", .joined = true, .serviceFolder = machine.folder.Path(L"service")});
-  doctor::Judge(facts);
-  EXPECT_FALSE(facts.jvm.has_value());
+  const doctor::Facts facts = Examine(machine, L"report.exe", true);
+  EXPECT_FALSE(facts.runtime.has_value());
   for (const doctor::Finding& finding : facts.findings) EXPECT_EQ(finding.severity, doctor::Severity::Warning);
 }
 

@@ -124,7 +124,7 @@ TEST_F(Trace, AFailedStartTellsWhatItTried) {
     all += line;
   }
   EXPECT_THAT(all, HasSubstr(L"trace_tests.exe, not known"));
-  EXPECT_THAT(all, HasSubstr(L"no Java runtime below \"" + nowhere.Path() + L"\""));
+  EXPECT_THAT(all, HasSubstr(L"Java runtime, JAVA_HOME " + nowhere.Path() + L"\\BIN\\CLIENT: not there\n"));
   EXPECT_THAT(all, HasSubstr(L"cannot be loaded, Windows error 126"));
 }
 

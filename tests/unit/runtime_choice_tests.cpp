@@ -24,28 +24,37 @@ TEST_F(RuntimeChoiceTest, OnlyTheNumber1InOneOrTwoCharactersKeepsTheCurrentRunti
   }
 }
 
-// What is probed below a home, and which folder is taken when these files are there.
+// What is probed below a home, which folder is taken when these files are there, and what is told of each place.
 struct Probed {
-  qv::RuntimeProbe result;
+  qv::Discovery result;
   std::wstring folder;
   std::vector<std::wstring> probes;
+  std::vector<std::pair<std::wstring, qv::RuntimeVerdict>> told;
 };
 
-Probed Find(const std::wstring& home, std::span<const std::wstring_view> folders, const std::set<std::wstring>& files) {
+using qv::RuntimeVerdict;
+
+Probed Find(const std::wstring& home, std::span<const std::wstring_view> folders, const std::set<std::wstring>& files,
+            qv::Discovery taking = qv::Discovery::Taken) {
   Probed probed;
-  qv::HostText folder;
   const auto exists = [&](const wchar_t* path) {
     probed.probes.emplace_back(path);
     return files.contains(path);
   };
-  probed.result = qv::FindJvmFolder(home, folders, exists, folder);
-  probed.folder = folder.View();
+  const auto take = [&](qv::HostText folder) {
+    probed.folder = folder.View();
+    return taking;
+  };
+  const auto tell = [&](std::wstring_view subFolder, RuntimeVerdict verdict) {
+    probed.told.emplace_back(subFolder, verdict);
+  };
+  probed.result = qv::DiscoverBelow(home, folders, exists, take, tell);
   return probed;
 }
 
 TEST_F(RuntimeChoiceTest, BelowAJavaHomeFivePlacesAreTriedInThisOrder) {
   const Probed probed = Find(L"H", qv::kJavaHomeFolders, {});
-  EXPECT_EQ(probed.result, qv::RuntimeProbe::NotFound);
+  EXPECT_EQ(probed.result, qv::Discovery::NotFound);
   EXPECT_EQ(probed.folder, L"");
   EXPECT_EQ(probed.probes, (std::vector<std::wstring>{L"H\\BIN\\CLIENT\\JVM.DLL", L"H\\BIN\\SERVER\\JVM.DLL",
                                                       L"H\\JRE\\BIN\\CLIENT\\JVM.DLL", L"H\\JRE\\BIN\\SERVER\\JVM.DLL",
@@ -54,17 +63,26 @@ TEST_F(RuntimeChoiceTest, BelowAJavaHomeFivePlacesAreTriedInThisOrder) {
 
 TEST_F(RuntimeChoiceTest, BelowTheInstallFolderThreePlacesAreTriedInThisOrder) {
   const Probed probed = Find(L"C:\\I", qv::kInstallFolders, {});
-  EXPECT_EQ(probed.result, qv::RuntimeProbe::NotFound);
+  EXPECT_EQ(probed.result, qv::Discovery::NotFound);
   EXPECT_EQ(probed.probes,
             (std::vector<std::wstring>{L"C:\\I\\JRE\\BIN\\CLIENT\\JVM.DLL", L"C:\\I\\JRE\\BIN\\SERVER\\JVM.DLL",
                                        L"C:\\I\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
 }
 
 TEST_F(RuntimeChoiceTest, TheFirstPlaceWithAJvmIsTakenAndNoneIsTriedAfterIt) {
-  const Probed probed = Find(L"H", qv::kJavaHomeFolders, {L"H\\JRE\\BIN\\CLIENT\\JVM.DLL", L"H\\BIN\\SERVER\\JVM.DLL"});
-  EXPECT_EQ(probed.result, qv::RuntimeProbe::Found);
-  EXPECT_EQ(probed.folder, L"H\\BIN\\SERVER");
-  EXPECT_EQ(probed.probes.size(), 2u);
+  const std::set<std::wstring> files = {L"H\\JRE\\BIN\\CLIENT\\JVM.DLL", L"H\\BIN\\SERVER\\JVM.DLL"};
+  for (const auto& [taking, verdict] : {std::pair(qv::Discovery::Taken, RuntimeVerdict::Taken),
+                                        std::pair(qv::Discovery::PathRefused, RuntimeVerdict::PathRefused)}) {
+    const Probed probed = Find(L"H", qv::kJavaHomeFolders, files, taking);
+    EXPECT_EQ(probed.result, taking);
+    EXPECT_EQ(probed.folder, L"H\\BIN\\SERVER");
+    EXPECT_EQ(probed.probes.size(), 2u);
+    EXPECT_EQ(probed.told, (decltype(probed.told){{L"\\BIN\\CLIENT", RuntimeVerdict::NotThere},
+                                                  {L"\\BIN\\SERVER", verdict},
+                                                  {L"\\JRE\\BIN\\CLIENT", RuntimeVerdict::FoundBefore},
+                                                  {L"\\JRE\\BIN\\SERVER", RuntimeVerdict::FoundBefore},
+                                                  {L"\\JRE\\BIN\\CLASSIC", RuntimeVerdict::FoundBefore}}));
+  }
 }
 
 TEST_F(RuntimeChoiceTest, AHomeIsTakenAsItIsWritten) {
@@ -78,9 +96,11 @@ TEST_F(RuntimeChoiceTest, WithoutMemoryForAPlaceNothingIsProbed) {
   for (const uint64_t n : {1u, 2u}) {
     const FailAllocation fault(n, kQvshrFailOnce);
     const Probed probed = Find(L"H", qv::kJavaHomeFolders, {L"H\\BIN\\CLIENT\\JVM.DLL"});
-    EXPECT_EQ(probed.result, qv::RuntimeProbe::NoMemory) << "allocation " << n;
+    EXPECT_EQ(probed.result, qv::Discovery::NoMemory) << "allocation " << n;
     EXPECT_TRUE(probed.probes.empty()) << "allocation " << n;
   }
+  EXPECT_EQ(Find(L"H", qv::kJavaHomeFolders, {L"H\\BIN\\CLIENT\\JVM.DLL"}, qv::Discovery::NoMemory).told.size(), 0u)
+      << "taking it failed, so nobody hears of a choice";
 }
 
 TEST_F(RuntimeChoiceTest, ADiscoveredRuntimeStandsInFrontOfPathWithASeparatorBehindItEvenWhenThereWasNone) {

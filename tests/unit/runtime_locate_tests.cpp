@@ -3,6 +3,7 @@
 
 #include "tests/support/import_hook.h"
 #include "tests/unit/fake_key.h"
+#include "tests/unit/fake_system.h"
 #include "tests/unit/runtime_fixture.h"
 
 namespace qvtest {
@@ -72,8 +73,7 @@ TEST_F(RuntimeLocateTest, ALongJavaHomeIsNotCut) {
   const std::wstring home = Home() + L"\\" + std::wstring(120, L'a') + L"\\" + std::wstring(120, L'b');
   ASSERT_GT(home.size(), 260u);
   const EnvironmentScope javaHome(L"JAVA_HOME", home);
-  const ImportHook everyFile(
-      nullptr, "GetFileAttributesW", +[](LPCWSTR) WINAPI { return DWORD{FILE_ATTRIBUTE_NORMAL}; });
+  const EveryFile there(true);
   EXPECT_EQ(LocateAfresh(), home + L"\\BIN\\CLIENT;" + kOldPath);
 }
 
@@ -210,58 +210,39 @@ TEST_F(RuntimeLocateTest, BinRightBelowTheInstallFolderIsNotTried) {
 }
 
 TEST_F(RuntimeLocateTest, TheFilesTriedComeInThisOrder) {
-  static std::vector<std::wstring> tried;
-  tried.clear();
   const EnvironmentScope javaHome(L"JAVA_HOME", L"H");
+  const EveryFile missing(false);
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_EQ(
+      missing.Asked(),
+      (std::vector<std::wstring>{
+          L"H\\BIN\\CLIENT\\JVM.DLL", L"H\\BIN\\SERVER\\JVM.DLL", L"H\\JRE\\BIN\\CLIENT\\JVM.DLL",
+          L"H\\JRE\\BIN\\SERVER\\JVM.DLL", L"H\\JRE\\BIN\\CLASSIC\\JVM.DLL", Install() + L"\\JRE\\BIN\\CLIENT\\JVM.DLL",
+          Install() + L"\\JRE\\BIN\\SERVER\\JVM.DLL", Install() + L"\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
+}
+
+TEST_F(RuntimeLocateTest, WithoutThePathOrTheFolderOfTheServiceTheResultIsFalse) {
+  AddJvm(L"install\\JRE\\bin\\client");
+  const auto expectNothing = [&](const char* missing) {
+    EXPECT_FALSE(m_config->LocateJavaRuntime()) << missing;
+    EXPECT_FALSE(m_config->m_bRuntimeFound) << missing;
+    EXPECT_EQ(Path(), kOldPath) << missing;
+  };
   {
-    const ImportHook files(
-        nullptr, "GetFileAttributesW", +[](LPCWSTR path) WINAPI {
-          tried.emplace_back(path);
-          return DWORD{INVALID_FILE_ATTRIBUTES};
-        });
-    EXPECT_TRUE(m_config->LocateJavaRuntime());
+    const ModulePath unknown(L"");
+    expectNothing("the path");
   }
-  EXPECT_EQ(tried, (std::vector<std::wstring>{
-                       L"H\\BIN\\CLIENT\\JVM.DLL", L"H\\BIN\\SERVER\\JVM.DLL", L"H\\JRE\\BIN\\CLIENT\\JVM.DLL",
-                       L"H\\JRE\\BIN\\SERVER\\JVM.DLL", L"H\\JRE\\BIN\\CLASSIC\\JVM.DLL",
-                       Install() + L"\\JRE\\BIN\\CLIENT\\JVM.DLL", Install() + L"\\JRE\\BIN\\SERVER\\JVM.DLL",
-                       Install() + L"\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
-}
-
-TEST_F(RuntimeLocateTest, WithoutThePathOfTheServiceTheResultIsFalse) {
-  AddJvm(L"install\\JRE\\bin\\client");
-  const ImportHook names(
-      nullptr, "GetModuleFileNameW", +[](HMODULE, LPWSTR, DWORD) WINAPI { return DWORD{0}; });
-  EXPECT_FALSE(m_config->LocateJavaRuntime());
-  EXPECT_FALSE(m_config->m_bRuntimeFound);
-  EXPECT_EQ(Path(), kOldPath);
-}
-
-TEST_F(RuntimeLocateTest, WithoutTheFolderOfTheServiceTheResultIsFalse) {
-  AddJvm(L"install\\JRE\\bin\\client");
   const FailCall fault(kQvshrCallGetDirectory, 1);
-  EXPECT_FALSE(m_config->LocateJavaRuntime());
-  EXPECT_FALSE(m_config->m_bRuntimeFound);
-  EXPECT_EQ(Path(), kOldPath);
+  expectNothing("the folder");
 }
 
 TEST_F(RuntimeLocateTest, AServicePathThatFillsItsBufferIsNotReadPastItsEnd) {
-  const ImportHook names(
-      nullptr, "GetModuleFileNameW", +[](HMODULE, LPWSTR buffer, DWORD capacity) WINAPI {
-        std::fill_n(buffer, capacity, L'p');
-        buffer[2] = L'\\';
-        return capacity;
-      });
-  static std::vector<std::wstring> tried;
-  tried.clear();
-  const ImportHook files(
-      nullptr, "GetFileAttributesW", +[](LPCWSTR path) WINAPI {
-        tried.emplace_back(path);
-        return DWORD{INVALID_FILE_ATTRIBUTES};
-      });
+  const ModulePath path(L"pp\\" + std::wstring(300, L'p'));
+  const EveryFile missing(false);
   EXPECT_TRUE(m_config->LocateJavaRuntime());
-  EXPECT_EQ(tried, (std::vector<std::wstring>{L"pp\\JRE\\BIN\\CLIENT\\JVM.DLL", L"pp\\JRE\\BIN\\SERVER\\JVM.DLL",
-                                              L"pp\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
+  EXPECT_EQ(missing.Asked(),
+            (std::vector<std::wstring>{L"pp\\JRE\\BIN\\CLIENT\\JVM.DLL", L"pp\\JRE\\BIN\\SERVER\\JVM.DLL",
+                                       L"pp\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
 }
 
 // ---- nothing found ----
@@ -299,6 +280,79 @@ TEST_F(RuntimeLocateTest, ASecondCallAfterSuccessIsTrueAndLeavesPathUnchanged) {
   SetHost(*m_config, HostKind::Quovant);
   EXPECT_TRUE(m_config->LocateJavaRuntime()) << "whatever the host is";
   EXPECT_EQ(Path(), found);
+}
+
+// ---- what listeners hear ----
+
+// Every decision as a line.
+class HeardDecisions final : public qv::DecisionListener {
+ public:
+  explicit HeardDecisions(CQV_JVMConfigInfo& config) { config.m_pListener = this; }
+  void OnRuntimePlace(const qv::RuntimePlace& place) noexcept override {
+    lines.push_back(std::wstring(qv::TextOf(place.source)) + L" " + std::wstring(place.home) +
+                    std::wstring(place.subFolder) + L": " + std::wstring(qv::TextOf(place.verdict)));
+  }
+  void OnListKey(const wchar_t*, qv::KeyOrigin) noexcept override {}
+  void OnConfiguredOptions(int32_t) noexcept override {}
+  void OnMissing(const qv::StoreMessage&, const wchar_t*) noexcept override {}
+
+  std::vector<std::wstring> lines;
+};
+
+TEST_F(RuntimeLocateTest, ListenersHearOfEachPlaceInItsOrder) {
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
+  AddJvm(L"home\\bin\\server");
+  HeardDecisions heard(*m_config);
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  const std::wstring home = L"JAVA_HOME " + Home();
+  EXPECT_EQ(heard.lines, (std::vector<std::wstring>{home + L"\\BIN\\CLIENT: not there", home + L"\\BIN\\SERVER: taken",
+                                                    home + L"\\JRE\\BIN\\CLIENT: not tried: one was found before",
+                                                    home + L"\\JRE\\BIN\\SERVER: not tried: one was found before",
+                                                    home + L"\\JRE\\BIN\\CLASSIC: not tried: one was found before",
+                                                    L"registry : not tried: JAVA_HOME is set",
+                                                    L"beside the service : not tried: one was found before"}));
+}
+
+TEST_F(RuntimeLocateTest, ListenersHearWhyASourceWasNotSearched) {
+  const std::wstring nothing = L": not there";
+  const std::wstring install = L"beside the service " + Install() + L"\\JRE\\BIN\\";
+  const std::vector<std::wstring> last = {install + L"CLIENT" + nothing, install + L"SERVER" + nothing,
+                                          install + L"CLASSIC" + nothing,
+                                          L"configured JREBinLocation : not used: JDKLocation or JREBinLocation is "
+                                          L"missing"};
+  const auto linesWith = [&](std::vector<std::wstring> first) {
+    first.insert(first.end(), last.begin(), last.end());
+    return first;
+  };
+  {
+    HeardDecisions heard(*m_config);
+    EXPECT_TRUE(m_config->LocateJavaRuntime());
+    EXPECT_EQ(heard.lines, linesWith({L"JAVA_HOME : not set", L"registry : not set"}));
+  }
+  QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", L"1");
+  HeardDecisions heard(*m_config);
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_EQ(heard.lines, linesWith({L"JAVA_HOME : not tried: QVJRENOTUSECURRENT is 1",
+                                    L"registry : not tried: QVJRENOTUSECURRENT is 1"}));
+}
+
+TEST_F(RuntimeLocateTest, ListenersHearWhatBecameOfTheConfiguredLocations) {
+  SetHost(*m_config, HostKind::Quovant);
+  HeardDecisions heard(*m_config);
+  EXPECT_FALSE(m_config->LocateJavaRuntime());
+  Configure(kQuovantRoot, L"C:\\jdk", L"");
+  EXPECT_FALSE(m_config->LocateJavaRuntime());
+  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
+  {
+    const PathWrites writes({FALSE});
+    EXPECT_FALSE(m_config->LocateJavaRuntime());
+  }
+  EXPECT_TRUE(m_config->LocateJavaRuntime());
+  EXPECT_EQ(heard.lines, (std::vector<std::wstring>{
+                             L"configured JREBinLocation : not used: JDKLocation or JREBinLocation is missing",
+                             L"configured JREBinLocation : not used: JDKLocation or JREBinLocation is empty",
+                             L"configured JREBinLocation C:\\jre: found, but PATH cannot be set",
+                             L"configured JREBinLocation C:\\jre: taken"}));
 }
 
 // ---- PATH ----
@@ -339,12 +393,15 @@ TEST_F(RuntimeLocateTest, APathThatCannotBeSetForJavaHomeIsTriedWithTheInstallFo
   EXPECT_EQ(m_config->DiscoveredJvmFolder(), Install() + L"\\JRE\\BIN\\CLIENT");
 }
 
-TEST_F(RuntimeLocateTest, APathThatCannotBeSetForTheInstallFolderIsFalse) {
+TEST_F(RuntimeLocateTest, TheInstallFolderNeedsTheResult1AlthoughAnyOtherSuccessCountsAsFound) {
   AddJvm(L"install\\JRE\\bin\\client");
-  const PathWrites writes({FALSE});
-  EXPECT_FALSE(m_config->LocateJavaRuntime());
-  EXPECT_FALSE(m_config->m_bRuntimeFound);
-  EXPECT_EQ(writes.Written().size(), 1u);
+  for (const BOOL result : {FALSE, 2}) {
+    const ConfigObject config;
+    const PathWrites writes({result});
+    EXPECT_FALSE(config->LocateJavaRuntime()) << result;
+    EXPECT_EQ(config->m_bRuntimeFound, result != FALSE) << result;
+    EXPECT_EQ(writes.Written().size(), 1u) << result;
+  }
 }
 
 TEST_F(RuntimeLocateTest, AnySuccessOfSettingPathIsEnoughForJavaHome) {
@@ -356,13 +413,6 @@ TEST_F(RuntimeLocateTest, AnySuccessOfSettingPathIsEnoughForJavaHome) {
   EXPECT_TRUE(m_config->m_bRuntimeFound);
   EXPECT_EQ(writes.Written(), (std::vector<std::wstring>{L"PATH=" + Home() + L"\\BIN\\CLIENT;" + kOldPath}))
       << "the install folder is not tried after it";
-}
-
-TEST_F(RuntimeLocateTest, TheInstallFolderNeedsTheResult1AlthoughAnyOtherSuccessCountsAsFound) {
-  AddJvm(L"install\\JRE\\bin\\client");
-  const PathWrites writes({2});
-  EXPECT_FALSE(m_config->LocateJavaRuntime());
-  EXPECT_TRUE(m_config->m_bRuntimeFound);
 }
 
 }  // namespace

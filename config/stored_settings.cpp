@@ -17,15 +17,20 @@ bool CQV_JVMConfigInfo::OpenRootKey(HKEY hive, uint32_t access, IQvRegKey** key)
   return ok;
 }
 
-bool CQV_JVMConfigInfo::ReadJavaLocation(const wchar_t* valueName, IQvString*& cached, IQvString** location) noexcept {
-  qv::StringRef value = HeldText(cached);
-  if (!value) {
-    ChooseRegistryRoot();
-    if (!qv::ReadJavaKeyValue(m_szRegistryRoot, valueName, value)) return false;
-    // Kept only once a runtime was found; before that every call reads the registry afresh.
-    const qv::SlimGuard guard(m_textLock);
-    if (m_bRuntimeFound && cached == nullptr) cached = qv::StringRef::Share(value.Get()).Detach();
-  }
+bool CQV_JVMConfigInfo::FindLocation(const wchar_t* valueName, IQvString*& kept, qv::StringRef& value) noexcept {
+  value = HeldText(kept);
+  if (value) return true;
+  ChooseRegistryRoot();
+  if (!qv::ReadJavaKeyValue(m_szRegistryRoot, valueName, value)) return false;
+  // Kept only once a runtime was found; before that every call reads the registry afresh.
+  const qv::SlimGuard guard(m_textLock);
+  if (m_bRuntimeFound && kept == nullptr) kept = qv::StringRef::Share(value.Get()).Detach();
+  return true;
+}
+
+bool CQV_JVMConfigInfo::HandOutLocation(const wchar_t* valueName, IQvString*& kept, IQvString** location) noexcept {
+  qv::StringRef value;
+  if (!FindLocation(valueName, kept, value)) return false;
   if (!value) return true;  // the host library found a value without text: no object, yet no failure
   qv::StringRef copy = qv::MakeString(value->GetText());
   if (!copy) return false;
@@ -34,19 +39,28 @@ bool CQV_JVMConfigInfo::ReadJavaLocation(const wchar_t* valueName, IQvString*& c
 }
 
 bool CQV_JVMConfigInfo::ReadJDKLocation(IQvString** location) noexcept {
-  return ReadJavaLocation(qv::names::kJDKLocation, m_pJDKLocation, location);
+  return HandOutLocation(qv::names::kJDKLocation, m_pJDKLocation, location);
 }
 
 bool CQV_JVMConfigInfo::ReadJREBinLocation(IQvString** location) noexcept {
-  return ReadJavaLocation(qv::names::kJREBinLocation, m_pJREBinLocation, location);
+  return HandOutLocation(qv::names::kJREBinLocation, m_pJREBinLocation, location);
+}
+
+bool CQV_JVMConfigInfo::JoinCountedList(HKEY hive, const wchar_t* subKey, uint32_t access, bool quiet,
+                                        qv::HostText& joined) noexcept {
+  ChooseRegistryRoot();
+  qv::OpenKey open;  // until its reader knows what is missing
+  const qv::KeyRead read = qv::ReadCountedList(hive, m_szRegistryRoot, subKey, access, open, joined);
+  if (read != qv::KeyRead::Found && read != qv::KeyRead::NoMemory && !quiet) {
+    m_pListener->OnMissing(qv::StoreMessage::For(read, m_szRegistryRoot, subKey, qv::names::kCount), m_szServiceName);
+  }
+  return read == qv::KeyRead::Found;
 }
 
 bool CQV_JVMConfigInfo::ReadCountedList(HKEY hive, const wchar_t* subKey, uint32_t access, IQvString** list,
                                         bool quiet) noexcept {
-  ChooseRegistryRoot();
   qv::HostText joined;
-  const bool ok = qv::ReadCountedList(hive, m_szRegistryRoot, subKey, access,
-                                      quiet ? qv::Missing::Quiet : qv::Missing::ShowMessage, m_szServiceName, joined);
+  const bool ok = JoinCountedList(hive, subKey, access, quiet, joined);
   *list = (ok ? joined.ToString() : qv::MakeString(L"")).Detach();
   return ok && *list != nullptr;
 }
