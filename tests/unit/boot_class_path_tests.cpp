@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "store/boot_class_path.h"
-#include "tests/support/import_hook.h"
+#include "tests/unit/fake_system.h"
 #include "tests/unit/unit_fixture.h"
 
 namespace qvtest {
@@ -116,8 +116,7 @@ TEST_F(BootClassPathBuildTest, AServerLibraryKeepsItsFolder) {
 
 TEST_F(BootClassPathBuildTest, AFileNameThatCannotBeHadGivesBareNames) {
   Record(GetModuleHandleW(nullptr));
-  const ImportHook names(
-      nullptr, "GetModuleFileNameW", +[](HMODULE, LPWSTR, DWORD) WINAPI { return DWORD{0}; });
+  const UnterminatedModulePath unknown(L"");
   EXPECT_EQ(Build(), L"true: -Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar");
 }
 
@@ -128,23 +127,15 @@ TEST_F(BootClassPathBuildTest, AFolderThatCannotBeHadGivesBareNames) {
 }
 
 TEST_F(BootClassPathBuildTest, FoldersUpToTheLongestPathAreKeptWhole) {
-  static std::wstring path;
   Record(GetModuleHandleW(nullptr));
-  const ImportHook names(
-      nullptr, "GetModuleFileNameW", +[](HMODULE, LPWSTR buffer, DWORD capacity) WINAPI {
-        const size_t copied = std::min<size_t>(path.size(), capacity);
-        std::copy_n(path.c_str(), copied, buffer);
-        if (copied < capacity) buffer[copied] = L'\0';
-        return static_cast<DWORD>(copied);
-      });
   for (const size_t folderUnits : {250u, 253u, 254u, 255u, 256u, 257u}) {
     const std::wstring folder = L"C:\\" + std::wstring(folderUnits - 3, L'X');
-    path = folder + L"\\j";
+    const UnterminatedModulePath path(folder + L"\\j");
     EXPECT_TRUE(Build() == L"true: " + OptionFor(folder + L"\\LIB")) << folderUnits << " units";
   }
   for (const size_t units : {259u, 260u, 261u, 300u}) {
     const std::wstring folder = L"C:\\" + std::wstring(200, L'X');
-    path = folder + L"\\" + std::wstring(units - folder.size() - 1, L'n');
+    const UnterminatedModulePath path(folder + L"\\" + std::wstring(units - folder.size() - 1, L'n'));
     EXPECT_TRUE(Build() == L"true: " + OptionFor(folder + L"\\LIB")) << units << " units";
   }
 }

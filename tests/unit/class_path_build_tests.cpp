@@ -4,28 +4,11 @@
 #include "tests/support/import_hook.h"
 #include "tests/support/message_box.h"
 #include "tests/unit/fake_key.h"
+#include "tests/unit/fake_system.h"
 #include "tests/unit/unit_fixture.h"
 
 namespace qvtest {
 namespace {
-
-const std::vector<std::wstring> kBuiltIn = {L"\\fop-0.20.5\\build\\fop.jar",
-                                            L"\\fop-0.20.5\\lib\\batik.jar",
-                                            L"\\fop-0.20.5\\lib\\xalan-2.4.1.jar",
-                                            L"\\fop-0.20.5\\lib\\xercesImpl-2.2.1.jar",
-                                            L"\\fop-0.20.5\\lib\\xml-apis.jar",
-                                            L"\\fop-0.20.5\\lib\\avalon-framework-cvs-20020806.jar",
-                                            L"\\fop-0.20.5\\lib\\logkit-1.0.jar",
-                                            L"\\fop-0.20.5\\lib\\jimi-1.0.jar",
-                                            L"\\qvejbclient.jar",
-                                            L"\\qvjdbc12.jar"};
-
-// The entries below one folder, joined by semicolons.
-std::wstring Below(const std::wstring& folder, const std::vector<std::wstring>& entries = kBuiltIn) {
-  std::wstring joined;
-  for (const std::wstring& entry : entries) joined += (joined.empty() ? L"" : L";") + folder + entry;
-  return joined;
-}
 
 class ClassPathBuildTest : public LedgerTest {
  protected:
@@ -53,26 +36,26 @@ class ClassPathBuildTest : public LedgerTest {
 // ---- an unknown host ----
 
 TEST_F(ClassPathBuildTest, AnUnknownHostWithoutAPrivateRuntimeGetsTheTenEntriesWithoutALeadingSeparator) {
-  for (const std::wstring& entry : kBuiltIn) m_folder.WriteFile(L"install" + entry);
-  EXPECT_EQ(Build(), L"true: " + Below(Install()));
-  EXPECT_EQ(Compose(), L"true: " + Below(Install()) + L";.");
+  for (const std::wstring entry : kBuiltInArchives) m_folder.WriteFile(L"install" + entry);
+  EXPECT_EQ(Build(), L"true: " + BuiltInClassPath(Install()));
+  EXPECT_EQ(Compose(), L"true: " + BuiltInClassPath(Install()) + L";.");
 }
 
 TEST_F(ClassPathBuildTest, ClasspathStandsBeforeTheCurrentFolder) {
   const EnvironmentScope classPath(L"CLASSPATH", L"x");
-  EXPECT_EQ(Compose(), L"true: " + Below(Ide()) + L";x;.");
+  EXPECT_EQ(Compose(), L"true: " + BuiltInClassPath(Ide()) + L";x;.");
 }
 
 TEST_F(ClassPathBuildTest, AnEmptyClasspathCountsAsAbsent) {
   const EnvironmentScope classPath(L"CLASSPATH", L"");
-  EXPECT_EQ(Compose(), L"true: " + Below(Ide()) + L";.");
+  EXPECT_EQ(Compose(), L"true: " + BuiltInClassPath(Ide()) + L";.");
 }
 
 TEST_F(ClassPathBuildTest, AClasspathOfAnyLengthIsKeptUnitForUnit) {
   for (const std::wstring& value :
        {std::wstring(L";;a;"), std::wstring(L"\xD83D;\x4E2D"), std::wstring(1024, L'c'), std::wstring(30000, L'c')}) {
     const EnvironmentScope classPath(L"CLASSPATH", value);
-    EXPECT_TRUE(Compose() == L"true: " + Below(Ide()) + L";" + value + L";.") << value.size() << " units";
+    EXPECT_TRUE(Compose() == L"true: " + BuiltInClassPath(Ide()) + L";" + value + L";.") << value.size() << " units";
   }
 }
 
@@ -80,8 +63,8 @@ TEST_F(ClassPathBuildTest, AnEntryThatIsNotInstalledLiesBelowTheHostsIdeFolderWh
   m_folder.WriteFile(L"install\\fop-0.20.5\\lib\\xml-apis.jar");
   m_folder.MakeFolder(L"install\\qvjdbc12.jar");
   std::wstring want;
-  for (const std::wstring& entry : kBuiltIn) {
-    const bool installed = entry == kBuiltIn[4] || entry == kBuiltIn[9];
+  for (const std::wstring entry : kBuiltInArchives) {
+    const bool installed = entry == kBuiltInArchives[4] || entry == kBuiltInArchives[9];
     want += (want.empty() ? L"" : L";") + (installed ? Install() : Ide()) + entry;
   }
   EXPECT_EQ(Build(), L"true: " + want);
@@ -89,14 +72,14 @@ TEST_F(ClassPathBuildTest, AnEntryThatIsNotInstalledLiesBelowTheHostsIdeFolderWh
 
 TEST_F(ClassPathBuildTest, ThePrivateRuntimesLibraryComesFirstWhenItIsThere) {
   m_folder.WriteFile(L"install\\jre\\lib\\rt.jar");
-  EXPECT_EQ(Build(), L"true: " + Install() + L"\\JRE\\LIB\\rt.jar;" + Below(Ide()));
+  EXPECT_EQ(Build(), L"true: " + Install() + L"\\JRE\\LIB\\rt.jar;" + BuiltInClassPath(Ide()));
 }
 
 TEST_F(ClassPathBuildTest, AnUnknownHostTakesNothingFromTheRegistry) {
   SetDevelopmentList(kQuovantRoot, {L"development.jar"});
   m_registry.SetList(Hive::User, std::wstring(kQuovantRoot) + L"\\ClassPath", {L"users.jar"});
   m_registry.SetList(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java\\QVRTConfig\\QVSysclasspath", {L"\\rt.jar"});
-  EXPECT_EQ(Compose(), L"true: " + Below(Ide()) + L";.");
+  EXPECT_EQ(Compose(), L"true: " + BuiltInClassPath(Ide()) + L";.");
   EXPECT_EQ(QvshrLedgerCalls(kQvshrCallOpenRegistryKey), 0u);
 }
 
@@ -185,8 +168,8 @@ TEST_F(ClassPathBuildTest, AKnownHostGetsTheJdksLibrariesTheEntriesAndItsOwnList
   m_registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java", L"JDKLocation", L"C:\\nowhere\\jdk");
   m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
   SetDevelopmentList(kQuovantRoot, {L"C:\\one.jar", L"two.jar"});
-  EXPECT_EQ(Build(), L"true: C:\\nowhere\\jdk\\JRE\\LIB\\rt.jar;C:\\nowhere\\jdk\\LIB\\tools.jar;" + Below(Ide()) +
-                         L";C:\\one.jar;two.jar");
+  EXPECT_EQ(Build(), L"true: C:\\nowhere\\jdk\\JRE\\LIB\\rt.jar;C:\\nowhere\\jdk\\LIB\\tools.jar;" +
+                         BuiltInClassPath(Ide()) + L";C:\\one.jar;two.jar");
 }
 
 TEST_F(ClassPathBuildTest, EachKnownHostReadsItsOwnRoot) {
@@ -195,13 +178,13 @@ TEST_F(ClassPathBuildTest, EachKnownHostReadsItsOwnRoot) {
   SetDevelopmentList(kQuovantRoot, {L"q.jar"});
   SetDevelopmentList(kTableroRoot, {L"t.jar"});
   m_registry.SetList(Hive::User, std::wstring(kTableroRoot) + L"\\ClassPath", {L"user t"});
-  EXPECT_EQ(Compose(), L"true: T\\JRE\\LIB\\rt.jar;T\\LIB\\tools.jar;" + Below(Ide()) + L";t.jar;user t;.");
+  EXPECT_EQ(Compose(), L"true: T\\JRE\\LIB\\rt.jar;T\\LIB\\tools.jar;" + BuiltInClassPath(Ide()) + L";t.jar;user t;.");
 }
 
 TEST_F(ClassPathBuildTest, AJdkThatIsNotConfiguredIsEmptyAndNothingIsShown) {
   SetHost(*m_config, HostKind::Quovant);
   SetDevelopmentList(kQuovantRoot, {L"a.jar"});
-  EXPECT_EQ(Build(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;" + Below(Ide()) + L";a.jar");
+  EXPECT_EQ(Build(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;" + BuiltInClassPath(Ide()) + L";a.jar");
   EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
@@ -257,10 +240,10 @@ TEST_F(ClassPathBuildTest, AJavaLauncherGetsTheBuiltInEntriesAlone) {
   m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
   m_registry.SetText(Hive::Machine, std::wstring(kLoomhallRoot) + L"\\Java", L"JDKLocation", L"C:\\jdk");
   SetDevelopmentList(kLoomhallRoot, {L"l.jar"});
-  EXPECT_EQ(Build(), L"true: " + Below(Ide()));
-  EXPECT_EQ(Compose(), L"true: " + Below(Ide()) + L";.");
+  EXPECT_EQ(Build(), L"true: " + BuiltInClassPath(Ide()));
+  EXPECT_EQ(Compose(), L"true: " + BuiltInClassPath(Ide()) + L";.");
   m_registry.SetList(Hive::User, std::wstring(kLoomhallRoot) + L"\\ClassPath", {L"u.jar"});
-  EXPECT_EQ(Compose(), L"true: " + Below(Ide()) + L";u.jar;.");
+  EXPECT_EQ(Compose(), L"true: " + BuiltInClassPath(Ide()) + L";u.jar;.");
 }
 
 // ---- paths ----
@@ -270,38 +253,20 @@ TEST_F(ClassPathBuildTest, WithoutThePathOfTheServiceThereIsNoClassPath) {
     const FailCall fault(kQvshrCallGetDirectory, 1);
     EXPECT_EQ(Build(), L"false: <null>");
   }
-  const ImportHook names(
-      nullptr, "GetModuleFileNameW", +[](HMODULE, LPWSTR, DWORD) WINAPI { return DWORD{0}; });
+  const UnterminatedModulePath unknown(L"");
   EXPECT_EQ(Build(), L"false: <null>");
 }
 
 TEST_F(ClassPathBuildTest, WithoutTheHostsFolderTheEntriesThatAreNotInstalledBeginAtTheRoot) {
   const FailCall fault(kQvshrCallGetDirectory, 2);
-  EXPECT_EQ(Build(), L"true: " + Below(L"\\IDE"));
+  EXPECT_EQ(Build(), L"true: " + BuiltInClassPath(L"\\IDE"));
 }
-
-// The path of both modules as the system would tell it, cut at the buffer's size like the system's.
-class ModulePath {
- public:
-  explicit ModulePath(std::wstring path) : m_hook(nullptr, "GetModuleFileNameW", &Answer) { s_path = std::move(path); }
-
- private:
-  static DWORD WINAPI Answer(HMODULE, LPWSTR buffer, DWORD capacity) {
-    const size_t copied = std::min<size_t>(s_path.size(), capacity);
-    std::copy_n(s_path.c_str(), copied, buffer);
-    if (copied < capacity) buffer[copied] = L'\0';
-    return static_cast<DWORD>(copied);
-  }
-
-  static inline std::wstring s_path;
-  ImportHook m_hook;
-};
 
 TEST_F(ClassPathBuildTest, EntriesBelowLongFoldersAreNotCut) {
   for (const size_t units : {200u, 246u, 247u, 248u}) {
     const std::wstring folder = L"C:\\" + std::wstring(units - 3, L'd');
-    const ModulePath path(folder + L"\\qvjvm.dll");
-    EXPECT_TRUE(Build() == L"true: " + Below(folder + L"\\IDE")) << units << " units";
+    const UnterminatedModulePath path(folder + L"\\qvjvm.dll");
+    EXPECT_TRUE(Build() == L"true: " + BuiltInClassPath(folder + L"\\IDE")) << units << " units";
   }
 }
 
@@ -309,11 +274,11 @@ TEST_F(ClassPathBuildTest, AModulePathThatIsTooLongIsCutAt259UnitsAndNotReadPast
   for (const size_t units : {260u, 261u, 300u}) {
     // The cut falls into the last part, so the folder before it is whole.
     const std::wstring folder = L"C:\\" + std::wstring(240, L'd');
-    const ModulePath path(folder + L"\\" + std::wstring(units - folder.size() - 1, L'n'));
-    EXPECT_TRUE(Build() == L"true: " + Below(folder + L"\\IDE")) << units << " units";
+    const UnterminatedModulePath path(folder + L"\\" + std::wstring(units - folder.size() - 1, L'n'));
+    EXPECT_TRUE(Build() == L"true: " + BuiltInClassPath(folder + L"\\IDE")) << units << " units";
   }
-  const ModulePath path(L"C:\\" + std::wstring(296, L'd') + L"\\x");
-  EXPECT_EQ(Build(), L"true: " + Below(L"C:\\IDE")) << "the cut falls into the folder";
+  const UnterminatedModulePath path(L"C:\\" + std::wstring(296, L'd') + L"\\x");
+  EXPECT_EQ(Build(), L"true: " + BuiltInClassPath(L"C:\\IDE")) << "the cut falls into the folder";
 }
 
 }  // namespace

@@ -1,46 +1,17 @@
 // The configuration object: its defaults and table, and the once-only load, with the host's path as a test gives it.
 #include <atomic>
+#include <optional>
 #include <thread>
 #include <vector>
 
 #include "base/module_handle.h"
-#include "tests/support/import_hook.h"
+#include "tests/support/module_path.h"
 #include "tests/support/slot_call.h"
 #include "tests/unit/fake_key.h"
 #include "tests/unit/unit_fixture.h"
 
 namespace qvtest {
 namespace {
-
-// The path of the host executable as the system would tell it, for the life of the object.
-class HostPath {
- public:
-  explicit HostPath(std::wstring path) : m_hook(nullptr, "GetModuleFileNameW", &Answer) {
-    s_original = m_hook.Original<decltype(&GetModuleFileNameW)>();
-    s_path = std::move(path);
-    s_questions = 0;
-    s_fails = false;
-  }
-  void Fail() { s_fails = true; }
-  [[nodiscard]] int Questions() const { return s_questions; }
-
- private:
-  static DWORD WINAPI Answer(HMODULE module, LPWSTR buffer, DWORD capacity) {
-    if (module != nullptr) return s_original(module, buffer, capacity);
-    ++s_questions;
-    if (s_fails) return 0;
-    const size_t copied = std::min<size_t>(s_path.size(), capacity);
-    std::copy_n(s_path.c_str(), copied, buffer);
-    if (copied < capacity) buffer[copied] = L'\0';
-    return static_cast<DWORD>(copied);
-  }
-
-  static inline decltype(&GetModuleFileNameW) s_original = nullptr;
-  static inline std::wstring s_path;
-  static inline std::atomic<int> s_questions = 0;
-  static inline bool s_fails = false;
-  ImportHook m_hook;
-};
 
 class ConfigObjectTest : public LedgerTest {
  protected:
@@ -151,26 +122,21 @@ TEST_F(ConfigObjectTest, AHostPathOfExactly260UnitsFailsAlthoughItWouldFit) {
   EXPECT_EQ(config->m_pLogFilePath, nullptr);
 }
 
-TEST_F(ConfigObjectTest, AHostPathOf259UnitsIsRecognised) {
-  const HostPath host(PathOfLength(259));
-  const ConfigObject config;
-  EXPECT_TRUE(config->Load());
-  EXPECT_TRUE(config->m_bHostKnown);
-}
-
-TEST_F(ConfigObjectTest, LongerHostPathsFail) {
-  for (const size_t units : {261u, 300u, 32000u}) {
+TEST_F(ConfigObjectTest, AHostPathOf259UnitsIsRecognisedAndLongerOnesFail) {
+  for (const size_t units : {259u, 261u, 300u, 32000u}) {
     const HostPath host(PathOfLength(units));
     const ConfigObject config;
-    EXPECT_FALSE(config->Load()) << units << " units";
+    EXPECT_EQ(config->Load(), units == 259) << units << " units";
+    EXPECT_EQ(config->m_bHostKnown, units == 259) << units << " units";
   }
 }
 
 TEST_F(ConfigObjectTest, AFailedLoadIsTriedAgain) {
-  HostPath host(L"C:\\T\\tk190.exe");
-  host.Fail();
   const ConfigObject config;
-  EXPECT_FALSE(config->Load());
+  {
+    const HostPath nowhere(L"");
+    EXPECT_FALSE(config->Load());
+  }
   EXPECT_FALSE(config->m_bLoaded);
   const HostPath found(L"C:\\T\\tk190.exe");
   EXPECT_TRUE(config->Load());
@@ -230,78 +196,63 @@ std::wstring LoadedLogPath() {
   return TextOf(config->m_pLogFilePath);
 }
 
-TEST_F(ConfigObjectTest, TheLogLiesInTheLocalApplicationDataFolder) {
-  EXPECT_EQ(LoadedLogPath(), L"C:\\Users\\u\\Local\\vm.out");
-  QvshrLedgerFolderRequest request{};
-  QvshrLedgerLastFolderRequest(&request);
-  EXPECT_EQ(request.folderId, 28);
-  EXPECT_EQ(request.capacity, 260);
-  EXPECT_EQ(request.create, 1);
-  EXPECT_EQ(request.useDefault, 0);
+struct FolderCase {
+  const char* name;
+  std::wstring inUse;
+  const wchar_t* byDefault;
+  std::wstring want;
+  int32_t lastAsked;  // for the folder in use, or for its default place
+};
+
+TEST_F(ConfigObjectTest, TheLogLiesInTheLocalApplicationDataFolderOrElseInItsDefaultPlace) {
+  const std::wstring longest = L"C:\\" + std::wstring(256, L'f');
+  for (const FolderCase& row :
+       {FolderCase{"the folder in use", L"C:\\Users\\u\\Local", L"D:\\Default", L"C:\\Users\\u\\Local\\vm.out", 0},
+        FolderCase{"its default place", L"", L"D:\\Default", L"D:\\Default\\vm.out", 1},
+        FolderCase{"neither: the root", L"", L"", L"\\vm.out", 1},
+        FolderCase{"259 units are not cut", longest, L"", longest + L"\\vm.out", 0}}) {
+    SCOPED_TRACE(row.name);
+    QvshrLedgerOverrideFolder(0, row.inUse.c_str());
+    QvshrLedgerOverrideFolder(1, row.byDefault);
+    EXPECT_EQ(LoadedLogPath(), row.want);
+    QvshrLedgerFolderRequest request{};
+    QvshrLedgerLastFolderRequest(&request);
+    EXPECT_EQ(request.folderId, 28);
+    EXPECT_EQ(request.capacity, 260);
+    EXPECT_EQ(request.create, 1);
+    EXPECT_EQ(request.useDefault, row.lastAsked);
+  }
 }
 
-TEST_F(ConfigObjectTest, TheDefaultPlaceOfTheFolderIsAskedSecond) {
-  QvshrLedgerOverrideFolder(0, L"");
-  QvshrLedgerOverrideFolder(1, L"D:\\Default");
-  EXPECT_EQ(LoadedLogPath(), L"D:\\Default\\vm.out");
-  QvshrLedgerFolderRequest request{};
-  QvshrLedgerLastFolderRequest(&request);
-  EXPECT_EQ(request.folderId, 28);
-  EXPECT_EQ(request.capacity, 260);
-  EXPECT_EQ(request.create, 1);
-  EXPECT_EQ(request.useDefault, 1);
-}
+struct WebCase {
+  const char* name;
+  int32_t deployment;
+  const wchar_t* library;  // what stands in for the host's runtime library; null for none
+  std::optional<std::wstring> named;
+  std::wstring want;
+};
 
-TEST_F(ConfigObjectTest, WithoutAnyFolderTheLogLiesInTheRoot) {
-  QvshrLedgerOverrideFolder(0, L"");
-  QvshrLedgerOverrideFolder(1, L"");
-  EXPECT_EQ(LoadedLogPath(), L"\\vm.out");
-}
-
-TEST_F(ConfigObjectTest, AFolderOf259UnitsIsNotCut) {
-  const std::wstring folder = L"C:\\" + std::wstring(256, L'f');
-  QvshrLedgerOverrideFolder(0, folder.c_str());
-  EXPECT_EQ(LoadedLogPath(), folder + L"\\vm.out");
-}
-
-TEST_F(ConfigObjectTest, InAWebDeploymentWithoutTheRuntimeLibraryTheLogIsARelativeName) {
-  QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, 1);
-  EXPECT_EQ(LoadedLogPath(), L"vm.out");
-  EXPECT_EQ(QvshrLedgerCalls(kQvshrCallGetSpecialFolder), 0u);
-}
-
-TEST_F(ConfigObjectTest, InAWebDeploymentTheRuntimeLibraryNamesTheLog) {
-  QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, 1);
-  const TempFolder folder;
-  const LoadedModule library(folder, L"qvrth.dll");
-  const EnvironmentScope log(L"QV_UNIT_WEB_LOG", L"E:\\web\\jvm.txt");
-  EXPECT_EQ(LoadedLogPath(), L"E:\\web\\jvm.txt");
-}
-
-TEST_F(ConfigObjectTest, InAWebDeploymentALogPathOf260UnitsIsKeptWhole) {
-  QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, -1);
-  const TempFolder folder;
-  const LoadedModule library(folder, L"qvrth.dll");
-  const std::wstring path = L"E:\\" + std::wstring(257, L'w');
-  const EnvironmentScope log(L"QV_UNIT_WEB_LOG", path);
-  EXPECT_EQ(LoadedLogPath(), path);
-}
-
-TEST_F(ConfigObjectTest, InAWebDeploymentARuntimeLibraryThatNamesNothingLeavesTheRelativeName) {
-  QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, 1);
-  const TempFolder folder;
-  const LoadedModule library(folder, L"qvrth.dll");
-  EXPECT_EQ(LoadedLogPath(), L"vm.out");
-}
-
-TEST_F(ConfigObjectTest, InAWebDeploymentALibraryWithoutTheExportIsNoError) {
-  QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, 1);
-  const TempFolder folder;
-  folder.CopyIn(ProgramFolder() + L"\\..\\qvshr.dll", L"qvrth.dll");
-  HMODULE const library = LoadLibraryW(folder.Path(L"qvrth.dll").c_str());
-  ASSERT_NE(library, nullptr);
-  EXPECT_EQ(LoadedLogPath(), L"vm.out");
-  FreeLibrary(library);
+TEST_F(ConfigObjectTest, InAWebDeploymentTheRuntimeLibraryNamesTheLogOrElseItIsARelativeName) {
+  const std::wstring longest = L"E:\\" + std::wstring(257, L'w');
+  for (const WebCase& row :
+       {WebCase{"no library", 1, nullptr, std::nullopt, L"vm.out"},
+        WebCase{"it names the log", 1, L"unit_module.dll", L"E:\\web\\jvm.txt", L"E:\\web\\jvm.txt"},
+        WebCase{"260 units are kept whole", -1, L"unit_module.dll", longest, longest},
+        WebCase{"it names nothing", 1, L"unit_module.dll", std::nullopt, L"vm.out"},
+        WebCase{"it lacks the export", 1, L"..\\qvshr.dll", L"E:\\never", L"vm.out"}}) {
+    SCOPED_TRACE(row.name);
+    QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, row.deployment);
+    const EnvironmentScope log(L"QV_UNIT_WEB_LOG", row.named);
+    const TempFolder folder;
+    HMODULE library = nullptr;
+    if (row.library != nullptr) {
+      library = LoadLibraryW(folder.CopyIn(ProgramFolder() + L"\\" + row.library, L"qvrth.dll").c_str());
+      ASSERT_NE(library, nullptr);
+    }
+    EXPECT_EQ(LoadedLogPath(), row.want);
+    EXPECT_EQ(QvshrLedgerCalls(kQvshrCallGetSpecialFolder), 0u);
+    if (library != nullptr) FreeLibrary(library);
+  }
 }
 
 TEST_F(ConfigObjectTest, InAWebDeploymentTheRuntimeLibraryIsLoadedThroughTheSearchPathAndStays) {

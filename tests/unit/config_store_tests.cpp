@@ -147,32 +147,11 @@ TEST_F(ConfigStoreTest, ALocationIsReadFromTheMachineAndNeverFromTheUser) {
   EXPECT_EQ(Read(kLocations[0]), L"false: <null>");
 }
 
-struct DataCase {
-  const char* name;
-  DWORD type;
-  std::vector<unsigned char> bytes;
-  const wchar_t* want;
-};
-
 TEST_F(ConfigStoreTest, ALocationIsTakenFromWhateverBytesTheRegistryHolds) {
-  const DataCase rows[] = {
-      {"terminated", REG_SZ, {'C', 0, ':', 0, 0, 0}, L"true: C:"},
-      {"without a terminator", REG_SZ, {'C', 0, ':', 0}, L"true: C:"},
-      {"an odd number of bytes", REG_SZ, {'C', 0, ':', 0, '\\'}, L"true: C:"},
-      {"one byte", REG_SZ, {'C'}, L"true: "},
-      {"no bytes", REG_SZ, {}, L"true: "},
-      {"a null in the middle", REG_SZ, {'C', 0, 0, 0, ':', 0, 0, 0}, L"true: C"},
-      {"to be expanded, but not here", REG_EXPAND_SZ, {'%', 0, 'O', 0, 'S', 0, '%', 0, 0, 0}, L"true: %OS%"},
-      {"half a surrogate pair", REG_SZ, {0x3D, 0xD8, 0, 0}, L"true: \xD83D"},
-      {"a number", REG_DWORD, {1, 0, 0, 0}, L"false: <null>"},
-      {"bytes", REG_BINARY, {'C', 0, 0, 0}, L"false: <null>"},
-      {"several texts", REG_MULTI_SZ, {'C', 0, 0, 0, 0, 0}, L"false: <null>"},
-      {"no type", REG_NONE, {'C', 0, 0, 0}, L"false: <null>"},
-  };
-  for (const DataCase& row : rows) {
+  for (const RegistryBytes& row : kRegistryBytes) {
     for (const Location& location : kLocations) {
       m_registry.SetRaw(Hive::Machine, JavaKey(), location.valueName, row.type, row.bytes);
-      EXPECT_EQ(Read(location), row.want) << row.name;
+      EXPECT_EQ(Read(location), row.text ? L"true: " + *row.text : L"false: <null>") << row.name;
     }
   }
 }
@@ -349,36 +328,28 @@ TEST_F(ConfigStoreTest, AtTheProcessesEndNobodyWaitsForAThreadThatIsGoneWithTheL
 
 // ---- the log path ----
 
-TEST_F(ConfigStoreTest, WithoutAStoredLogPathTheLogIsVmOut) {
-  IQvString* path = nullptr;
-  m_config->GetLogFilePath(&path);
-  EXPECT_EQ(TakeText(path), L"vm.out");
-}
-
-TEST_F(ConfigStoreTest, TheLogPathIsHandedOutAsANewObject) {
-  FakeString stored(L"D:\\log.txt");
-  m_config->SetLogFilePath(&stored);
-  EXPECT_EQ(stored.references, 1u) << "the caller's reference is taken over, none is added";
-  IQvString* path = nullptr;
-  m_config->GetLogFilePath(&path);
-  EXPECT_NE(path, &stored);
-  EXPECT_EQ(TakeText(path), L"D:\\log.txt");
-  EXPECT_EQ(stored.references, 1u);
-  m_config->SetLogFilePath(nullptr);
-}
-
-TEST_F(ConfigStoreTest, SettingALogPathReleasesTheOneBefore) {
-  FakeString first(L"first");
+TEST_F(ConfigStoreTest, TheLogPathIsHandedOutAsANewObjectAndSettingOneReleasesTheOneBefore) {
+  const auto logPath = [&] {
+    IQvString* path = nullptr;
+    m_config->GetLogFilePath(&path);
+    return TakeText(path);
+  };
+  EXPECT_EQ(logPath(), L"vm.out") << "no path is stored";
+  FakeString first(L"D:\\log.txt");
   FakeString second(L"second");
   m_config->SetLogFilePath(&first);
+  EXPECT_EQ(first.references, 1u) << "the caller's reference is taken over, none is added";
+  IQvString* path = nullptr;
+  m_config->GetLogFilePath(&path);
+  EXPECT_NE(path, &first);
+  EXPECT_EQ(TakeText(path), L"D:\\log.txt");
+  EXPECT_EQ(first.references, 1u);
   m_config->SetLogFilePath(&second);
   EXPECT_EQ(first.references, 0u);
   EXPECT_EQ(second.references, 1u);
   m_config->SetLogFilePath(nullptr);
   EXPECT_EQ(second.references, 0u);
-  IQvString* path = nullptr;
-  m_config->GetLogFilePath(&path);
-  EXPECT_EQ(TakeText(path), L"vm.out") << "no path is stored now";
+  EXPECT_EQ(logPath(), L"vm.out") << "no path is stored now";
 }
 
 }  // namespace

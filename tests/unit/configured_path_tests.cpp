@@ -94,18 +94,13 @@ TEST_F(ConfiguredPathTest, WithoutAPathNoSeparatorStandsAtTheEnd) {
   }
 }
 
-TEST_F(ConfiguredPathTest, APathThatCannotBeSetIsFalseAndNothingIsFound) {
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  const PathWrites writes({FALSE});
-  EXPECT_FALSE(m_config->LocateJavaRuntime());
-  EXPECT_FALSE(m_config->m_bRuntimeFound);
-}
-
 TEST_F(ConfiguredPathTest, OnlyTheResult1OfSettingPathIsTrueAlthoughAnyOtherSuccessCountsAsFound) {
   Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  const PathWrites writes({2});
-  EXPECT_FALSE(m_config->PrepareConfiguredPath());
-  EXPECT_TRUE(m_config->m_bRuntimeFound);
+  for (const BOOL result : {FALSE, 2}) {
+    const PathWrites writes({result});
+    EXPECT_FALSE(m_config->LocateJavaRuntime()) << result;
+    EXPECT_EQ(m_config->m_bRuntimeFound, result != FALSE) << result;
+  }
 }
 
 TEST_F(ConfiguredPathTest, ASecondCallAfterSuccessLeavesPathUnchanged) {

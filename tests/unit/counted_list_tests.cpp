@@ -218,49 +218,31 @@ TEST_F(CountedListTest, TheRootIsOpenedWithTheAccessAskedAndTheListWithReadAcces
 
 // ---- hostile data ----
 
-struct DataCase {
-  const char* name;
-  DWORD type;
-  std::vector<unsigned char> bytes;
-  const wchar_t* want;
-};
-
 TEST_F(CountedListTest, AnEntryIsTakenFromWhateverBytesTheRegistryHolds) {
-  const DataCase rows[] = {
-      {"without a terminator", REG_SZ, {'x', 0, 'y', 0}, L"true: a;xy;c"},
-      {"an odd number of bytes", REG_SZ, {'x', 0, 'y'}, L"true: a;x;c"},
-      {"a null in the middle", REG_SZ, {'x', 0, 0, 0, 'y', 0}, L"true: a;x;c"},
-      {"no bytes", REG_SZ, {}, L"true: a;;c"},
-      {"to be expanded, but not here", REG_EXPAND_SZ, {'%', 0, 'x', 0, '%', 0}, L"true: a;%x%;c"},
-      {"a number", REG_DWORD, {1, 0, 0, 0}, L"true: a;c"},
-      {"bytes", REG_BINARY, {'x', 0, 0, 0}, L"true: a;c"},
-      {"several texts", REG_MULTI_SZ, {'x', 0, 0, 0, 0, 0}, L"true: a;c"},
-      {"an unknown type", 0x4711, {'x', 0, 0, 0}, L"true: a;c"},
-  };
   for (const wchar_t* count : {L"3", L"2147483647"}) {
     SetList(count, {{L"0", L"a"}, {L"2", L"c"}});
-    for (const DataCase& row : rows) {
+    for (const RegistryBytes& row : kRegistryBytes) {
       m_registry.SetRaw(Hive::Machine, kList, L"1", row.type, row.bytes);
-      EXPECT_EQ(Read(), row.want) << row.name << ", Count " << ToUtf8(count);
+      EXPECT_EQ(Read(), L"true: a;" + (row.text ? *row.text + L";c" : L"c")) << row.name << ", Count " << ToUtf8(count);
     }
   }
 }
 
 TEST_F(CountedListTest, ACountIsTakenFromWhateverBytesTheRegistryHolds) {
-  const DataCase rows[] = {
-      {"without a terminator", REG_SZ, {'2', 0}, L"true: a;b"},
-      {"an odd number of bytes", REG_SZ, {'2', 0, '9'}, L"true: a;b"},
-      {"a null in the middle", REG_SZ, {'2', 0, 0, 0, '9', 0}, L"true: a;b"},
-      {"no bytes", REG_SZ, {}, L"true: "},
-      {"one byte", REG_SZ, {'2'}, L"true: "},
-      {"expandable", REG_EXPAND_SZ, {'2', 0, 0, 0}, L"true: a;b"},
-      {"a number", REG_DWORD, {2, 0, 0, 0}, L"false: "},
-      {"bytes", REG_BINARY, {'2', 0, 0, 0}, L"false: "},
+  const RegistryBytes rows[] = {
+      {"without a terminator", REG_SZ, {'2', 0}, L"a;b"},
+      {"an odd number of bytes", REG_SZ, {'2', 0, '9'}, L"a;b"},
+      {"a null in the middle", REG_SZ, {'2', 0, 0, 0, '9', 0}, L"a;b"},
+      {"no bytes", REG_SZ, {}, L""},
+      {"one byte", REG_SZ, {'2'}, L""},
+      {"expandable", REG_EXPAND_SZ, {'2', 0, 0, 0}, L"a;b"},
+      {"a number", REG_DWORD, {2, 0, 0, 0}, std::nullopt},
+      {"bytes", REG_BINARY, {'2', 0, 0, 0}, std::nullopt},
   };
   SetList(L"0", kFive);
-  for (const DataCase& row : rows) {
+  for (const RegistryBytes& row : rows) {
     m_registry.SetRaw(Hive::Machine, kList, L"Count", row.type, row.bytes);
-    EXPECT_EQ(Read(true), row.want) << row.name;
+    EXPECT_EQ(Read(true), row.text ? L"true: " + *row.text : L"false: ") << row.name;
   }
 }
 
@@ -296,28 +278,17 @@ class ListMessageTest : public LedgerTest {
   ConfigObject m_config;
 };
 
-TEST_F(ListMessageTest, AMissingRootIsNamedWithABareBackslashBehindIt) {
-  EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"Java\\L", false), Box(std::wstring(kKeyMessage) + kQuovantRoot + L"\\"));
-}
-
-TEST_F(ListMessageTest, AMissingListKeyIsNamedWithItsPath) {
+TEST_F(ListMessageTest, WhatIsMissingIsNamedAndQuietReadersShowNothing) {
+  const std::wstring list = std::wstring(kQuovantRoot) + L"\\Java\\L";
+  const auto expectShown = [&](const char* missing, const std::wstring& text) {
+    EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"Java\\L", false), Box(text)) << missing;
+    EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"Java\\L", true), std::vector<ShownBox>{}) << missing;
+  };
+  expectShown("the root, with a bare backslash behind it", std::wstring(kKeyMessage) + kQuovantRoot + L"\\");
   m_registry.CreateKey(Hive::Machine, kQuovantRoot);
-  EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"Java\\L", false),
-            Box(std::wstring(kKeyMessage) + kQuovantRoot + L"\\Java\\L"));
-}
-
-TEST_F(ListMessageTest, AMissingCountIsNamedAsAValue) {
-  m_registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java\\L", L"0", L"a");
-  EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"Java\\L", false),
-            Box(std::wstring(kValueMessage) + kQuovantRoot + L"\\Java\\L\\Count"));
-}
-
-TEST_F(ListMessageTest, QuietReadersShowNothing) {
-  EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"L", true), std::vector<ShownBox>{});
-  m_registry.CreateKey(Hive::Machine, kQuovantRoot);
-  EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"L", true), std::vector<ShownBox>{});
-  m_registry.CreateKey(Hive::Machine, std::wstring(kQuovantRoot) + L"\\L");
-  EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"L", true), std::vector<ShownBox>{});
+  expectShown("the key of the list, with its path", kKeyMessage + list);
+  m_registry.SetText(Hive::Machine, list, L"0", L"a");
+  expectShown("the Count, as a value", kValueMessage + list + L"\\Count");
 }
 
 TEST_F(ListMessageTest, TheTextsSayTheMachineWhateverHiveWasRead) {

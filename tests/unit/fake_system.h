@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <atomic>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,32 +12,22 @@
 
 namespace qvtest {
 
-// The path of modules, cut at the buffer's size as the system does; an empty one cannot be had.
-class ModulePath {
+// The path of every module as the oldest systems told it: cut at the buffer's size, without a terminator then.
+class UnterminatedModulePath {
  public:
-  enum class Of { EveryModule, TheHost };
-  explicit ModulePath(std::wstring path, Of which = Of::EveryModule) : m_hook(nullptr, "GetModuleFileNameW", &Answer) {
-    s_original = m_hook.Original<decltype(&GetModuleFileNameW)>();
-    s_which = which;
+  explicit UnterminatedModulePath(std::wstring path) : m_hook(nullptr, "GetModuleFileNameW", &Answer) {
     s_path = std::move(path);
-    s_questions = 0;
   }
-  [[nodiscard]] int Questions() const { return s_questions; }
 
  private:
-  static DWORD WINAPI Answer(HMODULE module, LPWSTR buffer, DWORD capacity) {
-    if (module != nullptr && s_which == Of::TheHost) return s_original(module, buffer, capacity);
-    ++s_questions;
+  static DWORD WINAPI Answer(HMODULE, LPWSTR buffer, DWORD capacity) {
     const size_t copied = std::min<size_t>(s_path.size(), capacity);
     std::copy_n(s_path.c_str(), copied, buffer);
     if (copied < capacity) buffer[copied] = L'\0';
     return static_cast<DWORD>(copied);
   }
 
-  static inline decltype(&GetModuleFileNameW) s_original = nullptr;
-  static inline Of s_which = Of::EveryModule;
   static inline std::wstring s_path;
-  static inline std::atomic<int> s_questions = 0;
   ImportHook m_hook;
 };
 

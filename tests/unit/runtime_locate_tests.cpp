@@ -229,7 +229,7 @@ TEST_F(RuntimeLocateTest, WithoutThePathOrTheFolderOfTheServiceTheResultIsFalse)
     EXPECT_EQ(Path(), kOldPath) << missing;
   };
   {
-    const ModulePath unknown(L"");
+    const UnterminatedModulePath unknown(L"");
     expectNothing("the path");
   }
   const FailCall fault(kQvshrCallGetDirectory, 1);
@@ -237,7 +237,7 @@ TEST_F(RuntimeLocateTest, WithoutThePathOrTheFolderOfTheServiceTheResultIsFalse)
 }
 
 TEST_F(RuntimeLocateTest, AServicePathThatFillsItsBufferIsNotReadPastItsEnd) {
-  const ModulePath path(L"pp\\" + std::wstring(300, L'p'));
+  const UnterminatedModulePath path(L"pp\\" + std::wstring(300, L'p'));
   const EveryFile missing(false);
   EXPECT_TRUE(m_config->LocateJavaRuntime());
   EXPECT_EQ(missing.Asked(),

@@ -8,6 +8,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "config/jvm_config_info.h"
 #include "tests/support/environment.h"
@@ -51,6 +52,29 @@ inline void SetHost(CQV_JVMConfigInfo& config, HostKind kind) {
   config.m_bQuovantHost = kind != HostKind::Tablero;
   config.m_bLoomhallHost = kind == HostKind::Loomhall;
 }
+
+// Bytes as a stranger may have left them in a value, and the text that they are read as; none when they are no text.
+struct RegistryBytes {
+  const char* name;
+  DWORD type;
+  std::vector<unsigned char> bytes;
+  std::optional<std::wstring> text;
+};
+inline const RegistryBytes kRegistryBytes[] = {
+    {"terminated", REG_SZ, {'x', 0, ':', 0, 0, 0}, L"x:"},
+    {"without a terminator", REG_SZ, {'x', 0, ':', 0}, L"x:"},
+    {"an odd number of bytes", REG_SZ, {'x', 0, ':', 0, '\\'}, L"x:"},
+    {"one byte", REG_SZ, {'x'}, L""},
+    {"no bytes", REG_SZ, {}, L""},
+    {"a null in the middle", REG_SZ, {'x', 0, 0, 0, ':', 0, 0, 0}, L"x"},
+    {"to be expanded, but not here", REG_EXPAND_SZ, {'%', 0, 'O', 0, 'S', 0, '%', 0, 0, 0}, L"%OS%"},
+    {"half a surrogate pair", REG_SZ, {0x3D, 0xD8, 0, 0}, L"\xD83D"},
+    {"a number", REG_DWORD, {1, 0, 0, 0}, std::nullopt},
+    {"bytes", REG_BINARY, {'x', 0, 0, 0}, std::nullopt},
+    {"several texts", REG_MULTI_SZ, {'x', 0, 0, 0, 0, 0}, std::nullopt},
+    {"no type", REG_NONE, {'x', 0, 0, 0}, std::nullopt},
+    {"an unknown type", 0x4711, {'x', 0, 0, 0}, std::nullopt},
+};
 
 // A module with nothing in it, copied to a path and loaded from there.
 class LoadedModule {
