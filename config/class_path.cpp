@@ -1,4 +1,3 @@
-// Composition of the finished pieces.
 #include "config/class_path.h"
 
 namespace qv {

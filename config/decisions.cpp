@@ -1,3 +1,4 @@
+// The texts stand in the order of their enumerations.
 #include "config/decisions.h"
 
 #include "base/trace.h"

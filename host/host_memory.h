@@ -1,5 +1,9 @@
 // Memory of the host library for the service: every block, object and string buffer comes from QvshrAlloc, so that host
 // and service can free each other's. Exhaustion is a null pointer, never an exception.
+//
+// HostPtr and HostArray own one block each and free it at their end without running a destructor: they are for plain
+// data. release() hands the block on, to a list, a caller or the host. An object of a class with QV_HOST_ALLOCATED is
+// made by new and ends by delete, which runs its destructor, or by its own Destroy where hosts end it.
 #pragma once
 
 #include <cstddef>

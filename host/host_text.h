@@ -1,5 +1,9 @@
 // Text under construction in one growing host block. Appending is linear in all; exhaustion is remembered, so that a
 // chain of appends needs one look at Ok() at its end.
+//
+// A HostText owns its block and frees it; it can be moved, not copied. View() and Text() lend what is there until the
+// next change. ToString() makes a string object of the caller's and leaves the text as it is; DetachBlock() hands the
+// block itself over, and the text is empty then.
 #pragma once
 
 #include <initializer_list>

@@ -1,4 +1,3 @@
-// Ownership of the option array and the conversion of its texts.
 #include "store/option_plan.h"
 
 #include <algorithm>
