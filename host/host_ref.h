@@ -1,10 +1,10 @@
 // Owners for the host library's reference-counted objects, and the one way to read their text.
 //
-// A function of the host library hands out a reference, which its caller must give back: StringRef and KeyRef hold it and
-// give it back at their end. Three ways in: the constructor and Reset adopt a reference that is already the caller's,
-// Out() takes one from an out-parameter, Share() adds one of its own to an object that somebody else holds. Two ways out:
-// Get() lends the object for as long as the owner lives, Detach() hands the reference on. A view that TextOf gives is
-// valid while the object lives.
+// A function of the host library hands out a reference, which its caller must give back: StringRef and KeyRef hold it
+// and give it back at their end. Three ways in: the constructor and Reset adopt a reference that is already the
+// caller's, Out() takes one from an out-parameter, Share() adds one of its own to an object that somebody else holds.
+// Two ways out: Get() lends the object for as long as the owner lives, Detach() hands the reference on. A view that
+// TextOf gives is valid while the object lives.
 #pragma once
 
 #include <string_view>
