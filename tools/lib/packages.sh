@@ -1,10 +1,10 @@
 # shellcheck shell=bash
 # Which Debian packages are missing, and their installation. Needs common.sh.
 
-# Prints the folder of a JDK that has javac and jni.h: JAVA_HOME, else one of /usr/lib/jvm, 17 first.
+# Prints the folder of a JDK that has javac and jni.h: JAVA_HOME, else one of /usr/lib/jvm, the default first.
 find_jdk() {
   local home
-  for home in "${JAVA_HOME:-}" /usr/lib/jvm/*17* /usr/lib/jvm/default-java /usr/lib/jvm/*; do
+  for home in "${JAVA_HOME:-}" /usr/lib/jvm/default-java /usr/lib/jvm/*; do
     if [ -n "$home" ] && [ -x "$home/bin/javac" ] && [ -f "$home/include/jni.h" ]; then
       printf '%s\n' "$home"
       return
@@ -17,10 +17,7 @@ find_jdk() {
 find_pip_python() {
   local python
   for python in python3 /usr/bin/python3; do
-    if "$python" -c 'import importlib.util, sys; sys.exit(not importlib.util.find_spec("pip"))' 2>/dev/null; then
-      printf '%s\n' "$python"
-      return
-    fi
+    "$python" -m pip --version >/dev/null 2>&1 && printf '%s\n' "$python" && return
   done
   return 1
 }
