@@ -208,9 +208,8 @@ TEST_P(StartUpSweep, EachAllocationFails) {
        {std::pair{0, "started"}, {QV_E_FAIL, "`E_FAIL`"}, {QV_E_OUTOFMEMORY, "`E_OUTOFMEMORY`"}}) {
     if (ends[status] != 0) outcome += (outcome.empty() ? "" : ", ") + std::to_string(ends[status]) + " " + name;
   }
-  RecordRow(
-      "allocations", std::string("1 ") + GetParam().name,
-      {{"Operation", GetParam().title}, {"Allocations", allocations}, {"Runs", 2 * allocations}, {"Outcome", outcome}});
+  RecordRow("allocations", std::string("1 ") + GetParam().name,
+            {GetParam().title, allocations, 2 * allocations, outcome});
 }
 
 // A call whose failing is worth a sweep; the others cannot fail or are not part of a start.

@@ -6,7 +6,6 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <utility>
 
 namespace qvtest {
 
@@ -16,19 +15,23 @@ namespace qvtest {
 // How often this run does a thing: what that environment variable says, or else the number of this form.
 [[nodiscard]] uint64_t TimesOfThisRun(const wchar_t* variable, uint64_t nightly, uint64_t ordinary);
 
+// UTF-8, or a number.
 struct Cell {
-  Cell(std::string_view title, std::string_view value) : column(title), text(value) {}
-  template <class Number>
-  requires std::is_arithmetic_v<Number> Cell(std::string_view title, Number value)
-      : column(title), text(std::to_string(value)) {}
+  template <class Value>
+  Cell(const Value& value) {  // NOLINT: a row is written as its values
+    if constexpr (std::is_arithmetic_v<Value>) {
+      text = std::to_string(value);
+    } else {
+      text = value;
+    }
+  }
 
-  std::string column;
-  std::string text;  // UTF-8
+  std::string text;
 };
 
-// Adds a row to a table of the page: to the file <table>.jsonl in the folder that QV_RECORDS names; without that
-// variable it does nothing. Rows of one key replace each other, the last one stays; the page sorts them by key, numbers
-// in it as numbers. All rows of a table have the same columns, in the order given. From any thread and any process.
+// Records a row of a table of the page as a property of the running test, which GoogleTest writes to its XML report.
+// The page's template (tests/reliability.md.in) names the columns. The page sorts rows by key, numbers in it as
+// numbers.
 void RecordRow(std::string_view table, std::string_view key, std::initializer_list<Cell> cells);
 
 }  // namespace qvtest

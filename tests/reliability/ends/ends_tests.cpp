@@ -177,15 +177,10 @@ TEST_P(Ends, NeitherHangNorCrashAndKeepTheirExitCode) {
                                       << " went wrong, the first: " << tally.troubles.front();
   const std::string code = std::to_string(GetParam().exitCode);
   const std::string lost = tally.lostByWine == 0 ? "" : " and " + std::to_string(tally.lostByWine) + " that Wine lost";
-  RecordRow(
-      "process-ends", GetParam().key + std::string(" ") + ToUtf8(runtime),
-      {{"Way out", GetParam().name},
-       {"Threads", std::to_string((ends + 1) / 2) + " × busy, " + std::to_string(ends / 2) + " × idle"},
-       {"Runtime", ToUtf8(runtime)},
-       {"Ends", std::to_string(tally.ends) + lost},
-       {"Hung", tally.hung},
-       {"Crashed", tally.crashed},
-       {"Exit code", tally.otherCodes == 0 ? code : code + ", but " + std::to_string(tally.otherCodes) + " others"}});
+  RecordRow("process-ends", GetParam().key + std::string(" ") + ToUtf8(runtime),
+            {GetParam().name, std::to_string((ends + 1) / 2) + " × busy, " + std::to_string(ends / 2) + " × idle",
+             ToUtf8(runtime), std::to_string(tally.ends) + lost, tally.hung, tally.crashed,
+             tally.otherCodes == 0 ? code : code + ", but " + std::to_string(tally.otherCodes) + " others"});
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, Ends, testing::ValuesIn(WaysOut()),

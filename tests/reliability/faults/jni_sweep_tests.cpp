@@ -104,12 +104,8 @@ TEST_F(Sweep, EveryJniCallFailsInTurn) {
     const auto steady = kSteady.find(function);
     EXPECT_EQ(tally.faults.empty(), steady != kSteady.end()) << function;
     RecordRow("faults", "7 " + function,
-              {{"Call", "`" + function + "`"},
-               {"Kind", "JNI"},
-               {"Fails with", steady == kSteady.end() ? tally.Faults() : "cannot fail: " + steady->second},
-               {"Operations", tally.operations},
-               {"Runs", tally.Runs()},
-               {"Outcome", tally.Outcome()}});
+              {"`" + function + "`", "JNI", steady == kSteady.end() ? tally.Faults() : "cannot fail: " + steady->second,
+               tally.operations, tally.Runs(), tally.Outcome()});
   }
 }
 
@@ -153,17 +149,9 @@ TEST_F(Sweep, EveryAllocationFailsInTurn) {
   for (const auto& [name, group] : groups) {
     if (group.allocations == 0) without += group.operations;
     if (group.allocations == 0) continue;
-    RecordRow("allocations", "2 " + name,
-              {{"Operation", name},
-               {"Allocations", group.allocations},
-               {"Runs", group.tally.Runs()},
-               {"Outcome", group.tally.Outcome()}});
+    RecordRow("allocations", "2 " + name, {name, group.allocations, group.tally.Runs(), group.tally.Outcome()});
   }
-  RecordRow("allocations", "3",
-            {{"Operation", std::to_string(without) + " other rows of operations"},
-             {"Allocations", 0},
-             {"Runs", 0},
-             {"Outcome", "-"}});
+  RecordRow("allocations", "3", {std::to_string(without) + " other rows of operations", 0, 0, "-"});
 }
 
 // ---- the C library's conversion of a class name ----
@@ -215,12 +203,7 @@ TEST_F(Sweep, AClassNameThatCannotBeConverted) {
     operations.insert(operation.name);
   }
   RecordRow("faults", "2 mbstowcs",
-            {{"Call", "`mbstowcs`"},
-             {"Kind", "C library"},
-             {"Fails with", "cannot be converted"},
-             {"Operations", operations.size()},
-             {"Runs", tally.Runs()},
-             {"Outcome", tally.Outcome()}});
+            {"`mbstowcs`", "C library", "cannot be converted", operations.size(), tally.Runs(), tally.Outcome()});
 }
 
 // ---- the mark of a thread that is inside a capture ----

@@ -319,12 +319,9 @@ class FaultMatrix : public Matrix {
       add(tally.forGood, " failed for good as stated");
       add(tally.otherwise, " otherwise");
       RecordRow("faults", std::string(1, static_cast<char>('1' + static_cast<int>(tally.kind))) + " " + call,
-                {{"Call", "`" + call + "`"},
-                 {"Kind", NameOf(tally.kind)},
-                 {"Fails with", tally.steady.empty() ? fails : "cannot fail: " + tally.steady},
-                 {"Operations", tally.operations.size()},
-                 {"Runs", tally.goOn + tally.fail + tally.forGood + tally.otherwise},
-                 {"Outcome", tally.steady.empty() ? ends : "-"}});
+                {"`" + call + "`", NameOf(tally.kind), tally.steady.empty() ? fails : "cannot fail: " + tally.steady,
+                 tally.operations.size(), tally.goOn + tally.fail + tally.forGood + tally.otherwise,
+                 tally.steady.empty() ? ends : "-"});
     }
   }
 

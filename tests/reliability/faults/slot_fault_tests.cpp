@@ -258,14 +258,10 @@ TEST_F(SlotFaults, EachOperationOfTheObjectsOwnTableFailsInTurn) {
                                      << row.n;
   }
   for (const auto& [slot, tally] : tallies) {
-    RecordRow(
-        "faults", "8 " + std::to_string(slot),
-        {{"Call", "slot " + std::to_string(slot) + " `" + SlotName(slot) + "`"},
-         {"Kind", "own table"},
-         {"Fails with", slot == kExceptionClear ? "cannot fail: it has no result" : SlotFaultTable().at(slot).what},
-         {"Operations", tally.operations},
-         {"Runs", tally.Runs()},
-         {"Outcome", tally.Outcome()}});
+    RecordRow("faults", "8 " + std::to_string(slot),
+              {"slot " + std::to_string(slot) + " `" + SlotName(slot) + "`", "own table",
+               slot == kExceptionClear ? "cannot fail: it has no result" : SlotFaultTable().at(slot).what,
+               tally.operations, tally.Runs(), tally.Outcome()});
   }
 }
 

@@ -35,13 +35,7 @@ class HostileText : public BridgeTest {
       Renew();
     }
     EXPECT_EQ(wrong, 0U);
-    RecordRow("hostile-text", key,
-              {{"Kind of text", kind},
-               {"Runtime", "recorded"},
-               {"Cases", texts.Count()},
-               {"Accepted", accepted},
-               {"Refused", refused},
-               {"Anything else", wrong}});
+    RecordRow("hostile-text", key, {kind, "recorded", texts.Count(), accepted, refused, wrong});
   }
 
   bool m_accepted = false;

@@ -79,12 +79,7 @@ class HostileNames : public RunningVmTest {
     const std::string runtime = ToUtf8(full.substr(0, full.find(L'.')));
     std::printf("%s: %zu texts, %zu accepted, %zu refused, %zu wrong\n", kind, texts.Count(), accepted, refused, wrong);
     RecordRow("hostile-text", std::string(key) + "/" + runtime,
-              {{"Kind of text", kind},
-               {"Runtime", runtime},
-               {"Cases", texts.Count()},
-               {"Accepted", accepted},
-               {"Refused", refused},
-               {"Anything else", wrong}});
+              {kind, runtime, texts.Count(), accepted, refused, wrong});
   }
 
   // E_FAIL with this record, and no exception left.

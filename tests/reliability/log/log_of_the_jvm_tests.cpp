@@ -78,11 +78,8 @@ class LogOfTheJvm : public RunningVmTest {
   static void Record(const char* key, const std::string& abuse, size_t writes, size_t found, int mixed) {
     const std::string runtime = ToUtf8(ReadVariable(L"QV_TEST_RUNTIME").value_or(L"?"));
     RecordRow("log", std::string(key) + " " + runtime,
-              {{"Abuse", "runtime " + runtime + ": " + abuse},
-               {"Writes", writes},
-               {"Lost", writes - found},
-               {"Mixed", mixed},
-               {"Afterwards", HasFailure() ? "failed" : "the JVM goes on, its next message arrives"}});
+              {"runtime " + runtime + ": " + abuse, writes, writes - found, mixed,
+               HasFailure() ? "failed" : "the JVM goes on, its next message arrives"});
   }
 };
 

@@ -82,12 +82,7 @@ class LogAbuse : public testing::Test {
 
   static void Record(const char* key, const std::string& abuse, int writes, const LineCount& lines,
                      const std::string& afterwards) {
-    RecordRow("log", key,
-              {{"Abuse", abuse},
-               {"Writes", writes},
-               {"Lost", lines.lost},
-               {"Mixed", lines.mixed},
-               {"Afterwards", HasFailure() ? "failed" : afterwards}});
+    RecordRow("log", key, {abuse, writes, lines.lost, lines.mixed, HasFailure() ? "failed" : afterwards});
   }
 
   [[nodiscard]] LineCount CountWritten(const std::wstring& path) const {

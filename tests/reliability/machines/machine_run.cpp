@@ -290,12 +290,7 @@ void RunMachine(const Machine& machine, const std::string& order) {
     }
     if (*machine.note != '\0') name += std::string(" (") + machine.note + ")";
     RecordRow("machines", order + "." + std::to_string(row.runtimes[0]),
-              {{"Machine", name},
-               {"Result", row.result},
-               {"Process", row.process},
-               {"Left behind", row.left},
-               {"After the repair", row.after},
-               {"Time", row.ms ? std::to_string(*row.ms) + " ms" : "-"}});
+              {name, row.result, row.process, row.left, row.after, row.ms ? std::to_string(*row.ms) + " ms" : "-"});
   }
 }
 

@@ -120,11 +120,7 @@ TEST_P(DefaultOptions, AreTakenAsTheDoctorSays) {
   const auto* const place = std::find_if(std::begin(kOptions), std::end(kOptions),
                                          [&](const Option& one) { return std::wstring_view(one.text) == option.text; });
   RecordRow("default-options", std::to_string(place - std::begin(kOptions)),
-            {{"Option", AsCode(ToUtf8(option.text), "an empty one")},
-             {"11", reactions[0]},
-             {"17", reactions[1]},
-             {"21", reactions[2]},
-             {"25", reactions[3]}});
+            {AsCode(ToUtf8(option.text), "an empty one"), reactions[0], reactions[1], reactions[2], reactions[3]});
 }
 
 INSTANTIATE_TEST_SUITE_P(Options, DefaultOptions, testing::ValuesIn(kOptions),
@@ -154,11 +150,7 @@ TEST(BuiltInTree, StartsEveryRuntimeAsItsPageSays) {
     reactions.push_back(reaction.Text());
   }
   RecordRow("default-options", "99",
-            {{"Option", "all of the built-in tree"},
-             {"11", reactions[0]},
-             {"17", reactions[1]},
-             {"21", reactions[2]},
-             {"25", reactions[3]}});
+            {"all of the built-in tree", reactions[0], reactions[1], reactions[2], reactions[3]});
 }
 
 }  // namespace

@@ -121,10 +121,8 @@ TEST_P(Matrix, TheSameTestsGiveTheSame) {
     result = std::to_string(passed) + " tests passed";
   }
   RecordRow("runtimes", std::to_string(runtime) + "." + setting.name,
-            {{"Runtime", runtime},
-             {"Options", AsCode(ToUtf8(setting.options), "the built-in tree")},
-             {"Result", result},
-             {"Warnings", warnings.empty() ? "none" : Joined(warnings, "; ")}});
+            {runtime, AsCode(ToUtf8(setting.options), "the built-in tree"), result,
+             warnings.empty() ? "none" : Joined(warnings, "; ")});
 }
 
 INSTANTIATE_TEST_SUITE_P(Runtimes, Matrix, testing::Combine(testing::ValuesIn(kRuntimes), testing::ValuesIn(kSettings)),

@@ -215,16 +215,10 @@ TEST_P(Soak, EveryOperationGivesWhatItMustAndNothingIsLeft) {
       mebibytes(before.privateBytes).c_str(), mebibytes(after.privateBytes).c_str(), before.handles, after.handles,
       before.javaThreads, after.javaThreads, before.blocks, after.blocks, after.objects, before.globals, after.globals);
   RecordRow("soak", runtime + "/" + std::to_string(threads),
-            {{"Runtime", runtime},
-             {"Threads", threads},
-             {"Operations", done},
-             {"Failed expectations", g_world->failed - failedBefore},
-             {"Private memory, MiB", mebibytes(before.privateBytes) + " → " + mebibytes(after.privateBytes)},
-             {"Handles", Between(before.handles, after.handles)},
-             {"Java threads", Between(before.javaThreads, after.javaThreads)},
-             {"Blocks", Between(before.blocks, after.blocks)},
-             {"Global references", Between(before.globals, after.globals)},
-             {"Objects kept", after.objects}});
+            {runtime, threads, done, g_world->failed - failedBefore,
+             mebibytes(before.privateBytes) + " → " + mebibytes(after.privateBytes),
+             Between(before.handles, after.handles), Between(before.javaThreads, after.javaThreads),
+             Between(before.blocks, after.blocks), Between(before.globals, after.globals), after.objects});
 }
 
 INSTANTIATE_TEST_SUITE_P(From, Soak, testing::Values(1U, 4U, 16U),

@@ -81,8 +81,7 @@ class ThreadOwners : public RunningVmTest {
     EXPECT_EQ(Vm()->GetJavaVersion(&text), QV_S_OK);
     const std::wstring version = TakeText(text);
     const std::string runtime = ToUtf8(version.substr(0, version.find(L'.')));
-    RecordRow("thread-owners", std::string(key) + "/" + runtime,
-              {{"Thread", what}, {"Runtime", runtime}, {"Result", HasFailure() ? "failed" : result}});
+    RecordRow("thread-owners", std::string(key) + "/" + runtime, {what, runtime, HasFailure() ? "failed" : result});
   }
 
   const int kThreads = IsNightly() ? 200 : 50;

@@ -216,12 +216,8 @@ TEST(ComeAndGo, ThreadsThatCallAndGoLeaveNothing) {
               between(before.handles, after.handles).c_str(), between(before.javaThreads, after.javaThreads).c_str(),
               between(before.blocks, after.blocks).c_str());
   RecordRow("threads", runtime,
-            {{"Runtime", runtime},
-             {"Threads", count},
-             {"Wrong results", complaints.Count()},
-             {"Handles", between(before.handles, after.handles)},
-             {"Java threads", between(before.javaThreads, after.javaThreads)},
-             {"Blocks", between(before.blocks, after.blocks)}});
+            {runtime, count, complaints.Count(), between(before.handles, after.handles),
+             between(before.javaThreads, after.javaThreads), between(before.blocks, after.blocks)});
 }
 
 }  // namespace

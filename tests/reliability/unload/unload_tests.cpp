@@ -110,8 +110,7 @@ const char* StateOf(const std::wstring& path) { return IsLoaded(path) ? "stays" 
 void Record(const char* key, const std::string& name, const std::string& module, const std::string& left,
             const char* later) {
   if (testing::Test::HasFailure()) later = "failed";
-  RecordRow("unload", key,
-            {{"Case", name}, {"Module afterwards", module}, {"Left behind", left}, {"Later use", later}});
+  RecordRow("unload", key, {name, module, left, later});
 }
 
 std::string Blocks(uint64_t count) { return std::to_string(count) + (count == 1 ? " block" : " blocks"); }
