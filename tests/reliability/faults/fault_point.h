@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "tests/support/import_hook.h"
+#include "tests/support/text.h"
 
 namespace qvtest {
 
@@ -93,39 +95,50 @@ struct HookOf {
   }
 };
 
-// `fail` does what the failing function does: sets the last error and the out-values and gives its answer. `describe`
-// says in a word what the call is for, from its arguments.
-template <class Result, class... Arguments, class Fail, class Describe>
-Point MakePoint(PointKind kind, const char* name, Result (*)(Arguments...), const char* fault, Fail, Describe,
-                Result (*standIn)(Arguments...) = nullptr) {
-  using Hook = HookOf<Fail, Describe, Result, Arguments...>;
-  Hook::standIn = standIn;
-  Point point;
-  point.call = name;
-  point.fault = fault;
-  point.kind = kind;
-  point.calls = &Hook::calls;
-  point.install = [name](HMODULE service) -> std::unique_ptr<ImportHook> {
-    if (!ImportHook::Imports(service, name)) return nullptr;
-    auto hook = std::make_unique<ImportHook>(service, name, &Hook::Call);
-    Hook::original = hook->template Original<decltype(Hook::original)>();
-    return hook;
-  };
-  return point;
+// The answers of failing functions: with a last error, with errno, without an object.
+template <class Value>
+Value Refuse(DWORD error, Value value) {
+  SetLastError(error);
+  return value;
+}
+// It is done all the same.
+inline BOOL DoneBut(BOOL, DWORD error) { return Refuse(error, FALSE); }
+template <class Value>
+Value RefuseWithErrno(int error, Value value) {
+  errno = error;
+  return value;
+}
+template <class Object>
+int32_t Without(Object** out, int32_t status) {
+  *out = nullptr;
+  return status;
 }
 
-// The same for a function of the host library, which the service knows by its ordinal.
-template <class Result, class... Arguments, class Fail, class Describe>
-Point MakeHostPoint(uint16_t ordinal, const char* name, Result (*)(Arguments...), const char* fault, Fail, Describe) {
+// What a call is for, in a word: nothing that would need one, or its first argument.
+inline constexpr auto kNoPurpose = [](auto...) { return std::string(); };
+using NoPurpose = std::remove_const_t<decltype(kNoPurpose)>;
+inline std::string Word(const char* text) { return text; }
+inline std::string Word(const wchar_t* text) { return ToUtf8(text); }
+inline constexpr auto kFirst = [](const auto* text, auto...) { return Word(text); };
+// The last part of a path.
+inline std::string LastPart(std::wstring_view path) { return ToUtf8(path.substr(path.find_last_of(L'\\') + 1)); }
+inline constexpr auto kFirstLastPart = [](const wchar_t* path, auto...) {
+  return LastPart(path != nullptr ? path : L"<null>");
+};
+
+// `fail` does what the failing function does: sets the last error and the out-values and gives its answer. `describe`
+// says in a word what the call is for, from its arguments. What has an ordinal is a function of the host library.
+template <class Result, class... Arguments, class Fail, class Describe = NoPurpose>
+Point MakePoint(PointKind kind, uint16_t ordinal, const char* name, Result (*)(Arguments...), const char* fault, Fail,
+                Describe = {}, Result (*standIn)(Arguments...) = nullptr) {
   using Hook = HookOf<Fail, Describe, Result, Arguments...>;
-  Point point;
-  point.call = name;
-  point.fault = fault;
-  point.kind = PointKind::HostLibrary;
-  point.ordinal = ordinal;
-  point.calls = &Hook::calls;
-  point.install = [ordinal](HMODULE service) {
-    auto hook = std::make_unique<ImportHook>(service, "qvshr.dll", ordinal, reinterpret_cast<void*>(&Hook::Call));
+  Hook::standIn = standIn;
+  Point point{.call = name, .fault = fault, .ordinal = ordinal, .kind = kind, .calls = &Hook::calls};
+  point.install = [=](HMODULE service) -> std::unique_ptr<ImportHook> {
+    if (ordinal == 0 && !ImportHook::Imports(service, name)) return nullptr;
+    void* const call = reinterpret_cast<void*>(&Hook::Call);
+    auto hook = ordinal == 0 ? std::make_unique<ImportHook>(service, name, call)
+                             : std::make_unique<ImportHook>(service, "qvshr.dll", ordinal, call);
     Hook::original = hook->template Original<decltype(Hook::original)>();
     return hook;
   };

@@ -12,10 +12,6 @@ namespace qvtest {
 
 namespace {
 
-constexpr auto kNoPurpose = [](auto...) { return std::string(); };
-
-std::string LastPart(std::wstring_view path) { return ToUtf8(path.substr(path.find_last_of(L'\\') + 1)); }
-
 // ---- object tables ----
 
 // The table of an object, one for all objects of its class.
@@ -73,30 +69,16 @@ struct Examples {
   Examples& operator=(const Examples&) = delete;
 };
 
-template <class Result, class... Arguments, class Fail, class Describe>
-Point MakeKeyPoint(const Examples& examples, const char* name, size_t slot, Result (*)(IQvRegKey*, Arguments...),
-                   const char* fault, Fail, Describe) {
-  Point point;
-  point.call = name;
-  point.fault = fault;
-  point.kind = PointKind::HostObject;
-  point.calls = &HookOf<Fail, Describe, Result, IQvRegKey*, Arguments...>::calls;
-  HookSlot<IQvRegKey, 0, Fail, Describe, Result, Arguments...>(examples.registryKey, slot);
-  HookSlot<IQvRegKey, 1, Fail, Describe, Result, Arguments...>(examples.treeKey, slot);
-  return point;
-}
-
-template <class Result, class... Arguments, class Describe>
-Point MakeTextPoint(const Examples& examples, const char* name, size_t slot, Result (*)(IQvString*, Arguments...),
-                    Describe) {
-  constexpr auto fail = [](IQvString*, Arguments...) { return Result{}; };
-  using Fail = decltype(fail);
-  Point point;
-  point.call = name;
-  point.kind = PointKind::HostObject;
-  point.calls = &HookOf<Fail, Describe, Result, IQvString*, Arguments...>::calls;
-  HookSlot<IQvString, 0, Fail, Describe, Result, Arguments...>(examples.text, slot);
-  return point;
+// An operation of each of these examples' classes.
+template <class Result, class Object, class... Arguments, class Fail, class Describe = NoPurpose>
+Point MakeObjectPoint(Object* example, Object* another, const char* name, size_t slot,
+                      Result (*)(Object*, Arguments...), const char* fault, Fail, Describe = {}) {
+  HookSlot<Object, 0, Fail, Describe, Result, Arguments...>(example, slot);
+  if (another != nullptr) HookSlot<Object, 1, Fail, Describe, Result, Arguments...>(another, slot);
+  return {.call = name,
+          .fault = fault,
+          .kind = PointKind::HostObject,
+          .calls = &HookOf<Fail, Describe, Result, Object*, Arguments...>::calls};
 }
 
 template <class Signature>
@@ -105,120 +87,91 @@ constexpr Signature* As() {
 }
 
 void AddObjects(std::vector<Point>& points) {
-  const Examples examples;
-  constexpr int32_t kMissing = static_cast<int32_t>(0x80070002);
-  points.push_back(MakeKeyPoint(
-      examples, "IQvRegKey::OpenSubKey", 4, As<int32_t(IQvRegKey*, IQvString*, uint32_t, IQvRegKey**)>(), "not found",
-      [](IQvRegKey*, IQvString*, uint32_t, IQvRegKey** key) -> int32_t {
-        *key = nullptr;
-        return kMissing;
-      },
-      [](IQvRegKey*, IQvString* path, uint32_t, IQvRegKey**) { return LastPart(TextOf(path)); }));
-  points.push_back(MakeKeyPoint(
-      examples, "IQvRegKey::EnumValue", 7, As<int32_t(IQvRegKey*, int32_t, IQvString**, IQvString**)>(),
-      "past the last value",
-      [](IQvRegKey*, int32_t, IQvString** name, IQvString** value) -> int32_t {
-        *name = *value = nullptr;
-        return kMissing;
-      },
-      [](IQvRegKey*, int32_t index, IQvString**, IQvString**) { return std::to_string(index); }));
-  points.push_back(MakeKeyPoint(
-      examples, "IQvRegKey::QueryStringValue", 12, As<int32_t(IQvRegKey*, IQvString*, IQvString**)>(), "not found",
-      [](IQvRegKey*, IQvString*, IQvString** value) -> int32_t {
-        *value = nullptr;
-        return kMissing;
-      },
-      [](IQvRegKey*, IQvString* name, IQvString**) { return ToUtf8(TextOf(name)); }));
-
   static constexpr char kCount[] = "a count of references always changes";
   static constexpr char kText[] = "a text always has its characters and its length";
-  points.push_back(Steady(MakeKeyPoint(
-                              examples, "IQvRegKey::Release", 2, As<uint32_t(IQvRegKey*)>(), "",
-                              [](IQvRegKey*) -> uint32_t { return 1; }, kNoPurpose),
-                          kCount));
-  points.push_back(NeverCalled(MakeKeyPoint(
-      examples, "IQvRegKey::AddRef", 1, As<uint32_t(IQvRegKey*)>(), "", [](IQvRegKey*) -> uint32_t { return 0; },
-      kNoPurpose)));
-  points.push_back(NeverCalled(MakeKeyPoint(
-      examples, "IQvRegKey::QueryInterface", 0, As<int32_t(IQvRegKey*, const GUID*, void**)>(), "",
-      [](IQvRegKey*, const GUID*, void**) -> int32_t { return -1; }, kNoPurpose)));
-
-  // A lambda of its own for each, so that each has a counter of its own.
-  using Count = uint32_t(IQvString*);
-  points.push_back(Steady(
-      MakeTextPoint(examples, "IQvString::AddRef", 1, As<Count>(), [](auto...) { return std::string(); }), kCount));
-  points.push_back(Steady(
-      MakeTextPoint(examples, "IQvString::Release", 2, As<Count>(), [](auto...) { return std::string(); }), kCount));
-  points.push_back(Steady(MakeTextPoint(examples, "IQvString::GetText", 5, As<const wchar_t*(IQvString*)>(),
-                                        [](auto...) { return std::string(); }),
-                          kText));
-  points.push_back(Steady(MakeTextPoint(examples, "IQvString::GetLength", 6, As<int32_t(IQvString*)>(),
-                                        [](auto...) { return std::string(); }),
-                          kText));
-  points.push_back(NeverCalled(MakeTextPoint(examples, "IQvString::QueryInterface", 0,
-                                             As<int32_t(IQvString*, const GUID*, void**)>(),
-                                             [](auto...) { return std::string(); })));
-  points.push_back(
-      NeverCalled(MakeTextPoint(examples, "IQvString::Concat", 9, As<int32_t(IQvString*, IQvString*, IQvString**)>(),
-                                [](auto...) { return std::string(); })));
+  constexpr int32_t kMissing = static_cast<int32_t>(0x80070002);
+  constexpr auto kPath = [](IQvRegKey*, IQvString* path, auto...) { return LastPart(TextOf(path)); };
+  constexpr auto kIndex = [](IQvRegKey*, int32_t index, auto...) { return std::to_string(index); };
+  constexpr auto kName = [](IQvRegKey*, IQvString* name, auto...) { return ToUtf8(TextOf(name)); };
+  const Examples examples;
+  const auto ofKeys = [&](const char* name, size_t slot, auto... of) {
+    return MakeObjectPoint(examples.registryKey, examples.treeKey, name, slot, of...);
+  };
+  const auto ofTexts = [&](const char* name, size_t slot, auto... of) {
+    return MakeObjectPoint(examples.text, decltype(examples.text){}, name, slot, of...);
+  };
+  points.insert(
+      points.end(),
+      {
+          ofKeys(
+              "IQvRegKey::OpenSubKey", 4, As<int32_t(IQvRegKey*, IQvString*, uint32_t, IQvRegKey**)>(), "not found",
+              [](IQvRegKey*, IQvString*, uint32_t, IQvRegKey** key) { return Without(key, kMissing); }, kPath),
+          ofKeys(
+              "IQvRegKey::EnumValue", 7, As<int32_t(IQvRegKey*, int32_t, IQvString**, IQvString**)>(),
+              "past the last value",
+              [](IQvRegKey*, int32_t, IQvString** name, IQvString** value) {
+                *name = nullptr;
+                return Without(value, kMissing);
+              },
+              kIndex),
+          ofKeys(
+              "IQvRegKey::QueryStringValue", 12, As<int32_t(IQvRegKey*, IQvString*, IQvString**)>(), "not found",
+              [](IQvRegKey*, IQvString*, IQvString** value) { return Without(value, kMissing); }, kName),
+          Steady(ofKeys("IQvRegKey::Release", 2, As<uint32_t(IQvRegKey*)>(), "", [](auto...) { return 1U; }), kCount),
+          NeverCalled(ofKeys("IQvRegKey::AddRef", 1, As<uint32_t(IQvRegKey*)>(), "", [](auto...) { return 0U; })),
+          NeverCalled(ofKeys("IQvRegKey::QueryInterface", 0, As<int32_t(IQvRegKey*, const GUID*, void**)>(), "",
+                             [](auto...) { return -1; })),
+          Steady(ofTexts("IQvString::AddRef", 1, As<uint32_t(IQvString*)>(), "", [](auto...) { return 0U; }), kCount),
+          Steady(ofTexts("IQvString::Release", 2, As<uint32_t(IQvString*)>(), "", [](auto...) { return 0U; }), kCount),
+          Steady(
+              ofTexts("IQvString::GetText", 5, As<const wchar_t*(IQvString*)>(), "", [](auto...) { return nullptr; }),
+              kText),
+          Steady(ofTexts("IQvString::GetLength", 6, As<int32_t(IQvString*)>(), "", [](auto...) { return 0; }), kText),
+          NeverCalled(ofTexts("IQvString::QueryInterface", 0, As<int32_t(IQvString*, const GUID*, void**)>(), "",
+                              [](auto...) { return 0; })),
+          NeverCalled(ofTexts("IQvString::Concat", 9, As<int32_t(IQvString*, IQvString*, IQvString**)>(), "",
+                              [](auto...) { return 0; })),
+      });
 }
 
 }  // namespace
 
-#define QV_HOST(ordinal, Name) ordinal, #Name, static_cast<decltype(&::Name)>(nullptr)
+#define QV_HOST(ordinal, Name) PointKind::HostLibrary, ordinal, #Name, static_cast<decltype(&::Name)>(nullptr)
 
 std::vector<Point> HostPoints() {
+  constexpr auto kBytes = [](size_t bytes) { return std::to_string(bytes).append(" bytes"); };
+  constexpr auto kKeyPath = [](HKEY, IQvString* path, auto...) { return LastPart(TextOf(path)); };
+  constexpr auto kBeginning = [](const wchar_t* text, uint32_t) {
+    return ToUtf8(std::wstring_view(text).substr(0, 20));
+  };
+  constexpr auto kWhichPlace = [](int32_t, wchar_t*, int32_t, int32_t, int32_t useDefault) {
+    return std::string(useDefault != 0 ? "its default place" : "the folder in use");
+  };
+  constexpr auto kSetting = [](const wchar_t*, const wchar_t* key, auto...) { return ToUtf8(key); };
   std::vector<Point> points = {
-      MakeHostPoint(
-          QV_HOST(1, QvshrAlloc), "no memory", [](size_t) -> void* { return nullptr; },
-          [](size_t bytes) { return std::to_string(bytes).append(" bytes"); }),
-      Steady(MakeHostPoint(
-                 QV_HOST(2, QvshrFree), "", [](void*) {}, kNoPurpose),
-             "it has no result"),
-      MakeHostPoint(
+      MakePoint(
+          QV_HOST(1, QvshrAlloc), "no memory", [](auto...) { return nullptr; }, kBytes),
+      Steady(MakePoint(QV_HOST(2, QvshrFree), "", [](void*) {}), "it has no result"),
+      MakePoint(
           QV_HOST(3, QvshrCreateString), "no memory",
-          [](const wchar_t*, IQvString** out) -> int32_t {
-            *out = nullptr;
-            return QV_E_OUTOFMEMORY;
-          },
-          [](const wchar_t* text, IQvString**) { return LastPart(text); }),
-      MakeHostPoint(
+          [](const wchar_t*, IQvString** out) { return Without(out, QV_E_OUTOFMEMORY); }, kFirstLastPart),
+      MakePoint(
           QV_HOST(4, QvshrOpenRegistryKey), "access denied",
-          [](HKEY, IQvString*, uint32_t, IQvRegKey** out) -> int32_t {
-            *out = nullptr;
-            return ERROR_ACCESS_DENIED;
-          },
-          [](HKEY, IQvString* path, uint32_t, IQvRegKey**) { return LastPart(TextOf(path)); }),
-      MakeHostPoint(
-          QV_HOST(5, QvshrOpenDefaultTree), "E_FAIL",
-          [](const DefaultConfigRecord*, IQvRegKey** out) -> int32_t {
-            *out = nullptr;
-            return QV_E_FAIL;
-          },
-          kNoPurpose),
-      MakeHostPoint(
-          QV_HOST(6, QvshrWideToMultiByte), "null", [](const wchar_t*, uint32_t) -> char* { return nullptr; },
-          [](const wchar_t* text, uint32_t) { return ToUtf8(std::wstring_view(text).substr(0, 20)); }),
-      MakeHostPoint(
-          QV_HOST(7, QvshrGetDirectory), "0", [](const wchar_t*, wchar_t*, int32_t) -> int32_t { return 0; },
-          [](const wchar_t* path, wchar_t*, int32_t) { return LastPart(path); }),
-      MakeHostPoint(
-          QV_HOST(8, QvshrGetFileName), "0", [](const wchar_t*, wchar_t*, int32_t) -> int32_t { return 0; },
-          [](const wchar_t* path, wchar_t*, int32_t) { return LastPart(path); }),
-      MakeHostPoint(
-          QV_HOST(9, QvshrGetSpecialFolder), "0",
-          [](int32_t, wchar_t*, int32_t, int32_t, int32_t) -> int32_t { return 0; },
-          [](int32_t, wchar_t*, int32_t, int32_t, int32_t useDefault) {
-            return std::string(useDefault != 0 ? "its default place" : "the folder in use");
-          }),
-      MakeHostPoint(
-          QV_HOST(10, QvshrGetSetting), "0",
-          [](const wchar_t*, const wchar_t*, const wchar_t*, wchar_t*, int32_t) -> int32_t { return 0; },
-          [](const wchar_t*, const wchar_t* key, const wchar_t*, wchar_t*, int32_t) { return ToUtf8(key); }),
-      MakeHostPoint(
-          QV_HOST(11, QvshrIsWebDeployment), "0", [](int32_t) -> int32_t { return 0; }, kNoPurpose),
-      MakeHostPoint(
-          QV_HOST(12, QvshrNoDetachQuery), "not 0", []() -> int32_t { return 1; }, kNoPurpose),
+          [](HKEY, IQvString*, uint32_t, IQvRegKey** out) { return Without(out, ERROR_ACCESS_DENIED); }, kKeyPath),
+      MakePoint(QV_HOST(5, QvshrOpenDefaultTree), "E_FAIL",
+                [](const DefaultConfigRecord*, IQvRegKey** out) { return Without(out, QV_E_FAIL); }),
+      MakePoint(
+          QV_HOST(6, QvshrWideToMultiByte), "null", [](auto...) { return nullptr; }, kBeginning),
+      MakePoint(
+          QV_HOST(7, QvshrGetDirectory), "0", [](auto...) { return 0; }, kFirstLastPart),
+      MakePoint(
+          QV_HOST(8, QvshrGetFileName), "0", [](auto...) { return 0; }, kFirstLastPart),
+      MakePoint(
+          QV_HOST(9, QvshrGetSpecialFolder), "0", [](auto...) { return 0; }, kWhichPlace),
+      MakePoint(
+          QV_HOST(10, QvshrGetSetting), "0", [](auto...) { return 0; }, kSetting),
+      MakePoint(QV_HOST(11, QvshrIsWebDeployment), "0", [](auto...) { return 0; }),
+      MakePoint(QV_HOST(12, QvshrNoDetachQuery), "not 0", [](auto...) { return 1; }),
   };
   AddObjects(points);
   return points;

@@ -10,13 +10,11 @@ namespace {
 
 Point JvmPoint(const FakeJvm& jvm, const char* name, const char* fault, FakeJvmEntry entry,
                int32_t FakeJvmScript::*field, int32_t value) {
-  Point point;
-  point.call = name;
-  point.fault = fault;
-  point.kind = PointKind::JavaVM;
-  point.count = [&jvm, entry] { return uint64_t{jvm.Count(entry)}; };
-  point.script = [&jvm, field, value](bool fails) { jvm.Script().*field = fails ? value : 0; };
-  return point;
+  return {.call = name,
+          .fault = fault,
+          .kind = PointKind::JavaVM,
+          .count = [&jvm, entry] { return uint64_t{jvm.Count(entry)}; },
+          .script = [&jvm, field, value](bool fails) { jvm.Script().*field = fails ? value : 0; }};
 }
 
 }  // namespace

@@ -9,15 +9,7 @@ namespace qvtest {
 
 namespace {
 
-constexpr auto kNoPurpose = [](auto...) { return std::string(); };
-
 std::wstring g_hostPath;
-
-// The last part of a path, for a purpose.
-std::string LastPart(const wchar_t* path) {
-  const std::wstring_view whole = path != nullptr ? path : L"<null>";
-  return ToUtf8(whole.substr(whole.find_last_of(L'\\') + 1));
-}
 
 std::string ModuleName(HMODULE module) {
   if (module == nullptr) return "host program";
@@ -25,6 +17,7 @@ std::string ModuleName(HMODULE module) {
   GetModuleFileNameW(module, path, MAX_PATH);
   return LastPart(path);
 }
+constexpr auto kModuleName = [](HMODULE module, auto...) { return ModuleName(module); };
 
 // ---- what a call does that goes well, where the real function must not be called ----
 
@@ -59,12 +52,7 @@ FARPROC WINAPI AnswerProcAddress(HMODULE module, const char* name) {
 }
 
 Point FoundPoint(const char* name, const char* fault, PointCalls& calls) {
-  Point point;
-  point.call = name;
-  point.fault = fault;
-  point.kind = PointKind::Found;
-  point.calls = &calls;
-  return point;
+  return {.call = name, .fault = fault, .kind = PointKind::Found, .calls = &calls};
 }
 
 std::atomic<int> g_boxes{0};
@@ -87,213 +75,100 @@ void WINAPI DropLine(const wchar_t*) {}
 void SetHostPath(const std::wstring& path) { g_hostPath = path; }
 int TakeBoxes() { return g_boxes.exchange(0); }
 
-#define QV_WINDOWS(Name) PointKind::Windows, #Name, static_cast<decltype(&::Name)>(nullptr)
-#define QV_STEADY(Name, why)                                                            \
-  Steady(MakePoint(                                                                     \
-             QV_WINDOWS(Name), "", [](auto... a) { return ::Name(a...); }, kNoPurpose), \
-         why)
+#define QV_WINDOWS(Name) PointKind::Windows, 0, #Name, static_cast<decltype(&::Name)>(nullptr)
+#define QV_STEADY(Name, why) Steady(MakePoint(QV_WINDOWS(Name), "", [](auto... a) { return ::Name(a...); }), why)
 
 std::vector<Point> WindowsPoints() {
   static constexpr char kLock[] = "it has no result";
   static constexpr char kOwn[] = "computes on the service's own memory";
   static constexpr char kQuestion[] = "every answer is an answer";
+  constexpr auto kPinOrRuntime = [](DWORD flags, auto...) {
+    return std::string((flags & GET_MODULE_HANDLE_EX_FLAG_PIN) != 0 ? "to stay loaded" : "the runtime");
+  };
+  constexpr auto kFolderOrBack = [](const wchar_t* folder) {
+    return std::string(folder != nullptr && LastPart(folder) == "hostdlls" ? "back" : "the runtime's");
+  };
+  constexpr auto kSetOrBack = [](DWORD, DWORD* before) { return std::string(before != nullptr ? "set" : "back"); };
+  constexpr auto kRememberOrForget = [](DWORD, void* value) {
+    return std::string(value != nullptr ? "remember" : "forget");
+  };
+  constexpr auto kMarkOrUnmark = [](DWORD, void* value) { return std::string(value != nullptr ? "mark" : "unmark"); };
+  constexpr auto kId = [](HINSTANCE, UINT id, auto...) { return std::to_string(id); };
   std::vector<Point> points = {
       // -- modules and their functions --
       MakePoint(
-          QV_WINDOWS(LoadLibraryA), "not found",
-          [](const char*) -> HMODULE {
-            SetLastError(ERROR_MOD_NOT_FOUND);
-            return nullptr;
-          },
-          [](const char* name) { return std::string(name); }),
+          QV_WINDOWS(LoadLibraryA), "not found", [](auto...) { return Refuse(ERROR_MOD_NOT_FOUND, nullptr); }, kFirst),
       MakePoint(
-          QV_WINDOWS(LoadLibraryW), "not found",
-          [](const wchar_t*) -> HMODULE {
-            SetLastError(ERROR_MOD_NOT_FOUND);
-            return nullptr;
-          },
-          [](const wchar_t* name) { return ToUtf8(name); }),
+          QV_WINDOWS(LoadLibraryW), "not found", [](auto...) { return Refuse(ERROR_MOD_NOT_FOUND, nullptr); }, kFirst),
       MakePoint(
           QV_WINDOWS(FreeLibrary), "done, but FALSE is answered",
-          [](HMODULE module) -> BOOL {
-            FreeLibrary(module);
-            SetLastError(ERROR_INVALID_HANDLE);
-            return FALSE;
-          },
-          [](HMODULE module) { return ModuleName(module); }),
+          [](HMODULE module) { return DoneBut(FreeLibrary(module), ERROR_INVALID_HANDLE); }, kModuleName),
       MakePoint(
-          QV_WINDOWS(GetProcAddress), "not found",
-          [](HMODULE, const char*) -> FARPROC {
-            SetLastError(ERROR_PROC_NOT_FOUND);
-            return nullptr;
-          },
+          QV_WINDOWS(GetProcAddress), "not found", [](auto...) { return Refuse(ERROR_PROC_NOT_FOUND, nullptr); },
           [](HMODULE, const char* name) { return std::string(name); }, &AnswerProcAddress),
       MakePoint(
-          QV_WINDOWS(GetModuleHandleW), "not loaded",
-          [](const wchar_t*) -> HMODULE {
-            SetLastError(ERROR_MOD_NOT_FOUND);
-            return nullptr;
-          },
-          [](const wchar_t* name) { return ToUtf8(name); }),
+          QV_WINDOWS(GetModuleHandleW), "not loaded", [](auto...) { return Refuse(ERROR_MOD_NOT_FOUND, nullptr); },
+          kFirst),
       MakePoint(
           QV_WINDOWS(GetModuleHandleExW), "FALSE",
-          [](DWORD, const wchar_t*, HMODULE* module) -> BOOL {
+          [](DWORD, const wchar_t*, HMODULE* module) {
             *module = nullptr;
-            SetLastError(ERROR_MOD_NOT_FOUND);
-            return FALSE;
+            return Refuse(ERROR_MOD_NOT_FOUND, FALSE);
           },
-          [](DWORD flags, const wchar_t*, HMODULE*) {
-            return std::string((flags & GET_MODULE_HANDLE_EX_FLAG_PIN) != 0 ? "to stay loaded" : "the runtime");
-          },
-          &AnswerModuleHandle),
+          kPinOrRuntime, &AnswerModuleHandle),
       MakePoint(
-          QV_WINDOWS(GetModuleFileNameW), "0",
-          [](HMODULE, wchar_t*, DWORD) -> DWORD {
-            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-            return 0;
-          },
-          [](HMODULE module, wchar_t*, DWORD) { return ModuleName(module); }, &AnswerModulePath),
+          QV_WINDOWS(GetModuleFileNameW), "0", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, 0U); }, kModuleName,
+          &AnswerModulePath),
       // -- environment, folders, files --
       MakePoint(
-          QV_WINDOWS(GetEnvironmentVariableW), "not found",
-          [](const wchar_t*, wchar_t*, DWORD) -> DWORD {
-            SetLastError(ERROR_ENVVAR_NOT_FOUND);
-            return 0;
-          },
-          [](const wchar_t* name, wchar_t*, DWORD) { return ToUtf8(name); }),
+          QV_WINDOWS(GetEnvironmentVariableW), "not found", [](auto...) { return Refuse(ERROR_ENVVAR_NOT_FOUND, 0U); },
+          kFirst),
       MakePoint(
-          QV_WINDOWS(SetEnvironmentVariableW), "FALSE",
-          [](const wchar_t*, const wchar_t*) -> BOOL {
-            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-            return FALSE;
-          },
-          [](const wchar_t* name, const wchar_t*) { return ToUtf8(name); }),
+          QV_WINDOWS(SetEnvironmentVariableW), "FALSE", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, FALSE); },
+          kFirst),
+      MakePoint(QV_WINDOWS(GetDllDirectoryW), "0", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, 0U); }),
       MakePoint(
-          QV_WINDOWS(GetDllDirectoryW), "0",
-          [](DWORD, wchar_t*) -> DWORD {
-            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-            return 0;
-          },
-          kNoPurpose),
-      MakePoint(
-          QV_WINDOWS(SetDllDirectoryW), "FALSE",
-          [](const wchar_t*) -> BOOL {
-            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-            return FALSE;
-          },
-          [](const wchar_t* folder) { return LastPart(folder) == "hostdlls" ? std::string("back") : "the runtime's"; }),
+          QV_WINDOWS(SetDllDirectoryW), "FALSE", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, FALSE); },
+          kFolderOrBack),
       MakePoint(
           QV_WINDOWS(GetFileAttributesW), "access denied",
-          [](const wchar_t*) -> DWORD {
-            SetLastError(ERROR_ACCESS_DENIED);
-            return INVALID_FILE_ATTRIBUTES;
-          },
-          [](const wchar_t* path) { return LastPart(path); }),
+          [](auto...) { return Refuse(ERROR_ACCESS_DENIED, INVALID_FILE_ATTRIBUTES); }, kFirstLastPart),
       MakePoint(
-          QV_WINDOWS(SetThreadErrorMode), "FALSE",
-          [](DWORD, DWORD*) -> BOOL {
-            SetLastError(ERROR_INVALID_PARAMETER);
-            return FALSE;
-          },
-          [](DWORD, DWORD* before) { return std::string(before != nullptr ? "set" : "back"); }),
+          QV_WINDOWS(SetThreadErrorMode), "FALSE", [](auto...) { return Refuse(ERROR_INVALID_PARAMETER, FALSE); },
+          kSetOrBack),
       // -- threads and their slots --
-      MakePoint(
-          QV_WINDOWS(TlsAlloc), "no slot left",
-          []() -> DWORD {
-            SetLastError(ERROR_NO_MORE_ITEMS);
-            return TLS_OUT_OF_INDEXES;
-          },
-          kNoPurpose),
-      MakePoint(
-          QV_WINDOWS(TlsFree), "done, but FALSE is answered",
-          [](DWORD slot) -> BOOL {
-            TlsFree(slot);
-            SetLastError(ERROR_INVALID_PARAMETER);
-            return FALSE;
-          },
-          kNoPurpose),
-      MakePoint(
-          QV_WINDOWS(TlsGetValue), "null",
-          [](DWORD) -> void* {
-            SetLastError(ERROR_INVALID_PARAMETER);
-            return nullptr;
-          },
-          kNoPurpose),
+      MakePoint(QV_WINDOWS(TlsAlloc), "no slot left", []() { return Refuse(ERROR_NO_MORE_ITEMS, TLS_OUT_OF_INDEXES); }),
+      MakePoint(QV_WINDOWS(TlsFree), "done, but FALSE is answered",
+                [](DWORD slot) { return DoneBut(TlsFree(slot), ERROR_INVALID_PARAMETER); }),
+      MakePoint(QV_WINDOWS(TlsGetValue), "null", [](DWORD) { return Refuse(ERROR_INVALID_PARAMETER, nullptr); }),
       MakePoint(
           QV_WINDOWS(TlsSetValue), "no memory",
-          [](DWORD slot, void* value) -> BOOL {
+          [](DWORD slot, void* value) {
             if (value == nullptr) TlsSetValue(slot, nullptr);  // which needs none
-            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-            return FALSE;
+            return Refuse(ERROR_NOT_ENOUGH_MEMORY, FALSE);
           },
-          [](DWORD, void* value) { return std::string(value != nullptr ? "remember" : "forget"); }),
+          kRememberOrForget),
+      MakePoint(QV_WINDOWS(FlsAlloc), "no slot left",
+                [](auto...) { return Refuse(ERROR_NO_MORE_ITEMS, FLS_OUT_OF_INDEXES); }),
+      MakePoint(QV_WINDOWS(FlsFree), "done, but FALSE is answered",
+                [](DWORD slot) { return DoneBut(FlsFree(slot), ERROR_INVALID_PARAMETER); }),
       MakePoint(
-          QV_WINDOWS(FlsAlloc), "no slot left",
-          [](PFLS_CALLBACK_FUNCTION) -> DWORD {
-            SetLastError(ERROR_NO_MORE_ITEMS);
-            return FLS_OUT_OF_INDEXES;
-          },
-          kNoPurpose),
-      MakePoint(
-          QV_WINDOWS(FlsFree), "done, but FALSE is answered",
-          [](DWORD slot) -> BOOL {
-            FlsFree(slot);
-            SetLastError(ERROR_INVALID_PARAMETER);
-            return FALSE;
-          },
-          kNoPurpose),
-      MakePoint(
-          QV_WINDOWS(FlsSetValue), "no memory",
-          [](DWORD, void*) -> BOOL {
-            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-            return FALSE;
-          },
-          [](DWORD, void* value) { return std::string(value != nullptr ? "mark" : "unmark"); }),
+          QV_WINDOWS(FlsSetValue), "no memory", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, FALSE); },
+          kMarkOrUnmark),
       // -- texts --
       MakePoint(
-          QV_WINDOWS(LoadStringW), "0",
-          [](HINSTANCE, UINT, wchar_t*, int) -> int {
-            SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
-            return 0;
-          },
-          [](HINSTANCE, UINT id, wchar_t*, int) { return std::to_string(id); }),
+          QV_WINDOWS(LoadStringW), "0", [](auto...) { return Refuse(ERROR_RESOURCE_NAME_NOT_FOUND, 0); }, kId),
+      MakePoint(PointKind::Windows, 0, "wsprintfW",
+                static_cast<int (*)(wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*)>(nullptr),
+                "0", [](auto...) { return Refuse(ERROR_INVALID_PARAMETER, 0); }),
       MakePoint(
-          PointKind::Windows, "wsprintfW",
-          static_cast<int (*)(wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*)>(nullptr), "0",
-          [](wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*) -> int {
-            SetLastError(ERROR_INVALID_PARAMETER);
-            return 0;
-          },
-          kNoPurpose),
-      MakePoint(
-          QV_WINDOWS(MessageBoxW), "no memory",
-          [](HWND, const wchar_t*, const wchar_t*, UINT) -> int {
-            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-            return 0;
-          },
-          kNoPurpose, &CountBox),
-      MakePoint(
-          QV_WINDOWS(MultiByteToWideChar), "0",
-          [](UINT, DWORD, const char*, int, wchar_t*, int) -> int {
-            SetLastError(ERROR_INVALID_PARAMETER);
-            return 0;
-          },
-          kNoPurpose),
-      MakePoint(
-          QV_WINDOWS(OpenFileMappingW), "access denied",
-          [](DWORD, BOOL, const wchar_t*) -> HANDLE {
-            SetLastError(ERROR_ACCESS_DENIED);
-            return nullptr;
-          },
-          kNoPurpose),
-      MakePoint(
-          QV_WINDOWS(CloseHandle), "done, but FALSE is answered",
-          [](HANDLE handle) -> BOOL {
-            CloseHandle(handle);
-            SetLastError(ERROR_INVALID_HANDLE);
-            return FALSE;
-          },
-          kNoPurpose),
+          QV_WINDOWS(MessageBoxW), "no memory", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, 0); }, kNoPurpose,
+          &CountBox),
+      MakePoint(QV_WINDOWS(MultiByteToWideChar), "0", [](auto...) { return Refuse(ERROR_INVALID_PARAMETER, 0); }),
+      MakePoint(QV_WINDOWS(OpenFileMappingW), "access denied",
+                [](auto...) { return Refuse(ERROR_ACCESS_DENIED, nullptr); }),
+      MakePoint(QV_WINDOWS(CloseHandle), "done, but FALSE is answered",
+                [](HANDLE handle) { return DoneBut(CloseHandle(handle), ERROR_INVALID_HANDLE); }),
       Steady(MakePoint(
                  QV_WINDOWS(OutputDebugStringW), "", [](const wchar_t*) {}, kNoPurpose, &DropLine),
              kLock),
@@ -313,10 +188,8 @@ std::vector<Point> WindowsPoints() {
       QV_STEADY(IsDebuggerPresent, kQuestion),
       QV_STEADY(CharLowerW, kOwn),
       QV_STEADY(lstrcpynW, kOwn),
+      Steady({.call = "__C_specific_handler"}, "the system calls it when the JVM's creation raises"),
   };
-  Point handler;
-  handler.call = "__C_specific_handler";
-  points.push_back(Steady(std::move(handler), "the system calls it when the JVM's creation raises"));
   return points;
 }
 
