@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstring>
 #include <string>
+#include <type_traits>
 
 #include "tests/reliability/soak/walker.h"
 #include "tests/support/text.h"
@@ -14,6 +15,7 @@ namespace {
 
 constexpr int32_t kFailed = QV_CODE_CALL_FAILED;
 constexpr char kTextToText[] = "(Ljava/lang/String;)Ljava/lang/String;";
+constexpr char kObjectToObject[] = "(Ljava/lang/Object;)Ljava/lang/Object;";
 
 // Of members that are not there: names and signatures. Each is harmless to JNI, and none of them names a method.
 struct Missing {
@@ -42,9 +44,12 @@ constexpr Missing kMissing[] = {
     {"staticBoolean", "(Z)Z"},
 };
 
+// What a call without a result has as one.
+struct None {};
+
 template <class Value>
 bool SameBits(Value left, Value right) {
-  return std::memcmp(&left, &right, sizeof(Value)) == 0;
+  return std::is_empty_v<Value> || std::memcmp(&left, &right, sizeof(Value)) == 0;
 }
 
 enum class Way { Right, Throws, Missing, NullClass, NullObject, NullName, NullResult };
@@ -58,6 +63,62 @@ Way ChooseWay(Random& random, bool blocked) {
 
 }  // namespace
 
+// A member to call. Static ones have no object.
+struct Walker::Target {
+  qv_jclass cls;
+  qv_jobject object;
+  const char* method;
+  const char* signature;
+};
+
+// `call` hands a result's place and a target on to the slot, with the arguments that `right` takes.
+template <class Value, class Call, class Check>
+void Walker::CallTyped(int slot, const Target& right, const std::string& what, const Target& throwing,
+                       const wchar_t* thrown, const Target& missing, Call&& call, Check&& check) {
+  Value untouched;
+  std::memset(static_cast<void*>(&untouched), 0x5A, sizeof(untouched));
+  Value result = untouched;
+  switch (const Way way = ChooseWay(m_random, Blocked())) {
+    case Way::Right:
+      Begin(slot, "%s %s", right.method, what.c_str());
+      Prologue();
+      Succeeds(call(&result, right));
+      return check(result);
+    case Way::Throws:
+      Begin(slot, "%s, which throws", throwing.method);
+      Prologue();
+      Fails(call(&result, throwing), {thrown, true, kFailed});
+      Is(std::is_empty_v<Value> || SameBits(result, Value{}), "the value of a call that threw");
+      return;
+    case Way::Missing:
+      Begin(slot, "\"%s\" \"%s\", which is not there", missing.method, missing.signature);
+      Prologue();
+      Fails(call(&result, missing), {L"java.lang.NoSuchMethodError", false, kFailed});
+      break;
+    default: {
+      // Where there is no such argument the name is null.
+      Target null = right;
+      const bool noResult = way == Way::NullResult && !std::is_empty_v<Value>;
+      if (way == Way::NullClass) {
+        null.cls = nullptr;
+      } else if (way == Way::NullObject && right.object != nullptr) {
+        null.object = nullptr;
+      } else if (!noResult) {
+        null.method = nullptr;
+      }
+      Begin(slot, "null, way %d", static_cast<int>(way));
+      Prologue();
+      Rejects(call(noResult ? nullptr : &result, null));
+    }
+  }
+  Is(SameBits(result, untouched), "the result was touched");
+}
+
+Walker::Target Walker::MissingMethod() {
+  const Missing& missing = m_random.OneOf(kMissing);
+  return {m_world.echo, m_world.echoObject, missing.name, missing.signature};
+}
+
 template <class Value, class Passed>
 void Walker::CallValue(const ValueCalls<Value>& calls, Passed passed, Value expected) {
   std::string method = std::string("of") + calls.type;
@@ -65,44 +126,16 @@ void Walker::CallValue(const ValueCalls<Value>& calls, Passed passed, Value expe
   const std::string fault = std::string("()") + calls.letter;
   const std::string echo = std::string("(") + calls.letter + ")" + calls.letter;
   const uint32_t entry = m_random.Below(2);
-  const auto call = calls.calls[entry];
-  const int slot = calls.slot + static_cast<int>(entry);
-  const Way way = ChooseWay(m_random, Blocked());
-  Value untouched;
-  std::memset(&untouched, 0x5A, sizeof(untouched));
-  Value result = untouched;
   uint64_t bits = 0;
   std::memcpy(&bits, &expected, sizeof(expected));
-  switch (way) {
-    case Way::Right:
-      Begin(slot, "%s with the bits 0x%llx", method.c_str(), static_cast<unsigned long long>(bits));
-      Prologue();
-      Succeeds((m_vm->*call)(&result, m_world.echo, m_world.echoObject, method.c_str(), echo.c_str(), passed));
-      Is(SameBits(result, expected), "another value");
-      return;
-    case Way::Throws:
-      Begin(slot, "%s of what throws", method.c_str());
-      Prologue();
-      Fails((m_vm->*call)(&result, m_world.faults, m_world.faultsObject, method.c_str(), fault.c_str()),
-            {L"java.lang.IllegalStateException: " + ToWide(calls.type), true, kFailed});
-      Is(SameBits(result, Value{}), "the value of a call that threw");
-      return;
-    case Way::Missing: {
-      const Missing& missing = m_random.OneOf(kMissing);
-      Begin(slot, "\"%s\" \"%s\", which is not there", missing.name, missing.signature);
-      Prologue();
-      Fails((m_vm->*call)(&result, m_world.echo, m_world.echoObject, missing.name, missing.signature, passed),
-            {L"java.lang.NoSuchMethodError", false, kFailed});
-      break;
-    }
-    default:
-      Begin(slot, "null, way %d", static_cast<int>(way));
-      Prologue();
-      Rejects((m_vm->*call)(way == Way::NullResult ? nullptr : &result, way == Way::NullClass ? nullptr : m_world.echo,
-                            way == Way::NullObject ? nullptr : m_world.echoObject,
-                            way == Way::NullName ? nullptr : method.c_str(), echo.c_str(), passed));
-  }
-  Is(SameBits(result, untouched), "the result was touched");
+  CallTyped<Value>(
+      calls.slot + static_cast<int>(entry), {m_world.echo, m_world.echoObject, method.c_str(), echo.c_str()},
+      "with the bits " + std::to_string(bits), {m_world.faults, m_world.faultsObject, method.c_str(), fault.c_str()},
+      (L"java.lang.IllegalStateException: " + ToWide(calls.type)).c_str(), MissingMethod(),
+      [&](Value* result, const Target& of) {
+        return (m_vm->*calls.calls[entry])(result, of.cls, of.object, of.method, of.signature, passed);
+      },
+      [&](Value result) { Is(SameBits(result, expected), "another value"); });
 }
 
 void Walker::CallInt() {
@@ -147,190 +180,84 @@ void Walker::CallLong() {
   CallValue<int64_t>({36, {&IQV_JavaVM::CallLongMethod, &IQV_JavaVM::CallLongMethod2}, "long", 'J'}, value, value);
 }
 
-// On an object that remembers.
+// On an object that remembers; nothing is made while an exception is pending.
 void Walker::CallVoid() {
   const bool second = m_random.OneIn(2);
   const auto call = second ? &IQV_JavaVM::CallVoidMethod2 : &IQV_JavaVM::CallVoidMethod;
-  const int slot = second ? 31 : 30;
-  // Nothing is made while an exception is pending.
   const Held* const held = m_pending ? nullptr : &Some(Kind::Tracked);
-  switch (const Way way = ChooseWay(m_random, Blocked())) {
-    case Way::Right: {
-      if (held == nullptr) return CallStaticVoid();
-      const auto value = static_cast<int32_t>(m_random.Next());
-      Begin(slot, "put %d", static_cast<int>(value));
-      Prologue();
-      Succeeds((m_vm->*call)(m_world.tracked, held->reference, "put", "(I)V", value));
-      int32_t seen = 0;
-      Succeeds(m_vm->CallIntMethod(&seen, m_world.tracked, held->reference, "get", "()I"));
-      Is(seen == value, "another value was put");
-      Succeeds(m_vm->CallIntMethod(&seen, m_world.tracked, held->reference, "id", "()I"));
-      Is(seen == held->id, "another object");
-      return;
-    }
-    case Way::Throws:
-      Begin(slot, "what throws");
-      Prologue();
-      return Fails((m_vm->*call)(m_world.faults, m_world.faultsObject, "ofVoid", "()V"),
-                   {L"java.lang.IllegalStateException: void", true, kFailed});
-    case Way::Missing: {
-      const Missing& missing = m_random.OneOf(kMissing);
-      Begin(slot, "\"%s\" \"%s\", which is not there", missing.name, missing.signature);
-      Prologue();
-      return Fails((m_vm->*call)(m_world.echo, m_world.echoObject, missing.name, missing.signature),
-                   {L"java.lang.NoSuchMethodError", false, kFailed});
-    }
-    default:
-      Begin(slot, "null, way %d", static_cast<int>(way));
-      Prologue();
-      Rejects((m_vm->*call)(way == Way::NullClass ? nullptr : m_world.echo,
-                            way == Way::NullObject ? nullptr : m_world.echoObject,
-                            way == Way::NullClass || way == Way::NullObject ? "keep" : nullptr, "(Ljava/lang/String;)V",
-                            static_cast<qv_jobject>(nullptr)));
-  }
+  const int64_t value = held != nullptr ? static_cast<int32_t>(m_random.Next()) : 0;
+  Target right{m_world.echo, m_world.echoObject, "keep", "(Ljava/lang/String;)V"};
+  if (held != nullptr) right = {m_world.tracked, held->reference, "put", "(I)V"};
+  CallTyped<None>(
+      second ? 31 : 30, right, std::to_string(value), {m_world.faults, m_world.faultsObject, "ofVoid", "()V"},
+      L"java.lang.IllegalStateException: void", MissingMethod(),
+      [&](None*, const Target& of) { return (m_vm->*call)(of.cls, of.object, of.method, of.signature, value); },
+      [&](None) {
+        if (held == nullptr) return;
+        int32_t seen = 0;
+        Succeeds(m_vm->CallIntMethod(&seen, m_world.tracked, held->reference, "get", "()I"));
+        Is(seen == value, "another value was put");
+        Succeeds(m_vm->CallIntMethod(&seen, m_world.tracked, held->reference, "id", "()I"));
+        Is(seen == held->id, "another object");
+      });
+}
+
+// The object that came back, which is the one that went.
+void Walker::IsAndGoes(qv_jobject result, qv_jobject expected) {
+  const bool right = expected == nullptr ? result == nullptr : result != nullptr && Same(result, expected);
+  if (Is(right, "another object")) m_env->DeleteLocalRef(static_cast<jobject>(result));
 }
 
 void Walker::CallObject() {
   const bool second = m_random.OneIn(2);
   const auto call = second ? &IQV_JavaVM::CallObjectMethod2 : &IQV_JavaVM::CallObjectMethod;
-  const int slot = second ? 33 : 32;
   const bool null = m_pending || m_random.OneIn(8);
   qv_jobject const argument = null ? nullptr : Some(m_random.OneIn(2) ? Kind::Bytes : Kind::Tracked).reference;
-  qv_jobject result = this;
-  switch (const Way way = ChooseWay(m_random, Blocked())) {
-    case Way::Right:
-      Begin(slot, "ofObject with %s", null ? "null" : "an object");
-      result = nullptr;
-      Prologue();
-      Succeeds((m_vm->*call)(&result, m_world.echo, m_world.echoObject, "ofObject",
-                             "(Ljava/lang/Object;)Ljava/lang/Object;", argument));
-      if (Is(null ? result == nullptr : result != nullptr && Same(result, argument), "another object"))
-        m_env->DeleteLocalRef(static_cast<jobject>(result));
-      return;
-    case Way::Throws:
-      Begin(slot, "what throws");
-      Prologue();
-      Fails((m_vm->*call)(&result, m_world.faults, m_world.faultsObject, "ofObject", "()Ljava/lang/Object;"),
-            {L"java.lang.IllegalStateException: object", true, kFailed});
-      Is(result == nullptr, "null of a call that threw");
-      return;
-    case Way::Missing: {
-      const Missing& missing = m_random.OneOf(kMissing);
-      Begin(slot, "\"%s\" \"%s\", which is not there", missing.name, missing.signature);
-      Prologue();
-      Fails((m_vm->*call)(&result, m_world.echo, m_world.echoObject, missing.name, missing.signature, argument),
-            {L"java.lang.NoSuchMethodError", false, kFailed});
-      break;
-    }
-    default:
-      Begin(slot, "null, way %d", static_cast<int>(way));
-      Prologue();
-      Rejects((m_vm->*call)(way == Way::NullResult ? nullptr : &result, way == Way::NullClass ? nullptr : m_world.echo,
-                            way == Way::NullObject ? nullptr : m_world.echoObject,
-                            way == Way::NullName ? nullptr : "ofString", kTextToText, argument));
-  }
-  Is(result == this, "the result was touched");
+  CallTyped<qv_jobject>(
+      second ? 33 : 32, {m_world.echo, m_world.echoObject, "ofObject", kObjectToObject}, null ? "null" : "an object",
+      {m_world.faults, m_world.faultsObject, "ofObject", "()Ljava/lang/Object;"},
+      L"java.lang.IllegalStateException: object", MissingMethod(),
+      [&](qv_jobject* result, const Target& of) {
+        return (m_vm->*call)(result, of.cls, of.object, of.method, of.signature, argument);
+      },
+      [&](qv_jobject result) { IsAndGoes(result, argument); });
 }
 
-// -- static --
+// -- static: an instance method is not there --
 
 void Walker::CallStaticBoolean() {
-  int32_t result = 7;
   const int32_t value = m_random.OneIn(2) ? 1 : 0;
-  switch (const Way way = ChooseWay(m_random, Blocked())) {
-    case Way::Right:
-      Begin(38, "%d", static_cast<int>(value));
-      Prologue();
-      Succeeds(m_vm->CallStaticBooleanMethod(&result, m_world.echo, "staticBoolean", "(Z)Z", value));
-      Is(result == value, "another value");
-      return;
-    case Way::Throws:
-      Begin(38, "what throws");
-      Prologue();
-      Fails(m_vm->CallStaticBooleanMethod(&result, m_world.faults, "ofStaticBoolean", "()Z"),
-            {L"java.lang.IllegalStateException: static boolean", true, kFailed});
-      Is(result == 0, "the value of a call that threw");
-      return;
-    case Way::Missing:
-      Begin(38, "an instance method");
-      Prologue();
-      Fails(m_vm->CallStaticBooleanMethod(&result, m_world.echo, "ofBoolean", "(Z)Z", value),
-            {L"java.lang.NoSuchMethodError", false, kFailed});
-      break;
-    default:
-      Begin(38, "null, way %d", static_cast<int>(way));
-      Prologue();
-      Rejects(m_vm->CallStaticBooleanMethod(
-          way == Way::NullResult ? nullptr : &result, way == Way::NullClass ? nullptr : m_world.echo,
-          way == Way::NullName || way == Way::NullObject ? nullptr : "staticBoolean", "(Z)Z", value));
-  }
-  Is(result == 7, "the result was touched");
+  CallTyped<int32_t>(
+      38, {m_world.echo, nullptr, "staticBoolean", "(Z)Z"}, std::to_string(value),
+      {m_world.faults, nullptr, "ofStaticBoolean", "()Z"}, L"java.lang.IllegalStateException: static boolean",
+      {m_world.echo, nullptr, "ofBoolean", "(Z)Z"},
+      [&](int32_t* result, const Target& of) {
+        return m_vm->CallStaticBooleanMethod(result, of.cls, of.method, of.signature, value);
+      },
+      [&](int32_t result) { Is(result == value, "another value"); });
 }
 
 void Walker::CallStaticObject() {
-  qv_jobject result = this;
-  switch (const Way way = ChooseWay(m_random, Blocked())) {
-    case Way::Right:
-      Begin(39, "an object");
-      result = nullptr;
-      Prologue();
-      Succeeds(m_vm->CallStaticObjectMethod(&result, m_world.echo, "staticObject",
-                                            "(Ljava/lang/Object;)Ljava/lang/Object;", m_world.integerObject));
-      if (Is(result != nullptr && Same(result, m_world.integerObject), "another object")) {
-        m_env->DeleteLocalRef(static_cast<jobject>(result));
-      }
-      return;
-    case Way::Throws:
-      Begin(39, "what throws");
-      Prologue();
-      Fails(m_vm->CallStaticObjectMethod(&result, m_world.faults, "ofStaticObject", "()Ljava/lang/Object;"),
-            {L"java.lang.IllegalStateException: static object", true, kFailed});
-      Is(result == nullptr, "null of a call that threw");
-      return;
-    case Way::Missing:
-      Begin(39, "an instance method");
-      Prologue();
-      Fails(m_vm->CallStaticObjectMethod(&result, m_world.echo, "ofString", kTextToText, m_world.integerObject),
-            {L"java.lang.NoSuchMethodError", false, kFailed});
-      break;
-    default:
-      Begin(39, "null, way %d", static_cast<int>(way));
-      Prologue();
-      Rejects(m_vm->CallStaticObjectMethod(way == Way::NullResult ? nullptr : &result,
-                                           way == Way::NullClass ? nullptr : m_world.echo,
-                                           way == Way::NullName || way == Way::NullObject ? nullptr : "staticObject",
-                                           "(Ljava/lang/Object;)Ljava/lang/Object;", m_world.integerObject));
-  }
-  Is(result == this, "the result was touched");
+  CallTyped<qv_jobject>(
+      39, {m_world.echo, nullptr, "staticObject", kObjectToObject}, "an object",
+      {m_world.faults, nullptr, "ofStaticObject", "()Ljava/lang/Object;"},
+      L"java.lang.IllegalStateException: static object", {m_world.echo, nullptr, "ofString", kTextToText},
+      [&](qv_jobject* result, const Target& of) {
+        return m_vm->CallStaticObjectMethod(result, of.cls, of.method, of.signature, m_world.integerObject);
+      },
+      [&](qv_jobject result) { IsAndGoes(result, m_world.integerObject); });
 }
 
+// What throws is an exception whose text cannot be had.
 void Walker::CallStaticVoid() {
-  switch (const Way way = ChooseWay(m_random, Blocked())) {
-    case Way::Right:
-      Begin(40, "an object");
-      Prologue();
-      return Succeeds(m_vm->CallStaticVoidMethod(m_world.echo, "staticKeep", "(Ljava/lang/String;)V",
-                                                 static_cast<qv_jobject>(nullptr)));
-    case Way::Throws: {
-      // Exceptions whose text cannot be had.
-      const bool null = m_random.OneIn(2);
-      Begin(40, null ? "a throwable without a text" : "a throwable whose text throws");
-      Prologue();
-      return Fails(m_vm->CallStaticVoidMethod(m_world.faults, null ? "throwNullText" : "throwFailingText", "()V"),
-                   {L"QVJava Unknown Exception", true, kFailed});
-    }
-    case Way::Missing:
-      Begin(40, "an instance method");
-      Prologue();
-      return Fails(m_vm->CallStaticVoidMethod(m_world.echo, "keep", "(Ljava/lang/String;)V", m_world.integerObject),
-                   {L"java.lang.NoSuchMethodError", false, kFailed});
-    default:
-      Begin(40, "null, way %d", static_cast<int>(way));
-      Prologue();
-      Rejects(m_vm->CallStaticVoidMethod(way == Way::NullClass ? nullptr : m_world.echo,
-                                         way == Way::NullClass ? "staticKeep" : nullptr, "(Ljava/lang/String;)V",
-                                         static_cast<qv_jobject>(nullptr)));
-  }
+  CallTyped<None>(
+      40, {m_world.echo, nullptr, "staticKeep", "(Ljava/lang/String;)V"}, "null",
+      {m_world.faults, nullptr, m_random.OneIn(2) ? "throwNullText" : "throwFailingText", "()V"},
+      L"QVJava Unknown Exception", {m_world.echo, nullptr, "keep", "(Ljava/lang/String;)V"},
+      [&](None*, const Target& of) {
+        return m_vm->CallStaticVoidMethod(of.cls, of.method, of.signature, static_cast<qv_jobject>(nullptr));
+      },
+      [](None) {});
 }
 
 // A text of the caller's becomes the record, cut where a record ends.
@@ -343,60 +270,43 @@ void Walker::ThrowText() {
   m_env->DeleteLocalRef(static_cast<jobject>(text.reference));
 }
 
-void Walker::GetStaticInt() {
-  struct Field {
-    const char* name;
-    int32_t value;
-  };
-  static constexpr Field kFields[] = {{"intSmallest", INT32_MIN}, {"intLargest", INT32_MAX}, {"intMinusOne", -1}};
-  int32_t result = 7;
-  const Field& field = m_random.OneOf(kFields);
+template <class Value>
+void Walker::GetField(int slot, int32_t (IQV_JavaVM::*get)(Value*, qv_jclass, const char*) noexcept,
+                      std::initializer_list<std::pair<const char*, Value>> fields,
+                      std::initializer_list<const char*> missing) {
+  Value result = 7;
+  const auto& [name, value] = m_random.OneOf(fields);
   if (Blocked() || m_random.OneIn(8)) {
     const uint32_t which = m_random.Below(3);
-    Begin(41, "null, argument %u", which);
+    Begin(slot, "null, argument %u", which);
     Prologue();
-    Rejects(m_vm->GetStaticIntField(which == 0 ? nullptr : &result, which == 1 ? nullptr : m_world.echo,
-                                    which == 2 ? nullptr : field.name));
-    Is(result == 7, "the result was touched");
+    Rejects(
+        (m_vm->*get)(which == 0 ? nullptr : &result, which == 1 ? nullptr : m_world.echo, which == 2 ? nullptr : name));
+  } else if (m_random.OneIn(8)) {
+    const char* const none = m_random.OneOf(missing);
+    Begin(slot, "\"%s\", which is not there", none);
+    Prologue();
+    Fails((m_vm->*get)(&result, m_world.echo, none), {L"java.lang.NoSuchFieldError", false, kFailed});
+  } else {
+    Begin(slot, "\"%s\"", name);
+    Prologue();
+    Succeeds((m_vm->*get)(&result, m_world.echo, name));
+    Is(result == value, "another value");
     return;
   }
-  if (m_random.OneIn(8)) {
-    static constexpr const char* kNone[] = {"isNotThere", "shortLargest", "", "made"};
-    const char* const name = m_random.OneOf(kNone);
-    Begin(41, "\"%s\"", name);
-    Prologue();
-    Fails(m_vm->GetStaticIntField(&result, m_world.echo, name), {L"java.lang.NoSuchFieldError", false, kFailed});
-    Is(result == 7, "the result was touched");
-    return;
-  }
-  Begin(41, "\"%s\"", field.name);
-  Prologue();
-  Succeeds(m_vm->GetStaticIntField(&result, m_world.echo, field.name));
-  Is(result == field.value, "another value");
+  Is(result == 7, "the result was touched");
+}
+
+void Walker::GetStaticInt() {
+  GetField<int32_t>(41, &IQV_JavaVM::GetStaticIntField,
+                    {{"intSmallest", INT32_MIN}, {"intLargest", INT32_MAX}, {"intMinusOne", -1}},
+                    {"isNotThere", "shortLargest", "", "made"});
 }
 
 void Walker::GetStaticShort() {
-  int16_t result = 7;
-  if (Blocked() || m_random.OneIn(8)) {
-    Begin(42, "null");
-    Prologue();
-    Rejects(m_vm->GetStaticShortField(&result, m_random.OneIn(2) ? nullptr : m_world.echo, nullptr));
-    Is(result == 7, "the result was touched");
-    return;
-  }
-  if (m_random.OneIn(8)) {
-    Begin(42, "an int field");
-    Prologue();
-    Fails(m_vm->GetStaticShortField(&result, m_world.echo, "intMinusOne"),
-          {L"java.lang.NoSuchFieldError", false, kFailed});
-    Is(result == 7, "the result was touched");
-    return;
-  }
-  const bool smallest = m_random.OneIn(2);
-  Begin(42, "%s", smallest ? "shortSmallest" : "shortLargest");
-  Prologue();
-  Succeeds(m_vm->GetStaticShortField(&result, m_world.echo, smallest ? "shortSmallest" : "shortLargest"));
-  Is(result == (smallest ? INT16_MIN : INT16_MAX), "another value");
+  GetField<int16_t>(42, &IQV_JavaVM::GetStaticShortField,
+                    {{"shortSmallest", int16_t{INT16_MIN}}, {"shortLargest", int16_t{INT16_MAX}}},
+                    {"isNotThere", "intMinusOne", "", "made"});
 }
 
 }  // namespace qvtest

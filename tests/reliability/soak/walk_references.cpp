@@ -1,5 +1,6 @@
 // Slots 7 to 19 and 43 to 47: references, classes, strings, construction, arrays.
 #include <algorithm>
+#include <sstream>
 
 #include "tests/reliability/soak/walker.h"
 #include "tests/support/text.h"
@@ -12,6 +13,14 @@ constexpr wchar_t kCanary = 0xABCD;
 
 }  // namespace
 
+// Without its argument an operation fails, and what it gives is nothing.
+template <class Out, class Call>
+void Walker::WithNull(int slot, const Out* out, Call&& call) {
+  Begin(slot, "null");
+  FailsSilently(call());
+  Is(*out == Out{}, "nothing without an argument");
+}
+
 void Walker::CastReference() {
   Begin(7, "a reference");
   qv_jobject const given = m_random.OneIn(2) ? m_world.echo : nullptr;
@@ -20,30 +29,25 @@ void Walker::CastReference() {
   Is(out == given, "the reference unchanged");
 }
 
+void Walker::Delete(int slot, int32_t (IQV_JavaVM::*call)(qv_jobject) noexcept, std::vector<Held>& held) {
+  if (held.empty() || m_random.OneIn(10)) {
+    Begin(slot, "null");
+    return Succeeds((m_vm->*call)(nullptr));
+  }
+  const uint32_t index = m_random.Below(held.size());
+  Begin(slot, "reference %u of %zu", index, held.size());
+  Succeeds((m_vm->*call)(held[index].reference));
+  held.erase(held.begin() + index);
+}
+
 void Walker::DeleteLocal() {
   static constexpr int32_t (IQV_JavaVM::*kSlots[])(qv_jobject) noexcept = {
       &IQV_JavaVM::DeleteLocalRef, &IQV_JavaVM::DeleteLocalRef2, &IQV_JavaVM::DeleteLocalRef3};
   const uint32_t which = m_random.Below(3);
-  if (m_locals.empty() || m_random.OneIn(10)) {
-    Begin(8 + static_cast<int>(which), "null");
-    return Succeeds((m_vm->*kSlots[which])(nullptr));
-  }
-  const uint32_t index = m_random.Below(m_locals.size());
-  Begin(8 + static_cast<int>(which), "reference %u of %zu", index, m_locals.size());
-  Succeeds((m_vm->*kSlots[which])(m_locals[index].reference));
-  m_locals.erase(m_locals.begin() + index);
+  Delete(8 + static_cast<int>(which), kSlots[which], m_locals);
 }
 
-void Walker::DeleteGlobal() {
-  if (m_globals.empty() || m_random.OneIn(10)) {
-    Begin(11, "null");
-    return Succeeds(m_vm->DeleteGlobalRef(nullptr));
-  }
-  const uint32_t index = m_random.Below(m_globals.size());
-  Begin(11, "reference %u of %zu", index, m_globals.size());
-  Succeeds(m_vm->DeleteGlobalRef(m_globals[index].reference));
-  m_globals.erase(m_globals.begin() + index);
-}
+void Walker::DeleteGlobal() { Delete(11, &IQV_JavaVM::DeleteGlobalRef, m_globals); }
 
 // Clears what is pending in any case. The names that are not there are few: a JVM remembers each that it has looked
 // for.
@@ -59,12 +63,7 @@ void Walker::FindClass() {
   static constexpr const char* kOddNames[] = {
       "", "java.lang.String", "/", "java/lang/string", "[", "[Q", "qvtest/", "no such thing", "\x01\x7F", "(I)V"};
   qv_jclass out = this;
-  if (m_random.OneIn(10)) {
-    Begin(12, "null");
-    FailsSilently(m_vm->FindClass(&out, nullptr));
-    Is(out == nullptr, "null without a name");
-    return;
-  }
+  if (m_random.OneIn(10)) return WithNull(12, &out, [&] { return m_vm->FindClass(&out, nullptr); });
   if (!m_random.OneIn(4)) {
     const Known& known = m_random.OneOf(kKnown);
     Begin(12, "\"%s\"", known.name);
@@ -92,12 +91,7 @@ void Walker::FindClass() {
 
 void Walker::NewGlobal() {
   qv_jobject out = this;
-  if (m_random.OneIn(10)) {
-    Begin(13, "null");
-    FailsSilently(m_vm->NewGlobalRef(&out, nullptr));
-    Is(out == nullptr, "null of null");
-    return;
-  }
+  if (m_random.OneIn(10)) return WithNull(13, &out, [&] { return m_vm->NewGlobalRef(&out, nullptr); });
   Held held = Some(m_random.OneIn(2) ? Kind::String : Kind::Tracked);
   Begin(13, "a reference of kind %d", static_cast<int>(held.kind));
   Succeeds(m_vm->NewGlobalRef(&out, held.reference));
@@ -109,26 +103,17 @@ void Walker::NewGlobal() {
 }
 
 void Walker::NewString() {
+  qv_jstring out = this;
+  if (m_random.OneIn(20)) return WithNull(14, &out, [&] { return m_vm->NewString(&out, nullptr); });
   const std::wstring text = RandomText();
   Begin(14, "a text of %zu units", text.size());
-  qv_jstring out = this;
-  if (m_random.OneIn(20)) {
-    FailsSilently(m_vm->NewString(&out, nullptr));
-    Is(out == nullptr, "null without a text");
-    return;
-  }
   Succeeds(m_vm->NewString(&out, text.c_str()));
   if (Is(TextIs(out, text), "another text")) Keep({.reference = out, .kind = Kind::String, .text = text});
 }
 
 void Walker::GetStringLength() {
   int32_t length = 7;
-  if (m_random.OneIn(10)) {
-    Begin(15, "null");
-    FailsSilently(m_vm->GetStringLength(&length, nullptr));
-    Is(length == 0, "0 without a string");
-    return;
-  }
+  if (m_random.OneIn(10)) return WithNull(15, &length, [&] { return m_vm->GetStringLength(&length, nullptr); });
   const Held& held = Some(Kind::String);
   Begin(15, "a string of %zu units", held.text.size());
   Succeeds(m_vm->GetStringLength(&length, held.reference));
@@ -136,13 +121,8 @@ void Walker::GetStringLength() {
 }
 
 void Walker::GetStringChars() {
-  if (m_random.OneIn(10)) {
-    Begin(16, "null");
-    wchar_t buffer[] = L"x";
-    FailsSilently(m_vm->GetStringChars(buffer, nullptr, nullptr));
-    Is(buffer[0] == L'\0', "empty without a string");
-    return;
-  }
+  wchar_t none = L'x';
+  if (m_random.OneIn(10)) return WithNull(16, &none, [&] { return m_vm->GetStringChars(&none, nullptr, nullptr); });
   const Held& held = Some(Kind::String);
   int32_t size = static_cast<int32_t>(m_random.Next());
   Begin(16, "size %d, a string of %zu units", static_cast<int>(size), held.text.size());
@@ -153,12 +133,7 @@ void Walker::GetStringChars() {
 
 void Walker::GetStringValue() {
   auto* text = reinterpret_cast<IQvString*>(this);
-  if (m_random.OneIn(10)) {
-    Begin(17, "null");
-    FailsSilently(m_vm->GetStringValue(&text, nullptr));
-    Is(text == nullptr, "null without a string");
-    return;
-  }
+  if (m_random.OneIn(10)) return WithNull(17, &text, [&] { return m_vm->GetStringValue(&text, nullptr); });
   const bool embedded = m_random.OneIn(10);
   const std::wstring units(L"before\0after", 12);
   const Held held = embedded ? MakeString(units) : Held(Some(Kind::String));
@@ -172,15 +147,9 @@ void Walker::NewObject() {
   qv_jobject out = this;
   switch (m_random.Below(8)) {
     case 0:
-      Begin(18, "a null class");
-      FailsSilently(m_vm->NewObject(&out, nullptr, "()"));
-      Is(out == nullptr, "null without a class");
-      return;
+      return WithNull(18, &out, [&] { return m_vm->NewObject(&out, nullptr, "()"); });
     case 1:
-      Begin(18, "a null signature");
-      FailsSilently(m_vm->NewObject(&out, m_world.echo, nullptr));
-      Is(out == nullptr, "null without a signature");
-      return;
+      return WithNull(18, &out, [&] { return m_vm->NewObject(&out, m_world.echo, nullptr); });
     case 2: {
       static constexpr const char* kMissing[] = {"(J)", "", "(", "()V", "(Ljava/lang/String)", "(II", "\x01"};
       const char* const signature = m_random.OneOf(kMissing);
@@ -217,16 +186,15 @@ void Walker::NewObject() {
                                static_cast<int>(static_cast<int16_t>(number)), static_cast<int32_t>(number), number,
                                real.value, real.value, static_cast<qv_jobject>(nullptr),
                                static_cast<qv_jobject>(nullptr)));
-      const std::string expected = std::string(flag ? "true " : "false ") +
-                                   std::to_string(static_cast<int8_t>(number)) + " " + std::to_string(number & 0xFFFF) +
-                                   " " + std::to_string(static_cast<int16_t>(number)) + " " +
-                                   std::to_string(static_cast<int32_t>(number)) + " " + std::to_string(number) + " " +
-                                   real.text + " " + real.text + " true null";
+      std::ostringstream expected;
+      expected << (flag ? "true " : "false ") << static_cast<int>(static_cast<int8_t>(number)) << ' '
+               << (number & 0xFFFF) << ' ' << static_cast<int16_t>(number) << ' ' << static_cast<int32_t>(number) << ' '
+               << number << ' ' << real.text << ' ' << real.text << " true null";
       if (!Is(out != nullptr, "an object")) return;
       const jmethodID made =
           m_env->GetMethodID(static_cast<jclass>(static_cast<jobject>(m_world.echo)), "made", "()Ljava/lang/String;");
       const jobject text = m_env->CallObjectMethod(static_cast<jobject>(out), made);
-      Is(TextIs(text, ToWide(expected)), "the arguments as they arrived");
+      Is(TextIs(text, ToWide(expected.str())), "the arguments as they arrived");
       m_env->DeleteLocalRef(text);
       m_env->DeleteLocalRef(static_cast<jobject>(out));
       return;
@@ -360,6 +328,12 @@ void Walker::NewByteArray() {
   }
 }
 
+// Of so many bytes, or a negative number.
+int32_t Walker::RandomCount(size_t bytes) {
+  return m_random.OneIn(10) ? -1 - static_cast<int32_t>(m_random.Below(1000))
+                            : static_cast<int32_t>(m_random.Below(bytes + 1));
+}
+
 void Walker::GetBytes() {
   int8_t none = 7;
   if (m_pending || m_random.OneIn(8)) {
@@ -369,8 +343,7 @@ void Walker::GetBytes() {
                                                   : m_vm->GetByteArrayData(m_world.integerObject, 0, 1, nullptr));
   }
   const Held& held = Some(Kind::Bytes);
-  int32_t count = static_cast<int32_t>(m_random.Below(held.bytes.size() + 1));
-  if (m_random.OneIn(10)) count = -1 - static_cast<int32_t>(m_random.Below(1000));
+  const int32_t count = RandomCount(held.bytes.size());
   Begin(46, "%d of %zu bytes", static_cast<int>(count), held.bytes.size());
   Prologue();
   std::vector<int8_t> bytes(held.bytes.size() + 1, 7);
@@ -389,8 +362,7 @@ void Walker::SetBytes() {
                                                   : m_vm->SetByteArrayData(m_world.integerObject, 0, nullptr, 1));
   }
   Held& held = Some(Kind::Bytes);
-  int32_t count = static_cast<int32_t>(m_random.Below(held.bytes.size() + 1));
-  if (m_random.OneIn(10)) count = -1 - static_cast<int32_t>(m_random.Below(1000));
+  const int32_t count = RandomCount(held.bytes.size());
   Begin(47, "%d of %zu bytes", static_cast<int>(count), held.bytes.size());
   std::vector<int8_t> bytes(held.bytes.size() + 1);
   for (int8_t& byte : bytes) byte = static_cast<int8_t>(m_random.Next());

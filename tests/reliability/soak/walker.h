@@ -145,6 +145,10 @@ class Walker {
   void CaptureException();
 
   // -- references, strings, objects, arrays: walk_references.cpp --
+  template <class Out, class Call>
+  void WithNull(int slot, const Out* out, Call&& call);
+  void Delete(int slot, int32_t (IQV_JavaVM::*call)(qv_jobject) noexcept, std::vector<Held>& held);
+  int32_t RandomCount(size_t bytes);
   void CastReference();
   void DeleteLocal();
   void DeleteGlobal();
@@ -164,6 +168,16 @@ class Walker {
   void Track();
 
   // -- typed calls: walk_calls.cpp --
+  struct Target;
+  template <class Value, class Call, class Check>
+  void CallTyped(int slot, const Target& right, const std::string& what, const Target& throwing, const wchar_t* thrown,
+                 const Target& missing, Call&& call, Check&& check);
+  Target MissingMethod();
+  void IsAndGoes(qv_jobject result, qv_jobject expected);
+  template <class Value>
+  void GetField(int slot, int32_t (IQV_JavaVM::*get)(Value*, qv_jclass, const char*) noexcept,
+                std::initializer_list<std::pair<const char*, Value>> fields,
+                std::initializer_list<const char*> missing);
   template <class Value, class Passed>
   void CallValue(const ValueCalls<Value>& calls, Passed passed, Value expected);
   void CallInt();
