@@ -13,29 +13,42 @@ constexpr wchar_t kProperties[] = L"QVJVMprops";
 constexpr wchar_t kArchives[] = L"QVSysclasspath";
 
 // The options cannot be built; the registry is read again by every call.
-Machine Unconfigured(const char* name, void (*breakIt)(World&), const Host& host = kUnknownHost, uint32_t boxes = 0) {
-  return {
-      .name = name, .breakIt = breakIt, .first = First::Fails, .second = Second::Starts, .boxes = boxes, .host = host};
+Machine Unconfigured(const char* name, Break breakIt, const Host& host = kUnknownHost, uint32_t boxes = 0) {
+  return {.name = name,
+          .breakIt = std::move(breakIt),
+          .first = First::Fails,
+          .second = Second::Starts,
+          .boxes = boxes,
+          .host = host};
 }
 
-Machine Configured(const char* name, void (*breakIt)(World&), const Host& host = kUnknownHost, const char* note = "") {
-  Machine machine = Works(name, breakIt, note);
-  machine.host = host;
-  return machine;
+Machine Configured(const char* name, Break breakIt, const char* note = "", const Host& host = kUnknownHost) {
+  return {.name = name, .breakIt = std::move(breakIt), .first = First::Starts, .note = note, .host = host};
 }
 
-void OptionCount(World& world, const std::wstring& count) {
-  world.Configure();
-  world.BreakText(world.ConfigKey(kOptions), L"Count", count);
+// A value of the options' list, of the archives' or of the product's key.
+Break RawOption(const wchar_t* value, DWORD type, const Bytes& bytes) {
+  return [=](World& world) {
+    world.Configure();
+    world.BreakValue(world.ConfigKey(kOptions), value, type, bytes);
+  };
+}
+Break OptionCount(const wchar_t* count) {
+  return [=](World& world) {
+    world.Configure();
+    world.BreakText(world.ConfigKey(kOptions), L"Count", count);
+  };
+}
+Break ArchiveCount(const wchar_t* count) {
+  return [=](World& world) { world.BreakText(world.ConfigKey(kArchives), L"Count", count); };
+}
+Break WithoutKey(const wchar_t* list) {
+  return [=](World& world) { world.DropKey(world.ConfigKey(list)); };
 }
 
-void ArchiveCount(World& world, const std::wstring& count) {
-  world.BreakText(world.ConfigKey(kArchives), L"Count", count);
-}
-
-void RawOption(World& world, DWORD type, const Bytes& bytes) {
-  world.Configure();
-  world.BreakValue(world.ConfigKey(kOptions), L"0", type, bytes);
+void WithoutProduct(World& world) {
+  world.DropKey(world.ProductRoot());
+  world.NotFound();
 }
 
 Bytes Odd(std::wstring_view text) {
@@ -45,46 +58,33 @@ Bytes Odd(std::wstring_view text) {
 }
 
 const Machine kLists[] = {
-    Configured("option Count -5", [](World& world) { OptionCount(world, L"-5"); }),
-    Configured("option Count 0", [](World& world) { OptionCount(world, L"0"); }),
-    Configured(
-        "option Count 1x", [](World& world) { OptionCount(world, L"1x"); }, kUnknownHost, "is 1"),
-    Configured(
-        "option Count is no number", [](World& world) { OptionCount(world, L"many"); }, kUnknownHost, "is 0"),
+    Configured("option Count -5", OptionCount(L"-5")),
+    Configured("option Count 0", OptionCount(L"0")),
+    Configured("option Count 1x", OptionCount(L"1x"), "is 1"),
+    Configured("option Count is no number", OptionCount(L"many"), "is 0"),
     Configured(
         "option Count is missing",
         [](World& world) {
           world.Configure();
           world.Registry().DeleteValue(Hive::Machine, world.ConfigKey(kOptions), L"Count");
         },
-        kUnknownHost, "the built-in options"),
-    Configured(
-        "option Count is a DWORD",
-        [](World& world) {
-          world.Configure();
-          world.BreakValue(world.ConfigKey(kOptions), L"Count", REG_DWORD, {1, 0, 0, 0});
-        },
-        kUnknownHost, "the built-in options"),
+        "the built-in options"),
+    Configured("option Count is a DWORD", RawOption(L"Count", REG_DWORD, {1, 0, 0, 0}), "the built-in options"),
     Unconfigured("option Count 5, 3 present",
                  [](World& world) {
                    world.Options({L"-Xmx64m", L"-Xint", L"-Da=b"});
                    world.BreakText(world.ConfigKey(kOptions), L"Count", L"5");
                  }),
-    Unconfigured("option Count 12abc", [](World& world) { OptionCount(world, L"12abc"); }),
-    Unconfigured("option Count 2147483647", [](World& world) { OptionCount(world, L"2147483647"); }),
-    Unconfigured("option Count 4294967300", [](World& world) { OptionCount(world, L"4294967300"); }),
-    Unconfigured("option Count 1000000", [](World& world) { OptionCount(world, L"1000000"); }),
-    Unconfigured("an option is a DWORD",
-                 [](World& world) {
-                   RawOption(world, REG_DWORD, {1, 0, 0, 0});
-                 }),
-    Unconfigured("an option is binary", [](World& world) { RawOption(world, REG_BINARY, Unterminated(L"-Xmx64m")); }),
-    Configured("an option without its terminator",
-               [](World& world) { RawOption(world, REG_SZ, Unterminated(L"-Xmx64m")); }),
-    Configured("an option of an odd number of bytes", [](World& world) { RawOption(world, REG_SZ, Odd(L"-Xmx64m")); }),
-    Unconfigured("an option of 0 bytes", [](World& world) { RawOption(world, REG_SZ, {}); }),
-    Configured("an option of 1 MiB",
-               [](World& world) { RawOption(world, REG_SZ, Unterminated(L"-Dlong=" + std::wstring(524281, L'v'))); }),
+    Unconfigured("option Count 12abc", OptionCount(L"12abc")),
+    Unconfigured("option Count 2147483647", OptionCount(L"2147483647")),
+    Unconfigured("option Count 4294967300", OptionCount(L"4294967300")),
+    Unconfigured("option Count 1000000", OptionCount(L"1000000")),
+    Unconfigured("an option is a DWORD", RawOption(L"0", REG_DWORD, {1, 0, 0, 0})),
+    Unconfigured("an option is binary", RawOption(L"0", REG_BINARY, Unterminated(L"-Xmx64m"))),
+    Configured("an option without its terminator", RawOption(L"0", REG_SZ, Unterminated(L"-Xmx64m"))),
+    Configured("an option of an odd number of bytes", RawOption(L"0", REG_SZ, Odd(L"-Xmx64m"))),
+    Unconfigured("an option of 0 bytes", RawOption(L"0", REG_SZ, {})),
+    Configured("an option of 1 MiB", RawOption(L"0", REG_SZ, Unterminated(L"-Dlong=" + std::wstring(524281, L'v')))),
     Configured("100 properties, one of 1 MiB",
                [](World& world) {
                  world.Configure();
@@ -94,52 +94,38 @@ const Machine kLists[] = {
                  world.BreakText(world.ConfigKey(kProperties), L"long", std::wstring(524287, L'v'));
                }),
 
-    Configured(
-        "archive Count -5", [](World& world) { ArchiveCount(world, L"-5"); }, kQuovantHost),
-    Configured(
-        "archive Count 12abc", [](World& world) { ArchiveCount(world, L"12abc"); }, kQuovantHost, "is 12, 2 present"),
-    Configured(
-        "archive Count 2147483647", [](World& world) { ArchiveCount(world, L"2147483647"); }, kQuovantHost),
-    Configured(
-        "archive Count 4294967300", [](World& world) { ArchiveCount(world, L"4294967300"); }, kQuovantHost),
+    Configured("archive Count -5", ArchiveCount(L"-5"), "", kQuovantHost),
+    Configured("archive Count 12abc", ArchiveCount(L"12abc"), "is 12, 2 present", kQuovantHost),
+    Configured("archive Count 2147483647", ArchiveCount(L"2147483647"), "", kQuovantHost),
+    Configured("archive Count 4294967300", ArchiveCount(L"4294967300"), "", kQuovantHost),
     Configured(
         "archive Count 5, 3 present",
         [](World& world) {
           world.Registry().SetText(Hive::Machine, world.ConfigKey(kArchives), L"4", L"C:\\five.jar");
-          ArchiveCount(world, L"5");
+          world.BreakText(world.ConfigKey(kArchives), L"Count", L"5");
         },
-        kQuovantHost),
+        "", kQuovantHost),
     Configured(
         "an archive of 1 MiB",
         [](World& world) {
           world.BreakValue(world.ConfigKey(kArchives), L"1", REG_SZ, Unterminated(std::wstring(524288, L'a')));
         },
-        kQuovantHost),
+        "", kQuovantHost),
     Configured(
         "the user's list with a Count of 2147483647",
         [](World& world) {
-          world.Registry().SetText(Hive::User, std::wstring(kQuovantHost.root) + L"\\ClassPath", L"Count",
-                                   L"2147483647");
-          world.Registry().SetText(Hive::User, std::wstring(kQuovantHost.root) + L"\\ClassPath", L"0", L"C:\\mine.jar");
+          const std::wstring list = std::wstring(kQuovantHost.root) + L"\\ClassPath";
+          world.Registry().SetText(Hive::User, list, L"Count", L"2147483647");
+          world.Registry().SetText(Hive::User, list, L"0", L"C:\\mine.jar");
         },
-        kQuovantHost),
+        "", kQuovantHost),
     Unconfigured(
         "archive Count is missing", [](World& world) { world.DropValue(world.ConfigKey(kArchives), L"Count"); },
         kQuovantHost, 1),
-    Unconfigured(
-        "the archive list is missing", [](World& world) { world.DropKey(world.ConfigKey(kArchives)); }, kQuovantHost,
-        1),
-    Unconfigured(
-        "the option list is missing", [](World& world) { world.DropKey(world.ConfigKey(kOptions)); }, kQuovantHost),
-    Unconfigured(
-        "the properties are missing", [](World& world) { world.DropKey(world.ConfigKey(kProperties)); }, kQuovantHost),
-    Unconfigured(
-        "the product's key is missing",
-        [](World& world) {
-          world.DropKey(kQuovantHost.root);
-          world.NotFound();
-        },
-        kQuovantHost),
+    Unconfigured("the archive list is missing", WithoutKey(kArchives), kQuovantHost, 1),
+    Unconfigured("the option list is missing", WithoutKey(kOptions), kQuovantHost),
+    Unconfigured("the properties are missing", WithoutKey(kProperties), kQuovantHost),
+    Unconfigured("the product's key is missing", WithoutProduct, kQuovantHost),
     Unconfigured(
         "JDKLocation is empty",
         [](World& world) {
@@ -157,18 +143,20 @@ const Machine kLists[] = {
     Configured(
         "JREBinLocation without its terminator",
         [](World& world) {
-          world.BreakValue(world.ProductKey(), L"JREBinLocation", REG_SZ,
-                           Unterminated(world.Runtime() + L"\\bin\\server"));
+          const Bytes folder = Unterminated(world.Runtime() + L"\\bin\\server");
+          world.BreakValue(world.ProductKey(), L"JREBinLocation", REG_SZ, folder);
         },
-        kQuovantHost),
+        "", kQuovantHost),
 };
 
 QV_MACHINES(ListMachines, 4, kLists);
 
 // ---- hosts ----
 
-Machine On(const Host& host, const char* name, void (*breakIt)(World&), First first, Second second) {
-  return {.name = name, .breakIt = breakIt, .first = first, .second = second, .host = host};
+Machine On(
+    const Host& host, const char* name, Break breakIt = [](World&) {}, First first = First::Starts,
+    Second second = Second::NotCalled) {
+  return {.name = name, .breakIt = std::move(breakIt), .first = first, .second = second, .host = host};
 }
 
 const Machine kHosts[] = {
@@ -180,15 +168,8 @@ const Machine kHosts[] = {
           world.PathFront(L"C:\\gone\\BIN;C:\\gone\\bin;");
         },
         First::Fails, Second::NotTriedAgain),
-    On(
-        kTableroHost, "tk190.exe, its product's key is missing",
-        [](World& world) {
-          world.DropKey(kTableroHost.root);
-          world.NotFound();
-        },
-        First::Fails, Second::Starts),
-    On(
-        kTableroHost, "tk190.exe, sound", [](World&) {}, First::Starts, Second::NotCalled),
+    On(kTableroHost, "tk190.exe, its product's key is missing", WithoutProduct, First::Fails, Second::Starts),
+    On(kTableroHost, "tk190.exe, sound"),
     On(
         kJavaHost, "javaw.exe, no runtime on PATH",
         [](World& world) {
@@ -196,14 +177,9 @@ const Machine kHosts[] = {
           world.PathFrontAfterRepair(world.Runtime() + L"\\bin\\server;");
         },
         First::Fails, Second::NotTriedAgain),
-    On(
-        kJavaHost, "javaw.exe, its option list is missing",
-        [](World& world) { world.DropKey(world.ConfigKey(kOptions)); }, First::Fails, Second::Starts),
-    On(
-        kEclipseHost, "eclipse.exe, a runtime on PATH", [](World&) {}, First::Starts, Second::NotCalled),
-    On(
-        kOlderHost, "qv195.exe, which is no known host, without a registry", [](World&) {}, First::Starts,
-        Second::NotCalled),
+    On(kJavaHost, "javaw.exe, its option list is missing", WithoutKey(kOptions), First::Fails, Second::Starts),
+    On(kEclipseHost, "eclipse.exe, a runtime on PATH"),
+    On(kOlderHost, "qv195.exe, which is no known host, without a registry"),
 };
 
 QV_MACHINES(HostMachines, 5, kHosts);

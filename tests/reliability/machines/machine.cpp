@@ -21,41 +21,27 @@ namespace {
 std::wstring Long(const std::wstring& path) { return path.size() < 240 ? path : L"\\\\?\\" + path; }
 
 void LinkTree(const std::wstring& from, const std::wstring& to) {
-  EXPECT_TRUE(CreateDirectoryW(Long(to).c_str(), nullptr) != FALSE || GetLastError() == ERROR_ALREADY_EXISTS)
-      << ToUtf8(to) << ": error " << GetLastError();
-  WIN32_FIND_DATAW found{};
-  const HANDLE search = FindFirstFileW((from + L"\\*").c_str(), &found);
-  if (search == INVALID_HANDLE_VALUE) return;
-  do {
-    const std::wstring name = found.cFileName;
-    if (name == L"." || name == L"..") continue;
-    const std::wstring source = from + L"\\" + name;
-    const std::wstring target = to + L"\\" + name;
-    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-      LinkTree(source, target);
-    } else if (CreateHardLinkW(Long(target).c_str(), source.c_str(), nullptr) == FALSE) {
-      EXPECT_NE(CopyFileW(source.c_str(), Long(target).c_str(), FALSE), FALSE)
+  fs::create_directories(Long(to));
+  for (const auto& entry : fs::directory_iterator(from)) {
+    const std::wstring target = to + L"\\" + entry.path().filename().wstring();
+    if (entry.is_directory()) {
+      LinkTree(entry.path().wstring(), target);
+    } else if (CreateHardLinkW(Long(target).c_str(), entry.path().c_str(), nullptr) == FALSE) {
+      EXPECT_NE(CopyFileW(entry.path().c_str(), Long(target).c_str(), FALSE), FALSE)
           << ToUtf8(target) << ": error " << GetLastError();
     }
-  } while (FindNextFileW(search, &found) != FALSE);
-  FindClose(search);
+  }
 }
 
 void RemoveTree(const std::wstring& folder) {
-  WIN32_FIND_DATAW found{};
-  const HANDLE search = FindFirstFileW((Long(folder) + L"\\*").c_str(), &found);
-  if (search == INVALID_HANDLE_VALUE) return;
-  do {
-    const std::wstring name = found.cFileName;
-    if (name == L"." || name == L"..") continue;
-    const std::wstring path = folder + L"\\" + name;
-    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+  for (const auto& entry : fs::directory_iterator(Long(folder))) {
+    const std::wstring path = folder + L"\\" + entry.path().filename().wstring();
+    if (entry.is_directory()) {
       RemoveTree(path);
     } else {
       DeleteFileW(Long(path).c_str());
     }
-  } while (FindNextFileW(search, &found) != FALSE);
-  FindClose(search);
+  }
   RemoveDirectoryW(Long(folder).c_str());
 }
 
@@ -156,7 +142,10 @@ void World::Configure() {
   m_registry.SetList(Hive::Machine, ConfigKey(L"QVSysclasspath"), {L"C:\\product\\one.jar", L"C:\\product\\two.jar"});
   m_registry.SetList(Hive::Machine, ConfigKey(L"QVJVMconfig"), {L"-Xmx64m"});
   m_registry.SetText(Hive::Machine, ConfigKey(L"QVJVMprops"), L"any.property", L"1");
-  if (m_host.kind == Host::Unknown) return;
+  if (m_host.kind != Host::Unknown) ConfigureFolders();
+}
+
+void World::ConfigureFolders() {
   m_registry.SetText(Hive::Machine, ProductKey(), L"JDKLocation", m_runtime);
   m_registry.SetText(Hive::Machine, ProductKey(), L"JREBinLocation", m_runtime + L"\\bin\\server");
 }
@@ -217,8 +206,6 @@ void World::Break(const std::wstring& name, const std::optional<std::wstring>& v
   }
 }
 
-std::wstring World::ProductKey() const { return std::wstring(m_host.root) + L"\\Java"; }
-
 std::wstring World::ConfigKey(const std::wstring& list) const {
   return ProductKey() + (m_host.kind == Host::Unknown ? L"\\QVRTConfig\\" : L"\\QVIDEConfig\\") + list;
 }
@@ -265,25 +252,41 @@ std::string World::Log() const {
   return FileExists(log) ? ReadWholeFile(log) : "";
 }
 
-Machine NotLoaded(const char* name, void (*breakIt)(World&)) {
-  return {.name = name, .breakIt = breakIt, .first = First::Fails, .second = Second::NotTriedAgain};
+Machine NotLoaded(const char* name, Break breakIt) {
+  return {.name = name, .breakIt = std::move(breakIt), .first = First::Fails, .second = Second::NotTriedAgain};
 }
 
-Machine Ended(const char* name, void (*breakIt)(World&), int startsFrom) {
+Machine Ended(const char* name, Break breakIt, int startsFrom) {
   return {.name = name,
-          .breakIt = breakIt,
+          .breakIt = std::move(breakIt),
           .first = First::EndsTheProcess,
           .dependsOnRuntime = true,
           .startsFrom = startsFrom};
 }
 
-Machine Works(const char* name, void (*breakIt)(World&), const char* note) {
-  return {.name = name, .breakIt = breakIt, .first = First::Starts, .note = note};
+Machine Works(const char* name, Break breakIt, const char* note) {
+  return {.name = name, .breakIt = std::move(breakIt), .first = First::Starts, .note = note};
 }
 
 Machine OnEach(Machine machine) {
   machine.dependsOnRuntime = true;
   return machine;
+}
+
+Break Remove(const wchar_t* relative) {
+  return [=](World& world) { world.Remove(relative); };
+}
+Break Replace(const wchar_t* relative, const std::string& content) {
+  return [=](World& world) { world.Replace(relative, content); };
+}
+Break Options(const std::vector<std::wstring>& options) {
+  return [=](World& world) { world.Options(options); };
+}
+Break Variable(const wchar_t* name, const std::optional<std::wstring>& value) {
+  return [=](World& world) { world.Variable(name, value); };
+}
+Break ClassPath(const std::wstring& path) {
+  return [=](World& world) { world.Argument(L"classpath", path); };
 }
 
 }  // namespace qvtest

@@ -77,10 +77,12 @@ class World {
              const std::optional<std::wstring>& sound);
   RegistrySandbox& Registry() { return m_registry; }
   // The key of the folders, and the lists below it.
-  [[nodiscard]] std::wstring ProductKey() const;
+  [[nodiscard]] std::wstring ProductRoot() const { return m_host.root; }
+  [[nodiscard]] std::wstring ProductKey() const { return ProductRoot() + L"\\Java"; }
   [[nodiscard]] std::wstring ConfigKey(const std::wstring& list) const;
   // Sound settings in the registry. A known host has them from the start.
   void Configure();
+  void ConfigureFolders();
   void BreakValue(const std::wstring& key, const std::wstring& name, DWORD type, const Bytes& bytes);
   void BreakText(const std::wstring& key, const std::wstring& name, const std::wstring& text);
   void DropValue(const std::wstring& key, const std::wstring& name);
@@ -135,31 +137,39 @@ enum class Second {
   EnvironmentKept,  // the JVM's C library keeps the environment that it found when it was loaded
 };
 
+using Break = std::function<void(World&)>;
+
 struct Machine {
   const char* name;
-  void (*breakIt)(World&);
+  Break breakIt;
   First first;
   Second second = Second::NotCalled;
-  const char* says = "";  // what the JVM's log must hold
+  std::string says{};     // what the JVM's log must hold
   const char* note = "";  // for the page: what a reader could not guess
   uint32_t boxes = 0;     // message boxes of the first call
   Host host = kUnknownHost;
   bool dependsOnRuntime = false;  // what happens is the runtime's doing: measured with all of them
-
-  int startsFrom = 1000;  // from this Java on nothing is missed
+  int startsFrom = 1000;          // from this Java on nothing is missed
 
   friend void PrintTo(const Machine& machine, std::ostream* out) { *out << machine.name; }
 };
 
 // The service finds a jvm.dll, or none, and the system cannot load it.
-Machine NotLoaded(const char* name, void (*breakIt)(World&));
+Machine NotLoaded(const char* name, Break breakIt);
 // The JVM is created, says why it cannot start and ends the process.
-Machine Ended(const char* name, void (*breakIt)(World&), int startsFrom = 1000);
+Machine Ended(const char* name, Break breakIt, int startsFrom = 1000);
 // Nothing is missed.
-Machine Works(const char* name, void (*breakIt)(World&), const char* note = "");
+Machine Works(const char* name, Break breakIt, const char* note = "");
 
 // What happens is the runtime's doing: measured with each.
 Machine OnEach(Machine machine);
+
+// Breaks of one step.
+Break Remove(const wchar_t* relative);
+Break Replace(const wchar_t* relative, const std::string& content);
+Break Options(const std::vector<std::wstring>& options);
+Break Variable(const wchar_t* name, const std::optional<std::wstring>& value);
+Break ClassPath(const std::wstring& path);
 
 // Breaks, runs, repairs, compares, and records the row; `order` is its place in the table.
 void RunMachine(const Machine& machine, const std::string& order);

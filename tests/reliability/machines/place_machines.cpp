@@ -18,9 +18,26 @@ void UseLongPath(World& world, size_t characters) {
   world.OwnRuntimeAt(home);
 }
 
-void SetHome(World& world, const std::wstring& home) {
+void SetHome(World& world, const std::optional<std::wstring>& home) {
   world.Break(L"JAVA_HOME", home, world.Runtime());
   world.NotFound();
+}
+Break Home(const std::wstring& home) {
+  return [=](World& world) { SetHome(world, home); };
+}
+
+// What the machine names as its current runtime.
+void Register(World& world) {
+  world.Registry().SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"17");
+  world.Registry().CreateKey(Hive::Machine, kJavaSoft + L"\\17");
+}
+
+// A runtime in this folder below the machine's.
+Break RuntimeIn(const wchar_t* folder) {
+  return [=](World& world) { world.OwnRuntimeAt(world.Folder().Path(folder)); };
+}
+Break LongPath(size_t characters) {
+  return [=](World& world) { UseLongPath(world, characters); };
 }
 
 // A way to write a JAVA_HOME that leads to the runtime all the same.
@@ -31,23 +48,18 @@ void WriteHome(World& world, const std::wstring& home) {
 
 const Machine kPlaces[] = {
     NotLoaded("JAVA_HOME in quotes", [](World& world) { SetHome(world, L"\"" + world.Runtime() + L"\""); }),
-    NotLoaded("JAVA_HOME that leads nowhere", [](World& world) { SetHome(world, L"C:\\gone\\java"); }),
-    NotLoaded("JAVA_HOME on a missing drive", [](World& world) { SetHome(world, L"Q:\\java"); }),
-    NotLoaded("JAVA_HOME on a missing server",
-              [](World& world) { SetHome(world, L"\\\\nowhere.invalid\\share\\java"); }),
+    NotLoaded("JAVA_HOME that leads nowhere", Home(L"C:\\gone\\java")),
+    NotLoaded("JAVA_HOME on a missing drive", Home(L"Q:\\java")),
+    NotLoaded("JAVA_HOME on a missing server", Home(L"\\\\nowhere.invalid\\share\\java")),
     NotLoaded("JAVA_HOME is its bin folder", [](World& world) { SetHome(world, world.Runtime() + L"\\bin"); }),
     NotLoaded("JAVA_HOME is a file", [](World& world) { SetHome(world, world.JvmDll()); }),
-    NotLoaded("JAVA_HOME of 30,000 characters",
-              [](World& world) { SetHome(world, L"C:\\" + std::wstring(30000, L'j')); }),
-    NotLoaded("JAVA_HOME with characters that no name may have",
-              [](World& world) { SetHome(world, L"C:\\<java>|?*"); }),
-    NotLoaded("JAVA_HOME is empty, nothing registered", [](World& world) { SetHome(world, L""); }),
+    NotLoaded("JAVA_HOME of 30,000 characters", Home(L"C:\\" + std::wstring(30000, L'j'))),
+    NotLoaded("JAVA_HOME with characters that no name may have", Home(L"C:\\<java>|?*")),
+    NotLoaded("JAVA_HOME is empty, nothing registered", Home(L"")),
     NotLoaded("a registered runtime without its JavaHome",
               [](World& world) {
-                world.Break(L"JAVA_HOME", std::nullopt, world.Runtime());
-                world.NotFound();
-                world.Registry().SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"17");
-                world.Registry().CreateKey(Hive::Machine, kJavaSoft + L"\\17");
+                SetHome(world, std::nullopt);
+                Register(world);
               }),
     NotLoaded("the current runtime switched off, no other",
               [](World& world) {
@@ -60,15 +72,13 @@ const Machine kPlaces[] = {
     Works("JAVA_HOME is empty, a runtime is registered",
           [](World& world) {
             world.Variable(L"JAVA_HOME", L"");
-            world.Registry().SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"17");
+            Register(world);
             world.Registry().SetText(Hive::Machine, kJavaSoft + L"\\17", L"JavaHome", world.Runtime());
           }),
     Works("JAVA_HOME that leads nowhere, folders configured",
           [](World& world) {
             world.Variable(L"JAVA_HOME", L"C:\\gone\\java");
-            world.Registry().SetText(Hive::Machine, world.ProductKey(), L"JDKLocation", world.Runtime());
-            world.Registry().SetText(Hive::Machine, world.ProductKey(), L"JREBinLocation",
-                                     world.Runtime() + L"\\bin\\server");
+            world.ConfigureFolders();
             world.PathFront(world.Runtime() + L"\\BIN;" + world.Runtime() + L"\\bin\\server;");
           }),
     Works("JAVA_HOME that leads nowhere, PATH reaches a runtime",
@@ -92,32 +102,27 @@ const Machine kPlaces[] = {
           }),
     Works("JAVA_HOME with dots in it", [](World& world) { WriteHome(world, world.Runtime() + L"\\lib\\..\\."); }),
     Works("JAVA_HOME with \\\\?\\ before it", [](World& world) { WriteHome(world, L"\\\\?\\" + world.Runtime()); }),
-    Works("a runtime in a folder with blanks",
-          [](World& world) { world.OwnRuntimeAt(world.Folder().Path(L"Program Files (Java) & more\\jre 1")); }),
-    OnEach(Works("a runtime in a folder with umlauts",
-                 [](World& world) { world.OwnRuntimeAt(world.Folder().Path(L"Z\u00fcrich \u00c5\u00e9")); })),
-    Ended("a runtime in a folder outside the code page",
-          [](World& world) { world.OwnRuntimeAt(world.Folder().Path(L"\u65e5\u672c\u8a9e")); }),
+    Works("a runtime in a folder with blanks", RuntimeIn(L"Program Files (Java) & more\\jre 1")),
+    OnEach(Works("a runtime in a folder with umlauts", RuntimeIn(L"Z\u00fcrich \u00c5\u00e9"))),
+    Ended("a runtime in a folder outside the code page", RuntimeIn(L"\u65e5\u672c\u8a9e")),
     NotLoaded("a runtime in a folder with ; in its name",
               [](World& world) {
                 const std::wstring sound = world.Runtime();
                 world.Break(L"JAVA_HOME", world.OwnRuntimeAt(world.Folder().Path(L"a;b")), sound);
               }),
-    OnEach(Works("jvm.dll at 259 characters", [](World& world) { UseLongPath(world, 259); })),
-    OnEach(Works("jvm.dll at 260 characters", [](World& world) { UseLongPath(world, 260); })),
-    Ended("jvm.dll at 300 characters", [](World& world) { UseLongPath(world, 300); }),
+    OnEach(Works("jvm.dll at 259 characters", LongPath(259))),
+    OnEach(Works("jvm.dll at 260 characters", LongPath(260))),
+    Ended("jvm.dll at 300 characters", LongPath(300)),
     Works("PATH of 32,000 characters",
-          [](World& world) {
-            world.Variable(L"PATH", std::wstring(kSystemPath) + L";C:\\" + std::wstring(31957, L'p'));
-          }),
+          Variable(L"PATH", std::wstring(kSystemPath) + L";C:\\" + std::wstring(31957, L'p'))),
     Works("PATH with 3,000 missing folders",
           [](World& world) {
             std::wstring path = kSystemPath;
             for (int i = 0; i < 3000; ++i) path += L";C:\\x" + std::to_wstring(i);
             world.Variable(L"PATH", path);
           }),
-    Works("PATH is missing", [](World& world) { world.Variable(L"PATH", std::nullopt); }),
-    Works("PATH is empty", [](World& world) { world.Variable(L"PATH", L""); }),
+    Works("PATH is missing", Variable(L"PATH", std::nullopt)),
+    Works("PATH is empty", Variable(L"PATH", L"")),
     Works("no folder for temporary files",
           [](World& world) {
             world.Variable(L"TEMP", L"C:\\gone");

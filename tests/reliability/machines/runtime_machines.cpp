@@ -12,7 +12,22 @@ constexpr unsigned short kX86 = 0x014C;
 constexpr unsigned short kArm64 = 0xAA64;
 constexpr wchar_t kJvm[] = L"bin\\server\\jvm.dll";
 
-std::string Library(const World& world) { return ReadWholeFile(world.JvmDll()); }
+constexpr wchar_t kModules[] = L"lib\\modules";
+constexpr wchar_t kJava[] = L"bin\\java.dll";
+
+// A file of the runtime's, changed.
+Break Changed(const wchar_t* relative, std::string (*change)(const std::string& content)) {
+  return [=](World& world) { world.Replace(relative, change(ReadWholeFile(world.Runtime() + L"\\" + relative))); };
+}
+Break Cut(const wchar_t* relative, size_t bytes) {
+  return [=](World& world) {
+    world.Replace(relative, ReadWholeFile(world.Runtime() + L"\\" + relative).substr(0, bytes));
+  };
+}
+Break FolderInstead(const wchar_t* relative) {
+  return [=](World& world) { world.ReplaceByFolder(relative); };
+}
+std::string ForX86(const std::string& library) { return ForMachine(library, kX86); }
 
 const Machine kRuntimes[] = {
     NotLoaded("no runtime anywhere",
@@ -20,23 +35,22 @@ const Machine kRuntimes[] = {
                 world.Break(L"JAVA_HOME", std::nullopt, world.Runtime());
                 world.NotFound();
               }),
-    NotLoaded("jvm.dll for 32-bit programs",
-              [](World& world) { world.Replace(kJvm, ForMachine(Library(world), kX86)); }),
-    NotLoaded("jvm.dll for ARM64", [](World& world) { world.Replace(kJvm, ForMachine(Library(world), kArm64)); }),
-    NotLoaded("jvm.dll of 0 bytes", [](World& world) { world.Replace(kJvm, ""); }),
-    NotLoaded("jvm.dll cut after its headers",
-              [](World& world) { world.Replace(kJvm, Library(world).substr(0, 1024)); }),
+    NotLoaded("jvm.dll for 32-bit programs", Changed(kJvm, ForX86)),
+    NotLoaded("jvm.dll for ARM64",
+              Changed(kJvm, [](const std::string& library) { return ForMachine(library, kArm64); })),
+    NotLoaded("jvm.dll of 0 bytes", Replace(kJvm, "")),
+    NotLoaded("jvm.dll cut after its headers", Cut(kJvm, 1024)),
     NotLoaded("jvm.dll cut in the middle",
-              [](World& world) { world.Replace(kJvm, Library(world).substr(0, Library(world).size() / 2)); }),
-    NotLoaded("a text file as jvm.dll", [](World& world) { world.Replace(kJvm, std::string(20000, 'x')); }),
-    NotLoaded("a folder as jvm.dll", [](World& world) { world.ReplaceByFolder(kJvm); }),
+              Changed(kJvm, [](const std::string& library) { return library.substr(0, library.size() / 2); })),
+    NotLoaded("a text file as jvm.dll", Replace(kJvm, std::string(20000, 'x'))),
+    NotLoaded("a folder as jvm.dll", FolderInstead(kJvm)),
     NotLoaded("jvm.dll open elsewhere and not shared",
               [](World& world) {
                 world.Copy(world.InstalledRuntime(world.Version()) + L"\\" + kJvm, kJvm);
                 world.Lock(kJvm);
               }),
     NotLoaded("jvm.dll wants a DLL that nobody has",
-              [](World& world) { world.Replace(kJvm, WithMissingImport(Library(world), "VCRUNTIME140.dll")); }),
+              Changed(kJvm, [](const std::string& library) { return WithMissingImport(library, "VCRUNTIME140.dll"); })),
     {"another DLL as jvm.dll", [](World& world) { world.Copy(world.Runtime() + L"\\bin\\zip.dll", kJvm); },
      First::Fails, Second::WrongLibrary},
     NotLoaded("a broken private runtime beside the service",
@@ -58,38 +72,23 @@ const Machine kRuntimes[] = {
                 world.NotFound();
               }),
 
-    Ended("lib is missing", [](World& world) { world.Remove(L"lib"); }),
-    Ended("lib\\modules is missing", [](World& world) { world.Remove(L"lib\\modules"); }),
-    Ended("lib\\modules of 0 bytes", [](World& world) { world.Replace(L"lib\\modules", ""); }),
-    Ended("a text file as lib\\modules", [](World& world) { world.Replace(L"lib\\modules", std::string(20000, 'x')); }),
-    Ended("a folder as lib\\modules", [](World& world) { world.ReplaceByFolder(L"lib\\modules"); }),
-    Ended("lib\\modules cut in the middle",
-          [](World& world) {
-            world.Replace(L"lib\\modules", ReadWholeFile(world.Runtime() + L"\\lib\\modules").substr(0, 1 << 20));
-          }),
+    Ended("lib is missing", Remove(L"lib")),
+    Ended("lib\\modules is missing", Remove(kModules)),
+    Ended("lib\\modules of 0 bytes", Replace(kModules, "")),
+    Ended("a text file as lib\\modules", Replace(kModules, std::string(20000, 'x'))),
+    Ended("a folder as lib\\modules", FolderInstead(kModules)),
+    Ended("lib\\modules cut in the middle", Cut(kModules, 1 << 20)),
     Ended("lib\\modules of another Java",
           [](World& world) {
-            const std::wstring other = world.InstalledRuntime(world.Version() == 21 ? 17 : 21) + L"\\lib\\modules";
-            world.Remove(L"lib\\modules");
-            EXPECT_NE(CopyFileW(other.c_str(), (world.Runtime() + L"\\lib\\modules").c_str(), TRUE), FALSE);
+            world.Copy(world.InstalledRuntime(world.Version() == 21 ? 17 : 21) + L"\\" + kModules, kModules);
           }),
-    OnEach(Works(
-        "lib\\jvm.cfg is missing", [](World& world) { world.Remove(L"lib\\jvm.cfg"); },
-        "only the java launcher reads it")),
-    Ended("java.dll is missing", [](World& world) { world.Remove(L"bin\\java.dll"); }),
-    Ended("java.dll cut in the middle",
-          [](World& world) {
-            world.Replace(L"bin\\java.dll", ReadWholeFile(world.Runtime() + L"\\bin\\java.dll").substr(0, 40000));
-          }),
-    Ended("java.dll for 32-bit programs",
-          [](World& world) {
-            world.Replace(L"bin\\java.dll", ForMachine(ReadWholeFile(world.Runtime() + L"\\bin\\java.dll"), kX86));
-          }),
-    Ended("jimage.dll is missing", [](World& world) { world.Remove(L"bin\\jimage.dll"); }),
-    Ended(
-        "zip.dll is missing", [](World& world) { world.Remove(L"bin\\zip.dll"); }, 21),
-    Ended(
-        "verify.dll is missing", [](World& world) { world.Remove(L"bin\\verify.dll"); }, 17),
+    OnEach(Works("lib\\jvm.cfg is missing", Remove(L"lib\\jvm.cfg"), "only the java launcher reads it")),
+    Ended("java.dll is missing", Remove(kJava)),
+    Ended("java.dll cut in the middle", Cut(kJava, 40000)),
+    Ended("java.dll for 32-bit programs", Changed(kJava, ForX86)),
+    Ended("jimage.dll is missing", Remove(L"bin\\jimage.dll")),
+    Ended("zip.dll is missing", Remove(L"bin\\zip.dll"), 21),
+    Ended("verify.dll is missing", Remove(L"bin\\verify.dll"), 17),
     OnEach(Works(
         "net.dll and nio.dll are missing",
         [](World& world) {
@@ -97,9 +96,7 @@ const Machine kRuntimes[] = {
           world.Remove(L"bin\\nio.dll");
         },
         "found missing when Java first opens a file or a socket")),
-    OnEach(Works(
-        "conf is missing", [](World& world) { world.Remove(L"conf"); },
-        "found missing when Java first looks at security or logging")),
+    OnEach(Works("conf is missing", Remove(L"conf"), "found missing when Java first looks at security or logging")),
 };
 
 QV_MACHINES(RuntimeMachines, 1, kRuntimes);
