@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cwchar>
 
-#include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
@@ -32,60 +31,66 @@ BOOL WINAPI RefuseWriting(HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED
   return FALSE;
 }
 
-std::wstring EventName(const wchar_t* purpose) {
-  return std::wstring(L"qvtests-") + purpose + L"-" + std::to_wstring(GetCurrentProcessId());
+template <class End>
+std::shared_ptr<void> Until(End end) {
+  return {nullptr, [end](void*) { end(); }};
+}
+
+std::shared_ptr<void> MakeReadOnly(const std::wstring& log, HMODULE opener) {
+  EXPECT_NE(SetFileAttributesW(log.c_str(), FILE_ATTRIBUTE_READONLY), FALSE);
+  std::shared_ptr<ImportHook> hook;
+  if (!RefusesWriting(log)) {
+    g_refused = log;
+    hook = std::make_shared<ImportHook>(opener, "_wfopen", &RefuseOpening);
+    g_open = hook->Original<decltype(&_wfopen)>();
+  }
+  return Until([log, hook] { SetFileAttributesW(log.c_str(), FILE_ATTRIBUTE_NORMAL); });
+}
+
+std::shared_ptr<void> PutAFolderThere(const std::wstring& log, HMODULE) {
+  DeleteFileW(log.c_str());
+  EXPECT_NE(CreateDirectoryW(log.c_str(), nullptr), FALSE);
+  return Until([log] { RemoveDirectoryW(log.c_str()); });
+}
+
+std::shared_ptr<void> TakeTheFolderAway(const std::wstring& log, HMODULE) {
+  const std::wstring folder = log.substr(0, log.rfind(L'\\'));
+  DeleteFileW(log.c_str());
+  EXPECT_NE(RemoveDirectoryW(folder.c_str()), FALSE);
+  return Until([folder] { CreateDirectoryW(folder.c_str(), nullptr); });
+}
+
+std::shared_ptr<void> Hold(const std::wstring& log, HMODULE) {
+  const HANDLE file = CreateFileW(log.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
+  EXPECT_TRUE(RefusesWriting(log)) << ToUtf8(log) << " is not held";
+  return {file, &CloseHandle};
 }
 
 }  // namespace
 
+const std::vector<Abuse>& Abuses() {
+  static const std::vector<Abuse> abuses = {
+      {"ReadOnlyFile", "read-only file (where the system would write to it, refused by a hook)", true, MakeReadOnly},
+      {"FolderInItsPlace", "a folder in its place", false, PutAFolderThere},
+      {"MissingFolder", "a folder that does not exist", false, TakeTheFolderAway},
+      {"HeldBySomebody", "held open by somebody, not shared", true, Hold},
+  };
+  return abuses;
+}
+
 bool RefusesWriting(const std::wstring& path) {
   const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return true;
-  CloseHandle(file);
-  return false;
+  return file == INVALID_HANDLE_VALUE || CloseHandle(file) == FALSE;
 }
-
-ReadOnlyFile::ReadOnlyFile(const std::wstring& path, HMODULE opener) : m_path(path) {
-  EXPECT_NE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY), FALSE);
-  if (RefusesWriting(path)) return;
-  g_refused = path;
-  m_hook.emplace(opener, "_wfopen", &RefuseOpening);
-  g_open = m_hook->Original<decltype(&_wfopen)>();
-}
-
-ReadOnlyFile::~ReadOnlyFile() { SetFileAttributesW(m_path.c_str(), FILE_ATTRIBUTE_NORMAL); }
 
 FullDisk::FullDisk() : m_hook(GetModuleHandleW(L"msvcrt.dll"), "WriteFile", &RefuseWriting) { g_writesRefused = 0; }
-
-FullDisk::~FullDisk() = default;
 
 int FullDisk::Refused() const { return g_writesRefused; }
 
 std::wstring FileOnAFullDisk() {
   const std::wstring path = L"Z:\\dev\\full";
   return RefusesWriting(path) ? std::wstring() : path;
-}
-
-HeldFile::HeldFile(const std::wstring& path)
-    : m_ready(CreateEventW(nullptr, TRUE, FALSE, EventName(L"ready").c_str())),
-      m_stop(CreateEventW(nullptr, TRUE, FALSE, EventName(L"stop").c_str())) {
-  m_holder = std::thread([this, path] {
-    ChildOptions options;
-    options.arguments = {path, EventName(L"ready"), EventName(L"stop")};
-    m_result = RunChild(ProgramFolder() + L"\\file_holder.exe", options);
-    SetEvent(m_ready);
-  });
-  WaitForSingleObject(m_ready, INFINITE);
-  EXPECT_TRUE(RefusesWriting(path)) << ToUtf8(path) << " is not held";
-}
-
-HeldFile::~HeldFile() {
-  SetEvent(m_stop);
-  m_holder.join();
-  EXPECT_EQ(m_result.exitCode, 0u);
-  CloseHandle(m_ready);
-  CloseHandle(m_stop);
 }
 
 }  // namespace qvtest

@@ -6,9 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <filesystem>
-#include <functional>
-#include <optional>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -88,58 +85,45 @@ constexpr int kThreads = 16;
 constexpr size_t kNames = 100;
 
 TEST_F(LogOfTheJvm, WhatCannotBeWrittenIsLostAndNothingElse) {
-  struct Abuse {
-    const char* name;
-    std::function<void(const TempFolder& folder, const std::wstring& log, const std::function<void()>& work)> around;
-  };
-  const Abuse abuses[] = {
-      {"a read-only file",
-       [](const TempFolder& folder, const std::wstring& log, const auto& work) {
-         folder.WriteFile(L"abused.log");
-         const ReadOnlyFile abuse(log, LoadService().module);
-         work();
-       }},
-      {"a folder in its place",
-       [](const TempFolder& folder, const std::wstring&, const auto& work) {
-         folder.MakeFolder(L"abused.log");
-         work();
-       }},
-      {"held by another process",
-       [](const TempFolder&, const std::wstring& log, const auto& work) {
-         const HeldFile abuse(log);
-         work();
-       }},
-      {"a full disk",
-       [](const TempFolder&, const std::wstring&, const auto& work) {
-         const FullDisk abuse;
-         work();
-         EXPECT_GT(abuse.Refused(), 0);
-       }},
-  };
   size_t writes = 0;
   size_t found = 0;
   int mixed = 0;
-  for (const Abuse& abuse : abuses) {
-    SCOPED_TRACE(abuse.name);
-    const TempFolder folder;
-    const std::wstring log = folder.Path(L"abused.log");
-    Vm()->SetLogFileName(log.c_str());
-    abuse.around(folder, log, [&] { MakeNoise(L"abused", kReports); });
-    if (std::filesystem::is_regular_file(log)) {
-      const Reports reports = ReadReports(log);
-      EXPECT_TRUE(reports.found.empty());
-      found += reports.found.size();
-      mixed += reports.mixed;
-    }
-    writes += kReports;
-    ExpectGoesOn();
-  }
-  for (const std::wstring& log : {L"C:\\no such folder\\vm.log" + std::wstring(), FileOnAFullDisk()}) {
-    if (log.empty()) continue;
-    SCOPED_TRACE(ToUtf8(log));
+  const auto abuse = [&](const std::wstring& log) {
     Vm()->SetLogFileName(log.c_str());
     MakeNoise(L"abused", kReports);
     writes += kReports;
+  };
+  const auto count = [&](const std::wstring& log) {
+    const Reports reports = ReadReports(log);
+    EXPECT_TRUE(reports.found.empty());
+    found += reports.found.size();
+    mixed += reports.mixed;
+    ExpectGoesOn();
+  };
+  for (const Abuse& row : Abuses()) {
+    SCOPED_TRACE(row.name);
+    const TempFolder folder;
+    const std::wstring log = folder.WriteFile(L"logs\\abused.log");
+    {
+      const auto lasting = row.begin(log, LoadService().module);
+      abuse(log);
+    }
+    count(log);
+  }
+  {
+    SCOPED_TRACE("a full disk, by a hook");
+    const TempFolder folder;
+    const std::wstring log = folder.Path(L"abused.log");
+    {
+      const FullDisk full;
+      abuse(log);
+      EXPECT_GT(full.Refused(), 0);
+    }
+    count(log);
+  }
+  if (const std::wstring log = FileOnAFullDisk(); !log.empty()) {
+    SCOPED_TRACE(ToUtf8(log));
+    abuse(log);
     ExpectGoesOn();
   }
   Record("20", "read-only, a folder, held, a full disk, no folder, in turn", writes, found, mixed);

@@ -97,7 +97,7 @@ class LogAbuse : public testing::Test {
   HMODULE m_service = nullptr;
   IQV_JavaVM* m_vm = nullptr;
   Hook m_hook = nullptr;
-  std::wstring m_log = m_folder.Path(L"abused.log");
+  std::wstring m_log = m_folder.MakeFolder(L"logs") + L"\\abused.log";
   std::set<std::string> m_written;
 };
 
@@ -105,53 +105,22 @@ constexpr int kMessages = 100;
 constexpr char kArrives[] = "the next message arrives";
 constexpr char kRefused[] = "-1 to the JVM; undone, the next message arrives";
 
-TEST_F(LogAbuse, ReadOnlyFile) {
-  m_folder.WriteFile(L"abused.log", "kept\r\n");
-  bool byHook = false;
+class RefusedLog : public LogAbuse, public testing::WithParamInterface<Abuse> {};
+
+TEST_P(RefusedLog, LosesItsMessagesAndNothingElse) {
+  const Abuse& abuse = GetParam();
+  m_folder.WriteFile(L"logs\\abused.log", "kept\r\n");
   {
-    const ReadOnlyFile abuse(m_log, m_service);
-    byHook = abuse.ByHook();
-    EXPECT_EQ(PrintLines("read-only", kMessages, -1), kMessages);
+    const auto lasting = abuse.begin(m_log, m_service);
+    EXPECT_EQ(PrintLines("refused", kMessages, -1), kMessages);
   }
-  EXPECT_EQ(ReadWholeFile(m_log), "kept\r\n");
-  const LineCount lines = CountWritten(m_log);
-  EXPECT_EQ(lines.lost, kMessages);
+  EXPECT_EQ(FileExists(m_log) ? ReadWholeFile(m_log) : "", abuse.keepsTheFile ? "kept\r\n" : "");
   ExpectGoesOn();
-  Record("01", byHook ? "read-only file (refused by a hook)" : "read-only file", kMessages, {0, lines.lost, 0},
-         kRefused);
+  Record((std::string("01 ") + abuse.test).c_str(), abuse.name, kMessages, {0, kMessages, 0}, kRefused);
 }
 
-TEST_F(LogAbuse, FolderInItsPlace) {
-  m_folder.MakeFolder(L"abused.log");
-  const int refused = PrintLines("folder", kMessages, -1);
-  EXPECT_EQ(refused, kMessages);
-  RemoveDirectoryW(m_log.c_str());
-  ExpectGoesOn();
-  Record("02", "a folder in its place", kMessages, {0, refused, 0}, kRefused);
-}
-
-TEST_F(LogAbuse, MissingFolder) {
-  m_log = m_folder.Path(L"missing\\abused.log");
-  m_vm->SetLogFileName(m_log.c_str());
-  const int refused = PrintLines("missing", kMessages, -1);
-  EXPECT_EQ(refused, kMessages);
-  m_folder.MakeFolder(L"missing");
-  ExpectGoesOn();
-  Record("03", "a folder that does not exist", kMessages, {0, refused, 0}, kRefused);
-}
-
-TEST_F(LogAbuse, HeldByAnotherProcess) {
-  EXPECT_EQ(PrintLines("before", 1), 1);
-  {
-    const HeldFile abuse(m_log);
-    EXPECT_EQ(PrintLines("held", kMessages, -1), kMessages);
-  }
-  const LineCount lines = CountWritten(m_log);
-  EXPECT_EQ(lines.found, 1) << "what was there before stays";
-  EXPECT_EQ(lines.mixed, 0);
-  ExpectGoesOn();
-  Record("04", "held open by another process, not shared", kMessages, {0, lines.lost, lines.mixed}, kRefused);
-}
+INSTANTIATE_TEST_SUITE_P(By, RefusedLog, testing::ValuesIn(Abuses()),
+                         [](const auto& row) { return std::string(row.param.test); });
 
 // The JVM is told what the formatter answers, which is done before the disk is asked.
 TEST_F(LogAbuse, FullDiskByHook) {
@@ -234,24 +203,21 @@ class ManyWriters : public LogAbuse {
   static int LinesEach() { return IsNightly() ? 2000 : 50; }
 };
 
+// With a first message of its own, and with the first among all of them.
 TEST_F(ManyWriters, AtOnce) {
-  Print("first\n");
-  const int refused = WriteFromAll(LinesEach(), [] { Sleep(1); });
-  m_written.insert("first");
-  const LineCount lines = CountWritten(m_log);
-  EXPECT_EQ(refused, 0) << "every message could be written";
-  EXPECT_GT(lines.found, 0);
-  ExpectGoesOn();
-  Record("10", "16 threads write at once", kThreads * LinesEach(), lines, kArrives);
-}
-
-TEST_F(ManyWriters, AtOnceFromTheFirstMessageOn) {
-  const int refused = WriteFromAll(LinesEach(), [] { Sleep(1); });
-  const LineCount lines = CountWritten(m_log);
-  EXPECT_EQ(refused, 0);
-  EXPECT_GT(lines.found, 0);
-  ExpectGoesOn();
-  Record("11", "the same, the first message among them", kThreads * LinesEach(), lines, kArrives);
+  for (const bool begun : {true, false}) {
+    SCOPED_TRACE(begun ? "after the first message" : "from the first message on");
+    m_log = m_folder.Path(begun ? L"begun.log" : L"new.log");
+    m_vm->SetLogFileName(m_log.c_str());
+    m_written.clear();
+    if (begun) PrintLines("first", 1);
+    EXPECT_EQ(WriteFromAll(LinesEach(), [] { Sleep(1); }), 0) << "every message could be written";
+    const LineCount lines = CountWritten(m_log);
+    EXPECT_GT(lines.found, 0);
+    ExpectGoesOn();
+    Record(begun ? "10" : "11", begun ? "16 threads write at once" : "the same, the first message among them",
+           kThreads * LinesEach(), lines, kArrives);
+  }
 }
 
 TEST_F(ManyWriters, WhileItIsDeleted) {
