@@ -149,6 +149,13 @@ std::wstring TextOf(IQV_JavaVM* vm, qv_jstring string) {
   return text;
 }
 
+std::string RuntimeOf(IQV_JavaVM* vm) {
+  IQvString* version = nullptr;
+  EXPECT_EQ(vm->GetJavaVersion(&version), QV_S_OK);
+  const std::wstring text = TakeText(version);
+  return ToUtf8(text.substr(0, text.find(L'.')));
+}
+
 IQV_JavaVM* StartVm(const StartOptions& options) {
   static IQV_JavaVM* const vm = [&]() -> IQV_JavaVM* {
     const std::vector<std::wstring> jvmOptions = options.jvmOptions.empty() ? OptionsOfTheRun() : options.jvmOptions;

@@ -86,6 +86,9 @@ Local NewDefaultObject(IQV_JavaVM* vm, qv_jclass cls);
 // The whole string, embedded nulls and all.
 std::wstring TextOf(IQV_JavaVM* vm, qv_jstring string);
 
+// The number of the Java version that runs: "17".
+std::string RuntimeOf(IQV_JavaVM* vm);
+
 // How the JVM is created when the configuration is not to be the default tree.
 struct StartOptions {
   std::vector<std::wstring> jvmOptions;  // empty: the default tree

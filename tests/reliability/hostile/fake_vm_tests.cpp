@@ -16,26 +16,13 @@ namespace {
 
 class HostileText : public BridgeTest {
  protected:
-  // `once(text)` gives what was wrong; it sets m_accepted when the text was taken for something.
-  template <class Once>
-  void Try(const char* key, const char* kind, const wchar_t* resource, Once&& once) {
-    const uint64_t seed = SeedOfThisRun();
-    HostileTexts texts(resource, Mixed(seed, static_cast<uint64_t>(key[0])), IsNightly() ? 9000 : 500);
-    size_t accepted = 0;
-    size_t refused = 0;
-    size_t wrong = 0;
-    for (size_t i = 0; i < texts.Count(); ++i) {
-      const std::string text = texts.Next();
-      m_accepted = false;
+  void Try(const char* key, const char* kind, const wchar_t* resource,
+           const std::function<std::string(const std::string&)>& once) {
+    TryTexts({key, kind, "recorded", resource, IsNightly() ? 9000U : 500U}, m_accepted, [&](const std::string& text) {
       const std::string trouble = once(text);
-      ++(!trouble.empty() ? wrong : m_accepted ? accepted : refused);
-      if (!trouble.empty() && wrong <= 10) {
-        ADD_FAILURE() << "seed " << seed << ", text " << i << ", " << AsLine(text) << ": " << trouble;
-      }
       Renew();
-    }
-    EXPECT_EQ(wrong, 0U);
-    RecordRow("hostile-text", key, {kind, "recorded", texts.Count(), accepted, refused, wrong});
+      return trouble;
+    });
   }
 
   bool m_accepted = false;

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "tests/support/reliability.h"
+
 namespace qvtest {
 
 namespace {
@@ -115,6 +117,25 @@ void HostileTexts::Change(std::string& text) {
     default:
       text.insert(at, std::string(1 + m_random.Below(600), static_cast<char>(m_random.Next())));
   }
+}
+
+TextCounts TryTexts(const TextKind& kind, bool& accepted, const std::function<std::string(const std::string&)>& once) {
+  const uint64_t seed = SeedOfThisRun();
+  HostileTexts texts(kind.resource, Mixed(seed, static_cast<uint64_t>(kind.key[0])), kind.fuzzed);
+  TextCounts counts;
+  for (size_t i = 0; i < texts.Count(); ++i) {
+    const std::string text = texts.Next();
+    accepted = false;
+    const std::string trouble = once(text);
+    ++(!trouble.empty() ? counts.wrong : accepted ? counts.accepted : counts.refused);
+    if (!trouble.empty() && counts.wrong <= 10) {
+      ADD_FAILURE() << "seed " << seed << ", text " << i << ", " << AsLine(text) << ": " << trouble;
+    }
+  }
+  EXPECT_EQ(counts.wrong, 0U);
+  RecordRow("hostile-text", kind.key + "/" + kind.runtime,
+            {kind.name, kind.runtime, texts.Count(), counts.accepted, counts.refused, counts.wrong});
+  return counts;
 }
 
 GuardedText::GuardedText(std::string_view text) {

@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,22 @@ class HostileTexts {
   size_t m_fuzzed;
   size_t m_next = 0;
 };
+
+// Every text of a kind once. `once` gives what was wrong with what it saw, or nothing, and says in `accepted` whether
+// the text was taken for something. Each text that goes wrong fails the test; the counts are a row of the page.
+struct TextKind {
+  std::string key;
+  const char* name;
+  std::string runtime;
+  const wchar_t* resource;
+  size_t fuzzed;
+};
+struct TextCounts {
+  size_t accepted = 0;
+  size_t refused = 0;
+  size_t wrong = 0;
+};
+TextCounts TryTexts(const TextKind& kind, bool& accepted, const std::function<std::string(const std::string&)>& once);
 
 // The text and its null right before a page that cannot be read: who reads on, falls.
 class GuardedText {

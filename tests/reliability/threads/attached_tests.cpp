@@ -77,10 +77,7 @@ class ThreadOwners : public RunningVmTest {
     return after;
   }
   void Tell(const char* key, const char* what, const std::string& result) {
-    IQvString* text = nullptr;
-    EXPECT_EQ(Vm()->GetJavaVersion(&text), QV_S_OK);
-    const std::wstring version = TakeText(text);
-    const std::string runtime = ToUtf8(version.substr(0, version.find(L'.')));
+    const std::string runtime = RuntimeOf(Vm());
     RecordRow("thread-owners", std::string(key) + "/" + runtime, {what, runtime, HasFailure() ? "failed" : result});
   }
 

@@ -207,10 +207,7 @@ TEST(ComeAndGo, ThreadsThatCallAndGoLeaveNothing) {
   EXPECT_EQ(complaints.Count(), 0) << complaints.First();
   ExpectFlat(before, after);
 
-  IQvString* version = nullptr;
-  EXPECT_EQ(vm->GetJavaVersion(&version), QV_S_OK);
-  const std::wstring text = TakeText(version);
-  const std::string runtime = ToUtf8(text.substr(0, text.find(L'.')));
+  const std::string runtime = RuntimeOf(vm);
   const auto between = [](int64_t from, int64_t to) { return std::to_string(from) + " → " + std::to_string(to); };
   std::printf("threads %d, wrong %d, handles %s, Java threads %s, blocks %s\n", count, complaints.Count(),
               between(before.handles, after.handles).c_str(), between(before.javaThreads, after.javaThreads).c_str(),
