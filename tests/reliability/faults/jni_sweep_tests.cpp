@@ -18,18 +18,6 @@ namespace qvtest {
 
 namespace {
 
-// What the page says about one function.
-struct Tally : EndTally {
-  std::set<Fault> faults;
-
-  [[nodiscard]] std::string Faults() const {
-    std::string text;
-    if (faults.contains(Fault::Null)) text = "null";
-    if (faults.contains(Fault::Throw)) text += text.empty() ? "exception" : ", exception";
-    return text;
-  }
-};
-
 // The functions that cannot fail, and why.
 const std::map<std::string, std::string> kSteady = {
     {"DeleteLocalRef", "it has no result"},
@@ -71,7 +59,7 @@ TEST_F(Sweep, EveryJniCallFailsInTurn) {
     size_t rowsUsed = 0;
     for (const auto& [function, count] : calls) {
       Tally& tally = tallies[function];
-      ++tally.operations;
+      tally.operations.insert(operation.name);
       for (const Fault fault : {Fault::Null, Fault::Throw}) {
         if (!(fault == Fault::Null ? CanGiveNull(function) : CanThrow(function))) continue;
         for (int n = 1; n <= count; ++n) {
@@ -91,21 +79,20 @@ TEST_F(Sweep, EveryJniCallFailsInTurn) {
           });
           EXPECT_EQ(end, row->end);
           EXPECT_TRUE(m_fired);
-          tally.faults.insert(fault);
-          tally.Count(operation.end, row->end, end);
+          tally.faults.insert(fault == Fault::Null ? "null" : "exception");
+          Count(tally, operation.end, row->end, end);
         }
       }
     }
     EXPECT_EQ(rowsUsed, operation.faults.size()) << "a row fits no call";
   }
   for (const std::string& function : OutsideCalls("jni")) {
-    const Tally& tally = tallies[function];
-    EXPECT_GT(tally.operations, 0) << function << " is called by the service, and by no operation here";
+    Tally& tally = tallies[function];
+    EXPECT_FALSE(tally.operations.empty()) << function << " is called by the service, and by no operation here";
     const auto steady = kSteady.find(function);
     EXPECT_EQ(tally.faults.empty(), steady != kSteady.end()) << function;
-    RecordRow("faults", "7 " + function,
-              {"`" + function + "`", "JNI", steady == kSteady.end() ? tally.Faults() : "cannot fail: " + steady->second,
-               tally.operations, tally.Runs(), tally.Outcome()});
+    if (steady != kSteady.end()) tally.steady = steady->second;
+    tally.Record("7 " + function, "`" + function + "`", "JNI");
   }
 }
 
@@ -141,7 +128,7 @@ TEST_F(Sweep, EveryAllocationFailsInTurn) {
         const End end = Run(operation, [&] { return std::make_unique<FailAllocation>(n, mode); });
         EXPECT_EQ(end, expected);
         EXPECT_EQ(m_fired, fails) << "as many rows as the operation makes allocations";
-        if (fails) group.tally.Count(operation.end, expected, end);
+        if (fails) Count(group.tally, operation.end, expected, end);
       }
     }
   }
@@ -176,8 +163,7 @@ TEST_F(Sweep, AClassNameThatCannotBeConverted) {
   };
   const RecordView whole = Record(L"Unable to find java a/B class. Check CLASSPATH.", 0);
   const RecordView nameless = Record(L"Unable to find java  class. Check CLASSPATH.", 0);
-  Tally tally;
-  std::set<std::string> operations;
+  Tally tally{.faults = {"cannot be converted"}};
   // In a joined JVM the name is measured, then converted for the loader; a third time for the text of the failure.
   struct Row {
     bool created;
@@ -199,11 +185,10 @@ TEST_F(Sweep, AClassNameThatCannotBeConverted) {
     const End stated{E_FAIL, row.record, 0};
     EXPECT_EQ(end, stated);
     EXPECT_EQ(g_conversions, row.conversions);
-    tally.Count(operation.end, stated, end);
-    operations.insert(operation.name);
+    Count(tally, operation.end, stated, end);
+    tally.operations.insert(operation.name);
   }
-  RecordRow("faults", "2 mbstowcs",
-            {"`mbstowcs`", "C library", "cannot be converted", operations.size(), tally.Runs(), tally.Outcome()});
+  tally.Record("2 mbstowcs", "`mbstowcs`", "C library");
 }
 
 // ---- the mark of a thread that is inside a capture ----

@@ -11,9 +11,9 @@
 #include "tests/reliability/faults/expectations.h"
 #include "tests/reliability/faults/jvm_points.h"
 #include "tests/reliability/faults/scenario.h"
+#include "tests/reliability/faults/tally.h"
 #include "tests/startup/whole_options.h"
 #include "tests/support/process_counters.h"
-#include "tests/support/reliability.h"
 #include "tests/support/watchdog.h"
 
 namespace qvtest {
@@ -143,18 +143,11 @@ bool Fits(const Expectation& row, const Scenario& scenario, const Point& point, 
          Fits(row.purpose, purpose);
 }
 
-// What the page says about one function.
-struct Tally {
+// What is known about one function.
+struct CallTally : Tally {
   PointKind kind = PointKind::Windows;
-  std::set<std::string> faults;
-  std::string steady;
   bool never = false;
   bool buildDependent = false;
-  std::set<std::string> operations;
-  int goOn = 0;
-  int fail = 0;
-  int forGood = 0;
-  int otherwise = 0;  // than its row says
 };
 
 int FailuresOfThisTest() { return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count(); }
@@ -288,7 +281,7 @@ class FaultMatrix : public Matrix {
     if (std::strcmp(scenario.name, "start, unknown host") == 0) m_unknown = normal.options;
     const std::map<const Point*, uint64_t> counts = m_counts;
     for (Point& point : m_points) {
-      Tally& tally = m_tallies[point.call];
+      CallTally& tally = m_tallies[point.call];
       tally.kind = point.kind;
       if (*point.fault != '\0') tally.faults.insert(point.fault);
       tally.steady = point.steady;
@@ -305,29 +298,9 @@ class FaultMatrix : public Matrix {
     }
   }
 
-  void Record() {
-    for (const auto& [call, tally] : m_tallies) {
-      if (tally.buildDependent && tally.steady.empty() && tally.operations.empty()) continue;
-      std::string fails;
-      for (const std::string& fault : tally.faults) fails += (fails.empty() ? "" : ", ") + fault;
-      std::string ends;
-      const auto add = [&](int number, const char* how) {
-        if (number != 0) ends += (ends.empty() ? "" : ", ") + std::to_string(number) + how;
-      };
-      add(tally.goOn, " as ever");
-      add(tally.fail, " failed as stated");
-      add(tally.forGood, " failed for good as stated");
-      add(tally.otherwise, " otherwise");
-      RecordRow("faults", std::string(1, static_cast<char>('1' + static_cast<int>(tally.kind))) + " " + call,
-                {"`" + call + "`", NameOf(tally.kind), tally.steady.empty() ? fails : "cannot fail: " + tally.steady,
-                 tally.operations.size(), tally.goOn + tally.fail + tally.forGood + tally.otherwise,
-                 tally.steady.empty() ? ends : "-"});
-    }
-  }
-
   Strings m_unknown;
   std::set<const Expectation*> m_used;
-  std::map<std::string, Tally> m_tallies;
+  std::map<std::string, CallTally> m_tallies;
 };
 
 TEST_F(FaultMatrix, EachCallFailsInEachOperationThatReachesIt) {
@@ -343,8 +316,10 @@ TEST_F(FaultMatrix, EachCallFailsInEachOperationThatReachesIt) {
     const bool reached = !tally.operations.empty() || tally.buildDependent || !tally.steady.empty();
     EXPECT_TRUE(reached) << call << " is reached by no operation";
     EXPECT_TRUE(!tally.never || tally.operations.empty()) << call << " is called all the same";
+    if (tally.buildDependent && tally.steady.empty() && tally.operations.empty()) continue;
+    const char kind = static_cast<char>('1' + static_cast<int>(tally.kind));
+    tally.Record(std::string(1, kind) + " " + call, "`" + call + "`", NameOf(tally.kind));
   }
-  Record();
 }
 
 }  // namespace

@@ -4,31 +4,14 @@
 #include <string>
 
 #include "tests/bridge/operation_rows.h"
+#include "tests/reliability/faults/tally.h"
 
 namespace qvtest {
 
-// How the runs of one kind of fault ended, as the page tells it.
-struct EndTally {
-  int operations = 0;
-  int goOn = 0;
-  int fail = 0;
-  int otherwise = 0;  // than stated
-
-  void Count(const End& normal, const End& stated, const End& end) {
-    ++(!(end == stated) ? otherwise : normal.status == end.status ? goOn : fail);
-  }
-  [[nodiscard]] int Runs() const { return goOn + fail + otherwise; }
-  [[nodiscard]] std::string Outcome() const {
-    std::string text;
-    const auto add = [&](int number, const char* how) {
-      if (number != 0) text += (text.empty() ? "" : ", ") + std::to_string(number) + how;
-    };
-    add(goOn, " as ever");
-    add(fail, " failed as stated");
-    add(otherwise, " otherwise");
-    return text.empty() ? "-" : text;
-  }
-};
+// Counts how an operation ended.
+inline void Count(Tally& tally, const End& normal, const End& stated, const End& end) {
+  ++(!(end == stated) ? tally.otherwise : normal.status == end.status ? tally.goOn : tally.fail);
+}
 
 class OperationTest : public BridgeTest {
  protected:

@@ -227,12 +227,12 @@ class SlotFaults : public OperationTest {
 TEST_F(SlotFaults, EachOperationOfTheObjectsOwnTableFailsInTurn) {
   const SlotRows rows = MakeRows();
   std::set<const SlotRow*> used;
-  std::map<size_t, EndTally> tallies;
+  std::map<size_t, Tally> tallies;
   for (const Operation& operation : Operations()) {
     SCOPED_TRACE(operation.name);
     for (const auto& [slot, count] : CallsOf(operation)) {
-      EndTally& tally = tallies[slot];
-      ++tally.operations;
+      Tally& tally = tallies[slot];
+      tally.operations.insert(operation.name);
       if (slot == kExceptionClear) continue;
       ASSERT_TRUE(SlotFaultTable().contains(slot)) << SlotLine(slot) << " is called, and nothing says how it fails";
       for (const int n : std::set<int>{1, std::min(2, count), count}) {
@@ -249,7 +249,7 @@ TEST_F(SlotFaults, EachOperationOfTheObjectsOwnTableFailsInTurn) {
         EXPECT_EQ(end, row->end);
         EXPECT_TRUE(m_fired);
         EXPECT_EQ(Run(operation), operation.end) << "the next one, with nothing failing";
-        tally.Count(operation.end, row->end, end);
+        Count(tally, operation.end, row->end, end);
       }
     }
   }
@@ -257,11 +257,14 @@ TEST_F(SlotFaults, EachOperationOfTheObjectsOwnTableFailsInTurn) {
     EXPECT_TRUE(used.contains(&row)) << "a row fits no call: " << row.operation << ", " << SlotLine(row.slot) << ", "
                                      << row.n;
   }
-  for (const auto& [slot, tally] : tallies) {
-    RecordRow("faults", "8 " + std::to_string(slot),
-              {"slot " + std::to_string(slot) + " `" + SlotName(slot) + "`", "own table",
-               slot == kExceptionClear ? "cannot fail: it has no result" : SlotFaultTable().at(slot).what,
-               tally.operations, tally.Runs(), tally.Outcome()});
+  for (auto& [slot, tally] : tallies) {
+    if (slot == kExceptionClear) {
+      tally.steady = "it has no result";
+    } else {
+      tally.faults = {SlotFaultTable().at(slot).what};
+    }
+    tally.Record("8 " + std::to_string(slot), "slot " + std::to_string(slot) + " `" + SlotName(slot) + "`",
+                 "own table");
   }
 }
 
