@@ -22,30 +22,15 @@ constexpr char kTextToVoid[] = "(Ljava/lang/String;)V";
 constexpr char kTextToText[] = "(Ljava/lang/String;)Ljava/lang/String;";
 
 void CallAllInstanceMethods(IQV_JavaVM* vm) {
-  const Local cls = FindClass(vm, "qvtest/Echo");
-  const Local object = NewDefaultObject(vm, cls);
+  const JavaClass cls(vm, "qvtest/Echo");
+  const Local object = cls.New();
   const Local text = NewString(vm, L"text");
-  int8_t byteResult = 0;
-  int16_t shortResult = 0;
-  int32_t result = 0;
-  int64_t longResult = 0;
-  float floatResult = 0;
-  double doubleResult = 0;
   Local reference(vm);
-  EXPECT_TRUE(Ok(vm, vm->CallByteMethod(&byteResult, cls, object, "ofByte", "(B)B", 1)));
-  EXPECT_TRUE(Ok(vm, vm->CallByteMethod2(&byteResult, cls, object, "ofByte", "(B)B", 1)));
-  EXPECT_TRUE(Ok(vm, vm->CallShortMethod(&shortResult, cls, object, "ofShort", "(S)S", 1)));
-  EXPECT_TRUE(Ok(vm, vm->CallShortMethod2(&shortResult, cls, object, "ofShort", "(S)S", 1)));
-  EXPECT_TRUE(Ok(vm, vm->CallIntMethod(&result, cls, object, "ofInt", "(I)I", 1)));
-  EXPECT_TRUE(Ok(vm, vm->CallIntMethod2(&result, cls, object, "ofInt", "(I)I", 1)));
-  EXPECT_TRUE(Ok(vm, vm->CallLongMethod(&longResult, cls, object, "ofLong", "(J)J", int64_t{1})));
-  EXPECT_TRUE(Ok(vm, vm->CallLongMethod2(&longResult, cls, object, "ofLong", "(J)J", int64_t{1})));
-  EXPECT_TRUE(Ok(vm, vm->CallFloatMethod(&floatResult, cls, object, "ofFloat", "(F)F", 1.0)));
-  EXPECT_TRUE(Ok(vm, vm->CallFloatMethod2(&floatResult, cls, object, "ofFloat", "(F)F", 1.0)));
-  EXPECT_TRUE(Ok(vm, vm->CallDoubleMethod(&doubleResult, cls, object, "ofDouble", "(D)D", 1.0)));
-  EXPECT_TRUE(Ok(vm, vm->CallDoubleMethod2(&doubleResult, cls, object, "ofDouble", "(D)D", 1.0)));
-  EXPECT_TRUE(Ok(vm, vm->CallBooleanMethod(&result, cls, object, "ofBoolean", "(Z)Z", 1)));
-  EXPECT_TRUE(Ok(vm, vm->CallBooleanMethod2(&result, cls, object, "ofBoolean", "(Z)Z", 1)));
+  ForEachTypedCall([&](auto first, auto second, const TypeName& type, auto value) {
+    for (const auto call : {first, second}) {
+      EXPECT_TRUE(Ok(vm, (vm->*call)(&value, cls, object, type.method, type.toItself, value)));
+    }
+  });
   EXPECT_TRUE(Ok(vm, vm->CallObjectMethod(reference.Out(), cls, object, "ofString", kTextToText, text.Get())));
   EXPECT_TRUE(Ok(vm, vm->CallObjectMethod2(reference.Out(), cls, object, "ofString", kTextToText, text.Get())));
   EXPECT_TRUE(Ok(vm, vm->CallVoidMethod(cls, object, "keep", kTextToVoid, text.Get())));
@@ -216,7 +201,7 @@ const Scenario kScenarios[] = {
 class CheckJni : public testing::Test {
  protected:
   void SetUp() override {
-    m_vm = StartVm({.jvmOptions = {L"-Xcheck:jni", L"-Xmx128m"}});
+    m_vm = StartVm({L"-Xcheck:jni", L"-Xmx128m"});
     ASSERT_NE(m_vm, nullptr);
   }
   void TearDown() override {

@@ -32,34 +32,20 @@ class Errors : public RunningVmTest {
   std::optional<Local> m_object;
 };
 
-// Every typed call with a method that throws and with one that is not there.
-template <class Value, class Call>
-void CheckBoth(IQV_JavaVM* vm, Call&& call, const char* method, const std::wstring& kind) {
-  Value result{7};
-  EXPECT_TRUE(Fails(vm, call(&result, method), {L"java.lang.IllegalStateException: " + kind, kFailed})) << method;
-  EXPECT_EQ(result, Value{}) << method << ": what the call returned is stored before the exception is looked at";
-  result = Value{7};
-  EXPECT_TRUE(FailsWith(vm, call(&result, "isNotThere"), L"java.lang.NoSuchMethodError", kFailed)) << method;
-  EXPECT_EQ(result, Value{7}) << method << ": without a method the result stays";
-}
-
 TEST_F(Errors, EveryInstanceCallReportsWhatWasThrown) {
-  const auto both = [&]<class Value>(auto first, auto second, const char* method, const char* signature,
-                                     const std::wstring& kind, Value) {
-    for (const auto slot : {first, second}) {
-      CheckBoth<Value>(
-          Vm(),
-          [&](Value* result, const char* name) { return (Vm()->*slot)(result, Class(), Object(), name, signature); },
-          method, kind);
+  ForEachTypedCall([&](auto first, auto second, const TypeName& type, auto value) {
+    SCOPED_TRACE(type.method);
+    for (const auto call : {first, second}) {
+      auto result = value;
+      EXPECT_TRUE(Fails(Vm(), (Vm()->*call)(&result, Class(), Object(), type.method, type.fromNothing),
+                        {std::wstring(L"java.lang.IllegalStateException: ") + type.name, kFailed}));
+      EXPECT_EQ(result, decltype(result){}) << "what the call returned is stored before the exception is looked at";
+      result = value;
+      EXPECT_TRUE(FailsWith(Vm(), (Vm()->*call)(&result, Class(), Object(), "isNotThere", type.fromNothing),
+                            L"java.lang.NoSuchMethodError", kFailed));
+      EXPECT_EQ(result, value) << "without a method the result stays";
     }
-  };
-  both(&IQV_JavaVM::CallByteMethod, &IQV_JavaVM::CallByteMethod2, "ofByte", "()B", L"byte", int8_t{});
-  both(&IQV_JavaVM::CallShortMethod, &IQV_JavaVM::CallShortMethod2, "ofShort", "()S", L"short", int16_t{});
-  both(&IQV_JavaVM::CallIntMethod, &IQV_JavaVM::CallIntMethod2, "ofInt", "()I", L"int", int32_t{});
-  both(&IQV_JavaVM::CallLongMethod, &IQV_JavaVM::CallLongMethod2, "ofLong", "()J", L"long", int64_t{});
-  both(&IQV_JavaVM::CallFloatMethod, &IQV_JavaVM::CallFloatMethod2, "ofFloat", "()F", L"float", float{});
-  both(&IQV_JavaVM::CallDoubleMethod, &IQV_JavaVM::CallDoubleMethod2, "ofDouble", "()D", L"double", double{});
-  both(&IQV_JavaVM::CallBooleanMethod, &IQV_JavaVM::CallBooleanMethod2, "ofBoolean", "()Z", L"boolean", int32_t{});
+  });
 }
 
 TEST_F(Errors, ObjectAndVoidCallsReportWhatWasThrown) {

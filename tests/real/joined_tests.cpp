@@ -68,44 +68,24 @@ class JoinedVm : public testing::Test {
   }
   static IQV_JavaVM* Vm() { return Process().vm; }
 
-  // The text that a static method without arguments gives.
-  static std::wstring TextOfStatic(IQV_JavaVM* vm, qv_jclass cls, const char* method) {
-    Local text(vm);
-    EXPECT_TRUE(Ok(vm, vm->CallStaticObjectMethod(text.Out(), cls, method, "()Ljava/lang/Object;")));
-    return TextOf(vm, text);
-  }
   // The name of the class of the loader of a class.
-  static std::wstring LoaderOf(IQV_JavaVM* vm, qv_jclass cls) {
-    const Local classClass = FindClass(vm, "java/lang/Class");
-    const Local objectClass = FindClass(vm, "java/lang/Object");
-    Local loader(vm);
-    Local loaderClass(vm);
-    Local name(vm);
-    EXPECT_TRUE(
-        Ok(vm, vm->CallObjectMethod(loader.Out(), classClass, cls, "getClassLoader", "()Ljava/lang/ClassLoader;")));
-    EXPECT_TRUE(
-        Ok(vm, vm->CallObjectMethod(loaderClass.Out(), objectClass, loader, "getClass", "()Ljava/lang/Class;")));
-    EXPECT_TRUE(Ok(vm, vm->CallObjectMethod(name.Out(), classClass, loaderClass, "getName", kToText)));
-    return TextOf(vm, name);
+  static std::wstring LoaderOf(qv_jclass cls) {
+    const JavaClass classClass(Vm(), "java/lang/Class");
+    const Local loader = classClass.Call(cls, "getClassLoader", "()Ljava/lang/ClassLoader;");
+    const Local loaderClass = JavaClass(Vm(), "java/lang/Object").Call(loader, "getClass", "()Ljava/lang/Class;");
+    return TextOf(Vm(), classClass.Call(loaderClass, "getName", kToText));
   }
   static bool Same(qv_jobject left, qv_jobject right) {
-    const Local objectClass = FindClass(Vm(), "java/lang/Object");
+    const JavaClass objectClass(Vm(), "java/lang/Object");
     int32_t same = 0;
     EXPECT_TRUE(Ok(Vm(), Vm()->CallBooleanMethod(&same, objectClass, left, "equals", "(Ljava/lang/Object;)Z", right)));
     return same == 1;
   }
   static int32_t ThreadsInJava() {
-    const Local threadClass = FindClass(Vm(), "java/lang/Thread");
-    const Local groupClass = FindClass(Vm(), "java/lang/ThreadGroup");
-    Local thread(Vm());
-    Local group(Vm());
-    int32_t count = -1;
-    EXPECT_TRUE(
-        Ok(Vm(), Vm()->CallStaticObjectMethod(thread.Out(), threadClass, "currentThread", "()Ljava/lang/Thread;")));
-    EXPECT_TRUE(Ok(
-        Vm(), Vm()->CallObjectMethod(group.Out(), threadClass, thread, "getThreadGroup", "()Ljava/lang/ThreadGroup;")));
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallIntMethod(&count, groupClass, group, "activeCount", "()I")));
-    return count;
+    const JavaClass threadClass(Vm(), "java/lang/Thread");
+    const Local thread = threadClass.CallStatic("currentThread", "()Ljava/lang/Thread;");
+    const Local group = threadClass.Call(thread, "getThreadGroup", "()Ljava/lang/ThreadGroup;");
+    return JavaClass(Vm(), "java/lang/ThreadGroup").CallInt(group, "activeCount");
   }
 };
 
@@ -156,23 +136,18 @@ TEST_F(JoinedVm, ClassPathIsTheConfiguredOne) {
 }
 
 TEST_F(JoinedVm, ClassesOfTheProgramComeFromTheProgram) {
-  const Local inside = FindClass(Vm(), "program/Inside");
-  EXPECT_EQ(TextOfStatic(Vm(), inside, "where"), L"inside");
-  EXPECT_NE(LoaderOf(Vm(), inside), L"java.net.URLClassLoader");
+  const JavaClass inside(Vm(), "program/Inside");
+  EXPECT_EQ(TextOf(Vm(), inside.CallStatic("where", "()Ljava/lang/Object;")), L"inside");
+  EXPECT_NE(LoaderOf(inside), L"java.net.URLClassLoader");
 }
 
 TEST_F(JoinedVm, ClassesOutsideTheProgramComeFromTheServicesClassPath) {
-  const Local greeter = FindClass(Vm(), "outside/Greeter");
+  const JavaClass greeter(Vm(), "outside/Greeter");
   EXPECT_EQ(RecordOf(Vm()), std::nullopt);
-  EXPECT_EQ(LoaderOf(Vm(), greeter), L"java.net.URLClassLoader");
-  const Local name = NewString(Vm(), L"world");
-  Local text(Vm());
-  EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticObjectMethod(text.Out(), greeter, "greet",
-                                                    "(Ljava/lang/String;)Ljava/lang/Object;", name.Get())));
+  EXPECT_EQ(LoaderOf(greeter), L"java.net.URLClassLoader");
+  const Local text = greeter.CallStatic("greet", "(Ljava/lang/String;)Ljava/lang/Object;", NewString(Vm(), L"world"));
   EXPECT_EQ(TextOf(Vm(), text), L"Hello world");
-  const Local object = NewDefaultObject(Vm(), greeter);
-  EXPECT_TRUE(Ok(Vm(), Vm()->CallObjectMethod(text.Out(), greeter, object, "name", kToText)));
-  EXPECT_EQ(TextOf(Vm(), text), L"base of greeter");
+  EXPECT_EQ(TextOf(Vm(), greeter.Call(greeter.New(), "name", kToText)), L"base of greeter");
   int32_t seven = 0;
   EXPECT_TRUE(Ok(Vm(), Vm()->GetStaticIntField(&seven, greeter, "seven")));
   EXPECT_EQ(seven, 7);

@@ -24,7 +24,7 @@ constexpr int kUnfinished = 1;
 class References : public testing::Test {
  protected:
   void SetUp() override {
-    m_vm = StartVm({.jvmOptions = {L"-Xcheck:jni", L"-Xmx128m"}});
+    m_vm = StartVm({L"-Xcheck:jni", L"-Xmx128m"});
     ASSERT_NE(m_vm, nullptr);
     m_env = static_cast<JNIEnv*>(QV_AcquireThreadEnv(m_vm));
     m_echo = Global("qvtest/Echo");

@@ -149,6 +149,12 @@ std::wstring TextOf(IQV_JavaVM* vm, qv_jstring string) {
   return text;
 }
 
+std::wstring PropertyOf(IQV_JavaVM* vm, const wchar_t* name) {
+  const Local value = JavaClass(vm, "java/lang/System")
+                          .CallStatic("getProperty", "(Ljava/lang/String;)Ljava/lang/String;", NewString(vm, name));
+  return value.Get() != nullptr ? TextOf(vm, value) : L"<null>";
+}
+
 std::string RuntimeOf(IQV_JavaVM* vm) {
   IQvString* version = nullptr;
   EXPECT_EQ(vm->GetJavaVersion(&version), QV_S_OK);
@@ -156,9 +162,9 @@ std::string RuntimeOf(IQV_JavaVM* vm) {
   return ToUtf8(text.substr(0, text.find(L'.')));
 }
 
-IQV_JavaVM* StartVm(const StartOptions& options) {
+IQV_JavaVM* StartVm(const std::vector<std::wstring>& options) {
   static IQV_JavaVM* const vm = [&]() -> IQV_JavaVM* {
-    const std::vector<std::wstring> jvmOptions = options.jvmOptions.empty() ? OptionsOfTheRun() : options.jvmOptions;
+    const std::vector<std::wstring> jvmOptions = options.empty() ? OptionsOfTheRun() : options;
     std::optional<RegistrySandbox> registry;
     if (!jvmOptions.empty()) {
       registry.emplace();

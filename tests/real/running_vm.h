@@ -86,17 +86,76 @@ Local NewDefaultObject(IQV_JavaVM* vm, qv_jclass cls);
 // The whole string, embedded nulls and all.
 std::wstring TextOf(IQV_JavaVM* vm, qv_jstring string);
 
+// A class of Java's as a host uses it: each call has to succeed and gives its result.
+class JavaClass {
+ public:
+  JavaClass(IQV_JavaVM* vm, const char* name) : m_vm(vm), m_class(FindClass(vm, name)) {}
+  operator qv_jclass() const noexcept { return m_class; }
+  [[nodiscard]] Local New() const { return NewDefaultObject(m_vm, m_class); }
+
+  template <class... Arguments>
+  Local Call(qv_jobject object, const char* method, const char* signature, const Arguments&... arguments) const {
+    Local result(m_vm);
+    EXPECT_TRUE(Ok(m_vm, m_vm->CallObjectMethod(result.Out(), m_class, object, method, signature, Bare(arguments)...)));
+    return result;
+  }
+  template <class... Arguments>
+  Local CallStatic(const char* method, const char* signature, const Arguments&... arguments) const {
+    Local result(m_vm);
+    EXPECT_TRUE(Ok(m_vm, m_vm->CallStaticObjectMethod(result.Out(), m_class, method, signature, Bare(arguments)...)));
+    return result;
+  }
+  // Of a method that wants nothing and gives an int.
+  [[nodiscard]] int32_t CallInt(qv_jobject object, const char* method) const {
+    int32_t result = -1;
+    EXPECT_TRUE(Ok(m_vm, m_vm->CallIntMethod(&result, m_class, object, method, "()I"))) << method;
+    return result;
+  }
+
+ private:
+  static qv_jobject Bare(const Local& argument) { return argument; }
+  template <class Value>
+  static Value Bare(Value argument) {
+    return argument;
+  }
+
+  IQV_JavaVM* m_vm;
+  Local m_class;
+};
+
+// How a primitive type is called by Echo, which gives it back, by Faults, which throws its name, and by JNI.
+struct TypeName {
+  const char* method;
+  const wchar_t* name;
+  const char* toItself;
+  const char* fromNothing;
+};
+// Visits the two slots of each primitive type with a value of it.
+template <class Visit>
+void ForEachTypedCall(Visit&& visit) {
+  visit(&IQV_JavaVM::CallByteMethod, &IQV_JavaVM::CallByteMethod2, TypeName{"ofByte", L"byte", "(B)B", "()B"},
+        int8_t{7});
+  visit(&IQV_JavaVM::CallShortMethod, &IQV_JavaVM::CallShortMethod2, TypeName{"ofShort", L"short", "(S)S", "()S"},
+        int16_t{7});
+  visit(&IQV_JavaVM::CallIntMethod, &IQV_JavaVM::CallIntMethod2, TypeName{"ofInt", L"int", "(I)I", "()I"}, int32_t{7});
+  visit(&IQV_JavaVM::CallLongMethod, &IQV_JavaVM::CallLongMethod2, TypeName{"ofLong", L"long", "(J)J", "()J"},
+        int64_t{7});
+  visit(&IQV_JavaVM::CallFloatMethod, &IQV_JavaVM::CallFloatMethod2, TypeName{"ofFloat", L"float", "(F)F", "()F"},
+        7.0F);
+  visit(&IQV_JavaVM::CallDoubleMethod, &IQV_JavaVM::CallDoubleMethod2, TypeName{"ofDouble", L"double", "(D)D", "()D"},
+        7.0);
+  visit(&IQV_JavaVM::CallBooleanMethod, &IQV_JavaVM::CallBooleanMethod2,
+        TypeName{"ofBoolean", L"boolean", "(Z)Z", "()Z"}, int32_t{1});
+}
+
+// A system property of the JVM's; "<null>" when there is none.
+std::wstring PropertyOf(IQV_JavaVM* vm, const wchar_t* name);
 // The number of the Java version that runs: "17".
 std::string RuntimeOf(IQV_JavaVM* vm);
 
-// How the JVM is created when the configuration is not to be the default tree.
-struct StartOptions {
-  std::vector<std::wstring> jvmOptions;  // empty: the default tree
-};
-
 // Creates the process's JVM on first use, with the tests' own classes as the extra class path, and sends its output to
-// <test suite>.log in the installation folder.
-IQV_JavaVM* StartVm(const StartOptions& options = {});
+// <test suite>.log in the installation folder. Without options it has those of the default tree.
+IQV_JavaVM* StartVm(const std::vector<std::wstring>& options = {});
 
 class RunningVmTest : public testing::Test {
  protected:

@@ -62,15 +62,7 @@ class StartUp : public testing::Test {
     ASSERT_NE(Vm(), nullptr);
   }
   static IQV_JavaVM* Vm() { return Start().vm; }
-
-  static std::wstring Property(const wchar_t* name) {
-    const Local system = FindClass(Vm(), "java/lang/System");
-    const Local key = NewString(Vm(), name);
-    Local value(Vm());
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticObjectMethod(value.Out(), system, "getProperty",
-                                                      "(Ljava/lang/String;)Ljava/lang/String;", key.Get())));
-    return value.Get() != nullptr ? qvtest::TextOf(Vm(), value) : L"<null>";
-  }
+  static std::wstring Property(const wchar_t* name) { return PropertyOf(Vm(), name); }
 };
 
 TEST_F(StartUp, PutsTheDiscoveredFolderFirstOnPathAndNothingElse) {
@@ -92,11 +84,8 @@ TEST_F(StartUp, RunsTheRuntimeThatItDiscovered) {
 }
 
 TEST_F(StartUp, CompressionFilesAndSocketsWork) {
-  const Local runtime = FindClass(Vm(), "qvtest/Runtime");
-  Local answer(Vm());
-  EXPECT_TRUE(
-      Ok(Vm(), Vm()->CallStaticObjectMethod(answer.Out(), runtime, "useNativeLibraries", "()Ljava/lang/String;")));
-  EXPECT_EQ(qvtest::TextOf(Vm(), answer), L"zip nio net");
+  const JavaClass runtime(Vm(), "qvtest/Runtime");
+  EXPECT_EQ(TextOf(Vm(), runtime.CallStatic("useNativeLibraries", "()Ljava/lang/String;")), L"zip nio net");
 }
 
 TEST_F(StartUp, ClassPathHoldsTheExtraPathTheArchivesTheEnvironmentAndTheCurrentFolder) {
@@ -113,11 +102,9 @@ TEST_F(StartUp, OptionsOfTheDefaultTreeReachTheJvm) {
     // What -Djava.compiler=NONE means to the JVM; later ones only say that they no longer know it.
     EXPECT_TRUE(Property(L"java.vm.info").starts_with(L"interpreted mode"));
   }
-  const Local runtimeClass = FindClass(Vm(), "java/lang/Runtime");
-  Local runtime(Vm());
+  const JavaClass runtimeClass(Vm(), "java/lang/Runtime");
+  const Local runtime = runtimeClass.CallStatic("getRuntime", "()Ljava/lang/Runtime;");
   int64_t bytes = 0;
-  EXPECT_TRUE(
-      Ok(Vm(), Vm()->CallStaticObjectMethod(runtime.Out(), runtimeClass, "getRuntime", "()Ljava/lang/Runtime;")));
   EXPECT_TRUE(Ok(Vm(), Vm()->CallLongMethod(&bytes, runtimeClass, runtime, "maxMemory", "()J")));
   EXPECT_LE(bytes, int64_t{128} << 20);
   EXPECT_GT(bytes, int64_t{96} << 20);

@@ -18,19 +18,24 @@ class Texts : public RunningVmTest {
  protected:
   void SetUp() override {
     RunningVmTest::SetUp();
-    m_class.emplace(Find("qvtest/Texts"));
+    m_class.emplace(Vm(), "qvtest/Texts");
   }
 
   std::wstring UnitsInJava(qv_jstring string) {
-    Local units(Vm());
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticObjectMethod(units.Out(), Class(), "unitsOf", kTextToText, string)));
-    return TextOf(Vm(), units);
+    return TextOf(Vm(), Class().CallStatic("unitsOf", kTextToText, string));
   }
 
-  [[nodiscard]] qv_jclass Class() const { return *m_class; }
+  // What GetStringValue gives.
+  std::wstring ValueOf(qv_jstring string) {
+    IQvString* value = nullptr;
+    EXPECT_TRUE(Ok(Vm(), Vm()->GetStringValue(&value, string)));
+    return TakeText(value);
+  }
+
+  [[nodiscard]] const JavaClass& Class() const { return *m_class; }
 
  private:
-  std::optional<Local> m_class;
+  std::optional<JavaClass> m_class;
 };
 
 TEST_F(Texts, GoThereAndBackUnitForUnit) {
@@ -54,20 +59,14 @@ TEST_F(Texts, GoThereAndBackUnitForUnit) {
     const Local string = String(row.text);
     EXPECT_EQ(UnitsInJava(string), row.units);
     EXPECT_EQ(TextOf(Vm(), string), row.text);
-    IQvString* value = nullptr;
-    EXPECT_TRUE(Ok(Vm(), Vm()->GetStringValue(&value, string)));
-    EXPECT_EQ(TakeText(value), row.text);
+    EXPECT_EQ(ValueOf(string), row.text);
   }
 }
 
 TEST_F(Texts, EmbeddedNullEndsTheHostStringAlone) {
-  Local string(Vm());
-  ASSERT_TRUE(
-      Ok(Vm(), Vm()->CallStaticObjectMethod(string.Out(), Class(), "withEmbeddedNull", "()Ljava/lang/String;")));
+  const Local string = Class().CallStatic("withEmbeddedNull", "()Ljava/lang/String;");
   EXPECT_EQ(TextOf(Vm(), string), std::wstring(L"before\0after", 12));
-  IQvString* value = nullptr;
-  EXPECT_TRUE(Ok(Vm(), Vm()->GetStringValue(&value, string)));
-  EXPECT_EQ(TakeText(value), L"before");
+  EXPECT_EQ(ValueOf(string), L"before");
 }
 
 TEST_F(Texts, AHundredThousandUnits) {
@@ -80,14 +79,10 @@ TEST_F(Texts, AHundredThousandUnits) {
                            &same, Class(), "isOfLength", "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)Z",
                            string.Get(), String(kPattern).Get(), String(std::to_wstring(kLongText)).Get())));
   EXPECT_EQ(same, 1) << "Java received another text";
-  Local made(Vm());
-  EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticObjectMethod(made.Out(), Class(), "ofLength",
-                                                    "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;",
-                                                    String(kPattern).Get(), String(std::to_wstring(kLongText)).Get())));
+  const Local made = Class().CallStatic("ofLength", "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;",
+                                        String(kPattern), String(std::to_wstring(kLongText)));
   EXPECT_TRUE(TextOf(Vm(), made) == text);
-  IQvString* value = nullptr;
-  EXPECT_TRUE(Ok(Vm(), Vm()->GetStringValue(&value, made)));
-  EXPECT_TRUE(TakeText(value) == text);
+  EXPECT_TRUE(ValueOf(made) == text);
 }
 
 TEST_F(Texts, EmptyStringGivesAnEmptyBuffer) {
@@ -114,14 +109,11 @@ TEST_F(Texts, NullStringFailsWithoutHarm) {
 }
 
 TEST_F(Texts, StringArrayStartsWithEmptyStrings) {
-  const Local arraysClass = Find("java/util/Arrays");
+  const JavaClass arrays(Vm(), "java/util/Arrays");
   Local array(Vm());
-  Local text(Vm());
   ASSERT_TRUE(Ok(Vm(), Vm()->NewStringArray(array.Out(), 3)));
   const auto toText = [&] {
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticObjectMethod(text.Out(), arraysClass, "toString",
-                                                      "([Ljava/lang/Object;)Ljava/lang/String;", array.Get())));
-    return TextOf(Vm(), text);
+    return TextOf(Vm(), arrays.CallStatic("toString", "([Ljava/lang/Object;)Ljava/lang/String;", array));
   };
   EXPECT_EQ(toText(), L"[, , ]");
   EXPECT_TRUE(Ok(Vm(), Vm()->SetObjectArrayElement(array, 0, String(L"first"))));
@@ -134,10 +126,10 @@ TEST_F(Texts, StringArrayStartsWithEmptyStrings) {
 TEST_F(Texts, ArrayElementsAreCheckedByJava) {
   Local array(Vm());
   ASSERT_TRUE(Ok(Vm(), Vm()->NewStringArray(array.Out(), 1)));
-  EXPECT_TRUE(FailsWith(Vm(), Vm()->SetObjectArrayElement(array, 1, nullptr),
-                        L"java.lang.ArrayIndexOutOfBoundsException", QV_CODE_CALL_FAILED));
-  EXPECT_TRUE(FailsWith(Vm(), Vm()->SetObjectArrayElement(array, -1, nullptr),
-                        L"java.lang.ArrayIndexOutOfBoundsException", QV_CODE_CALL_FAILED));
+  for (const int32_t outside : {1, -1}) {
+    EXPECT_TRUE(FailsWith(Vm(), Vm()->SetObjectArrayElement(array, outside, nullptr),
+                          L"java.lang.ArrayIndexOutOfBoundsException", QV_CODE_CALL_FAILED));
+  }
   EXPECT_TRUE(FailsWith(Vm(), Vm()->SetObjectArrayElement(array, 0, Find("qvtest/Texts")),
                         L"java.lang.ArrayStoreException", QV_CODE_CALL_FAILED));
   EXPECT_TRUE(Ok(Vm(), Vm()->SetObjectArrayElement(array, 0, String(L"fits"))));
@@ -178,11 +170,9 @@ std::vector<char> MixedBytes(size_t size) {
 class Compression : public Texts {
  protected:
   std::vector<char> Take(const char* streamClassName, qv_jobject stream) {
-    const Local streamClass = Find(streamClassName);
-    Local array(Vm());
-    int32_t size = 0;
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallIntMethod(&size, streamClass, stream, "size", "()I")));
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallObjectMethod(array.Out(), streamClass, stream, "toByteArray", "()[B")));
+    const JavaClass streamClass(Vm(), streamClassName);
+    const int32_t size = streamClass.CallInt(stream, "size");
+    const Local array = streamClass.Call(stream, "toByteArray", "()[B");
     std::vector<char> bytes(static_cast<size_t>(size));
     EXPECT_TRUE(Ok(Vm(), Vm()->GetByteArrayData(array, 0, size, bytes.data())));
     return bytes;

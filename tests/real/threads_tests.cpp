@@ -37,11 +37,8 @@ class Gate {
 class Threads : public RunningVmTest {
  protected:
   int32_t CountInJava() {
-    const Local cls = Find("qvtest/Threads");
-    const Local object = NewDefaultObject(Vm(), cls);
-    int32_t count = -1;
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallIntMethod(&count, cls, object, "count", "()I")));
-    return count;
+    const JavaClass threads(Vm(), "qvtest/Threads");
+    return threads.CallInt(threads.New(), "count");
   }
 
   // Runs `work(number)` on threads that begin together; they have ended when this returns.

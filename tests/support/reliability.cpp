@@ -13,9 +13,9 @@ uint64_t TimesOfThisRun(const wchar_t* variable, uint64_t nightly, uint64_t ordi
   return IsNightly() ? nightly : ordinary;
 }
 
-void RecordRow(std::string_view table, std::string_view key, std::initializer_list<Cell> cells) {
+void RecordRow(std::string_view table, std::string_view key, const std::vector<Cell>& cells) {
   std::string row;
-  for (const Cell& cell : cells) row += (&cell == cells.begin() ? "" : "\t") + cell.text;
+  for (const Cell& cell : cells) row += (&cell == &cells.front() ? "" : "\t") + cell.text;
   testing::Test::RecordProperty(std::string(table) + " " + std::string(key), row);
 }
 

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 namespace qvtest {
 
@@ -32,6 +32,6 @@ struct Cell {
 // Records a row of a table of the page as a property of the running test, which GoogleTest writes to its XML report.
 // The page's template (tests/reliability.md.in) names the columns. The page sorts rows by key, numbers in it as
 // numbers.
-void RecordRow(std::string_view table, std::string_view key, std::initializer_list<Cell> cells);
+void RecordRow(std::string_view table, std::string_view key, const std::vector<Cell>& cells);
 
 }  // namespace qvtest

@@ -21,7 +21,7 @@ std::atomic<uint64_t> g_progress = 0;
 
 class HostileNames : public RunningVmTest {
  protected:
-  static void SetUpTestSuite() { StartVm({.jvmOptions = {L"-Xmx256m"}}); }
+  static void SetUpTestSuite() { StartVm({L"-Xmx256m"}); }
 
   void SetUp() override {
     RunningVmTest::SetUp();

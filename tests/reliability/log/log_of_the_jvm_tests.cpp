@@ -48,7 +48,7 @@ Reports ReadReports(const std::wstring& log) {
 class LogOfTheJvm : public RunningVmTest {
  protected:
   // Interpreted, because compiled code reports no exception that it catches itself.
-  static void SetUpTestSuite() { StartVm({{L"-Xint", L"-Xlog:exceptions=info"}}); }
+  static void SetUpTestSuite() { StartVm({L"-Xint", L"-Xlog:exceptions=info"}); }
 
   void MakeNoise(const wchar_t* name, int count) const {
     EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticVoidMethod(Find("qvtest/Noise"), "make", "(Ljava/lang/String;I)V",

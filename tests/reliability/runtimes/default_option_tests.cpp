@@ -109,18 +109,17 @@ void CompareWithTheDoctor(const Option& option, int runtime, const Reaction& rea
 TEST_P(DefaultOptions, AreTakenAsTheDoctorSays) {
   const Option& option = GetParam();
   if (!option.everyRun && !IsNightly()) GTEST_SKIP() << "in the long form";
-  std::vector<std::string> reactions;
+  std::vector<Cell> cells = {AsCode(ToUtf8(option.text), "an empty one")};
   for (const int runtime : kRuntimes) {
     SCOPED_TRACE("Java " + std::to_string(runtime));
     const Reaction reaction = Start(runtime, {option.text});
     SCOPED_TRACE(reaction.Text());
     CompareWithTheDoctor(option, runtime, reaction);
-    reactions.push_back(reaction.Text());
+    cells.emplace_back(reaction.Text());
   }
   const auto* const place = std::find_if(std::begin(kOptions), std::end(kOptions),
                                          [&](const Option& one) { return std::wstring_view(one.text) == option.text; });
-  RecordRow("default-options", std::to_string(place - std::begin(kOptions)),
-            {AsCode(ToUtf8(option.text), "an empty one"), reactions[0], reactions[1], reactions[2], reactions[3]});
+  RecordRow("default-options", std::to_string(place - std::begin(kOptions)), cells);
 }
 
 INSTANTIATE_TEST_SUITE_P(Options, DefaultOptions, testing::ValuesIn(kOptions),
@@ -136,7 +135,7 @@ std::string Documented(int runtime) {
 }
 
 TEST(BuiltInTree, StartsEveryRuntimeAsItsPageSays) {
-  std::vector<std::string> reactions;
+  std::vector<Cell> cells = {"all of the built-in tree"};
   for (const int runtime : kRuntimes) {
     SCOPED_TRACE("Java " + std::to_string(runtime));
     const Reaction reaction = Start(runtime, {});
@@ -147,10 +146,9 @@ TEST(BuiltInTree, StartsEveryRuntimeAsItsPageSays) {
     EXPECT_EQ(!reaction.warnings.empty(), page.find("`java.compiler` with a warning") != std::string::npos)
         << reaction.Text() << "\n"
         << page;
-    reactions.push_back(reaction.Text());
+    cells.emplace_back(reaction.Text());
   }
-  RecordRow("default-options", "99",
-            {"all of the built-in tree", reactions[0], reactions[1], reactions[2], reactions[3]});
+  RecordRow("default-options", "99", cells);
 }
 
 }  // namespace

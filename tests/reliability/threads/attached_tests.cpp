@@ -26,7 +26,7 @@ class ThreadOwners : public RunningVmTest {
   static void SetUpTestSuite() {
     std::vector<std::wstring> options(std::begin(kCrowdOptions), std::end(kCrowdOptions));
     options.emplace_back(L"-Xint");
-    StartVm({.jvmOptions = options});
+    StartVm(options);
   }
 
   void SetUp() override {

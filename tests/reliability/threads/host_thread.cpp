@@ -20,11 +20,8 @@ Remains CountRemains(IQV_JavaVM* vm) {
   Remains remains;
   // Whatever record the object still had is a block.
   EXPECT_TRUE(Ok(vm, vm->NewByteArray(Local(vm).Out(), 0)));
-  const Local cls = FindClass(vm, "qvtest/Threads");
-  const Local object = NewDefaultObject(vm, cls);
-  int32_t count = -1;
-  EXPECT_TRUE(Ok(vm, vm->CallIntMethod(&count, cls, object, "count", "()I")));
-  remains.javaThreads = count;
+  const JavaClass threads(vm, "qvtest/Threads");
+  remains.javaThreads = threads.CallInt(threads.New(), "count");
   QvshrLedgerState books{};
   QvshrLedgerSnapshot(&books);
   remains.blocks = static_cast<int64_t>(books.liveBlocks);
