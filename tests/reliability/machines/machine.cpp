@@ -33,15 +33,22 @@ void LinkTree(const std::wstring& from, const std::wstring& to) {
   }
 }
 
+// The standard library's walk does not get to the names that are too long.
 void RemoveTree(const std::wstring& folder) {
-  for (const auto& entry : fs::directory_iterator(Long(folder))) {
-    const std::wstring path = folder + L"\\" + entry.path().filename().wstring();
-    if (entry.is_directory()) {
+  WIN32_FIND_DATAW found{};
+  const HANDLE search = FindFirstFileW((Long(folder) + L"\\*").c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return;
+  do {
+    const std::wstring name = found.cFileName;
+    if (name == L"." || name == L"..") continue;
+    const std::wstring path = folder + L"\\" + name;
+    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
       RemoveTree(path);
     } else {
       DeleteFileW(Long(path).c_str());
     }
-  }
+  } while (FindNextFileW(search, &found) != FALSE);
+  FindClose(search);
   RemoveDirectoryW(Long(folder).c_str());
 }
 
