@@ -1,18 +1,19 @@
-// One block per record.
+// A record and its text are one host block, so that a host frees both at once.
 #include "service/error_record.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cwchar>
-
-#include "base/bounded_text.h"
+#include <iterator>
 
 namespace qv {
 
 ErrorRecord* NewErrorRecord(std::wstring_view text, int32_t code) noexcept {
   auto* const record = static_cast<ErrorRecord*>(QvshrAlloc(sizeof(ErrorRecord)));
   if (record == nullptr) return nullptr;
-  CopyBounded(std::span(record->text), text);
-  record->text[std::size(record->text) - 1] = L'\0';
+  // A host is handed the whole block, so nothing of what the heap held before may stay in it.
+  const size_t length = std::min(text.size(), kErrorTextUnits - 1);
+  std::fill(std::copy_n(text.data(), length, record->text), std::end(record->text), L'\0');
   record->code = code;
   return record;
 }

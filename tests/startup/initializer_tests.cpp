@@ -2,6 +2,9 @@
 // is detached.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+
 #include "base/procedure.h"
 #include "config/jvm_config_info.h"
 #include "service/jni_initializer.h"
@@ -169,6 +172,18 @@ TEST(Initializer, ItsEndDetachesTheThread) {
     EXPECT_EQ(initializer->Initialize(1, &record), 0);
   }
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
+}
+
+TEST(Record, UnitsBehindItsTextAreZero) {
+  for (const size_t length : {size_t{0}, size_t{1}, size_t{510}, size_t{511}, size_t{512}, size_t{600}}) {
+    SCOPED_TRACE(length);
+    const std::wstring text(length, L'x');
+    const qv::HostPtr<ErrorRecord> record(qv::NewErrorRecord(text, -7));
+    std::wstring whole(512, L'\0');
+    std::fill_n(whole.begin(), std::min(length, size_t{511}), L'x');
+    EXPECT_EQ(std::wstring(record->text, 512), whole);
+    EXPECT_EQ(record->code, -7);
+  }
 }
 
 // ---- the same as a host sees it, through slot 60 of a service object ----
