@@ -17,3 +17,19 @@
 #else
 #define QV_VFPRINTF vfprintf
 #endif
+
+// Which lock guards what, for the compiler that can check it (-Wthread-safety); nothing for the others.
+#if defined(__clang__)
+#define QV_THREAD_SAFETY(attribute) __attribute__((attribute))
+#else
+#define QV_THREAD_SAFETY(attribute)
+#endif
+#define QV_CAPABILITY(kind) QV_THREAD_SAFETY(capability(kind))  // a type that is a lock
+#define QV_SCOPED_CAPABILITY QV_THREAD_SAFETY(scoped_lockable)  // a type that holds one as long as it lives
+#define QV_GUARDED_BY(lock) QV_THREAD_SAFETY(guarded_by(lock))
+#define QV_PT_GUARDED_BY(lock) QV_THREAD_SAFETY(pt_guarded_by(lock))  // what the pointer points to
+#define QV_REQUIRES(lock) QV_THREAD_SAFETY(requires_capability(lock))
+#define QV_EXCLUDES(lock) QV_THREAD_SAFETY(locks_excluded(lock))
+#define QV_ACQUIRE(...) QV_THREAD_SAFETY(acquire_capability(__VA_ARGS__))
+#define QV_RELEASE(...) QV_THREAD_SAFETY(release_capability(__VA_ARGS__))
+#define QV_LOCKS_UNCHECKED QV_THREAD_SAFETY(no_thread_safety_analysis)  // says beside it why none is needed

@@ -5,7 +5,7 @@
 
 #include "bridge/java_call.h"
 #include "host/host_text.h"
-#include "service/jvm_start.h"
+#include "service/jvm_state.h"
 
 namespace {
 

@@ -1,13 +1,10 @@
 // A pending Java exception becomes text in a record and is cleared. Describe first, then text, then the final clear:
 // getting the text may itself raise a second exception.
-#include "bridge/exception_text.h"
-
 #include "base/compiler.h"
 #include "bridge/java_call.h"
+#include "service/capture_mark.h"
 
 namespace qv {
-
-ThreadFlag g_capturing;
 
 namespace {
 

@@ -1,7 +1,7 @@
 // What the host asks of the runtime and the configuration, and the log switches.
 #include "bridge/java_call.h"
 #include "config/jvm_config_info.h"
-#include "service/jvm_start.h"
+#include "service/jvm_state.h"
 #include "service/output_log.h"
 
 int32_t CQV_JNIVMManager::GetJNIEnv(qv_jnienv* out) noexcept {

@@ -17,7 +17,7 @@
 #include "store/resource_ids.h"
 
 wchar_t g_szJvmModuleName[16];
-CRITICAL_SECTION* g_csConfigLoad = nullptr;
+qv::CriticalSection* g_csConfigLoad = nullptr;
 
 namespace {
 
@@ -30,8 +30,8 @@ class ConfigInstance {
  public:
   ConfigInstance() noexcept {
     new (m_storage) CQV_JVMConfigInfo();
-    g_csConfigLoad = static_cast<CRITICAL_SECTION*>(QvshrAlloc(sizeof(CRITICAL_SECTION)));
-    if (g_csConfigLoad != nullptr) InitializeCriticalSection(g_csConfigLoad);
+    void* const block = QvshrAlloc(sizeof(qv::CriticalSection));
+    if (block != nullptr) g_csConfigLoad = new (block) qv::CriticalSection();
   }
   // Runs when the module is unloaded, after its counters were written; the tests of unloading find everything freed.
   ~ConfigInstance() { Get().Destroy(0); }  // GCOVR_EXCL_LINE

@@ -8,6 +8,7 @@
 
 #include <jni.h>
 
+#include "base/lock.h"
 #include "config/decisions.h"
 #include "config/folders.h"
 #include "config/runtime_choice.h"
@@ -115,7 +116,7 @@ class CQV_JVMConfigInfo {
   // The one that JAVA_HOME names, or else the registry.
   qv::Discovery UseCurrentRuntime(std::wstring_view oldPath) noexcept;
 
-  SRWLOCK m_textLock = SRWLOCK_INIT;
+  qv::SlimLock m_textLock;
   qv::HostText m_discoveredJvmFolder;
 };
 
@@ -126,4 +127,4 @@ CQV_JVMConfigInfo& JVMConfigInfo() noexcept;
 extern wchar_t g_szJvmModuleName[16];
 
 // Serialises Load. Allocated when the module is loaded, never deleted; null without memory.
-extern CRITICAL_SECTION* g_csConfigLoad;
+extern qv::CriticalSection* g_csConfigLoad;

@@ -5,6 +5,7 @@
 #include "qvjvm/qvjvm.h"
 #include "service/java_vm_manager.h"
 #include "service/jvm_start.h"
+#include "service/jvm_state.h"
 #include "service/output_log.h"
 #include "service/thread_registry.h"
 

@@ -7,7 +7,7 @@
 
 #include "base/compiler.h"
 #include "base/lock.h"
-#include "service/jni_initializer.h"
+#include "service/thread_join.h"
 #include "service/thread_registry.h"
 
 namespace {
@@ -115,23 +115,7 @@ qv_jnienv CQV_JNIVMManager::AcquireThreadEnv() noexcept {
 // A thread's first operation. Apart, so that all later ones have little to do.
 QV_NOINLINE JNIEnv* CQV_JNIVMManager::JoinThread(ThreadRegistry& registry) noexcept {
   ReplaceErrorRecord(nullptr);
-  InitializerOwner initializer(new CQV_JNIInitializer());
-  if (!initializer) return nullptr;
-  ThreadRegistry::Place place = registry.ReservePlace();
-  if (!place) {
-    ReplaceErrorRecord(qv::NewErrorRecord(qv::texts::kNoEnvironment, 0));
-    return nullptr;
-  }
-  ErrorRecord* record = nullptr;
-  const int32_t status = initializer->Initialize(GetCurrentThreadId(), &record);
-  ReplaceErrorRecord(record);
-  if (status < 0) return nullptr;
-  JNIEnv* const env = initializer->GetEnv();
-  if (env == nullptr) {
-    initializer.reset();
-    ReplaceErrorRecord(qv::NewErrorRecord(qv::texts::kNoEnvironment, 0));
-    return nullptr;
-  }
-  registry.RegisterInitializer(std::move(place), initializer.release());
-  return env;
+  qv::JoinedThread joined = qv::JoinCurrentThread(registry);
+  ReplaceErrorRecord(joined.record.release());
+  return joined.env;
 }

@@ -11,6 +11,7 @@
 
 #include <atomic>
 
+#include "base/lock.h"
 #include "host/host_memory.h"
 #include "host/host_ref.h"
 #include "service/error_record.h"
@@ -40,11 +41,11 @@ class CQV_JavaVMManager : public IQV_JavaVM {
     return ExchangeErrorRecord(record);
   }
   // Without the lock: good for having nothing to do.
-  bool IsRecordEmpty() noexcept { return CurrentRecord() == nullptr; }
+  bool IsRecordEmpty() noexcept QV_LOCKS_UNCHECKED { return CurrentRecord() == nullptr; }
   // Nothing happens without a record.
   void SetErrorCode(int32_t code) noexcept;
   // Where CaptureException puts this object's record.
-  ErrorRecord** RecordSlot() noexcept { return &m_pErrorRecord; }
+  ErrorRecord** RecordSlot() noexcept QV_LOCKS_UNCHECKED { return &m_pErrorRecord; }
 
  protected:
   CQV_JavaVMManager() noexcept = default;
@@ -52,15 +53,17 @@ class CQV_JavaVMManager : public IQV_JavaVM {
   CQV_JavaVMManager& operator=(const CQV_JavaVMManager&) = delete;
   ~CQV_JavaVMManager() = default;
 
-  ErrorRecord* m_pErrorRecord = nullptr;
+  ErrorRecord* m_pErrorRecord QV_GUARDED_BY(m_recordLock) = nullptr;
   int32_t m_nServiceHolds = 0;
   int32_t m_nRefCount = 1;
   std::atomic<jobject> m_jClassLoader = nullptr;  // a global reference; null until it is built
-  mutable SRWLOCK m_recordLock = SRWLOCK_INIT;
+  mutable qv::SlimLock m_recordLock;
 
  private:
   // Good for a look at it as long as m_recordLock is held.
-  ErrorRecord* CurrentRecord() noexcept { return std::atomic_ref(m_pErrorRecord).load(std::memory_order_acquire); }
+  ErrorRecord* CurrentRecord() noexcept QV_REQUIRES(m_recordLock) {
+    return std::atomic_ref(m_pErrorRecord).load(std::memory_order_acquire);
+  }
   bool ExchangeErrorRecord(ErrorRecord* record) noexcept;
 };
 

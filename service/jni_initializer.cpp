@@ -11,9 +11,8 @@
 #include "base/trace.h"
 #include "config/folders.h"
 #include "config/jvm_config_info.h"
-#include "service/jvm_start.h"
-#include "service/runtime_folder.h"
-#include "service/thread_registry.h"
+#include "service/jvm_state.h"
+#include "service/runtime_libraries.h"
 #include "store/secret.h"
 
 namespace {
@@ -21,6 +20,7 @@ namespace {
 constexpr jsize kMostVMs = 3;  // only the first is ever joined
 
 struct CreateCall {
+  CreateJavaVMFn create;
   JavaVM* vm;
   void* env;
   JavaVMInitArgs args;
@@ -28,7 +28,7 @@ struct CreateCall {
 
 int32_t CallCreate(void* context) {
   auto* const call = static_cast<CreateCall*>(context);
-  return g_pfnCreateJavaVM(&call->vm, &call->env, &call->args);
+  return call->create(&call->vm, &call->env, &call->args);
 }
 
 void TraceOption(const char* option) noexcept {
@@ -70,31 +70,33 @@ int32_t CQV_JNIInitializer::Initialize(uint32_t threadId, ErrorRecord** ppRecord
   m_dwThreadId = threadId;
   JavaVM* existing[kMostVMs] = {};
   jsize count = 0;
-  const bool asked = g_pfnGetCreatedJavaVMs != nullptr && g_pfnGetCreatedJavaVMs(existing, kMostVMs, &count) == JNI_OK;
+  const GetCreatedJavaVMsFn getCreated = g_pfnGetCreatedJavaVMs;
+  const bool asked = getCreated != nullptr && getCreated(existing, kMostVMs, &count) == JNI_OK;
   return asked && count >= 1 ? JoinVM(existing[0], ppRecord) : CreateVM(ppRecord);
 }
 
 int32_t CQV_JNIInitializer::CreateVM(ErrorRecord** ppRecord) noexcept {
   JavaVMOption* options = nullptr;
   int32_t count = 0;
-  const wchar_t* const threadClassPath =
-      g_pThreadRegistry != nullptr ? g_pThreadRegistry->FindThreadClassPath(m_dwThreadId) : nullptr;
-  if (!JVMConfigInfo().BuildJavaVMOptions(&options, &count, threadClassPath)) {
+  if (!JVMConfigInfo().BuildJavaVMOptions(&options, &count, m_pszThreadClassPath)) {
     return Fail(ppRecord, qv::texts::kConfigurationError);
   }
   for (int32_t option = 0; option < count; ++option) TraceOption(options[option].optionString);
   int32_t result = JNI_ERR;
   // A JVM keeps the addresses of the hooks, also one that then refuses its options.
-  if (g_pfnCreateJavaVM != nullptr && qv::KeepModuleLoaded()) {
-    CreateCall call{nullptr, nullptr, {JNI_VERSION_1_2, count, options, JNI_FALSE}};
+  const CreateJavaVMFn create = g_pfnCreateJavaVM;
+  if (create != nullptr && qv::KeepModuleLoaded()) {
+    CreateCall call{create, nullptr, nullptr, {JNI_VERSION_1_2, count, options, JNI_FALSE}};
     qv::ModuleFolder jvmFolder;
-    const HMODULE module = ModuleOf(reinterpret_cast<void*>(g_pfnCreateJavaVM));
+    const HMODULE module = ModuleOf(reinterpret_cast<void*>(create));
     if (module != nullptr) (void)jvmFolder.TryFind(module);
-    const qv::RuntimeFolderScope reachable(jvmFolder.Text());
+    qv::RuntimeLibraries present(jvmFolder.Text(), qv::kCreationLibraries);
     // Deliberate: when the JVM raises, the options stay allocated; it may have kept pointers into them.
     if (!qv::CallGuarded(CallCreate, &call, &result)) return Fail(ppRecord, qv::texts::kCreateRaised);
     m_pVM = call.vm;
     m_pEnv = static_cast<JNIEnv*>(call.env);
+    // A JVM asks for them as long as it lives, which is as long as the process.
+    if (result >= 0) present.Keep();
   }
   int32_t status = 0;
   if (result >= 0) {

@@ -28,7 +28,9 @@ class CQV_JavaInitializer {
 
 class CQV_JNIInitializer : public CQV_JavaInitializer {
  public:
-  CQV_JNIInitializer() noexcept = default;
+  // `threadClassPath` (may be null) goes into the options of a JVM that is created; the caller keeps it until then.
+  explicit CQV_JNIInitializer(const wchar_t* threadClassPath = nullptr) noexcept
+      : m_pszThreadClassPath(threadClassPath) {}
   CQV_JNIInitializer(const CQV_JNIInitializer&) = delete;
   CQV_JNIInitializer& operator=(const CQV_JNIInitializer&) = delete;
 
@@ -50,6 +52,7 @@ class CQV_JNIInitializer : public CQV_JavaInitializer {
 
   JNIEnv* m_pEnv = nullptr;
   JavaVM* m_pVM = nullptr;
+  const wchar_t* m_pszThreadClassPath;
 };
 
 // Destroys and frees; null is allowed.

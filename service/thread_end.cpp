@@ -5,9 +5,8 @@
 
 #include <windows.h>
 
-#include "base/process_end.h"
 #include "base/thread_slot.h"
-#include "service/thread_registry.h"
+#include "base/trace.h"
 
 namespace qv {
 
@@ -15,42 +14,48 @@ namespace {
 
 DWORD g_slot = FLS_OUT_OF_INDEXES;
 ThreadFlag g_hasEntries;
+void (*g_onEnd)() noexcept = nullptr;
 
 // NOLINTNEXTLINE(performance-no-int-to-ptr): the system keeps a pointer-sized value, never followed
 void* MarkOf(DWORD threadId) noexcept { return reinterpret_cast<void*>(static_cast<ULONG_PTR>(threadId)); }
 
-void DetachEndingThread() noexcept {
+void EndThread() noexcept {
   g_hasEntries.Set(false);
-  if (!ProcessIsEnding() && g_pThreadRegistry != nullptr) g_pThreadRegistry->OnThreadDetach();
+  g_onEnd();
 }
 
 // On a thread that has become fibres it may be only one of them that ends.
 void CALLBACK OnFibreEnd(void* mark) noexcept {
-  if (mark == MarkOf(GetCurrentThreadId()) && IsThreadAFiber() == FALSE) DetachEndingThread();
+  if (mark == MarkOf(GetCurrentThreadId()) && IsThreadAFiber() == FALSE) EndThread();
 }
+
+// A fibre's mark would go with the fibre, which may be deleted long before the thread ends, or run on another one.
+bool HasCallback() noexcept { return g_slot != FLS_OUT_OF_INDEXES && IsThreadAFiber() == FALSE; }
 
 }  // namespace
 
-bool PrepareThreadEnd() noexcept {
+bool PrepareThreadEnd(void (*onEnd)() noexcept) noexcept {
+  g_onEnd = onEnd;
   if (g_slot == FLS_OUT_OF_INDEXES) g_slot = FlsAlloc(OnFibreEnd);
-  return g_slot != FLS_OUT_OF_INDEXES && g_hasEntries.Prepare();
+  if (g_slot == FLS_OUT_OF_INDEXES) {
+    Trace({L"no slot of fibre-local storage is left; threads are detached under the loader lock when they end"});
+  }
+  return g_hasEntries.Prepare();
 }
 
 bool MarkThreadForEnd() noexcept {
   if (!g_hasEntries.Set(true)) return false;
-  // A fibre's mark would go with the fibre, which may be deleted long before the thread ends, or run on another one.
-  return IsThreadAFiber() != FALSE || FlsSetValue(g_slot, MarkOf(GetCurrentThreadId())) != FALSE;
+  return !HasCallback() || FlsSetValue(g_slot, MarkOf(GetCurrentThreadId())) != FALSE;
 }
 
 void OnThreadNotification() noexcept {
   if (!g_hasEntries.IsSet()) return;
-  if (IsThreadAFiber() == FALSE) FlsSetValue(g_slot, nullptr);
-  DetachEndingThread();
+  if (HasCallback()) FlsSetValue(g_slot, nullptr);
+  EndThread();
 }
 
 void ForgetThreadEnd() noexcept {
-  if (g_slot == FLS_OUT_OF_INDEXES) return;
-  FlsFree(g_slot);
+  if (g_slot != FLS_OUT_OF_INDEXES) FlsFree(g_slot);
   g_slot = FLS_OUT_OF_INDEXES;
   g_hasEntries.Forget();
 }

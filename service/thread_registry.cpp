@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "base/compiler.h"
-#include "base/lock.h"
+#include "base/no_error_dialogs.h"
 #include "base/process_end.h"
 #include "base/trace.h"
 #include "service/thread_end.h"
@@ -17,31 +17,10 @@ ThreadRegistry* g_pThreadRegistry = nullptr;
 namespace {
 
 template <class Char>
-Char* CopyText(const Char* text, size_t length) noexcept {
+qv::HostArray<Char> CopyText(const Char* text, size_t length) noexcept {
   qv::HostArray<Char> copy = qv::AllocHostArray<Char>(length + 1);
   if (copy) std::copy_n(text, length + 1, copy.get());
-  return copy.release();
-}
-
-void FreeModuleEntry(ModuleEntry* entry) noexcept {
-  if (entry->handle != nullptr) FreeLibrary(entry->handle);
-  QvshrFree(entry->name);
-  QvshrFree(entry);
-}
-
-void FreeThreadClassPath(ThreadClassPath* entry) noexcept {
-  QvshrFree(entry->classPath);
-  QvshrFree(entry);
-}
-
-// A broken library file must not stop the host at a system dialog.
-HMODULE LoadWithoutDialogs(const char* name, DWORD& error) noexcept {
-  DWORD previous = 0;
-  const BOOL changed = SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &previous);
-  const HMODULE library = LoadLibraryA(name);
-  if (library == nullptr) error = GetLastError();
-  if (changed != FALSE) SetThreadErrorMode(previous, nullptr);
-  return library;
+  return copy;
 }
 
 }  // namespace
@@ -50,7 +29,6 @@ ThreadRegistry* ThreadRegistry::Create() noexcept {
   std::unique_ptr<ThreadRegistry> registry(new ThreadRegistry());
   if (!registry) return nullptr;
   if (!registry->m_initializers || !registry->m_modules || !registry->m_threadClassPaths) return nullptr;
-  InitializeCriticalSection(&registry->m_lock);
   (void)registry->m_envSlot.Prepare();  // without one every look-up walks
   return registry.release();
 }
@@ -68,11 +46,11 @@ QV_NOINLINE JNIEnv* ThreadRegistry::FindCurrentThreadEnv() noexcept {
   return env;
 }
 
-ThreadRegistry::Place ThreadRegistry::ReservePlace() noexcept {
-  return qv::MarkThreadForEnd() ? m_initializers->Reserve() : Place();
+ThreadRegistry::ReservedPlace ThreadRegistry::ReservePlace() noexcept {
+  return qv::MarkThreadForEnd() ? qv::HostList<CQV_JNIInitializer>::Reserve() : ReservedPlace();
 }
 
-void ThreadRegistry::RegisterInitializer(Place place, CQV_JNIInitializer* initializer) noexcept {
+void ThreadRegistry::RegisterInitializer(ReservedPlace place, CQV_JNIInitializer* initializer) noexcept {
   const qv::CriticalSectionGuard guard(m_lock);
   m_initializers->Append(std::move(place), initializer);
 }
@@ -80,13 +58,9 @@ void ThreadRegistry::RegisterInitializer(Place place, CQV_JNIInitializer* initia
 bool ThreadRegistry::RegisterThreadClassPath(uint32_t threadId, const wchar_t* classPath) noexcept {
   if (!qv::MarkThreadForEnd()) return false;
   const qv::CriticalSectionGuard guard(m_lock);
-  qv::HostPtr<ThreadClassPath> entry(static_cast<ThreadClassPath*>(QvshrAlloc(sizeof(ThreadClassPath))));
-  qv::HostPtr<wchar_t> text(CopyText(classPath, std::wcslen(classPath)));
-  if (!entry || !text) return false;
-  *entry = {threadId, text.get()};
-  if (!m_threadClassPaths->Append(entry.get())) return false;
-  (void)text.release();
-  (void)entry.release();
+  std::unique_ptr<ThreadClassPath> entry(new ThreadClassPath{threadId, CopyText(classPath, std::wcslen(classPath))});
+  if (!entry || !entry->classPath || !m_threadClassPaths->Append(entry.get())) return false;
+  (void)entry.release();  // the list's
   return true;
 }
 
@@ -94,42 +68,56 @@ const wchar_t* ThreadRegistry::FindThreadClassPath(uint32_t threadId) noexcept {
   const qv::CriticalSectionGuard guard(m_lock);
   const auto* const node =
       m_threadClassPaths->FindFirst([&](const ThreadClassPath& item) { return item.threadId == threadId; });
-  return node != nullptr ? node->item->classPath : nullptr;
+  return node != nullptr ? node->item->classPath.get() : nullptr;
 }
 
 HMODULE ThreadRegistry::LoadModuleCached(const char* name) noexcept {
   DWORD error = ERROR_SUCCESS;
-  const HMODULE handle = LoadModuleOnce(name, error);
+  const HMODULE module = LoadModuleOnce(name, error);
   // Not under the lock: who listens may be slow to take a line.
   if (error != ERROR_SUCCESS) qv::Trace({L"jvm.dll cannot be loaded, Windows error ", qv::TraceNumber(error)});
-  return handle;
+  return module;
 }
 
 HMODULE ThreadRegistry::LoadModuleOnce(const char* name, DWORD& error) noexcept {
   const qv::CriticalSectionGuard guard(m_lock);
-  const auto* const known =
-      m_modules->FindFirst([&](const ModuleEntry& item) { return std::strcmp(item.name, name) == 0; });
-  if (known != nullptr) return known->item->handle;
+  if (const ModuleEntry* const known = FindEntry(name)) return known->library.Get();
 
-  qv::HostPtr<ModuleEntry> entry(static_cast<ModuleEntry*>(QvshrAlloc(sizeof(ModuleEntry))));
-  qv::HostPtr<char> copy(CopyText(name, std::strlen(name)));
-  if (!entry || !copy) return nullptr;
-  *entry = {copy.get(), LoadWithoutDialogs(name, error)};
-  const HMODULE handle = entry->handle;
-  if (!m_modules->Append(entry.get())) {
-    if (handle != nullptr) FreeLibrary(handle);
-    return nullptr;
+  std::unique_ptr<ModuleEntry> entry(new ModuleEntry{CopyText(name, std::strlen(name)), qv::Library()});
+  if (!entry || !entry->name) return nullptr;
+  {
+    const qv::NoErrorDialogs quiet;
+    entry->library.Reset(LoadLibraryA(name));
+    if (!entry->library) error = GetLastError();
   }
-  (void)copy.release();
-  (void)entry.release();
-  return handle;
+  if (!m_modules->Append(entry.get())) return nullptr;
+  return entry.release()->library.Get();
+}
+
+HMODULE ThreadRegistry::LoadModuleFrom(const wchar_t* path, const char* name) noexcept {
+  const qv::CriticalSectionGuard guard(m_lock);
+  ModuleEntry* const entry = FindEntry(name);
+  if (entry == nullptr || entry->library) return nullptr;
+  const qv::NoErrorDialogs quiet;
+  entry->library.Reset(LoadLibraryExW(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+  return entry->library.Get();
+}
+
+bool ThreadRegistry::HasTried(const char* name) noexcept {
+  const qv::CriticalSectionGuard guard(m_lock);
+  return FindEntry(name) != nullptr;
 }
 
 HMODULE ThreadRegistry::FindModule(const char* name) noexcept {
   const qv::CriticalSectionGuard guard(m_lock);
+  const ModuleEntry* const entry = FindEntry(name);
+  return entry != nullptr ? entry->library.Get() : nullptr;
+}
+
+ModuleEntry* ThreadRegistry::FindEntry(const char* name) noexcept {
   const auto* const node =
-      m_modules->FindFirst([&](const ModuleEntry& item) { return std::strcmp(item.name, name) == 0; });
-  return node != nullptr ? node->item->handle : nullptr;
+      m_modules->FindFirst([&](const ModuleEntry& item) { return std::strcmp(item.name.get(), name) == 0; });
+  return node != nullptr ? node->item : nullptr;
 }
 
 // Leaving the JVM may run Java code, the handler of an uncaught exception: it may call the service, which then finds
@@ -147,7 +135,7 @@ void ThreadRegistry::OnThreadDetach() noexcept {
   m_envSlot.Set(nullptr);
   if (own != nullptr) m_initializers->Remove(own)->Destroy(1);
   if (auto* const node = m_threadClassPaths->FindFirst([&](const auto& item) { return item.threadId == threadId; })) {
-    FreeThreadClassPath(m_threadClassPaths->Remove(node));
+    delete m_threadClassPaths->Remove(node);
   }
 }
 
@@ -155,13 +143,13 @@ ThreadRegistry::InitializerNode* ThreadRegistry::FindInitializer(uint32_t thread
   return m_initializers->FindFirst([&](const CQV_JNIInitializer& item) { return item.ThreadId() == threadId; });
 }
 
+// Without the lock: a thread that the end of the process took away may still hold it.
 void ThreadRegistry::OnProcessDetach() noexcept {
   if (!qv::ProcessIsEnding()) m_envSlot.Forget();
   while (auto* const node = m_initializers->Head()) m_initializers->Remove(node)->Destroy(1);
   m_initializers.reset();
-  while (auto* const node = m_modules->Head()) FreeModuleEntry(m_modules->Remove(node));
+  while (auto* const node = m_modules->Head()) delete m_modules->Remove(node);
   m_modules.reset();
-  while (auto* const node = m_threadClassPaths->Head()) FreeThreadClassPath(m_threadClassPaths->Remove(node));
+  while (auto* const node = m_threadClassPaths->Head()) delete m_threadClassPaths->Remove(node);
   m_threadClassPaths.reset();
-  DeleteCriticalSection(&m_lock);
 }

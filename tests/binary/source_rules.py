@@ -43,7 +43,7 @@ RULES = [
          r"filesystem|format|memory_resource|regex|locale)>", "#include <vector>",
          "brings what allocates on the global heap and throws"),
     # -- layers within a layer --
-    Rule(["bridge"], r"#\s*include\s*\"service/(?!(java_vm_manager|jvm_start|output_log)\.h\")",
+    Rule(["bridge"], r"#\s*include\s*\"service/(?!(java_vm_manager|jvm_state|capture_mark|output_log)\.h\")",
          '#include "service/thread_registry.h"', "the bridge knows the chief headers of the service and no others"),
     # -- exceptions --
     Rule(LIBRARIES, r"\b(throw|try|catch)\b", "throw 1;",

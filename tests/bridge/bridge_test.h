@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "service/java_vm_manager.h"
-#include "service/jvm_start.h"
+#include "service/jvm_state.h"
 #include "tests/bridge/fake_jni.h"
 #include "tests/bridge/slot_table.h"
 #include "tests/support/ledger_check.h"

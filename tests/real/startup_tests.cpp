@@ -3,6 +3,8 @@
 // The installation has no private runtime; JAVA_HOME names one.
 #include <filesystem>
 
+#include "base/handle.h"
+#include "base/procedure.h"
 #include "tests/real/running_vm.h"
 #include "tests/support/environment.h"
 #include "tests/support/temp_folder.h"
@@ -18,6 +20,17 @@ std::wstring DllFolder() {
   return folder;
 }
 
+// Whether a plain load finds a library there.
+bool CurrentFolderIsSearched() {
+  const TempFolder folder;
+  folder.CopyIn(InstallFolder() + L"\\qvshr.dll", L"planted.dll");
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.Path());
+  const qv::Library planted(LoadLibraryW(L"planted.dll"));
+  std::filesystem::current_path(before);
+  return planted.Get() != nullptr;
+}
+
 // The candidate that is tried first and there: a client VM comes before the server VM.
 std::wstring DiscoveredFolder(const std::wstring& home) {
   return home + (FileExists(home + L"\\bin\\client\\jvm.dll") ? L"\\BIN\\CLIENT" : L"\\BIN\\SERVER");
@@ -28,6 +41,7 @@ struct Started {
   std::wstring home;
   std::wstring dllFolderBefore;
   std::wstring dllFolderAfter;
+  bool currentFolderWasSearched = false;
   std::optional<std::wstring> path;
   int32_t status = -1;
   IQV_JavaVM* vm = nullptr;
@@ -47,6 +61,16 @@ const Started& Start() {
     EXPECT_EQ(result.dllFolderBefore, dllFolder.value_or(L""));
     const ServiceExports& service = LoadService();
     if (service.createJavaVM == nullptr) return result;
+    const std::optional<std::wstring> search = ReadVariable(L"QV_TEST_SEARCH");
+    if (search == L"no current folder") SetDllDirectoryW(L"");
+    if (search == L"system alone") {
+      constexpr DWORD kSystemFolder = 0x800;
+      using SetDefaultFolders = BOOL(WINAPI*)(DWORD folders);
+      const auto set =
+          qv::FindProcedure<SetDefaultFolders>(GetModuleHandleW(L"kernel32.dll"), "SetDefaultDllDirectories");
+      EXPECT_TRUE(set != nullptr && set(kSystemFolder));
+    }
+    result.currentFolderWasSearched = CurrentFolderIsSearched();
     result.status = service.createJavaVM(&result.vm, (InstallFolder() + L"\\qvtests.jar").c_str());
     result.dllFolderAfter = DllFolder();
     result.path = ReadVariable(L"PATH");
@@ -70,6 +94,10 @@ TEST_F(StartUp, PutsTheDiscoveredFolderFirstOnPathAndNothingElse) {
 }
 
 TEST_F(StartUp, RestoresTheDllFolderOfTheProcess) { EXPECT_EQ(Start().dllFolderAfter, Start().dllFolderBefore); }
+
+TEST_F(StartUp, LeavesTheLibrarySearchAsTheHostMadeIt) {
+  EXPECT_EQ(CurrentFolderIsSearched(), Start().currentFolderWasSearched);
+}
 
 TEST_F(StartUp, RunsTheRuntimeThatItDiscovered) {
   const std::wstring version = Property(L"java.version");

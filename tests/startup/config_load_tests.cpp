@@ -178,7 +178,7 @@ TEST(ConfigurationLoad, SecondLoadTouchesNeitherTheLockNorAnyField) {
   const StartupScene scene;
   const ImportHook enter(nullptr, "EnterCriticalSection", &CountEnter);
   g_realEnter = enter.Original<decltype(&EnterCriticalSection)>();
-  g_watchedLock = g_csConfigLoad;
+  g_watchedLock = reinterpret_cast<CRITICAL_SECTION*>(g_csConfigLoad);
   ASSERT_TRUE(JVMConfigInfo().Load());
   EXPECT_EQ(g_locksTaken, 1) << "the first one takes it";
   CQV_JVMConfigInfo& config = JVMConfigInfo();
@@ -218,7 +218,7 @@ TEST(ConfigurationLoad, ManyThreadsAtOnceLoadOnce) {
 
 TEST(ConfigurationLoad, WithoutItsLockItFails) {
   const StartupScene scene;
-  CRITICAL_SECTION* const lock = std::exchange(g_csConfigLoad, nullptr);
+  auto* const lock = std::exchange(g_csConfigLoad, nullptr);
   EXPECT_FALSE(JVMConfigInfo().Load());
   g_csConfigLoad = lock;
 }

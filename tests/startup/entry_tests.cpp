@@ -5,6 +5,7 @@
 #include "config/jvm_config_info.h"
 #include "service/java_vm_manager.h"
 #include "service/jvm_start.h"
+#include "service/jvm_state.h"
 #include "service/thread_registry.h"
 #include "tests/startup/startup_world.h"
 
@@ -86,10 +87,10 @@ TEST(CreateJavaVM, NoMemoryForTheObjectGivesOutOfMemoryAndNull) {
 
 TEST(CreateJavaVM, WithoutTheProcessWideObjectsGivesEFail) {
   StartupWorld world;
-  CRITICAL_SECTION* const loader = std::exchange(g_csLoader, nullptr);
+  auto* const loader = std::exchange(g_csLoader, nullptr);
   EXPECT_EQ(CreateVM().status, QV_E_FAIL);
   g_csLoader = loader;
-  CRITICAL_SECTION* const load = std::exchange(g_csConfigLoad, nullptr);
+  auto* const load = std::exchange(g_csConfigLoad, nullptr);
   world.service.Restart();
   EXPECT_EQ(CreateVM().status, QV_E_FAIL);
   g_csConfigLoad = load;

@@ -8,7 +8,7 @@
 #include "base/procedure.h"
 #include "config/jvm_config_info.h"
 #include "service/jni_initializer.h"
-#include "service/jvm_start.h"
+#include "service/jvm_state.h"
 #include "service/thread_registry.h"
 #include "tests/startup/startup_world.h"
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/handle.h"
 #include "base/procedure.h"
 #include "qvjvm/qvjvm.h"
 #include "tests/fakejvm/fake_jvm_user.h"
@@ -252,6 +253,63 @@ TEST_F(LibraryTest, ThreadThatComesBackAfterItsCallbackIsDetachedByTheEntryRouti
   EXPECT_EQ(jvm.AttachedThreads(), 1) << "the main thread";
   FlsFree(g_lateSlot);
   g_vm->Release();
+}
+
+// Every slot that the process can still have is somebody else's.
+TEST_F(LibraryTest, WithoutASlotForThreadEndsTheEntryRoutineDetaches) {
+  const FakeJvm jvm;
+  std::vector<DWORD> taken;
+  for (DWORD slot = FlsAlloc(nullptr); slot != FLS_OUT_OF_INDEXES; slot = FlsAlloc(nullptr)) taken.push_back(slot);
+  const Library library;
+  for (const DWORD slot : taken) FlsFree(slot);
+  IQV_JavaVM* vm = nullptr;
+  ASSERT_EQ(library.Create(&vm), 0);
+  const DWORD threadId = OnThread([&] { EXPECT_NE(QV_AcquireThreadEnv(vm), nullptr); });
+  ASSERT_EQ(jvm.Count(kFakeDetach), 1u);
+  EXPECT_EQ(jvm.Calls(kFakeDetach)[0].threadId, threadId);
+  vm->Release();
+}
+
+// A thread of fibres that asked for a class path and whose start failed before anything was loaded; it ends, under the
+// loader lock, while another one loads the runtime under the registry's lock.
+qv::Handle g_fiberThread;
+qv::Handle g_loading;
+bool g_fiberThreadEnded = false;
+decltype(&LoadLibraryA) g_realLoad = nullptr;
+HMODULE WINAPI LoadWhenTheFiberThreadIsGone(const char* name) {
+  SetEvent(g_loading.Get());
+  g_fiberThreadEnded = WaitForSingleObject(g_fiberThread.Get(), 5000) == WAIT_OBJECT_0;
+  return g_realLoad(name);
+}
+
+TEST_F(LibraryTest, ThreadOfFibersThatEndsDuringTheLoadWaitsForNobody) {
+  const FakeJvm jvm;
+  static const Library* s_library;
+  const Library library;
+  s_library = &library;
+  g_loading.Reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  const qv::Handle failed(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  g_fiberThread.Reset(CreateThread(
+      nullptr, 0,
+      [](void* done) -> DWORD {
+        ConvertThreadToFiber(nullptr);
+        {
+          const FailAllocation nothing(1, kQvshrFailFromHere);
+          IQV_JavaVM* vm = nullptr;
+          EXPECT_EQ(s_library->Create(&vm, L"C:\\mine.jar"), kFail);
+        }
+        SetEvent(done);
+        WaitForSingleObject(g_loading.Get(), INFINITE);
+        return 0;
+      },
+      failed.Get(), 0, nullptr));
+  WaitForSingleObject(failed.Get(), INFINITE);
+  const ImportHook hook(GetModuleHandleW(L"qvjvm.dll"), "LoadLibraryA", &LoadWhenTheFiberThreadIsGone);
+  g_realLoad = hook.Original<decltype(g_realLoad)>();
+  IQV_JavaVM* vm = nullptr;
+  EXPECT_EQ(library.Create(&vm), 0);
+  EXPECT_TRUE(g_fiberThreadEnded);
+  vm->Release();
 }
 
 TEST_F(LibraryTest, DebugModeSilencesTheLogOfTheRunningJVM) {

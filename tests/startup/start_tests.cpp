@@ -2,11 +2,13 @@
 // tried again after a failure and what is not.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "config/jvm_config_info.h"
-#include "service/jvm_start.h"
+#include "service/jvm_state.h"
 #include "service/thread_registry.h"
 #include "tests/startup/startup_world.h"
 
@@ -43,6 +45,14 @@ struct Flags {
   }
 };
 Flags Now() { return {g_nJvmLoadCount, g_bJvmLibraryLoaded, g_bJvmCreated, g_bJvmJoined}; }
+
+void ExpectLoadedFrom(const std::wstring& path) {
+  wchar_t loaded[MAX_PATH] = {};
+  HMODULE const module = GetModuleHandleW(path.substr(path.find_last_of(L'\\') + 1).c_str());
+  ASSERT_NE(module, nullptr) << ToUtf8(path);
+  GetModuleFileNameW(module, loaded, MAX_PATH);
+  EXPECT_EQ(CompareStringOrdinal(loaded, -1, path.c_str(), -1, TRUE), CSTR_EQUAL) << ToUtf8(loaded);
+}
 
 TEST(Start, CreatesTheJVMWhenNoneRuns) {
   const StartupWorld world;
@@ -253,9 +263,7 @@ TEST(Start, LibraryInTheClientFolderIsTheFallback) {
   EXPECT_EQ(CreateVM().status, 0);
   EXPECT_EQ(loads.Names(), (Strings{"jvm.dll", "client\\jvm.dll"}));
   const FakeJvm jvm = FakeJvm::AlreadyLoaded();
-  wchar_t loadedFrom[MAX_PATH] = {};
-  GetModuleFileNameW(jvm.Module(), loadedFrom, MAX_PATH);
-  EXPECT_EQ(CompareStringOrdinal(loadedFrom, -1, library.c_str(), -1, TRUE), CSTR_EQUAL) << ToUtf8(loadedFrom);
+  ExpectLoadedFrom(library);
   EXPECT_EQ(jvm.Options().at(1).text, "-Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar")
       << "the library is known under its other name, so no folder of its stands there";
 }
@@ -286,44 +294,108 @@ TEST(Start, JavaHostSkipsTheDiscoveryAndJoins) {
   EXPECT_EQ(Now(), (Flags{1, 1, 0, 1}));
 }
 
-// Every folder that the process's DLL folder was set to; "<none>" for taking it away.
-class DllFolderWatch {
- public:
-  DllFolderWatch() : m_hook(nullptr, "SetDllDirectoryW", &Note) {
-    s_real = m_hook.Original<decltype(&SetDllDirectoryW)>();
-    s_folders.clear();
-  }
-  [[nodiscard]] const std::vector<std::wstring>& Folders() const { return s_folders; }
+// ---- the host's library search ----
 
- private:
-  static BOOL WINAPI Note(const wchar_t* folder) {
-    std::wstring lower = folder != nullptr ? folder : L"<none>";
-    CharLowerW(lower.data());
-    s_folders.push_back(lower);
-    return s_real(folder);
+TEST(Search, OfTheHostIsLeftAlone) {
+  for (const char* changing : {"SetDllDirectoryW", "SetDllDirectoryA", "AddDllDirectory", "SetDefaultDllDirectories"})
+    EXPECT_FALSE(ImportHook::Imports(nullptr, changing)) << changing;
+}
+
+// A runtime of the test's own: a fake JVM below bin\\server.
+class OwnRuntime : public StartupScene {
+ public:
+  [[nodiscard]] std::wstring Bin(const wchar_t* name) const { return folder.Path(L"home\\bin\\") + name; }
+  // The service goes, and with it the runtime: only then can the folder be removed.
+  ~OwnRuntime() {
+    service.UnloadAndForget();
+    while (HMODULE const kept = GetModuleHandleW(L"zip.dll")) FreeLibrary(kept);
   }
-  static inline decltype(&SetDllDirectoryW) s_real = nullptr;
-  static inline std::vector<std::wstring> s_folders;
-  ImportHook m_hook;
+  OwnRuntime() { folder.CopyIn(FakeJvm::DefaultPath(), L"home\\bin\\server\\jvm.dll"); }
+  OwnRuntime(const OwnRuntime&) = delete;
+  OwnRuntime& operator=(const OwnRuntime&) = delete;
+
+  const EnvironmentScope home{L"JAVA_HOME", folder.Path(L"home")};
 };
 
-TEST(Start, RuntimesBinIsTheDllFolderWhileLoadingAndCreatingAndRestoredAfterwards) {
-  std::wstring bin = FakeJvm::Home() + L"\\bin";
-  CharLowerW(bin.data());
-  const std::wstring beyondMaxPath = L"c:\\" + std::wstring(400, L'd');
-  for (const wchar_t* before : {static_cast<const wchar_t*>(nullptr), L"c:\\hostdlls", beyondMaxPath.c_str()}) {
-    const StartupWorld world;
-    SetDllDirectoryW(before);
-    const std::wstring restored = before != nullptr ? before : L"<none>";
-    {
-      const DllFolderWatch watch;
-      EXPECT_EQ(CreateVM().status, 0);
-      EXPECT_EQ(watch.Folders(), (std::vector<std::wstring>{bin, restored, bin, restored}));
+TEST(Search, LibraryInBinDoesNotWinOverTheDiscoveredOne) {
+  const OwnRuntime runtime;
+  runtime.folder.CopyIn(FakeJvm::PathWithout(L"CreateJavaVM"), L"home\\bin\\jvm.dll");
+  EXPECT_EQ(CreateVM().status, 0);
+  ExpectLoadedFrom(runtime.Bin(L"server\\jvm.dll"));
+}
+
+TEST(Search, ClientFolderThatOnlyTheCurrentFolderReachesIsFound) {
+  const OwnRuntime runtime;
+  runtime.folder.WriteFile(L"home\\bin\\server\\jvm.dll", "no library");
+  const std::wstring library = runtime.folder.CopyIn(FakeJvm::DefaultPath(), L"here\\client\\jvm.dll");
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(runtime.folder.Path(L"here"));
+  EXPECT_EQ(CreateVM().status, 0);
+  std::filesystem::current_path(before);
+  ExpectLoadedFrom(library);
+}
+
+// As in a process whose host has closed its library search: no name is found.
+HMODULE WINAPI FindNothing(const char*) {
+  SetLastError(ERROR_MOD_NOT_FOUND);
+  return nullptr;
+}
+
+TEST(Search, RuntimeThatNoNameReachesIsLoadedByItsPath) {
+  const OwnRuntime runtime;
+  const ImportHook hook(nullptr, "LoadLibraryA", &FindNothing);
+  EXPECT_EQ(CreateVM().status, 0);
+  ExpectLoadedFrom(runtime.Bin(L"server\\jvm.dll"));
+  EXPECT_EQ(g_pThreadRegistry->FindModule("jvm.dll"), GetModuleHandleW(L"jvm.dll")) << "known by its name";
+  std::wstring upper = runtime.Bin(L"server\\lib\\");
+  CharUpperW(upper.data());
+  EXPECT_TRUE(FakeJvm::AlreadyLoaded().OptionTexts().at(1).starts_with("-Xbootclasspath/a:" + ToUtf8(upper)));
+}
+
+TEST(Search, ConfiguredRuntimeThatNoNameReachesIsLoadedByItsPath) {
+  for (const wchar_t* place : {L"jre\\jvm.dll", L"jre\\client\\jvm.dll"}) {
+    StartupScene scene(L"C:\\hosts\\qv190.exe");
+    scene.ConfigureKnownHost(kQuovantRoot);
+    scene.registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java", L"JREBinLocation",
+                           scene.folder.Path(L"jre"));
+    const std::wstring library = scene.folder.CopyIn(FakeJvm::DefaultPath(), place);
+    const ImportHook hook(nullptr, "LoadLibraryA", &FindNothing);
+    EXPECT_EQ(CreateVM().status, 0);
+    ExpectLoadedFrom(library);
+    scene.service.UnloadAndForget();
+  }
+}
+
+TEST(Search, RuntimeThatIsDiscoveredAfterItsNameFailedIsNotLoadedByItsPath) {
+  const OwnRuntime runtime;
+  {
+    const EnvironmentScope noHome(L"JAVA_HOME", std::nullopt);
+    EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+  }
+  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+  EXPECT_EQ(GetModuleHandleW(L"jvm.dll"), nullptr);
+}
+
+TEST(Search, RuntimesZipLibraryIsThereWhileAJVMIsCreatedAndStaysWithIt) {
+  struct Row {
+    const char* name;
+    const char* script;
+    int32_t status;
+    bool stays;
+  };
+  for (const Row& row : {Row{"created", "", 0, true}, Row{"refused", "createResult=-1", QV_E_FAIL, false},
+                         Row{"raised", "createRaises=2", QV_E_FAIL, false}, Row{"joined", "existing=1", 0, false}}) {
+    SCOPED_TRACE(row.name);
+    OwnRuntime runtime;
+    const EnvironmentScope script(L"FAKEJVM_SCRIPT", ToWide(row.script));
+    const std::wstring zip = runtime.folder.CopyIn(FakeJvm::Home() + L"\\host\\qvrth.dll", L"home\\bin\\zip.dll");
+    for (int start = 0; start < 2; ++start) EXPECT_EQ(CreateVM().status, row.status);
+    if (row.stays) {
+      ExpectLoadedFrom(zip);
+      FreeLibrary(GetModuleHandleW(L"zip.dll"));
     }
-    wchar_t folder[2 * MAX_PATH] = {};
-    GetDllDirectoryW(2 * MAX_PATH, folder);
-    EXPECT_STREQ(folder, before != nullptr ? before : L"");
-    SetDllDirectoryW(nullptr);
+    EXPECT_EQ(GetModuleHandleW(L"zip.dll"), nullptr) << "held once";
+    if (std::string_view(row.name) == "raised") runtime.ledger.ExpectLeft(16, "the options of two creations");
   }
 }
 

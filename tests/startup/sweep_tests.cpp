@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "config/jvm_config_info.h"
-#include "service/jvm_start.h"
+#include "service/jvm_state.h"
 #include "service/thread_registry.h"
 #include "tests/startup/startup_world.h"
 #include "tests/startup/whole_options.h"

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/handle.h"
 #include "base/procedure.h"
 #include "service/java_vm_manager.h"
 #include "service/jni_initializer.h"
@@ -274,7 +275,7 @@ TEST(ThreadEnd, CallbackOnAnotherThreadDetachesNobodyButThatThread) {
   ASSERT_EQ(detached.size(), 1u);
   EXPECT_EQ(detached[0].env, mine);
   EXPECT_EQ(world.jvm.AttachedThreads(), 1) << "the other one";
-  EXPECT_TRUE(qv::PrepareThreadEnd());
+  EXPECT_TRUE(qv::PrepareThreadEnd([]() noexcept { g_pThreadRegistry->OnThreadDetach(); }));
 }
 
 // The uncaught exception's handler of a thread that leaves the JVM is Java code.
@@ -567,16 +568,29 @@ TEST(Teardown, NeedsNoLockThatADeadThreadHeld) {
 DWORD WINAPI NoFlsSlot(PFLS_CALLBACK_FUNCTION) { return FLS_OUT_OF_INDEXES; }
 DWORD WINAPI NoTlsSlot() { return TLS_OUT_OF_INDEXES; }
 
-TEST(Loading, WithoutASlotForThreadEndsThereIsNoRegistryAndNoStart) {
+std::wstring g_line;
+void WINAPI NoteLine(const wchar_t* line) { g_line = line; }
+
+TEST(Loading, WithoutASlotForThreadEndsTheEntryRoutineDetaches) {
   StartupWorld world;
   world.service.UnloadAndForget();
   {
-    const ImportHook hook(nullptr, "FlsAlloc", &NoFlsSlot);
+    const qv::Handle listener(
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, L"DBWIN_BUFFER"));
+    const ImportHook noSlot(nullptr, "FlsAlloc", &NoFlsSlot);
+    const ImportHook output(nullptr, "OutputDebugStringW", &NoteLine);
     world.service.Restart();
+    EXPECT_EQ(g_line,
+              L"qvjvm: no slot of fibre-local storage is left; threads are detached under the loader lock when "
+              L"they end\n");
   }
-  EXPECT_EQ(g_pThreadRegistry, nullptr);
-  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
-  EXPECT_EQ(world.jvm.Story(), Strings());
+  const Created created = CreateVM();
+  ASSERT_EQ(created.status, 0);
+  OnThread([&] {
+    EXPECT_NE(QV_AcquireThreadEnv(created.vm.get()), nullptr);
+    qv::OnThreadNotification();  // this program has no entry routine of a library
+  });
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
 }
 
 TEST(Loading, WithoutSlotsForTheThreadsNoStartButNoCrashEither) {

@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "config/jvm_config_info.h"
-#include "service/jvm_start.h"
+#include "service/jvm_state.h"
 #include "service/output_log.h"
 #include "service/process_events.h"
 #include "tests/support/pinned.h"

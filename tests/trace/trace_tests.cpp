@@ -9,7 +9,7 @@
 
 #include "base/trace.h"
 #include "config/jvm_config_info.h"
-#include "service/jvm_start.h"
+#include "service/jvm_state.h"
 #include "service/thread_registry.h"
 #include "tests/support/environment.h"
 #include "tests/support/import_hook.h"

@@ -150,7 +150,7 @@ TEST_F(ConfigObjectTest, ASecondLoadTouchesNeitherTheLockNorAField) {
   config->m_bFresh = true;
   config->m_bHostKnown = false;
   IQvString* const logPath = config->m_pLogFilePath;
-  CRITICAL_SECTION* const lock = std::exchange(g_csConfigLoad, nullptr);
+  auto* const lock = std::exchange(g_csConfigLoad, nullptr);
   EXPECT_TRUE(config->Load()) << "without its lock a load that is not done yet fails";
   g_csConfigLoad = lock;
   EXPECT_TRUE(config->m_bFresh);
@@ -161,7 +161,7 @@ TEST_F(ConfigObjectTest, ASecondLoadTouchesNeitherTheLockNorAField) {
 
 TEST_F(ConfigObjectTest, WithoutItsLockNothingIsLoaded) {
   const ConfigObject config;
-  CRITICAL_SECTION* const lock = std::exchange(g_csConfigLoad, nullptr);
+  auto* const lock = std::exchange(g_csConfigLoad, nullptr);
   EXPECT_FALSE(config->Load());
   g_csConfigLoad = lock;
   EXPECT_TRUE(config->m_bFresh);

@@ -14,7 +14,7 @@ const std::vector<Expectation>& Expectations() {
       {"QvshrAlloc", "*", "*", 0, "load", kFail, Started::Nothing},
       {"TlsAlloc", "*", "*", kLast, "load", S},  // every look-up walks then
       {"TlsAlloc", "*", "*", 0, "load", kFail, Started::Nothing},
-      {"FlsAlloc", "*", "*", 0, "load", kFail, Started::Nothing},
+      {"FlsAlloc", "*", "*", 0, "load", S},  // the entry routine is told of every end
       // -- unloading: what Windows answers then changes nothing --
       {"FreeLibrary", "*", "*", 0, "*", S},
       {"TlsFree", "*", "*", 0, "*", S},
@@ -22,7 +22,12 @@ const std::vector<Expectation>& Expectations() {
 
       // -- the runtime's library; the one below "client" is the only other --
       {"LoadLibraryA", "*", "jvm.dll", 0, "start, client runtime", S, Started::Elsewhere},
-      {"LoadLibraryA", "*", "jvm.dll", 0, "start", kFail, Started::Nothing, kForGood},
+      {"LoadLibraryA", "*", "jvm.dll", 0, "start, private runtime", kFail, Started::Nothing,
+       kForGood},  // an empty file
+      {"LoadLibraryA", "*", "jvm.dll", 0, "start, known host", kFail, Started::Nothing, kForGood},
+      {"LoadLibraryA", "*", "jvm.dll", 0, "start, joins in a Java host", kFail, Started::Nothing, kForGood},
+      {"LoadLibraryA", "*", "jvm.dll", 0, "start", S},  // by its path then
+      {"LoadLibraryExW", "*", "zip.dll", 0, "start", S},
       // An entry point that is missing is noticed when the start-up ran, and not looked for again.
       {"GetProcAddress", "*", "JNI_GetCreatedJavaVMs", 0, "start, joins in a Java host", kFail, Started::Nothing,
        kForGood},
@@ -35,6 +40,7 @@ const std::vector<Expectation>& Expectations() {
       {"QV_RTGetJvmWebConfig", "*", "*", 0, "start in a web", S},
       {"LoadLibraryW", "*", "qvrth.dll", 0, "start in a web", S},
       {"GetModuleHandleW", "*", "qvrth.dll", 0, "start in a web", S},  // it is loaded then
+      {"GetModuleHandleW", "*", "zip.dll", 0, "start", S},
       {"GetModuleHandleW", "*", "ntdll.dll", 0, "load", S},
       {"GetModuleHandleW", "*", "qvjvm.dll", 0, "*", S},  // the host's folder stands for the service's own
       {"GetModuleHandleExW", "*", "the runtime", 0, "start", S},
@@ -48,7 +54,7 @@ const std::vector<Expectation>& Expectations() {
       {"GetModuleFileNameW", "*", "jvm.dll", kLast, "start", S},  // its folder is not made reachable
       {"GetModuleFileNameW", "*", "qvjvm.dll", 0, "*", kFail, Started::Nothing},
 
-      // -- the search for a runtime, PATH and the DLL folder --
+      // -- the search for a runtime, and PATH --
       {"GetEnvironmentVariableW", "*", "PATH", 0, "start", S, AsEver, kPathWithoutOld},
       {"GetEnvironmentVariableW", "*", "JAVA_HOME", 0, "start", S},
       {"GetEnvironmentVariableW", "*", "CLASSPATH", 0, "start", S, Started::Whole},
@@ -56,10 +62,7 @@ const std::vector<Expectation>& Expectations() {
       {"SetEnvironmentVariableW", "*", "PATH", 0, "start, known host", kFail, Started::Nothing},
       {"SetEnvironmentVariableW", "*", "PATH", 0, "start, private runtime", kFail, Started::Nothing},
       {"SetEnvironmentVariableW", "*", "PATH", 0, "start", S},  // the search goes on
-      {"GetDllDirectoryW", "*", "*", 0, "start", S},            // what cannot be remembered is not replaced
-      {"SetDllDirectoryW", "*", "the runtime's", 0, "start", S},
-      {"SetDllDirectoryW", "*", "back", 0, "start", S, AsEver, kDllFolder},
-      {"GetFileAttributesW", "*", "*", 0, "*", S},  // a file that is not there: the next candidate
+      {"GetFileAttributesW", "*", "*", 0, "*", S},              // a file that is not there: the next candidate
       {"SetThreadErrorMode", "*", "set", 0, "start", S},
       {"SetThreadErrorMode", "*", "back", 0, "start", S, AsEver, kErrorMode},
 

@@ -25,7 +25,6 @@ enum class Started {
 enum Left : uint32_t {
   kNothingLeft = 0,
   kPathWithoutOld = 1,  // PATH read as absent: the runtime's folder alone stands in it
-  kDllFolder = 2,       // the runtime's folder is still the process's DLL folder
   kErrorMode = 4,       // the thread's error mode is not set back
   kOptions = 8,         // the options of a creation that raised
   kForGood = 16,        // the next start fails too

@@ -8,7 +8,7 @@
 #include <set>
 #include <string>
 
-#include "bridge/exception_text.h"
+#include "service/capture_mark.h"
 #include "tests/reliability/faults/operation_test.h"
 #include "tests/reliability/faults/outside_calls.h"
 #include "tests/support/import_hook.h"

@@ -85,9 +85,6 @@ std::vector<Point> WindowsPoints() {
   constexpr auto kPinOrRuntime = [](DWORD flags, auto...) {
     return std::string((flags & GET_MODULE_HANDLE_EX_FLAG_PIN) != 0 ? "to stay loaded" : "the runtime");
   };
-  constexpr auto kFolderOrBack = [](const wchar_t* folder) {
-    return std::string(folder != nullptr && LastPart(folder) == "hostdlls" ? "back" : "the runtime's");
-  };
   constexpr auto kSetOrBack = [](DWORD, DWORD* before) { return std::string(before != nullptr ? "set" : "back"); };
   constexpr auto kRememberOrForget = [](DWORD, void* value) {
     return std::string(value != nullptr ? "remember" : "forget");
@@ -98,6 +95,9 @@ std::vector<Point> WindowsPoints() {
       // -- modules and their functions --
       MakePoint(
           QV_WINDOWS(LoadLibraryA), "not found", [](auto...) { return Refuse(ERROR_MOD_NOT_FOUND, nullptr); }, kFirst),
+      MakePoint(
+          QV_WINDOWS(LoadLibraryExW), "not found", [](auto...) { return Refuse(ERROR_MOD_NOT_FOUND, nullptr); },
+          kFirstLastPart),
       MakePoint(
           QV_WINDOWS(LoadLibraryW), "not found", [](auto...) { return Refuse(ERROR_MOD_NOT_FOUND, nullptr); }, kFirst),
       MakePoint(
@@ -126,10 +126,6 @@ std::vector<Point> WindowsPoints() {
       MakePoint(
           QV_WINDOWS(SetEnvironmentVariableW), "FALSE", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, FALSE); },
           kFirst),
-      MakePoint(QV_WINDOWS(GetDllDirectoryW), "0", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, 0U); }),
-      MakePoint(
-          QV_WINDOWS(SetDllDirectoryW), "FALSE", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, FALSE); },
-          kFolderOrBack),
       MakePoint(
           QV_WINDOWS(GetFileAttributesW), "access denied",
           [](auto...) { return Refuse(ERROR_ACCESS_DENIED, INVALID_FILE_ATTRIBUTES); }, kFirstLastPart),
