@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
-"""What the code of the service and of the host library never uses, or uses in one place. Which folder may include which
-is looked at by tools/check-layers.
+"""Which folder may include which, and what the code of the service and of the host library never uses, or uses in one
+place.
 
-Usage: source_rules.py ROOT          checks the tree, one line for each breach
-       source_rules.py --self-test   shows that every rule finds its example
+Usage: source_rules.py ROOT              checks the tree, one line for each breach
+       source_rules.py --self-test ROOT  shows that every rule finds its example, and the table every arrow turned round
 
-Each rule says why. Comments and texts in quotes are not looked at.
+The arrows of docs/diagrams/layers.dot are the table of the layers: a folder includes from itself and from every folder
+that its arrows lead to. Each other rule says why. Comments and texts in quotes are not looked at.
 """
 import pathlib
 import re
@@ -14,6 +15,45 @@ import sys
 PRODUCT = ["base", "host", "store", "config", "bridge", "service"]
 LIBRARIES = PRODUCT + ["hostlib"]
 FOLDERS = LIBRARIES + ["include"]
+DIAGRAM = "docs/diagrams/layers.dot"
+
+
+# What is included by another name than its folder's.
+HOMES = {"qvjvm": "include", "common": "examples", "fo2pdf": "examples", "jdbc": "examples"}
+
+
+class Layers:
+    """The arrows of the drawing, and what can be reached along them."""
+
+    def __init__(self, drawing):
+        self.arrows = {}
+        for line in drawing.split("\n"):
+            if match := re.fullmatch(r"\s*(\w+) -> (\w+)\s*", line):
+                self.arrows.setdefault(match[1], set()).add(match[2])
+                self.arrows.setdefault(match[2], set())
+            elif "->" in line.split("//")[0]:
+                raise ValueError(f"{DIAGRAM}: an arrow that this check does not understand: {line.strip()}")
+
+    def below(self, folder):
+        reached, ahead = set(), set(self.arrows[folder])
+        while ahead:
+            reached |= ahead
+            ahead = {end for start in ahead for end in self.arrows[start]} - reached
+        return reached
+
+    def circles(self):
+        return [f"{DIAGRAM}: the arrows lead from {folder} back to {folder}"
+                for folder in self.arrows if folder in self.below(folder)]
+
+    def breaches_of(self, path, code):
+        folder = path.split("/")[0]
+        allowed = self.below(folder) | {folder}
+        found = []
+        for number, line in enumerate(code.split("\n"), 1):
+            match = re.match(r'\s*#\s*include\s+"([^"/]+)/', line)  # a file without a folder lies beside this one
+            if match and HOMES.get(match[1], match[1]) not in allowed:
+                found.append(f"line {number}: {line.strip()}: {folder}/ includes from {', '.join(sorted(allowed))} alone")
+        return found
 
 
 class Rule:
@@ -115,15 +155,16 @@ def breaches_of(path, code):
     return found
 
 
-def check_tree(root):
+def check_tree(root, layers):
     seen = 0
-    found = []
-    for folder in FOLDERS:
+    found = layers.circles() + [f"{DIAGRAM}: nothing about {folder}" for folder in FOLDERS if folder not in layers.arrows]
+    for folder in layers.arrows:
         for file in sorted((root / folder).rglob("*")):
             if file.suffix in (".h", ".hpp", ".cpp", ".c", ".rc"):
                 seen += 1
-                path = file.relative_to(root).as_posix()
-                found += [f"{path}: {breach}" for breach in breaches_of(path, file.read_text(encoding="utf-8"))]
+                path, code = file.relative_to(root).as_posix(), file.read_text(encoding="utf-8")
+                rules = breaches_of(path, code) if folder in FOLDERS else []
+                found += [f"{path}: {breach}" for breach in layers.breaches_of(path, code) + rules]
     for rule in RULES:
         found += [f"{path}: an exception of a rule, but not there" for path in rule.except_in
                   if not (root / path).is_file()]
@@ -132,7 +173,7 @@ def check_tree(root):
     return found
 
 
-def self_test():
+def self_test(layers):
     failures = []
 
     def expect(what, path, code, wanted):
@@ -155,11 +196,25 @@ def self_test():
     expect("class-level allocation", "service/x.cpp", "*out = new CQV_JNIVMManager();", False)
     if not breaches_of("base/x.h", "int x;"):
         failures.append("a header without a guard is not found")
+
+    def expect_include(folder, other, allowed):
+        if bool(layers.breaches_of(f"{folder}/x.cpp", f'#include "{other}/y.h"')) == allowed:
+            failures.append(f"{folder} {'may' if allowed else 'may not'} include from {other}")
+
+    for folder in layers.arrows:
+        for lower in layers.below(folder):
+            expect_include(folder, lower, True)
+            expect_include(lower, folder, False)
+        expect_include(folder, "tests", False)
+    if not Layers("a -> b\nb -> c\nc -> a").circles():
+        failures.append("arrows in a circle are not found")
     return failures
 
 
 def main():
-    breaches = self_test() if sys.argv[1:] == ["--self-test"] else check_tree(pathlib.Path(sys.argv[1]))
+    root = pathlib.Path(sys.argv[-1])
+    layers = Layers((root / DIAGRAM).read_text(encoding="utf-8"))
+    breaches = self_test(layers) if "--self-test" in sys.argv else check_tree(root, layers)
     for breach in breaches:
         print(breach)
     print(f"{len(breaches)} breaches" if breaches else "no breach")

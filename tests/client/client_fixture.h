@@ -1,4 +1,4 @@
-// The process's JVM through the client header. Nothing here proves anything by itself.
+// The process's JVM through the client header.
 #pragma once
 
 #include <gmock/gmock.h>
