@@ -11,6 +11,8 @@
 //   repair          the name of two events, NAME.asked and NAME.done, that stand between the two calls
 //   reload          with any value: loads the service anew at the end
 //   set, unset      NAME=VALUE, NAME: done to the environment between the two calls
+//   find            a class that the JVM is asked for
+//   search          where libraries are not searched: current (folder), or path (and the current folder)
 #include <windows.h>
 
 #include <nlohmann/json.hpp>
@@ -114,6 +116,9 @@ bool Call(const Arguments& arguments, const Service& service) {
   if (status >= 0 && vm != nullptr) {
     report["java"] = JavaVersion(vm);
     report["mode"] = Property(vm, L"java.vm.info");
+    qv_jclass cls = nullptr;
+    const wchar_t* const name = arguments.Find(L"find");
+    report["found"] = name != nullptr && vm->FindClass(&cls, ToUtf8(name).c_str()) == QV_S_OK;
     vm->Release();
   }
   Print(report);
@@ -160,6 +165,10 @@ int wmain(int argc, wchar_t** argv) {
     QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", setting);
   }
 
+  if (const wchar_t* const search = arguments.Find(L"search")) {
+    if (search == std::wstring_view(L"current")) SetDllDirectoryW(ProgramFolder().c_str());
+    if (search == std::wstring_view(L"path")) SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
+  }
   WarmUp();
   Print({{"dllFolder", ToUtf8(DllFolder())}});
   const int64_t handlesBefore = CountProcess().handles;
