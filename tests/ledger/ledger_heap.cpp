@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/handle.h"
 #include "hostlib/backend.h"
 #include "tests/ledger/ledger.h"
 #include "tests/ledger/ledger_lock.h"
@@ -226,11 +227,9 @@ void BackendDetach() noexcept {
       "\"totalAllocations\": %llu, \"failedAllocations\": %llu, \"errors\": %llu, \"torn\": %d}\n",
       GetCurrentProcessId(), g_state.liveBlocks, g_state.liveBytes, g_liveObjects[0].load(), g_liveObjects[1].load(),
       g_state.totalAllocations, g_state.failedAllocations, g_state.errors, lock.Held() ? 0 : 1);
-  const HANDLE file = CreateFileW(g_reportPath, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return;
+  const qv::Handle file(CreateFileW(g_reportPath, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr));
   DWORD written = 0;
-  WriteFile(file, line, static_cast<DWORD>(length), &written, nullptr);
-  CloseHandle(file);
+  if (file) WriteFile(file.Get(), line, static_cast<DWORD>(length), &written, nullptr);
 }
 
 }  // namespace qvshr

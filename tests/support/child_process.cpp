@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
+#include "base/handle.h"
 #include "tests/support/start_process.h"
 #include "tests/support/text.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 
@@ -63,10 +63,11 @@ std::string ReadAll(HANDLE pipe) {
 ChildResult RunChild(const std::wstring& program, const ChildOptions& options) {
   ChildResult result;
   SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-  HANDLE readEnd = nullptr;
-  HANDLE writeEnd = nullptr;
-  CreatePipe(&readEnd, &writeEnd, &inheritable, 0);
-  SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
+  HANDLE ends[2] = {};
+  CreatePipe(&ends[0], &ends[1], &inheritable, 0);
+  const qv::Handle readEnd(ends[0]);
+  qv::Handle writeEnd(ends[1]);
+  SetHandleInformation(readEnd.Get(), HANDLE_FLAG_INHERIT, 0);
 
   std::wstring commandLine = Quoted(program);
   for (const std::wstring& argument : options.arguments) commandLine += L" " + Quoted(argument);
@@ -74,8 +75,8 @@ ChildResult RunChild(const std::wstring& program, const ChildOptions& options) {
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdOutput = writeEnd;
-  startup.hStdError = writeEnd;
+  startup.hStdOutput = writeEnd.Get();
+  startup.hStdError = writeEnd.Get();
   PROCESS_INFORMATION process{};
   result.started = StartProcess([&] {
     return CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT,
@@ -83,18 +84,16 @@ ChildResult RunChild(const std::wstring& program, const ChildOptions& options) {
                           &startup, &process);
   });
   EXPECT_TRUE(result.started) << "cannot start " << ToUtf8(program) << ": error " << GetLastError();
-  CloseHandle(writeEnd);
-  if (result.started) {
-    std::thread reader([&] { result.output = ReadAll(readEnd); });
-    result.hung = WaitForSingleObject(process.hProcess, options.limitMs) != WAIT_OBJECT_0;
-    if (result.hung) TerminateProcess(process.hProcess, 0xDEAD);
-    WaitForSingleObject(process.hProcess, INFINITE);
-    reader.join();
-    GetExitCodeProcess(process.hProcess, &result.exitCode);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-  }
-  CloseHandle(readEnd);
+  writeEnd.Reset();
+  if (!result.started) return result;
+  const qv::Handle child(process.hProcess);
+  const qv::Handle firstThread(process.hThread);
+  const HostThread reader([&] { result.output = ReadAll(readEnd.Get()); });
+  result.hung = WaitForSingleObject(child.Get(), options.limitMs) != WAIT_OBJECT_0;
+  if (result.hung) TerminateProcess(child.Get(), 0xDEAD);
+  WaitForSingleObject(child.Get(), INFINITE);
+  reader.Join();
+  GetExitCodeProcess(child.Get(), &result.exitCode);
   return result;
 }
 

@@ -354,14 +354,14 @@ TEST(HostPath, IsToldForTheProgramAloneAndCutAsWindowsDoes) {
 TEST(CountProcess, HandlesThatAreMadeOrClosedShow) {
   const int64_t before = CountProcess().handles;
   EXPECT_GT(before, 0);
-  std::vector<HANDLE> made;
+  std::vector<Event> made;
   for (const int64_t count : {1, 2, 1000}) {
-    while (static_cast<int64_t>(made.size()) < count) made.push_back(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    while (static_cast<int64_t>(made.size()) < count) made.emplace_back();
     EXPECT_EQ(CountProcess().handles, before + count);
   }
-  for (size_t i = 0; i + 1 < made.size(); ++i) CloseHandle(made[i]);
+  made.erase(made.begin(), made.end() - 1);
   EXPECT_EQ(CountProcess().handles, before + 1) << "the last one made is left, far behind the others";
-  CloseHandle(made.back());
+  made.clear();
   EXPECT_EQ(CountProcess().handles, before);
 }
 

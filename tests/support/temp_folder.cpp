@@ -9,6 +9,7 @@
 #include <fstream>
 #include <system_error>
 
+#include "base/handle.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
@@ -58,16 +59,15 @@ std::wstring TempFolder::CopyIn(const std::wstring& source, std::wstring_view re
 bool FileExists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
 std::string ReadWholeFile(const std::wstring& path) {
-  HANDLE const file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) {
+  const qv::Handle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) {
     ADD_FAILURE() << "cannot read " << ToUtf8(path) << ": error " << GetLastError();
     return {};
   }
-  std::string content(GetFileSize(file, nullptr), '\0');
+  std::string content(GetFileSize(file.Get(), nullptr), '\0');
   DWORD read = 0;
-  ::ReadFile(file, content.data(), static_cast<DWORD>(content.size()), &read, nullptr);
-  CloseHandle(file);
+  ::ReadFile(file.Get(), content.data(), static_cast<DWORD>(content.size()), &read, nullptr);
   content.resize(read);
   return content;
 }

@@ -14,11 +14,6 @@ HostThread::HostThread(std::function<void()> work)
           },
           this, 0, &m_id)) {}
 
-HostThread::~HostThread() {
-  Join();
-  CloseHandle(m_thread);
-}
-
 WaitingThread::WaitingThread(std::function<void()> work, std::function<void()> rest)
     : m_thread([this, work = std::move(work), rest = std::move(rest)] {
         work();

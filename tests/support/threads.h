@@ -9,40 +9,40 @@
 #include <utility>
 #include <vector>
 
+#include "base/handle.h"
 #include "tests/support/pinned.h"
 
 namespace qvtest {
 
 // Once set it stays set.
-class Event : private Pinned {
+class Event {
  public:
   // A name makes it one with the event of that name in another process.
   explicit Event(const wchar_t* name = nullptr) : m_event(CreateEventW(nullptr, TRUE, FALSE, name)) {}
-  ~Event() { CloseHandle(m_event); }
 
-  void Set() const { SetEvent(m_event); }
+  void Set() const { SetEvent(m_event.Get()); }
   // Whether it was set in that time.
-  bool Wait(DWORD limitMs = INFINITE) const { return WaitForSingleObject(m_event, limitMs) == WAIT_OBJECT_0; }
-  [[nodiscard]] HANDLE Handle() const { return m_event; }
+  bool Wait(DWORD limitMs = INFINITE) const { return WaitForSingleObject(m_event.Get(), limitMs) == WAIT_OBJECT_0; }
+  [[nodiscard]] HANDLE Handle() const { return m_event.Get(); }
 
  private:
-  HANDLE m_event;
+  qv::Handle m_event;
 };
 
 class HostThread : private Pinned {
  public:
   explicit HostThread(std::function<void()> work);
-  ~HostThread();
+  ~HostThread() { Join(); }
 
   // Whether it ended in that time.
-  bool Join(DWORD limitMs = INFINITE) const { return WaitForSingleObject(m_thread, limitMs) == WAIT_OBJECT_0; }
+  bool Join(DWORD limitMs = INFINITE) const { return WaitForSingleObject(m_thread.Get(), limitMs) == WAIT_OBJECT_0; }
   [[nodiscard]] DWORD Id() const { return m_id; }
-  [[nodiscard]] HANDLE Handle() const { return m_thread; }
+  [[nodiscard]] HANDLE Handle() const { return m_thread.Get(); }
 
  private:
   std::function<void()> m_work;
   DWORD m_id = 0;
-  HANDLE m_thread;
+  qv::Handle m_thread;
 };
 
 // Runs the work on a thread of its own and waits until that is gone.

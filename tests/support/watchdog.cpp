@@ -8,6 +8,7 @@
 #include <tlhelp32.h>
 #include <utility>
 
+#include "base/handle.h"
 #include "tests/support/module_image.h"
 
 namespace qvtest {
@@ -72,15 +73,14 @@ bool Unwind(CONTEXT& context) {
 
 std::string StackOf(DWORD id) {
   std::string text = "thread " + std::to_string(id) + ":\n";
-  const HANDLE thread = OpenThread(THREAD_SUSPEND_RESUME | THREAD_GET_CONTEXT | THREAD_QUERY_INFORMATION, FALSE, id);
+  const qv::Handle thread(OpenThread(THREAD_SUSPEND_RESUME | THREAD_GET_CONTEXT | THREAD_QUERY_INFORMATION, FALSE, id));
   alignas(16) CONTEXT context{};
   context.ContextFlags = CONTEXT_FULL;
   bool known = false;
-  if (thread != nullptr && SuspendThread(thread) != static_cast<DWORD>(-1)) {
-    known = GetThreadContext(thread, &context) != FALSE;
-    ResumeThread(thread);
+  if (thread && SuspendThread(thread.Get()) != static_cast<DWORD>(-1)) {
+    known = GetThreadContext(thread.Get(), &context) != FALSE;
+    ResumeThread(thread.Get());
   }
-  if (thread != nullptr) CloseHandle(thread);
   if (!known) return text + "  its registers cannot be read\n";
   size_t frames = 0;
   do {
@@ -98,14 +98,13 @@ void Say(const std::string& text) {
 
 std::string StacksOfOtherThreads() {
   std::string text;
-  const HANDLE list = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+  const qv::Handle list(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
   THREADENTRY32 entry{};
   entry.dwSize = sizeof(entry);
-  for (BOOL more = Thread32First(list, &entry); more; more = Thread32Next(list, &entry)) {
+  for (BOOL more = Thread32First(list.Get(), &entry); more; more = Thread32Next(list.Get(), &entry)) {
     if (entry.th32OwnerProcessID != GetCurrentProcessId() || entry.th32ThreadID == GetCurrentThreadId()) continue;
     text += StackOf(entry.th32ThreadID);
   }
-  CloseHandle(list);
   return text;
 }
 
