@@ -95,7 +95,7 @@ TEST_F(Capture, AToStringThatThrowsIsAnUnknownExceptionAndClearedToo) {
   LeavePending();
   Java().answers["toString"] = [](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
     jni.SetPending(Throwable("second", L"second"));
-    return jvalue{};
+    return ValueOf(nullptr);
   };
   EXPECT_EQ(Take(), kUnknownException);
   EXPECT_EQ(Jni().Pending(), nullptr);

@@ -52,6 +52,12 @@ bool CanThrow(const std::string& function) {
   return CanGiveNull(function) || function == "SetObjectArrayElement" || function.starts_with("Call");
 }
 
+jvalue ValueOf(jobject reference) {
+  jvalue value;
+  value.l = reference;  // as wide as the widest
+  return value;
+}
+
 Thing Throwable(const std::string& label, const std::wstring& text) {
   return MakeThing(FakeThing::Kind::Throwable, label, text);
 }

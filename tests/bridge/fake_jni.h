@@ -91,6 +91,9 @@ class FakeJni : public JNIEnv_ {
   Thing m_pending;
 };
 
+// A reference as what a call gives; null is zero whatever the type is.
+jvalue ValueOf(jobject reference);
+
 // The exception `label` whose toString gives `text`.
 Thing Throwable(const std::string& label, const std::wstring& text);
 Thing Text(const std::wstring& text);
@@ -187,7 +190,7 @@ class FakeVm : public JavaVM_ {
   ReferenceCounts m_counts;
 };
 
-// The names of JNI's function table in order, without the four reserved places in front.
+// The names of JNI's function table in order, without the four reserved places in front. For messages.
 extern const char* const kJniNames[];
 extern const size_t kJniNameCount;
 

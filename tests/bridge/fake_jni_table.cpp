@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -15,93 +14,124 @@
 
 namespace qvtest {
 
+const char* const kJniNames[] = {
+#include "tests/bridge/jni_names.inc"
+};
+const size_t kJniNameCount = std::size(kJniNames);
+
 namespace {
 
-FakeVm& VmOf(JNIEnv* env) { return static_cast<FakeJni*>(env)->Vm(); }
+// One call of a function, from its entry on: recorded with its arguments, under the fault that is put on it.
+class Entry {
+ public:
+  template <class... Arguments>
+  Entry(JNIEnv* env, const char* function, const Arguments&... arguments)
+      : Entry(env, function, Joined({Shown(env, arguments)...})) {}
+  Entry(JNIEnv* env, const char* function, const std::string& arguments)
+      : m_function(function), m_entered(static_cast<FakeJni*>(env)->Vm().Enter(env, function, arguments)) {}
 
-std::string Quoted(const char* text) { return text != nullptr ? '"' + std::string(text) + '"' : "null"; }
+  [[nodiscard]] FakeJni& Jni() const { return m_entered.jni; }
+  [[nodiscard]] FakeVm& Vm() const { return Jni().Vm(); }
+  [[nodiscard]] Fault PlannedFault() const { return m_entered.fault; }
+  // What a reference that is given to the function stands for; null for null.
+  Thing Look(const void* reference) const {
+    return reference != nullptr ? Vm().Look(&Jni(), reference, m_function) : nullptr;
+  }
+  template <class Result = jobject>
+  [[nodiscard]] Result Local(const Thing& thing) const {
+    return static_cast<Result>(Jni().NewLocal(thing));
+  }
+  // Leaves an exception pending. The result is that of a function that throws.
+  std::nullptr_t Throw(const std::string& label, const std::string& detail) const {
+    Jni().SetPending(Throwable(label, ToWide(label + ": " + detail)));
+    return nullptr;
+  }
+  // Leaves behind what the fault says; true when the function gives null now.
+  bool Failed() const {
+    if (m_entered.fault == Fault::Throw) Throw("java.lang.Error", m_function);
+    return m_entered.fault != Fault::None;
+  }
 
-std::string Joined(std::initializer_list<std::string> parts) {
-  std::string joined;
-  for (const std::string& part : parts) joined += (joined.empty() ? "" : ", ") + part;
-  return joined;
-}
+ private:
+  static std::string Shown(JNIEnv*, const char* text) {
+    return text != nullptr ? '"' + std::string(text) + '"' : "null";
+  }
+  static std::string Shown(JNIEnv*, const std::string& text) { return text; }
+  static std::string Shown(JNIEnv* env, const void* reference) {
+    return static_cast<FakeJni*>(env)->Vm().Label(reference);
+  }
+  static std::string Shown(JNIEnv*, jint number) { return std::to_string(number); }
+  static std::string Joined(std::initializer_list<std::string> parts) {
+    std::string joined;
+    for (const std::string& part : parts) joined += (joined.empty() ? "" : ", ") + part;
+    return joined;
+  }
 
-void Throw(FakeJni& jni, const std::string& label, const std::string& detail) {
-  jni.SetPending(Throwable(label, ToWide(label + ": " + detail)));
-}
-
-// What a fault leaves behind; true when the function gives null now.
-bool Failed(const FakeVm::Entered& entered, const char* function) {
-  if (entered.fault == Fault::Throw) Throw(entered.jni, "java.lang.Error", function);
-  return entered.fault != Fault::None;
-}
+  const char* m_function;
+  FakeVm::Entered m_entered;
+};
 
 // -- classes, members, references --
 
 jclass JNICALL FindClass(JNIEnv* env, const char* name) {
-  const auto entered = VmOf(env).Enter(env, "FindClass", Quoted(name));
-  if (Failed(entered, "FindClass")) return nullptr;
-  if (VmOf(env).classes.contains(name)) return static_cast<jclass>(entered.jni.NewLocal(Class(name)));
-  Throw(entered.jni, "java.lang.NoClassDefFoundError", name);
-  return nullptr;
+  const Entry call(env, "FindClass", name);
+  if (call.Failed()) return nullptr;
+  if (call.Vm().classes.contains(name)) return call.Local<jclass>(Class(name));
+  return call.Throw("java.lang.NoClassDefFoundError", name);
 }
 
-void* FindMember(JNIEnv* env, const char* function, jclass cls, const char* name, const char* signature) {
-  FakeVm& vm = VmOf(env);
-  const auto entered = vm.Enter(env, function, Joined({vm.Label(cls), Quoted(name), Quoted(signature)}));
-  vm.Look(env, cls, function);
-  if (Failed(entered, function)) return nullptr;
-  if (!vm.missingMembers.contains(name)) return vm.Member(name, signature != nullptr ? signature : "");
-  const bool field = std::string(function) == "GetStaticFieldID";
-  Throw(entered.jni, field ? "java.lang.NoSuchFieldError" : "java.lang.NoSuchMethodError", name);
-  return nullptr;
+template <class Id>
+Id FindMember(JNIEnv* env, const char* function, const char* error, jclass cls, const char* name,
+              const char* signature) {
+  const Entry call(env, function, cls, name, signature);
+  call.Look(cls);
+  if (call.Failed()) return nullptr;
+  if (call.Vm().missingMembers.contains(name)) return call.Throw(error, name);
+  return reinterpret_cast<Id>(call.Vm().Member(name, signature != nullptr ? signature : ""));
 }
-
 jmethodID JNICALL GetMethodID(JNIEnv* env, jclass cls, const char* name, const char* signature) {
-  return static_cast<jmethodID>(FindMember(env, "GetMethodID", cls, name, signature));
+  return FindMember<jmethodID>(env, "GetMethodID", "java.lang.NoSuchMethodError", cls, name, signature);
 }
 jmethodID JNICALL GetStaticMethodID(JNIEnv* env, jclass cls, const char* name, const char* signature) {
-  return static_cast<jmethodID>(FindMember(env, "GetStaticMethodID", cls, name, signature));
+  return FindMember<jmethodID>(env, "GetStaticMethodID", "java.lang.NoSuchMethodError", cls, name, signature);
 }
 jfieldID JNICALL GetStaticFieldID(JNIEnv* env, jclass cls, const char* name, const char* signature) {
-  return static_cast<jfieldID>(FindMember(env, "GetStaticFieldID", cls, name, signature));
+  return FindMember<jfieldID>(env, "GetStaticFieldID", "java.lang.NoSuchFieldError", cls, name, signature);
 }
 
 jobject JNICALL NewGlobalRef(JNIEnv* env, jobject reference) {
-  FakeVm& vm = VmOf(env);
-  const auto entered = vm.Enter(env, "NewGlobalRef", vm.Label(reference));
-  const Thing thing = vm.Look(env, reference, "NewGlobalRef");
-  return Failed(entered, "NewGlobalRef") ? nullptr : vm.Make(nullptr, thing, true);
+  const Entry call(env, "NewGlobalRef", reference);
+  const Thing thing = call.Look(reference);
+  return call.Failed() ? nullptr : call.Vm().Make(nullptr, thing, true);
 }
 void JNICALL DeleteGlobalRef(JNIEnv* env, jobject reference) {
-  VmOf(env).Enter(env, "DeleteGlobalRef", VmOf(env).Label(reference));
-  VmOf(env).Delete(env, reference, true);
+  Entry(env, "DeleteGlobalRef", reference).Vm().Delete(env, reference, true);
 }
 void JNICALL DeleteLocalRef(JNIEnv* env, jobject reference) {
-  VmOf(env).Enter(env, "DeleteLocalRef", VmOf(env).Label(reference));
-  VmOf(env).Delete(env, reference, false);
+  Entry(env, "DeleteLocalRef", reference).Vm().Delete(env, reference, false);
 }
 
 // -- exceptions --
 
 jthrowable JNICALL ExceptionOccurred(JNIEnv* env) {
-  FakeJni& jni = VmOf(env).Enter(env, "ExceptionOccurred", "").jni;
-  return jni.Pending() != nullptr ? static_cast<jthrowable>(jni.NewLocal(jni.Pending())) : nullptr;
+  const Entry call(env, "ExceptionOccurred");
+  return call.Jni().Pending() != nullptr ? call.Local<jthrowable>(call.Jni().Pending()) : nullptr;
 }
 jboolean JNICALL ExceptionCheck(JNIEnv* env) {
-  return VmOf(env).Enter(env, "ExceptionCheck", "").jni.Pending() != nullptr ? JNI_TRUE : JNI_FALSE;
+  return Entry(env, "ExceptionCheck").Jni().Pending() != nullptr ? JNI_TRUE : JNI_FALSE;
 }
-void JNICALL ExceptionDescribe(JNIEnv* env) { VmOf(env).Enter(env, "ExceptionDescribe", "").jni.SetPending(nullptr); }
-void JNICALL ExceptionClear(JNIEnv* env) { VmOf(env).Enter(env, "ExceptionClear", "").jni.SetPending(nullptr); }
+void JNICALL ExceptionDescribe(JNIEnv* env) { Entry(env, "ExceptionDescribe").Jni().SetPending(nullptr); }
+void JNICALL ExceptionClear(JNIEnv* env) { Entry(env, "ExceptionClear").Jni().SetPending(nullptr); }
 
 // -- calls --
 
+const FakeMember& MemberOf(const void* id) { return *static_cast<const FakeMember*>(id); }
+
 // The arguments as the signature says, each with its text for the record.
-std::vector<jvalue> ReadArguments(FakeVm& vm, const std::string& signature, va_list list, std::string& text) {
+std::vector<jvalue> ReadArguments(JNIEnv* env, const std::string& signature, va_list list, std::string& text) {
   std::vector<jvalue> values;
   for (size_t at = 1; at < signature.size() && signature[at] != ')'; ++at) {
-    jvalue value{};
+    jvalue value = ValueOf(nullptr);
     std::string shown;
     switch (signature[at]) {
       case 'Z':
@@ -126,7 +156,7 @@ std::vector<jvalue> ReadArguments(FakeVm& vm, const std::string& signature, va_l
       }
       default:
         value.l = va_arg(list, jobject);
-        shown = vm.Label(value.l);
+        shown = static_cast<FakeJni*>(env)->Vm().Label(value.l);
         while (signature[at] == '[') ++at;
         if (signature[at] == 'L') at = signature.find(';', at);
     }
@@ -136,18 +166,23 @@ std::vector<jvalue> ReadArguments(FakeVm& vm, const std::string& signature, va_l
   return values;
 }
 
+// The world's answer for a member.
+jvalue Answer(const Entry& call, const FakeMember& member, const Thing& target, const std::vector<jvalue>& arguments) {
+  const auto answer = call.Vm().answers.find(member.name);
+  if (answer != call.Vm().answers.end()) return answer->second(call.Jni(), target, arguments);
+  ADD_FAILURE() << "nothing says what " << member.name << " gives";
+  return ValueOf(nullptr);
+}
+
 jvalue Call(JNIEnv* env, const char* function, jobject target, jmethodID id, va_list list) {
-  FakeVm& vm = VmOf(env);
-  const auto& member = *reinterpret_cast<const FakeMember*>(id);
-  std::string text = vm.Label(target) + ", " + member.name + member.signature;
-  const std::vector<jvalue> arguments = ReadArguments(vm, member.signature, list, text);
-  const auto entered = vm.Enter(env, function, text);
-  const Thing thing = vm.Look(env, target, function);
-  if (entered.fault == Fault::Null) return {};
-  const auto answer = vm.answers.find(member.name);
-  if (answer == vm.answers.end()) ADD_FAILURE() << function << ": nothing says what " << member.name << " gives";
-  const jvalue result = answer != vm.answers.end() ? answer->second(entered.jni, thing, arguments) : jvalue{};
-  Failed(entered, function);
+  const FakeMember& member = MemberOf(id);
+  std::string shown = member.name + member.signature;
+  const std::vector<jvalue> arguments = ReadArguments(env, member.signature, list, shown);
+  const Entry call(env, function, target, shown);
+  const Thing thing = call.Look(target);
+  if (call.PlannedFault() == Fault::Null) return ValueOf(nullptr);
+  const jvalue result = Answer(call, member, thing, arguments);
+  call.Failed();
   return result;
 }
 
@@ -159,36 +194,27 @@ jobject JNICALL CallObjectMethod(JNIEnv* env, jobject target, jmethodID id, ...)
   return result.l;
 }
 
-#define QV_FAKE_CALL(Type, Name, member)                                                      \
-  Type JNICALL Call##Name##MethodV(JNIEnv* env, jobject target, jmethodID id, va_list list) { \
-    return static_cast<Type>(Call(env, "Call" #Name "MethodV", target, id, list) member);     \
+#define QV_FAKE_CALL(Type, Target, Name, member)                              \
+  Type JNICALL Name(JNIEnv* env, Target target, jmethodID id, va_list list) { \
+    return static_cast<Type>(Call(env, #Name, target, id, list) member);      \
   }
-QV_FAKE_CALL(jobject, Object, .l)
-QV_FAKE_CALL(jboolean, Boolean, .z)
-QV_FAKE_CALL(jbyte, Byte, .b)
-QV_FAKE_CALL(jshort, Short, .s)
-QV_FAKE_CALL(jint, Int, .i)
-QV_FAKE_CALL(jlong, Long, .j)
-QV_FAKE_CALL(jfloat, Float, .f)
-QV_FAKE_CALL(jdouble, Double, .d)
-QV_FAKE_CALL(void, Void, )
+QV_FAKE_CALL(jobject, jobject, CallObjectMethodV, .l)
+QV_FAKE_CALL(jboolean, jobject, CallBooleanMethodV, .z)
+QV_FAKE_CALL(jbyte, jobject, CallByteMethodV, .b)
+QV_FAKE_CALL(jshort, jobject, CallShortMethodV, .s)
+QV_FAKE_CALL(jint, jobject, CallIntMethodV, .i)
+QV_FAKE_CALL(jlong, jobject, CallLongMethodV, .j)
+QV_FAKE_CALL(jfloat, jobject, CallFloatMethodV, .f)
+QV_FAKE_CALL(jdouble, jobject, CallDoubleMethodV, .d)
+QV_FAKE_CALL(void, jobject, CallVoidMethodV, )
+QV_FAKE_CALL(jobject, jclass, CallStaticObjectMethodV, .l)
+QV_FAKE_CALL(jboolean, jclass, CallStaticBooleanMethodV, .z)
 #undef QV_FAKE_CALL
 
-jobject JNICALL CallStaticObjectMethodV(JNIEnv* env, jclass cls, jmethodID id, va_list list) {
-  return Call(env, "CallStaticObjectMethodV", cls, id, list).l;
-}
-jboolean JNICALL CallStaticBooleanMethodV(JNIEnv* env, jclass cls, jmethodID id, va_list list) {
-  return Call(env, "CallStaticBooleanMethodV", cls, id, list).z;
-}
-
 jvalue Field(JNIEnv* env, const char* function, jclass cls, jfieldID id) {
-  FakeVm& vm = VmOf(env);
-  const auto& member = *reinterpret_cast<const FakeMember*>(id);
-  const auto entered = vm.Enter(env, function, Joined({vm.Label(cls), member.name + ":" + member.signature}));
-  const Thing thing = vm.Look(env, cls, function);
-  const auto answer = vm.answers.find(member.name);
-  if (answer == vm.answers.end()) ADD_FAILURE() << function << ": nothing says what " << member.name << " holds";
-  return answer != vm.answers.end() ? answer->second(entered.jni, thing, {}) : jvalue{};
+  const FakeMember& member = MemberOf(id);
+  const Entry call(env, function, cls, member.name + ":" + member.signature);
+  return Answer(call, member, call.Look(cls), {});
 }
 jint JNICALL GetStaticIntField(JNIEnv* env, jclass cls, jfieldID id) {
   return Field(env, "GetStaticIntField", cls, id).i;
@@ -199,16 +225,14 @@ jshort JNICALL GetStaticShortField(JNIEnv* env, jclass cls, jfieldID id) {
 
 // A constructor's answer is that of "<init>"; without one it gives an object named after its class and arguments.
 jobject Construct(JNIEnv* env, const char* function, jclass cls, jmethodID id, va_list list) {
-  FakeVm& vm = VmOf(env);
-  const auto& member = *reinterpret_cast<const FakeMember*>(id);
+  const FakeMember& member = MemberOf(id);
   std::string given;
-  const std::vector<jvalue> arguments = ReadArguments(vm, member.signature, list, given);
-  const auto entered = vm.Enter(env, function, Joined({vm.Label(cls), member.name + member.signature}) + given);
-  const Thing thing = vm.Look(env, cls, function);
-  if (Failed(entered, function)) return nullptr;
-  const auto answer = vm.answers.find("<init>");
-  if (answer != vm.answers.end()) return answer->second(entered.jni, thing, arguments).l;
-  return entered.jni.NewLocal(Object(thing->label + "(" + (given.empty() ? "" : given.substr(2)) + ")"));
+  const std::vector<jvalue> arguments = ReadArguments(env, member.signature, list, given);
+  const Entry call(env, function, cls, member.name + member.signature + given);
+  const Thing thing = call.Look(cls);
+  if (call.Failed()) return nullptr;
+  if (call.Vm().answers.contains("<init>")) return Answer(call, member, thing, arguments).l;
+  return call.Local(Object(thing->label + "(" + (given.empty() ? "" : given.substr(2)) + ")"));
 }
 jobject JNICALL NewObject(JNIEnv* env, jclass cls, jmethodID id, ...) {
   va_list list;
@@ -225,91 +249,78 @@ jobject JNICALL NewObjectV(JNIEnv* env, jclass cls, jmethodID id, va_list list) 
 
 jstring JNICALL NewString(JNIEnv* env, const jchar* units, jsize length) {
   const Thing text = Text(std::wstring(units, units + length));
-  const auto entered = VmOf(env).Enter(env, "NewString", Joined({text->label, std::to_string(length)}));
-  return Failed(entered, "NewString") ? nullptr : static_cast<jstring>(entered.jni.NewLocal(text));
+  const Entry call(env, "NewString", text->label, length);
+  return call.Failed() ? nullptr : call.Local<jstring>(text);
 }
 jsize JNICALL GetStringLength(JNIEnv* env, jstring string) {
-  VmOf(env).Enter(env, "GetStringLength", VmOf(env).Label(string));
-  return static_cast<jsize>(VmOf(env).Look(env, string, "GetStringLength")->text.size());
+  return static_cast<jsize>(Entry(env, "GetStringLength", string).Look(string)->text.size());
 }
 const jchar* JNICALL GetStringChars(JNIEnv* env, jstring string, jboolean* isCopy) {
-  const auto entered = VmOf(env).Enter(env, "GetStringChars", VmOf(env).Label(string));
-  const std::wstring& text = VmOf(env).Look(env, string, "GetStringChars")->text;
+  const Entry call(env, "GetStringChars", string);
+  const std::wstring& text = call.Look(string)->text;
   if (isCopy != nullptr) *isCopy = JNI_TRUE;
-  if (Failed(entered, "GetStringChars")) return nullptr;
+  if (call.Failed()) return nullptr;
   const char* const bytes = reinterpret_cast<const char*>(text.data());
-  return static_cast<const jchar*>(VmOf(env).Pin({bytes, bytes + text.size() * sizeof(jchar)}));
+  return static_cast<const jchar*>(call.Vm().Pin({bytes, bytes + text.size() * sizeof(jchar)}));
 }
 void JNICALL ReleaseStringChars(JNIEnv* env, jstring string, const jchar* units) {
-  FakeVm& vm = VmOf(env);
-  vm.Enter(env, "ReleaseStringChars", Joined({vm.Label(string), units != nullptr ? "characters" : "null"}));
-  vm.Look(env, string, "ReleaseStringChars");
-  if (units != nullptr) vm.Unpin(units, "ReleaseStringChars");
+  const Entry call(env, "ReleaseStringChars", string, std::string(units != nullptr ? "characters" : "null"));
+  call.Look(string);
+  if (units != nullptr) call.Vm().Unpin(units, "ReleaseStringChars");
 }
 void JNICALL GetStringRegion(JNIEnv* env, jstring string, jsize start, jsize length, jchar* buffer) {
-  FakeVm& vm = VmOf(env);
-  vm.Enter(env, "GetStringRegion", Joined({vm.Label(string), std::to_string(start), std::to_string(length)}));
-  const std::wstring part =
-      vm.Look(env, string, "GetStringRegion")->text.substr(static_cast<size_t>(start), static_cast<size_t>(length));
+  const Entry call(env, "GetStringRegion", string, start, length);
+  const std::wstring part = call.Look(string)->text.substr(static_cast<size_t>(start), static_cast<size_t>(length));
   std::copy(part.begin(), part.end(), buffer);
 }
 
 // -- arrays --
 
+// A new array of so many elements, which `fill` makes.
+template <class Array, class Fill>
+Array NewArray(const Entry& call, FakeThing::Kind kind, const char* label, jsize length, Fill&& fill) {
+  if (call.Failed()) return nullptr;
+  if (length < 0) return call.Throw("java.lang.NegativeArraySizeException", std::to_string(length));
+  const Thing array = Object(label);
+  array->kind = kind;
+  fill(*array, static_cast<size_t>(length));
+  return call.Local<Array>(array);
+}
 jobjectArray JNICALL NewObjectArray(JNIEnv* env, jsize length, jclass cls, jobject initial) {
-  FakeVm& vm = VmOf(env);
-  const auto entered =
-      vm.Enter(env, "NewObjectArray", Joined({std::to_string(length), vm.Label(cls), vm.Label(initial)}));
-  vm.Look(env, cls, "NewObjectArray");
-  const Thing element = initial != nullptr ? vm.Look(env, initial, "NewObjectArray") : nullptr;
-  if (Failed(entered, "NewObjectArray")) return nullptr;
-  if (length < 0) {
-    Throw(entered.jni, "java.lang.NegativeArraySizeException", std::to_string(length));
-    return nullptr;
-  }
-  const Thing array = Object("array");
-  array->kind = FakeThing::Kind::ObjectArray;
-  array->elements.assign(static_cast<size_t>(length), element);
-  return static_cast<jobjectArray>(entered.jni.NewLocal(array));
+  const Entry call(env, "NewObjectArray", length, cls, initial);
+  call.Look(cls);
+  return NewArray<jobjectArray>(
+      call, FakeThing::Kind::ObjectArray, "array", length,
+      [element = call.Look(initial)](FakeThing& array, size_t count) { array.elements.assign(count, element); });
 }
 void JNICALL SetObjectArrayElement(JNIEnv* env, jobjectArray array, jsize index, jobject value) {
-  FakeVm& vm = VmOf(env);
-  const auto entered =
-      vm.Enter(env, "SetObjectArrayElement", Joined({vm.Label(array), std::to_string(index), vm.Label(value)}));
-  const Thing thing = vm.Look(env, array, "SetObjectArrayElement");
-  const Thing element = value != nullptr ? vm.Look(env, value, "SetObjectArrayElement") : nullptr;
-  if (Failed(entered, "SetObjectArrayElement")) return;
+  const Entry call(env, "SetObjectArrayElement", array, index, value);
+  const Thing thing = call.Look(array);
+  const Thing element = call.Look(value);
+  if (call.Failed()) return;
   if (index < 0 || static_cast<size_t>(index) >= thing->elements.size()) {
-    return Throw(entered.jni, "java.lang.ArrayIndexOutOfBoundsException", std::to_string(index));
+    call.Throw("java.lang.ArrayIndexOutOfBoundsException", std::to_string(index));
+  } else {
+    thing->elements[static_cast<size_t>(index)] = element;
   }
-  thing->elements[static_cast<size_t>(index)] = element;
 }
 jbyteArray JNICALL NewByteArray(JNIEnv* env, jsize length) {
-  const auto entered = VmOf(env).Enter(env, "NewByteArray", std::to_string(length));
-  if (Failed(entered, "NewByteArray")) return nullptr;
-  if (length < 0) {
-    Throw(entered.jni, "java.lang.NegativeArraySizeException", std::to_string(length));
-    return nullptr;
-  }
-  const Thing array = Object("bytes");
-  array->kind = FakeThing::Kind::ByteArray;
-  array->bytes.resize(static_cast<size_t>(length));
-  return static_cast<jbyteArray>(entered.jni.NewLocal(array));
+  return NewArray<jbyteArray>(Entry(env, "NewByteArray", length), FakeThing::Kind::ByteArray, "bytes", length,
+                              [](FakeThing& array, size_t count) { array.bytes.resize(count); });
 }
 jbyte* JNICALL GetByteArrayElements(JNIEnv* env, jbyteArray array, jboolean* isCopy) {
-  const auto entered = VmOf(env).Enter(env, "GetByteArrayElements", VmOf(env).Label(array));
-  const Thing thing = VmOf(env).Look(env, array, "GetByteArrayElements");
+  const Entry call(env, "GetByteArrayElements", array);
+  const Thing thing = call.Look(array);
   if (isCopy != nullptr) *isCopy = JNI_TRUE;
-  if (Failed(entered, "GetByteArrayElements")) return nullptr;
-  return static_cast<jbyte*>(VmOf(env).Pin({thing->bytes.begin(), thing->bytes.end()}));
+  if (call.Failed()) return nullptr;
+  return static_cast<jbyte*>(call.Vm().Pin({thing->bytes.begin(), thing->bytes.end()}));
 }
 void JNICALL ReleaseByteArrayElements(JNIEnv* env, jbyteArray array, jbyte* elements, jint mode) {
-  FakeVm& vm = VmOf(env);
-  const auto entered = vm.Enter(env, "ReleaseByteArrayElements", Joined({vm.Label(array), std::to_string(mode)}));
-  const Thing thing = vm.Look(env, array, "ReleaseByteArrayElements");
-  const std::vector<char> content = vm.Unpin(elements, "ReleaseByteArrayElements");
+  const Entry call(env, "ReleaseByteArrayElements", array, mode);
+  const Thing thing = call.Look(array);
+  const std::vector<char> content = call.Vm().Unpin(elements, "ReleaseByteArrayElements");
   if (mode != JNI_ABORT) thing->bytes.assign(content.begin(), content.end());
-  Failed(entered, "ReleaseByteArrayElements");
+  call.Failed();
 }
 
 // -- the tables --
@@ -317,9 +328,8 @@ void JNICALL ReleaseByteArrayElements(JNIEnv* env, jbyteArray array, jbyte* elem
 template <size_t Index>
 void* Trap() {
   constexpr size_t kReserved = 4;
-  const std::string name = Index < kReserved || Index - kReserved >= kJniNameCount ? "entry " + std::to_string(Index)
-                                                                                   : kJniNames[Index - kReserved];
-  ADD_FAILURE() << "JNI function " << name << " is not expected here";
+  ADD_FAILURE() << "JNI function " << (Index < kReserved ? "(reserved)" : kJniNames[Index - kReserved])
+                << " is not expected here";
   return nullptr;
 }
 
@@ -328,7 +338,6 @@ void FillWithTraps(JNINativeInterface_& table, std::index_sequence<Index...>) {
   auto* const entries = reinterpret_cast<void**>(&table);
   ((entries[Index] = reinterpret_cast<void*>(&Trap<Index>)), ...);
 }
-
 JNINativeInterface_ MakeJniTable() {
   JNINativeInterface_ table{};
   FillWithTraps(table, std::make_index_sequence<sizeof(JNINativeInterface_) / sizeof(void*)>());

@@ -32,12 +32,6 @@ jint JNICALL DaemonTrap(JavaVM*, void**, void*) {
   return JNI_ERR;
 }
 
-jvalue Reference(jobject reference) {
-  jvalue value{};
-  value.l = reference;
-  return value;
-}
-
 }  // namespace
 
 const JNIInvokeInterface_* FakeVmTable() {
@@ -49,24 +43,24 @@ const JNIInvokeInterface_* FakeVmTable() {
 std::map<std::string, FakeVm::Answer> StandardAnswers() {
   std::map<std::string, FakeVm::Answer> answers;
   answers["toString"] = [](FakeJni& jni, const Thing& target, const std::vector<jvalue>&) {
-    return Reference(target->toStringIsNull ? nullptr : jni.NewLocal(Text(target->text)));
+    return ValueOf(target->toStringIsNull ? nullptr : jni.NewLocal(Text(target->text)));
   };
   answers["toURL"] = [](FakeJni& jni, const Thing& target, const std::vector<jvalue>&) {
-    return Reference(jni.NewLocal(Object("url(" + target->label + ")")));
+    return ValueOf(jni.NewLocal(Object("url(" + target->label + ")")));
   };
   answers["loadClass"] = [](FakeJni& jni, const Thing&, const std::vector<jvalue>& arguments) {
     std::string name = ToUtf8(jni.Vm().Look(&jni, arguments.at(0).l, "loadClass")->text);
     if (!jni.Vm().loaderClasses.contains(name)) {
       constexpr char kError[] = "java.lang.ClassNotFoundException";
       jni.SetPending(Throwable(kError, ToWide(std::string(kError) + ": " + name)));
-      return Reference(nullptr);
+      return ValueOf(nullptr);
     }
     std::replace(name.begin(), name.end(), '.', '/');
-    return Reference(jni.NewLocal(Class(name)));
+    return ValueOf(jni.NewLocal(Class(name)));
   };
   answers["getProperty"] = [](FakeJni& jni, const Thing&, const std::vector<jvalue>& arguments) {
     const auto found = jni.Vm().properties.find(jni.Vm().Look(&jni, arguments.at(0).l, "getProperty")->text);
-    return Reference(found != jni.Vm().properties.end() ? jni.NewLocal(Text(found->second)) : nullptr);
+    return ValueOf(found != jni.Vm().properties.end() ? jni.NewLocal(Text(found->second)) : nullptr);
   };
   return answers;
 }

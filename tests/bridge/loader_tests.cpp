@@ -50,9 +50,7 @@ class Loader : public BridgeTest {
     if (argument->kind == FakeThing::Kind::ObjectArray) {
       for (const Thing& url : argument->elements) m_urls.push_back(url != nullptr ? url->label : "null");
     }
-    jvalue made{};
-    made.l = jni.NewLocal(qvtest::Object(cls->label + "(" + argument->label + ")"));
-    return made;
+    return ValueOf(jni.NewLocal(qvtest::Object(cls->label + "(" + argument->label + ")")));
   }
   static inline Lines m_urls;
 };

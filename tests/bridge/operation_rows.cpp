@@ -243,7 +243,7 @@ void AddTypedCalls(Table& table) {
     table.Add(
         SlotName(row.slot), true, clean, faults,
         [](FakeVm& java, IQV_JavaVM&, SlotTable&) {
-          java.answers["m"] = [](FakeJni&, const Thing&, const std::vector<jvalue>&) { return jvalue{}; };
+          java.answers["m"] = [](FakeJni&, const Thing&, const std::vector<jvalue>&) { return ValueOf(nullptr); };
         },
         call);
 

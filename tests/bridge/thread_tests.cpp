@@ -139,7 +139,7 @@ TEST_F(Threads, RecordsAreReplacedAndReadUnderALockThatNeitherTheHostNorJavaSees
   Java().answers["m"] = [&](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
     if (g_held > 0) ++javaCallsUnderLock;
     jni.SetPending(Throwable("exception", L"thrown"));
-    return jvalue{};
+    return ValueOf(nullptr);
   };
   const jclass cls = Jni().GivenClass("a/B");
   const ImportHook acquire(nullptr, "AcquireSRWLockExclusive", Acquire);

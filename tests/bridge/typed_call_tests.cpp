@@ -104,7 +104,7 @@ TEST_F(TypedCallTest, TheResultIsWrittenInItsOwnWidth) {
 
 TEST_F(TypedCallTest, TrueIsA32BitOne) {
   int32_t result = -1;
-  jvalue answer{};
+  jvalue answer = ValueOf(nullptr);
   answer.z = JNI_TRUE;
   SetAnswer(answer);
   EXPECT_EQ(Api().CallBooleanMethod(&result, Jni().GivenClass("a/B"), Jni().GivenObject("it"), "m", "()Z"), S_OK);
@@ -320,7 +320,7 @@ TEST_F(TypedCallTest, TheSecondEntryGivesTheSameResultStatusAndRecord) {
   for (const auto& prepare : preparations) {
     std::vector<Outcome> outcomes;
     ForEach([&](const TypedCall& row) {
-      jvalue answer{};
+      jvalue answer = ValueOf(nullptr);
       answer.j = 0x0102030405060701;
       SetAnswer(answer);
       prepare();
@@ -374,9 +374,7 @@ TEST_F(TypedCallTest, ArgumentsOfEveryWidthArrive) {
 
 TEST_F(TypedCallTest, AnObjectResultIsALocalReferenceOfTheHosts) {
   Java().answers["m"] = [](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
-    jvalue value{};
-    value.l = jni.NewLocal(qvtest::Object("made"));
-    return value;
+    return ValueOf(jni.NewLocal(qvtest::Object("made")));
   };
   qv_jobject result = nullptr;
   EXPECT_EQ(Api().CallObjectMethod(&result, Jni().GivenClass("a/B"), Jni().GivenObject("it"), "m", "()La/C;"), S_OK);
@@ -389,9 +387,7 @@ TEST_F(TypedCallTest, AnObjectResultIsALocalReferenceOfTheHosts) {
 TEST_F(TypedCallTest, ADroppedStaticResultIsNotDeleted) {
   // The same call with a void method leaves no reference but whatever was there: deleting that could end the JVM.
   Java().answers["m"] = [](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
-    jvalue value{};
-    value.l = jni.NewLocal(qvtest::Object("made"));
-    return value;
+    return ValueOf(jni.NewLocal(qvtest::Object("made")));
   };
   EXPECT_EQ(Api().CallStaticVoidMethod(Jni().GivenClass("a/B"), "m", "()La/C;"), S_OK);
   EXPECT_EQ(LocalsLeft(), 1);
