@@ -1,6 +1,7 @@
 // The service joins the recorded VM in the ordinary way: its look for existing VMs finds that one.
 #include "tests/bridge/bridge_test.h"
 
+#include <atomic>
 #include <new>
 #include <utility>
 
@@ -17,6 +18,15 @@ jint JNICALL GetCreatedJavaVMs(JavaVM** vms, jsize capacity, jsize* count) {
   return JNI_OK;
 }
 
+std::wstring g_classPath;
+int32_t g_classPathStatus = 0;
+std::atomic<int> g_classPathCalls = 0;
+int32_t AnswerClassPath(void*, IQvString** text) {
+  ++g_classPathCalls;
+  const int32_t made = QvshrCreateString(g_classPath.c_str(), text);
+  return made < 0 ? made : g_classPathStatus;
+}
+
 qv_jnienv NoEnvironment(void*) { return nullptr; }
 
 }  // namespace
@@ -31,11 +41,6 @@ RecordView Record(const std::wstring& text, int32_t code) { return {true, text, 
 RecordView ViewOf(const ErrorRecord* record) {
   if (record == nullptr) return kNoRecord;
   return {true, record->text, record->code};
-}
-
-Lines operator+(Lines left, const Lines& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
 }
 
 Lines CaptureOf(const std::string& throwable, const std::string& text) {
@@ -56,6 +61,25 @@ Lines JniCaptureOf(const std::string& throwable, const std::string& text) {
   Lines lines = CaptureOf(throwable, text);
   std::erase_if(lines, [](const std::string& line) { return line.starts_with("slot "); });
   return lines;
+}
+
+Lines DirectLookup(const std::string& name) {
+  return {"slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()",
+          "FindClass(\"" + name + "\")"};
+}
+
+Lines CharactersOf(const std::string& string) {
+  return {"GetStringLength(" + string + ")", "GetStringChars(" + string + ")",
+          "ReleaseStringChars(" + string + ", characters)"};
+}
+
+Lines Elements(size_t slot, jint releaseMode) {
+  return Lines{SlotLine(slot), kEnvironment, "slot 7 CastReference", "GetByteArrayElements(bytes)"} + kNothingPending +
+         Lines{"ReleaseByteArrayElements(bytes, " + std::to_string(releaseMode) + ")"} + kNothingPending;
+}
+
+Lines Deleted(const std::string& label) {
+  return {"slot 8 DeleteLocalRef", kEnvironment, "DeleteLocalRef(" + label + ")"};
 }
 
 BridgeTest::BridgeTest() {
@@ -104,6 +128,15 @@ SlotTable& BridgeTest::Watch() {
   if (m_slots == nullptr) m_slots = std::make_unique<SlotTable>(m_object, m_vm);
   return *m_slots;
 }
+
+void BridgeTest::ServeClassPath(const std::wstring& text, int32_t status) {
+  g_classPath = text;
+  g_classPathStatus = status;
+  g_classPathCalls = 0;
+  Watch().Replace(55, AnswerClassPath);
+}
+
+int BridgeTest::ClassPathCalls() { return g_classPathCalls; }
 
 void BridgeTest::TakeEnvironmentAway() { Watch().Replace(QV_SLOT_ACQUIRE_THREAD_ENV, NoEnvironment); }
 

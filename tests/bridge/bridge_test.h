@@ -36,7 +36,11 @@ RecordView Record(const std::wstring& text, int32_t code);
 RecordView ViewOf(const ErrorRecord* record);
 
 using Lines = std::vector<std::string>;
-Lines operator+(Lines left, const Lines& right);
+template <class T>
+std::vector<T> operator+(std::vector<T> left, const std::vector<T>& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
 
 // What CaptureException does in a JVM that knows java/lang/Throwable, from its first look on: slots and JNI calls.
 Lines CaptureOf(const std::string& throwable, const std::string& text);
@@ -45,6 +49,14 @@ Lines JniCaptureOf(const std::string& throwable, const std::string& text);
 // A look that finds nothing.
 inline const Lines kNothingPending = {"slot 59 CaptureException", "ExceptionOccurred()"};
 inline const std::string kEnvironment = "slot 60 AcquireThreadEnv";
+// A look-up in the JVM itself, up to its answer.
+Lines DirectLookup(const std::string& name);
+// A string whose length is asked, and whose characters are taken and released.
+Lines CharactersOf(const std::string& string);
+// A byte array's elements, taken and given back in this mode.
+Lines Elements(size_t slot, jint releaseMode);
+// A local reference, deleted through its slot.
+Lines Deleted(const std::string& label);
 
 inline constexpr wchar_t kInternal[] = L"QVJava Internal Exception";
 inline constexpr wchar_t kUnknown[] = L"QVJava Unknown Exception";
@@ -75,6 +87,10 @@ class BridgeTest : public testing::Test {
 
   // Watches the object's table from now on, to the end of the test.
   SlotTable& Watch();
+  // What slot 55 hands out from now on; with a failure there is a text that must not be used.
+  void ServeClassPath(const std::wstring& text, int32_t status = S_OK);
+  // How often it was asked since then.
+  static int ClassPathCalls();
   // No environment for anybody from now on, and nothing that says why.
   void TakeEnvironmentAway();
 

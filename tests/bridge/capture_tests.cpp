@@ -56,39 +56,11 @@ TEST_F(Capture, WithoutAnEnvironmentThereIsAFixedText) {
   EXPECT_EQ(Log(), (Lines{"slot 59 CaptureException"}));
 }
 
-TEST_F(Capture, DescribesThenReadsTheTextThenClears) {
-  LeavePending(L"java.io.IOException: no file");
-  Watch();
-  EXPECT_EQ(Take(), (Captured{1, Record(L"java.io.IOException: no file", 0)}));
-  EXPECT_EQ(Log(), CaptureOf("exception", "java.io.IOException: no file"));
-  EXPECT_EQ(Jni().Pending(), nullptr);
-}
-
 TEST_F(Capture, TheExceptionTheClassAndTheTextStayAsReferences) {
   LeavePending(L"text");
   Take();
   EXPECT_EQ(LocalsLeft(), 3);
   EXPECT_EQ(Java().LiveReferences(), (Lines{"exception", "java/lang/Throwable", "\"text\""}));
-}
-
-TEST_F(Capture, AToStringThatGivesNullIsAnUnknownException) {
-  LeaveSilentException();
-  EXPECT_EQ(Take(), kUnknownException);
-  EXPECT_EQ(Log(), (Lines{"ExceptionOccurred()", "ExceptionDescribe()", "ExceptionClear()",
-                          "FindClass(\"java/lang/Throwable\")",
-                          "GetMethodID(java/lang/Throwable, \"toString\", \"()Ljava/lang/String;\")",
-                          "CallObjectMethod(exception, toString()Ljava/lang/String;)", "ExceptionClear()"}));
-}
-
-TEST_F(Capture, AMissingToStringIsAnUnknownException) {
-  LeavePending();
-  Java().missingMembers = {"toString"};
-  EXPECT_EQ(Take(), kUnknownException);
-  EXPECT_EQ(
-      Log(),
-      (Lines{"ExceptionOccurred()", "ExceptionDescribe()", "ExceptionClear()", "FindClass(\"java/lang/Throwable\")",
-             "GetMethodID(java/lang/Throwable, \"toString\", \"()Ljava/lang/String;\")", "ExceptionClear()"}));
-  EXPECT_EQ(Jni().Pending(), nullptr);
 }
 
 TEST_F(Capture, AToStringThatThrowsIsAnUnknownExceptionAndClearedToo) {
@@ -114,15 +86,6 @@ TEST_F(Capture, AFailingCallWithinAToStringHasItsOwnText) {
   };
   EXPECT_EQ(Take(), (Captured{1, Record(L"outer", 0)}));
   EXPECT_EQ(inner, (Captured{1, Record(L"inner", 0)}));
-}
-
-TEST_F(Capture, CharactersThatCannotBeHadAreAnUnknownException) {
-  LeavePending(L"text");
-  Java().FailAt("GetStringChars", 1, Fault::Null);
-  EXPECT_EQ(Take(), kUnknownException);
-  const Lines log = Log();
-  EXPECT_EQ((Lines{log.end() - 3, log.end()}),
-            (Lines{"GetStringChars(\"text\")", "ReleaseStringChars(\"text\", null)", "ExceptionClear()"}));
 }
 
 TEST_F(Capture, ANestedCaptureLooksNothingUp) {

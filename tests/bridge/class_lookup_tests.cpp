@@ -10,13 +10,6 @@ namespace qvtest {
 
 namespace {
 
-// The class path of the service, as slot 55 hands it out: empty, so that no loader is built.
-int32_t EmptyClassPath(void*, IQvString** text) { return QvshrCreateString(L"", text); }
-int32_t NoClassPath(void*, IQvString** text) {
-  *text = nullptr;
-  return E_FAIL;
-}
-
 class ClassLookup : public BridgeTest {
  protected:
   // An unknown class: E_FAIL and null.
@@ -36,8 +29,7 @@ TEST_F(ClassLookup, AKnownClassIsFoundDirectlyAndTheRecordIsNotEvenFreed) {
     Watch();
     EXPECT_EQ(Api().FindClass(&found, "java/lang/String"), S_OK);
     EXPECT_EQ(Java().Label(found), "java/lang/String");
-    EXPECT_EQ(Log(), (Lines{"slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()",
-                            "FindClass(\"java/lang/String\")"}));
+    EXPECT_EQ(Log(), DirectLookup("java/lang/String"));
     EXPECT_EQ(*Object().RecordSlot(), before);
     EXPECT_EQ(ObjectRecord(), Record(L"from before", 7));
     EXPECT_EQ(LocalsLeft(), 1);
@@ -55,26 +47,9 @@ TEST_F(ClassLookup, AnExceptionFromBeforeIsDropped) {
 TEST_F(ClassLookup, InACreatedJvmTheRecordHasTheErrorsTextAndCode0) {
   SetCreated(true);
   GiveObjectRecord(L"from before", 7);
-  Watch();
   ExpectNotFound("no/Such");
   EXPECT_EQ(ObjectRecord(), Record(L"java.lang.NoClassDefFoundError: no/Such", 0));
-  EXPECT_EQ(Log(), (Lines{"slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()",
-                          "FindClass(\"no/Such\")"}) +
-                       CaptureOf("java.lang.NoClassDefFoundError", "java.lang.NoClassDefFoundError: no/Such"));
   EXPECT_EQ(Jni().Pending(), nullptr);
-  EXPECT_EQ(LocalsLeft(), 3);
-}
-
-TEST_F(ClassLookup, WithoutAnErrorTheRecordHasTheServicesOwnText) {
-  SetCreated(true);
-  Java().FailAt("FindClass", 1, Fault::Null);
-  Watch();
-  ExpectNotFound("no/Such");
-  EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
-  EXPECT_EQ(Log(), (Lines{"slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()",
-                          "FindClass(\"no/Such\")"}) +
-                       kNothingPending);
-  EXPECT_EQ(LocalsLeft(), 0);
 }
 
 TEST_F(ClassLookup, TheServicesOwnTextIsCutAt511Characters) {
@@ -90,19 +65,10 @@ TEST_F(ClassLookup, TheServicesOwnTextIsCutAt511Characters) {
   }
 }
 
-TEST_F(ClassLookup, TheServicesOwnTextStandsForARecordThatFoundNoMemory) {
-  // The captured text finds no memory, the formatted one does.
-  SetCreated(true);
-  const FailAllocation fault(1, kQvshrFailOnce);
-  ExpectNotFound("no/Such");
-  EXPECT_TRUE(fault.Fired());
-  EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
-}
-
 TEST_F(ClassLookup, WithoutAnyMemoryThereIsNoRecord) {
   for (const bool created : {true, false}) {
     SetCreated(created);
-    Watch().Replace(55, NoClassPath);
+    ServeClassPath(L"", E_FAIL);
     {
       const FailAllocation fault(1, kQvshrFailFromHere);
       ExpectNotFound("no/Such");
@@ -154,8 +120,7 @@ class Fallback : public ClassLookup {
  protected:
   // A service object that has its loader already.
   void GiveLoader() {
-    Watch().Replace(
-        55, +[](void*, IQvString** text) -> int32_t { return QvshrCreateString(L"a.jar", text); });
+    ServeClassPath(L"a.jar");
     qv_jclass found = nullptr;
     Java().loaderClasses = {"first.One"};
     EXPECT_EQ(Api().FindClass(&found, "first/One"), S_OK);
@@ -167,8 +132,6 @@ class Fallback : public ClassLookup {
 
   int m_localsBefore = 0;
 };
-
-const Lines kDirectLookup = {"slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()"};
 
 // From the widened name on, with a loader.
 Lines LoaderLookup(const std::string& dotted) {
@@ -194,8 +157,8 @@ TEST_F(Fallback, AClassIsLoadedByItsDottedName) {
   qv_jclass found = nullptr;
   EXPECT_EQ(Api().FindClass(&found, "com/acme/Widget"), S_OK);
   EXPECT_EQ(Java().Label(found), "com/acme/Widget");
-  EXPECT_EQ(Log(), kDirectLookup + Lines{"FindClass(\"com/acme/Widget\")"} + LoaderLookup("com.acme.Widget") +
-                       kNothingPending + kDeleteString + Lines{"DeleteLocalRef(\"com.acme.Widget\")"});
+  EXPECT_EQ(Log(), DirectLookup("com/acme/Widget") + LoaderLookup("com.acme.Widget") + kNothingPending + kDeleteString +
+                       Lines{"DeleteLocalRef(\"com.acme.Widget\")"});
   EXPECT_EQ(ObjectRecord(), kNoRecord);
   EXPECT_EQ(LocalsLeftSince(), 2) << "the class found and that of the loader; the name is deleted";
 }
@@ -205,7 +168,7 @@ TEST_F(Fallback, AClassThatTheLoaderDoesNotKnowGivesItsTextAndTheCallsCode) {
   ExpectNotFound("no/Such");
   constexpr char kText[] = "java.lang.ClassNotFoundException: no.Such";
   EXPECT_EQ(ObjectRecord(), Record(ToWide(kText), -1001));
-  EXPECT_EQ(Log(), kDirectLookup + Lines{"FindClass(\"no/Such\")"} + LoaderLookup("no.Such") +
+  EXPECT_EQ(Log(), DirectLookup("no/Such") + LoaderLookup("no.Such") +
                        CaptureOf("java.lang.ClassNotFoundException", kText) + kDeleteString +
                        Lines{"DeleteLocalRef(\"no.Such\")"});
   EXPECT_EQ(LocalsLeftSince(), 4) << "the loader's class, and what the capture leaves";
@@ -218,48 +181,6 @@ TEST_F(Fallback, ARecordFromBeforeIsFreedAndItsExceptionWithIt) {
   qv_jclass found = nullptr;
   EXPECT_EQ(Api().FindClass(&found, "com/acme/Widget"), S_OK);
   EXPECT_EQ(ObjectRecord(), kNoRecord);
-}
-
-TEST_F(Fallback, WithAnEmptyClassPathThereIsNoLoaderToCall) {
-  Watch().Replace(55, EmptyClassPath);
-  ExpectNotFound("no/Such");
-  EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
-  EXPECT_EQ(GlobalsLeft(), 0);
-}
-
-TEST_F(Fallback, WhenNoLoaderCanBeBuiltTheRecordHasTheServicesOwnText) {
-  // The error of the JVM's own look-up was cleared before the build.
-  Watch().Replace(55, NoClassPath);
-  ExpectNotFound("no/Such");
-  EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
-}
-
-TEST_F(Fallback, WithoutTheLoadersClassThatErrorIsTheText) {
-  Watch().Replace(55, EmptyClassPath);
-  Java().classes.erase("java/net/URLClassLoader");
-  ExpectNotFound("no/Such");
-  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.NoClassDefFoundError: java/net/URLClassLoader", 0));
-}
-
-TEST_F(Fallback, WithoutTheNameAsAStringThatErrorIsTheText) {
-  GiveLoader();
-  Java().FailAt("NewString", 1, Fault::Throw);
-  ExpectNotFound("no/Such");
-  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: NewString", 0));
-  GiveObjectRecord(L"from before");
-  Java().FailAt("NewString", 1, Fault::Null);
-  ExpectNotFound("no/Such");
-  EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
-}
-
-TEST_F(Fallback, ANameThatFindsNoMemoryCountsAsNoString) {
-  GiveLoader();
-  const FailAllocation fault(1, kQvshrFailOnce);
-  ExpectNotFound("no/Such");
-  EXPECT_TRUE(fault.Fired());
-  EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
-  const Lines log = Log();
-  EXPECT_EQ(std::find(log.begin(), log.end(), "slot 14 NewString"), log.end());
 }
 
 TEST_F(Fallback, TheNameIsPassedOnWithEverySlashAsADot) {
@@ -318,7 +239,7 @@ int32_t RecordLoad(void*, qv_jobject* result, qv_jclass cls, qv_jobject object, 
 
 TEST_F(Fallback, Slot33GetsTheCallersPointerEvenWithoutALoader) {
   SlotTable& slots = Watch();
-  slots.Replace(55, EmptyClassPath);
+  ServeClassPath(L"");
   slots.Replace(33, RecordLoad);
   qv_jclass found = nullptr;
   EXPECT_EQ(Api().FindClass(&found, "a/B"), E_FAIL);
@@ -330,17 +251,10 @@ TEST_F(Fallback, Slot33GetsTheCallersPointerEvenWithoutALoader) {
 }
 
 TEST_F(Fallback, AClassThatCameBackCountsAndTheStatusIsThatOfTheBuild) {
-  static int32_t classPathStatus;
   g_loaded = Jni().GivenClass("a/B");
-  SlotTable& slots = Watch();
-  slots.Replace(33, RecordLoad);
-  slots.Replace(
-      55, +[](void*, IQvString** text) -> int32_t {
-        QvshrCreateString(L"", text);
-        return classPathStatus;
-      });
+  Watch().Replace(33, RecordLoad);
   for (const int32_t status : {0, 5}) {
-    classPathStatus = status;
+    ServeClassPath(L"", status);
     qv_jclass found = nullptr;
     EXPECT_EQ(Api().FindClass(&found, "a/B"), status);
     EXPECT_EQ(found, g_loaded);

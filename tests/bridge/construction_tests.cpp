@@ -10,18 +10,6 @@ namespace {
 
 using Construction = BridgeTest;
 
-TEST_F(Construction, TheConstructorsSignatureIsTheArgumentsAndAV) {
-  const jclass cls = Jni().GivenClass("a/B");
-  const jstring text = Jni().GivenString(L"x");
-  qv_jobject made = this;
-  Watch();
-  EXPECT_EQ(Api().NewObject(&made, cls, "(Ljava/lang/String;)", text), S_OK);
-  EXPECT_EQ(Java().Label(made), "a/B(\"x\")");
-  EXPECT_EQ(Log(), (Lines{"slot 18 NewObject", kEnvironment, "GetMethodID(a/B, \"<init>\", \"(Ljava/lang/String;)V\")",
-                          "NewObjectV(a/B, <init>(Ljava/lang/String;)V, \"x\")"}));
-  EXPECT_EQ(LocalsLeft(), 1);
-}
-
 TEST_F(Construction, TheEmptySignatureCallsTheConstructorWithoutArguments) {
   qv_jobject made = this;
   EXPECT_EQ(Api().NewObject(&made, Jni().GivenClass("a/B"), "()"), S_OK);
@@ -100,16 +88,6 @@ TEST_F(Construction, AnExceptionFromBeforeIsNotLookedAt) {
   EXPECT_EQ(Api().NewObject(&made, cls, "()"), S_OK);
   EXPECT_EQ(Log(), (Lines{"GetMethodID(a/B, \"<init>\", \"()V\") !pending", "NewObjectV(a/B, <init>()V) !pending"}));
   EXPECT_NE(Jni().Pending(), nullptr);
-}
-
-TEST_F(Construction, TheDefaultObjectComesFromTheConstructorWithoutArguments) {
-  qv_jobject made = this;
-  Watch();
-  EXPECT_EQ(Api().NewDefaultObject(&made, Jni().GivenClass("a/B")), S_OK);
-  EXPECT_EQ(Java().Label(made), "a/B()");
-  EXPECT_EQ(Log(), (Lines{"slot 19 NewDefaultObject", kEnvironment, "GetMethodID(a/B, \"<init>\", \"()V\")",
-                          "NewObject(a/B, <init>()V)"}));
-  EXPECT_EQ(LocalsLeft(), 1);
 }
 
 }  // namespace

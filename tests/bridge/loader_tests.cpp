@@ -9,25 +9,12 @@ namespace qvtest {
 
 namespace {
 
-std::wstring g_classPath;
-int32_t g_classPathStatus = 0;
-int g_classPathCalls = 0;
-int32_t AnswerClassPath(void*, IQvString** text) {
-  ++g_classPathCalls;
-  *text = nullptr;
-  if (g_classPathStatus < 0) return g_classPathStatus;
-  return QvshrCreateString(g_classPath.c_str(), text);
-}
-
 class Loader : public BridgeTest {
  protected:
   Loader() { SetClassPath(L"C:\\a.jar"); }
 
   void SetClassPath(const std::wstring& text, int32_t status = S_OK) {
-    g_classPath = text;
-    g_classPathStatus = status;
-    g_classPathCalls = 0;
-    Watch().Replace(55, AnswerClassPath);
+    ServeClassPath(text, status);
     Java().answers["<init>"] = KeepUrls;
     m_urls.clear();
   }
@@ -55,16 +42,10 @@ class Loader : public BridgeTest {
   static inline Lines m_urls;
 };
 
-const Lines kBeforeTheBuild = {
-    "slot 12 FindClass",      kEnvironment,      "slot 58 ExceptionClear", "ExceptionClear()", "FindClass(\"no/Such\")",
-    "slot 58 ExceptionClear", "ExceptionClear()"};
+const Lines kBeforeTheBuild = DirectLookup("no/Such") + Lines{"slot 58 ExceptionClear", "ExceptionClear()"};
 const Lines kClasses = {"FindClass(\"java/net/URLClassLoader\")", "FindClass(\"java/net/URL\")",
                         "FindClass(\"java/io/File\")"};
 const Lines kAskPath = {"slot 55 GetClassPath"};
-
-Lines Deleted(const std::string& label) {
-  return {"slot 8 DeleteLocalRef", kEnvironment, "DeleteLocalRef(" + label + ")"};
-}
 
 // One path becomes a string, a file, a URL and an element; the references go, the URL's first.
 Lines TokenLines(const std::string& path, int index) {
@@ -107,12 +88,6 @@ TEST_F(Loader, TwoSeparatorsBetweenTwoPathsGiveTwoUrls) {
   EXPECT_EQ(Urls(), (Lines{"url(java/io/File(\"C:\\a.jar\"))", "url(java/io/File(\"C:\\b b.jar\"))"}));
   EXPECT_EQ(GlobalsLeft(), 1);
   EXPECT_EQ(LocalsLeft(), 3 + 4) << "the classes of the build; the rest is what a failed look-up leaves";
-}
-
-TEST_F(Loader, OnePathWithoutASeparatorGivesOneUrl) {
-  EXPECT_EQ(Find(), E_FAIL);
-  EXPECT_TRUE(Has(Log(), "NewObjectArray(1, java/net/URL, null)"));
-  EXPECT_EQ(Urls(), (Lines{"url(java/io/File(\"C:\\a.jar\"))"}));
 }
 
 TEST_F(Loader, OnlySemicolonsSeparateAndEmptyFieldsAreSkipped) {
@@ -163,7 +138,7 @@ TEST_F(Loader, WithoutAPathThereIsNoLoaderAndTheNextLookupTriesAgain) {
     for (int calls = 1; calls <= 2; ++calls) {
       EXPECT_EQ(Find(), E_FAIL);
       EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
-      EXPECT_EQ(g_classPathCalls, calls);
+      EXPECT_EQ(ClassPathCalls(), calls);
       const Lines log = Log();
       EXPECT_TRUE(std::none_of(log.begin(), log.end(),
                                [](const std::string& line) { return line.starts_with("NewObjectArray"); }));
@@ -175,23 +150,23 @@ TEST_F(Loader, WithoutAPathThereIsNoLoaderAndTheNextLookupTriesAgain) {
 
 TEST_F(Loader, ASecondFailedLookupDoesNotBuildAgain) {
   EXPECT_EQ(Find(), E_FAIL);
-  EXPECT_EQ(g_classPathCalls, 1);
+  EXPECT_EQ(ClassPathCalls(), 1);
   Java().loaderClasses = {"a.B"};
   EXPECT_EQ(Find("a/B"), S_OK);
   EXPECT_EQ(Find("no/Other"), E_FAIL);
-  EXPECT_EQ(g_classPathCalls, 1);
+  EXPECT_EQ(ClassPathCalls(), 1);
   EXPECT_EQ(Java().Counts().globalsMade, 1);
 }
 
 TEST_F(Loader, AClassThatTheJvmKnowsBuildsNothing) {
   EXPECT_EQ(Find("java/lang/String"), S_OK);
-  EXPECT_EQ(g_classPathCalls, 0);
+  EXPECT_EQ(ClassPathCalls(), 0);
 }
 
 TEST_F(Loader, InACreatedJvmNothingIsBuilt) {
   SetCreated(true);
   EXPECT_EQ(Find(), E_FAIL);
-  EXPECT_EQ(g_classPathCalls, 0);
+  EXPECT_EQ(ClassPathCalls(), 0);
 }
 
 TEST_F(Loader, AMissingClassStopsTheBuildBeforeTheNextOne) {
@@ -205,40 +180,18 @@ TEST_F(Loader, AMissingClassStopsTheBuildBeforeTheNextOne) {
     const std::string error = std::string("java.lang.NoClassDefFoundError: ").append(kNames[i]);
     EXPECT_EQ(Log(), kBeforeTheBuild + looked + CaptureOf("java.lang.NoClassDefFoundError", error));
     EXPECT_EQ(ObjectRecord(), Record(ToWide(error), 0));
-    EXPECT_EQ(g_classPathCalls, 0);
+    EXPECT_EQ(ClassPathCalls(), 0);
     Renew();
   }
 }
 
 TEST_F(Loader, WithoutAClassPathTheBuildStops) {
   for (const int32_t status : {E_FAIL, E_OUTOFMEMORY}) {
-    SetClassPath(L"", status);
+    SetClassPath(L"not to be used", status);
     EXPECT_EQ(Find(), E_FAIL);
     EXPECT_EQ(Log(), kBeforeTheBuild + kClasses + kAskPath + kNothingPending);
     EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
     EXPECT_EQ(LocalsLeft(), 3) << "the classes of the build";
-    Renew();
-  }
-}
-
-TEST_F(Loader, AClassPathThatComesWithAFailureIsNotUsed) {
-  Watch().Replace(
-      55, +[](void*, IQvString** text) -> int32_t {
-        QvshrCreateString(L"a", text);
-        return E_FAIL;
-      });
-  EXPECT_EQ(Find(), E_FAIL);
-  EXPECT_EQ(Log(), kBeforeTheBuild + kClasses + kAskPath + kNothingPending);
-}
-
-TEST_F(Loader, WithoutAnArrayThereIsNoLoader) {
-  for (const Fault fault : {Fault::Null, Fault::Throw}) {
-    SetClassPath(L"a");
-    Java().FailAt("NewObjectArray", 1, fault);
-    EXPECT_EQ(Find(), E_FAIL);
-    EXPECT_FALSE(Has(Log(), "slot 18 NewObject"));
-    EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
-    EXPECT_EQ(GlobalsLeft(), 0);
     Renew();
   }
 }
@@ -286,27 +239,6 @@ TEST_F(Loader, APathThatGivesNoUrlLeavesItsPlaceNull) {
   }
 }
 
-TEST_F(Loader, TheRecordOfALastFailingPathIsGoneOnceTheClassIsLoaded) {
-  SetClassPath(L"a;b");
-  Java().loaderClasses = {"a.B"};
-  Java().FailAt("CallObjectMethodV", 2, Fault::Throw);
-  EXPECT_EQ(Find("a/B"), S_OK);
-  EXPECT_EQ(ObjectRecord(), kNoRecord);
-  EXPECT_EQ(Jni().Pending(), nullptr);
-}
-
-TEST_F(Loader, AnExceptionOfALastConstructorStaysPendingUntilTheLoadReportsIt) {
-  // No typed call of the build comes after it.
-  SetClassPath(L"a");
-  Java().loaderClasses = {"a.B"};
-  Java().FailAt("NewObjectV", 1, Fault::Throw);
-  qv_jclass found = nullptr;
-  EXPECT_EQ(Api().FindClass(&found, "a/B"), S_OK) << "a class that came back counts";
-  EXPECT_EQ(Java().Label(found), "a/B");
-  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: NewObjectV", -1001));
-  EXPECT_EQ(Jni().Pending(), nullptr);
-}
-
 TEST_F(Loader, WithoutTheObjectOrItsGlobalReferenceThereIsNoLoader) {
   struct Step {
     const char* function;
@@ -321,39 +253,14 @@ TEST_F(Loader, WithoutTheObjectOrItsGlobalReferenceThereIsNoLoader) {
       EXPECT_TRUE(Java().FaultFired());
       EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
       EXPECT_EQ(GlobalsLeft(), 0);
-      // The array and, where there is one, the object are deleted all the same.
-      const Lines log = Log();
-      EXPECT_TRUE(Has(log, "DeleteLocalRef(array)"));
-      const bool made = std::string(step.function) == "NewGlobalRef";
-      EXPECT_EQ(Has(log, "DeleteLocalRef(java/net/URLClassLoader(array))"), made);
-      EXPECT_EQ(Has(log, "slot 13 NewGlobalRef"), made) << "nothing else gets a global reference";
       // Another look-up tries again and succeeds.
       Jni().SetPending(nullptr);
       Java().loaderClasses = {"a.B"};
       EXPECT_EQ(Find("a/B"), S_OK);
-      EXPECT_EQ(g_classPathCalls, 2);
+      EXPECT_EQ(ClassPathCalls(), 2);
       Renew();
     }
   }
-}
-
-TEST_F(Loader, WithoutMemoryForThePathOrTheNameTheClassIsNotFound) {
-  uint64_t n = 1;
-  for (bool fired = true; fired; ++n) {
-    SCOPED_TRACE(n);
-    SetClassPath(L"a;b");
-    Java().loaderClasses = {"a.B"};
-    {
-      const FailAllocation fault(n, kQvshrFailOnce);
-      const int32_t status = Find("a/B");
-      fired = fault.Fired();
-      EXPECT_EQ(status, fired ? E_FAIL : S_OK);
-    }
-    EXPECT_EQ(ObjectRecord(), fired ? Record(L"Unable to find java a/B class. Check CLASSPATH.", 0) : kNoRecord);
-    EXPECT_EQ(Jni().Pending(), nullptr);
-    Renew();
-  }
-  EXPECT_GT(n, 4u) << "the string object, the copy and the name at least";
 }
 
 TEST_F(Loader, TheObjectsEndDeletesTheLoaderThroughSlot11) {

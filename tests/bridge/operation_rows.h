@@ -1,5 +1,5 @@
-// The operations of the bridge as a table: how each ends undisturbed, when each of its JNI calls fails, and without
-// memory, and how many references it leaves on the thread.
+// The operations of the bridge as a table: what each calls undisturbed, how it ends then, when each of its JNI calls
+// fails, and without memory, and how many references it leaves on the thread. And a test that runs one of them.
 #pragma once
 
 #include <functional>
@@ -41,14 +41,50 @@ struct WithoutMemory {
 struct Operation {
   std::string name;
   bool created = false;  // whether the JVM counts as the service's own
-  End end;
-  FaultRows faults;
-  std::function<void(FakeVm&, IQV_JavaVM&, SlotTable&)> prepare;
-  std::function<int32_t(IQV_JavaVM&, FakeJni&)> call;
+  End end{};
+  Lines log{};  // of the undisturbed run; empty where the tests of the operation have it
+  FaultRows faults{};
+  std::function<void(FakeVm&, IQV_JavaVM&, SlotTable&)> prepare{};
+  std::function<int32_t(IQV_JavaVM&, FakeJni&)> call{};
   // When an allocation fails, the first, the second, ... Empty: it makes none.
-  std::vector<WithoutMemory> withoutMemory;
+  std::vector<WithoutMemory> withoutMemory{};
 };
 
 std::vector<Operation> Operations();
+
+// One operation from a fresh object and VM to its end, with something failing on its way.
+class OperationTest : public BridgeTest {
+ protected:
+  // `setFault` runs when everything is prepared; what it returns lives until the operation is over.
+  template <class SetFault>
+  End Run(const Operation& operation, SetFault&& setFault) {
+    SetCreated(operation.created);
+    Watch();
+    if (operation.prepare) operation.prepare(Java(), Api(), Watch());
+    const ReferenceCounts before = Java().Counts();
+    Log();
+    End end{};
+    {
+      [[maybe_unused]] const auto fault = setFault();
+      end.status = operation.call(Api(), Jni());
+      m_fired = Java().FaultFired() || Watch().FaultFired() || QvshrLedgerFired() != 0;
+    }
+    Watch().FailAt(0, 0, nullptr);
+    const ReferenceCounts after = Java().Counts();
+    end.record = ObjectRecord();
+    end.locals = after.localsMade - after.localsDeleted - before.localsMade + before.localsDeleted;
+    end.globals = after.globalsMade - after.globalsDeleted - before.globalsMade + before.globalsDeleted;
+    m_log = Log();
+    Renew();
+    return end;
+  }
+  End Run(const Operation& operation) {
+    return Run(operation, [] { return 0; });
+  }
+
+  // Of the last run: what was called, and whether the fault came to pass.
+  Lines m_log;
+  bool m_fired = false;
+};
 
 }  // namespace qvtest

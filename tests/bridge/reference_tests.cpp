@@ -56,28 +56,6 @@ TEST_F(References, DeletingNullIsASuccessThatCallsNothing) {
   }
 }
 
-TEST_F(References, AGlobalReferenceIsMadeThroughJni) {
-  const jobject local = Jni().GivenObject("it");
-  qv_jobject global = this;
-  Watch();
-  EXPECT_EQ(Api().NewGlobalRef(&global, local), S_OK);
-  EXPECT_EQ(Log(), (Lines{"slot 13 NewGlobalRef", kEnvironment, "NewGlobalRef(it)"}));
-  EXPECT_EQ(Java().Label(global), "global it");
-  EXPECT_EQ(Api().DeleteGlobalRef(global), S_OK);
-  EXPECT_EQ(GlobalsLeft(), 0);
-}
-
-TEST_F(References, AGlobalReferenceThatCannotBeMadeIsAFailure) {
-  const jobject local = Jni().GivenObject("it");
-  for (const Fault fault : {Fault::Null, Fault::Throw}) {
-    Java().FailAt("NewGlobalRef", 1, fault);
-    qv_jobject global = this;
-    EXPECT_EQ(Api().NewGlobalRef(&global, local), E_FAIL);
-    EXPECT_EQ(global, nullptr);
-  }
-  EXPECT_EQ(ObjectRecord(), kNoRecord);
-}
-
 }  // namespace
 
 }  // namespace qvtest

@@ -44,16 +44,6 @@ TEST_F(Strings, NewStringTakesEveryUnitBeforeTheNull) {
   }
 }
 
-TEST_F(Strings, NewStringThatGivesNothingIsAFailure) {
-  for (const Fault fault : {Fault::Null, Fault::Throw}) {
-    Java().FailAt("NewString", 1, fault);
-    qv_jstring string = this;
-    EXPECT_EQ(Api().NewString(&string, L"x"), E_FAIL);
-    EXPECT_EQ(string, nullptr);
-  }
-  EXPECT_EQ(ObjectRecord(), kNoRecord);
-}
-
 TEST_F(Strings, TheLengthCountsUnits) {
   for (const std::wstring& text : kTexts) {
     int32_t length = -1;
@@ -63,26 +53,6 @@ TEST_F(Strings, TheLengthCountsUnits) {
   int32_t length = -1;
   EXPECT_EQ(Api().GetStringLength(&length, Jni().GivenString(std::wstring(L"a\0b", 3))), S_OK);
   EXPECT_EQ(length, 3);
-}
-
-TEST_F(Strings, CopyingAsksForTheLengthThenTheCharactersThenReleases) {
-  const jstring string = Jni().GivenString(L"copied");
-  wchar_t buffer[512];
-  int32_t size = 512;
-  Watch();
-  EXPECT_EQ(Api().GetStringChars(buffer, &size, string), S_OK);
-  EXPECT_STREQ(buffer, L"copied");
-  EXPECT_EQ(Log(), (Lines{"slot 16 GetStringChars", kEnvironment, "slot 15 GetStringLength", kEnvironment,
-                          "GetStringLength(\"copied\")", "GetStringChars(\"copied\")",
-                          "ReleaseStringChars(\"copied\", characters)"}));
-  EXPECT_EQ(size, 512);
-}
-
-TEST_F(Strings, CopyingAnEmptyStringGivesAnEmptyBuffer) {
-  wchar_t buffer[512] = L"before";
-  int32_t size = 512;
-  EXPECT_EQ(Api().GetStringChars(buffer, &size, Jni().GivenString(L"")), S_OK);
-  EXPECT_STREQ(buffer, L"");
 }
 
 TEST_F(Strings, CopyingIgnoresTheSizeAndWritesTheWholeStringAndItsNull) {
@@ -97,18 +67,7 @@ TEST_F(Strings, CopyingIgnoresTheSizeAndWritesTheWholeStringAndItsNull) {
       EXPECT_EQ(Api().GetStringChars(buffer.data(), size, string), S_OK);
       EXPECT_EQ(buffer, text + L'\0' + L'#') << "the string, one null, and nothing behind it";
     }
-  }
-}
-
-TEST_F(Strings, CopyingWithoutCharactersReleasesAllTheSame) {
-  const jstring string = Jni().GivenString(L"x");
-  for (const Fault fault : {Fault::Null, Fault::Throw}) {
-    wchar_t buffer[512] = L"before";
-    Java().FailAt("GetStringChars", 1, fault);
-    EXPECT_EQ(Api().GetStringChars(buffer, nullptr, string), E_FAIL);
-    EXPECT_STREQ(buffer, L"");
-    EXPECT_EQ(Log(), (Lines{"GetStringLength(\"x\")", "GetStringChars(\"x\")", "ReleaseStringChars(\"x\", null)"}));
-    Jni().SetPending(nullptr);
+    EXPECT_EQ(tooSmall, 1);
   }
 }
 
@@ -131,6 +90,23 @@ TEST_F(Strings, CopyingTakesItsLengthFromSlot15) {
   g_length = 2;
   EXPECT_EQ(Api().GetStringChars(buffer, nullptr, string), S_OK);
   EXPECT_STREQ(buffer, L"wh");
+}
+
+TEST_F(Strings, WithoutCharactersNothingComesBackAndTheyAreReleasedAllTheSame) {
+  const jstring string = Jni().GivenString(L"x");
+  for (const Fault fault : {Fault::Null, Fault::Throw}) {
+    for (const bool copying : {true, false}) {
+      wchar_t buffer[512] = L"before";
+      auto* host = reinterpret_cast<IQvString*>(this);
+      Java().FailAt("GetStringChars", 1, fault);
+      EXPECT_EQ(copying ? Api().GetStringChars(buffer, nullptr, string) : Api().GetStringValue(&host, string), E_FAIL);
+      EXPECT_STREQ(buffer, copying ? L"" : L"before");
+      EXPECT_EQ(host == nullptr, !copying);
+      EXPECT_EQ(Log(), (Lines{"GetStringLength(\"x\")", "GetStringChars(\"x\")", "ReleaseStringChars(\"x\", null)"}));
+      Jni().SetPending(nullptr);
+    }
+  }
+  EXPECT_EQ(ObjectRecord(), kNoRecord);
 }
 
 TEST_F(Strings, AHostStringIsMadeOfTheCharacters) {
@@ -163,31 +139,6 @@ TEST_F(Strings, AHostStringHasTheStatusOfItsMakingAndTheCharactersAreReleased) {
     EXPECT_EQ(Log(), (Lines{"slot 17 GetStringValue", kEnvironment, "GetStringLength(\"x\")", "GetStringChars(\"x\")",
                             "ReleaseStringChars(\"x\", characters)"}));
   }
-}
-
-TEST_F(Strings, ALongHostStringThatFindsNoMemoryReleasesTheCharacters) {
-  const jstring string = Jni().GivenString(std::wstring(256, L'x'));
-  for (const uint64_t n : {1u, 2u}) {  // the copy of the characters, the string object
-    const FailAllocation fault(n, kQvshrFailOnce);
-    auto* host = reinterpret_cast<IQvString*>(this);
-    EXPECT_EQ(Api().GetStringValue(&host, string), E_OUTOFMEMORY);
-    EXPECT_EQ(host, nullptr);
-    EXPECT_TRUE(fault.Fired());
-    EXPECT_EQ(Java().Pinned(), 0u);
-  }
-}
-
-TEST_F(Strings, WithoutCharactersThereIsNoHostStringAndTheyAreReleasedAllTheSame) {
-  const jstring string = Jni().GivenString(L"x");
-  for (const Fault fault : {Fault::Null, Fault::Throw}) {
-    Java().FailAt("GetStringChars", 1, fault);
-    auto* host = reinterpret_cast<IQvString*>(this);
-    EXPECT_EQ(Api().GetStringValue(&host, string), E_FAIL);
-    EXPECT_EQ(host, nullptr);
-    EXPECT_EQ(Log(), (Lines{"GetStringLength(\"x\")", "GetStringChars(\"x\")", "ReleaseStringChars(\"x\", null)"}));
-    Jni().SetPending(nullptr);
-  }
-  EXPECT_EQ(ObjectRecord(), kNoRecord);
 }
 
 }  // namespace

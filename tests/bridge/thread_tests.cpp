@@ -243,8 +243,7 @@ TEST_F(Threads, NestedCapturesEndOnEveryThread) {
 TEST_F(Threads, AnObjectWithALoaderMayEndOnAThreadThatNeverCalledIt) {
   SetCreated(false);
   Java().loaderClasses = {"a.B"};
-  Watch().Replace(
-      55, +[](void*, IQvString** text) -> int32_t { return QvshrCreateString(L"a.jar", text); });
+  ServeClassPath(L"a.jar");
   qv_jclass found = nullptr;
   EXPECT_EQ(Api().FindClass(&found, "a/B"), S_OK);
   Log();

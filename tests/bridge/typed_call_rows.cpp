@@ -83,6 +83,15 @@ std::string SignatureOf(const TypedCall& row, const std::string& arguments) {
   return row.form == Form::Field ? row.type : arguments + row.type;
 }
 
+std::vector<std::string> LookupLine(const TypedCall& row) {
+  return {std::string(LookupOf(row)) + "(a/B, \"m\", \"" + SignatureOf(row) + "\")"};
+}
+
+std::vector<std::string> CallLine(const TypedCall& row) {
+  const char* const member = row.form == Form::Field ? "m:" : "m";
+  return {std::string(row.jniCall) + "(" + (HasObject(row) ? "it" : "a/B") + ", " + member + SignatureOf(row) + ")"};
+}
+
 std::vector<TypedValue> ValuesOf(const TypedCall& row, jobject reference) {
   switch (row.type[0]) {
     case 'I':

@@ -31,6 +31,10 @@ const char* LookupOf(const TypedCall& row);
 // The signature of the member that the tests call.
 std::string SignatureOf(const TypedCall& row, const std::string& arguments = "()");
 
+// The lines of the record: the look-up of the member "m" in a/B, the call of it on the object "it" or on the class.
+std::vector<std::string> LookupLine(const TypedCall& row);
+std::vector<std::string> CallLine(const TypedCall& row);
+
 // What Java gives and what the host then reads, byte for byte.
 struct TypedValue {
   const char* name;

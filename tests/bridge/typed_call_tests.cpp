@@ -59,14 +59,6 @@ class TypedCallTest : public BridgeTest {
   }
   // The lines of the record.
   static Lines Begun(const TypedCall& row) { return {SlotLine(row.slot), kEnvironment}; }
-  static Lines LookupLine(const TypedCall& row) {
-    return {std::string(LookupOf(row)) + "(a/B, \"m\", \"" + SignatureOf(row) + "\")"};
-  }
-  static Lines CallLine(const TypedCall& row) {
-    std::string member = row.form == Form::Field ? "m:" : "m";
-    member += SignatureOf(row);
-    return {std::string(row.jniCall) + "(" + (HasObject(row) ? "it" : "a/B") + ", " + member + ")"};
-  }
 
   std::array<uint8_t, 16> m_result{};
   CallArguments m_given{};
@@ -77,16 +69,6 @@ TEST_F(TypedCallTest, TheTableHasEverySlotFrom20To42Once) {
   size_t slot = 20;
   for (const TypedCall& row : TypedCalls()) EXPECT_EQ(row.slot, slot++);
   EXPECT_EQ(slot, 43u);
-}
-
-TEST_F(TypedCallTest, ASuccessLooksUpCallsAndFindsNothingPending) {
-  ForEach([&](const TypedCall& row) {
-    Watch();
-    EXPECT_EQ(Call(row), S_OK);
-    EXPECT_EQ(Log(), Begun(row) + LookupLine(row) + CallLine(row) + kNothingPending);
-    EXPECT_EQ(ObjectRecord(), kNoRecord);
-    EXPECT_EQ(LocalsLeft(), 0) << "the object that Java gives is the host's; nothing else is made";
-  });
 }
 
 TEST_F(TypedCallTest, TheResultIsWrittenInItsOwnWidth) {
@@ -125,18 +107,6 @@ TEST_F(TypedCallTest, AMethodThatThrowsGivesItsTextAndTheResultIsStoredAllTheSam
     }
     EXPECT_EQ(LocalsLeft(), 3);
     EXPECT_EQ(Jni().Pending(), nullptr);
-  });
-}
-
-TEST_F(TypedCallTest, AMissingMemberGivesItsErrorAndLeavesTheResult) {
-  ForEach([&](const TypedCall& row) {
-    Java().missingMembers = {"m"};
-    Watch();
-    EXPECT_EQ(Call(row), E_FAIL);
-    const std::string error = row.form == Form::Field ? "java.lang.NoSuchFieldError" : "java.lang.NoSuchMethodError";
-    EXPECT_EQ(Log(), Begun(row) + LookupLine(row) + CaptureOf(error, error + ": m"));
-    EXPECT_EQ(ObjectRecord(), Record(ToWide(error + ": m"), -1001));
-    ExpectResult({});
   });
 }
 
@@ -253,28 +223,6 @@ TEST_F(TypedCallTest, AfterAFailureASuccessLeavesNoRecord) {
     EXPECT_EQ(Call(row), S_OK);
     EXPECT_EQ(ObjectRecord(), kNoRecord);
   });
-}
-
-TEST_F(TypedCallTest, WithoutMemoryForTheRecordTheStatusIsTheSame) {
-  for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
-    ForEach([&](const TypedCall& row) {
-      SCOPED_TRACE(NameOf(mode));
-      {
-        const FailAllocation fault(1, mode);
-        const char* const name = std::exchange(m_given.name, nullptr);
-        EXPECT_EQ(Call(row), E_FAIL);
-        EXPECT_EQ(ObjectRecord(), kNoRecord);
-        EXPECT_TRUE(fault.Fired());
-        m_given.name = name;
-      }
-      const FailAllocation fault(1, mode);
-      Java().missingMembers = {"m"};
-      EXPECT_EQ(Call(row), E_FAIL);
-      EXPECT_EQ(ObjectRecord(), kNoRecord);
-      EXPECT_TRUE(fault.Fired());
-      QvshrLedgerFailAt(0, kQvshrFailOnce);
-    });
-  }
 }
 
 // A slot 59 that answers as it is told.
