@@ -100,6 +100,10 @@ TEST_F(Arrays, AByteArrayThatCannotBeMadeGivesItsText) {
   EXPECT_EQ(Api().NewByteArray(&array, -5), E_FAIL);
   EXPECT_EQ(array, nullptr);
   EXPECT_EQ(ObjectRecord(), Record(L"java.lang.NegativeArraySizeException: -5", -1001));
+  TakeEnvironmentAway();
+  array = this;
+  EXPECT_EQ(Api().NewByteArray(&array, 1), E_FAIL);
+  EXPECT_EQ(array, nullptr);
 }
 
 TEST_F(Arrays, ExactlyTheCountedBytesAreCopied) {
@@ -216,98 +220,6 @@ TEST_F(ByteCopies, TheArrayGoesThroughSlot7) {
     EXPECT_EQ(Log().back(), "slot 7 CastReference");
     EXPECT_EQ(ObjectRecord(), kNoRecord);
   });
-}
-
-// -- what all five share with the typed calls --
-
-struct ArrayCall {
-  size_t slot;
-  std::function<int32_t(IQV_JavaVM&, FakeJni&)> call;
-  const char* firstJniCall;
-};
-
-jbyte g_byte = 0;
-qv_jarray g_out = nullptr;
-const ArrayCall kCalls[] = {
-    {43, [](IQV_JavaVM& vm, FakeJni&) { return vm.NewStringArray(&g_out, 1); }, "ExceptionClear()"},
-    {44, [](IQV_JavaVM& vm, FakeJni& jni) { return vm.SetObjectArrayElement(jni.GivenArray(1), 0, nullptr); },
-     "SetObjectArrayElement(array, 0, null)"},
-    {45, [](IQV_JavaVM& vm, FakeJni&) { return vm.NewByteArray(&g_out, 1); }, "NewByteArray(1)"},
-    {46, [](IQV_JavaVM& vm, FakeJni& jni) { return vm.GetByteArrayData(jni.GivenBytes({1}), 0, 1, &g_byte); },
-     "GetByteArrayElements(bytes)"},
-    {47, [](IQV_JavaVM& vm, FakeJni& jni) { return vm.SetByteArrayData(jni.GivenBytes({1}), 0, &g_byte, 1); },
-     "GetByteArrayElements(bytes)"}};
-
-TEST_F(Arrays, WithoutAnEnvironmentItIsAnInternalException) {
-  for (const ArrayCall& row : kCalls) {
-    for (const bool record : {false, true}) {
-      TakeEnvironmentAway();
-      if (record) GiveObjectRecord(L"from before");
-      g_out = this;
-      EXPECT_EQ(row.call(Api(), Jni()), E_FAIL);
-      const Lines cleared = {"slot 58 ExceptionClear"};
-      EXPECT_EQ(Log(), (Lines{SlotLine(row.slot), kEnvironment}) + (record ? cleared : Lines{}));
-      EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
-      if (row.slot == 43 || row.slot == 45) {
-        EXPECT_EQ(g_out, nullptr);
-      }
-      Renew();
-    }
-  }
-}
-
-TEST_F(Arrays, AnExceptionFromBeforeIsClearedWhenThereIsARecord) {
-  for (const ArrayCall& row : kCalls) {
-    SCOPED_TRACE(SlotName(row.slot));
-    GiveObjectRecord(L"from before");
-    LeavePending();
-    Watch();
-    EXPECT_EQ(row.call(Api(), Jni()), S_OK);
-    const Lines log = Log();
-    ASSERT_GE(log.size(), 4u);
-    EXPECT_EQ((Lines{log.begin(), log.begin() + 4}),
-              (Lines{SlotLine(row.slot), kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()"}));
-    EXPECT_EQ(ObjectRecord(), kNoRecord);
-    Renew();
-  }
-}
-
-TEST_F(Arrays, AnExceptionFromBeforeIsNotClearedWithoutARecord) {
-  for (const ArrayCall& row : kCalls) {
-    SCOPED_TRACE(SlotName(row.slot));
-    LeavePending(L"java.lang.Error: from before");
-    const int32_t status = row.call(Api(), Jni());
-    std::string first = Log().front();
-    if (row.slot == 43) {
-      // Its look-up drops the exception, which therefore is never reported.
-      EXPECT_EQ(status, S_OK);
-      EXPECT_EQ(first, row.firstJniCall);
-      EXPECT_EQ(ObjectRecord(), kNoRecord);
-    } else {
-      EXPECT_EQ(status, E_FAIL);
-      EXPECT_EQ(first, std::string(row.firstJniCall).append(" !pending"));
-      EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: from before", -1001));
-    }
-    Renew();
-  }
-}
-
-TEST_F(Arrays, Slot59DecidesAndGetsTheObjectsOwnRecord) {
-  static ErrorRecord** where;
-  for (const ArrayCall& row : kCalls) {
-    if (row.slot == 43) continue;  // it looks for no exception
-    where = nullptr;
-    Watch().Replace(
-        59, +[](void*, ErrorRecord** record, qv_jnienv) -> int32_t {
-          where = record;
-          *record = qv::NewErrorRecord(L"from slot 59", 5);
-          return 1;
-        });
-    EXPECT_EQ(row.call(Api(), Jni()), E_FAIL);
-    EXPECT_EQ(where, Object().RecordSlot());
-    EXPECT_EQ(ObjectRecord(), Record(L"from slot 59", -1001));
-    Renew();
-  }
 }
 
 }  // namespace

@@ -19,7 +19,6 @@ namespace {
 constexpr uint8_t kUntouched = 0xCC;
 
 const Lines kJustLooked = {"ExceptionOccurred()"};
-const Lines kClearOldSlot = {"slot 58 ExceptionClear"};
 const Lines kClearOld = {"slot 58 ExceptionClear", "ExceptionClear()"};
 
 class TypedCallTest : public BridgeTest {
@@ -52,11 +51,6 @@ class TypedCallTest : public BridgeTest {
     EXPECT_EQ(m_result, expected);
   }
 
-  // With the mark of a call made while an exception is pending.
-  static Lines Illegal(Lines lines) {
-    for (std::string& line : lines) line += " !pending";
-    return lines;
-  }
   // The lines of the record.
   static Lines Begun(const TypedCall& row) { return {SlotLine(row.slot), kEnvironment}; }
 
@@ -156,51 +150,6 @@ TEST_F(TypedCallTest, ANullSignatureIsPassedOn) {
   });
 }
 
-TEST_F(TypedCallTest, WithoutAnEnvironmentItIsAnInternalException) {
-  ForEach([&](const TypedCall& row) {
-    TakeEnvironmentAway();
-    EXPECT_EQ(Call(row), E_FAIL);
-    EXPECT_EQ(Log(), Begun(row));
-    EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
-    ExpectResult({});
-  });
-}
-
-TEST_F(TypedCallTest, WithoutAnEnvironmentTheOldRecordGoesThroughSlot58AllTheSame) {
-  ForEach([&](const TypedCall& row) {
-    TakeEnvironmentAway();
-    GiveObjectRecord(L"from before");
-    EXPECT_EQ(Call(row), E_FAIL);
-    EXPECT_EQ(Log(), Begun(row) + kClearOldSlot);
-    EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
-  });
-}
-
-TEST_F(TypedCallTest, AnExceptionFromBeforeIsClearedWhenThereIsARecord) {
-  ForEach([&](const TypedCall& row) {
-    GiveObjectRecord(L"from before", 7);
-    LeavePending();
-    Watch();
-    EXPECT_EQ(Call(row), S_OK);
-    EXPECT_EQ(Log(), Begun(row) + kClearOld + LookupLine(row) + CallLine(row) + kNothingPending);
-    EXPECT_EQ(ObjectRecord(), kNoRecord);
-  });
-}
-
-TEST_F(TypedCallTest, AnExceptionFromBeforeIsReportedWhenThereIsNoRecord) {
-  ForEach([&](const TypedCall& row) {
-    LeavePending(L"java.lang.Error: from before");
-    Watch();
-    EXPECT_EQ(Call(row), E_FAIL);
-    EXPECT_EQ(Log(), Begun(row) + Illegal(LookupLine(row)) + Illegal(CallLine(row)) +
-                         CaptureOf("exception", "java.lang.Error: from before"));
-    EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: from before", -1001));
-    if (row.width != 0) {
-      EXPECT_NE(m_result[0], kUntouched);
-    }
-  });
-}
-
 TEST_F(TypedCallTest, ARejectedCallClearsTheExceptionOfAnOldRecordFirst) {
   ForEach([&](const TypedCall& row) {
     GiveObjectRecord(L"from before");
@@ -222,37 +171,6 @@ TEST_F(TypedCallTest, AfterAFailureASuccessLeavesNoRecord) {
     Java().missingMembers.clear();
     EXPECT_EQ(Call(row), S_OK);
     EXPECT_EQ(ObjectRecord(), kNoRecord);
-  });
-}
-
-// A slot 59 that answers as it is told.
-int32_t g_answer = 0;
-ErrorRecord** g_where = nullptr;
-qv_jnienv g_environment = nullptr;
-bool g_makeRecord = false;
-int32_t AnswerCapture(void*, ErrorRecord** record, qv_jnienv env) {
-  g_where = record;
-  g_environment = env;
-  if (g_makeRecord) *record = qv::NewErrorRecord(L"from slot 59", 5);
-  return g_answer;
-}
-
-TEST_F(TypedCallTest, Slot59GetsTheObjectsOwnRecordAndItsAnswerDecides) {
-  ForEach([&](const TypedCall& row) {
-    Watch().Replace(59, AnswerCapture);
-    g_makeRecord = true;
-    g_answer = 1;
-    EXPECT_EQ(Call(row), E_FAIL);
-    EXPECT_EQ(g_where, Object().RecordSlot());
-    EXPECT_EQ(g_environment, &Jni());
-    EXPECT_EQ(ObjectRecord(), Record(L"from slot 59", -1001));
-    g_makeRecord = false;
-    EXPECT_EQ(Call(row), E_FAIL) << "1 without a record";
-    EXPECT_EQ(ObjectRecord(), kNoRecord);
-    for (const int32_t answer : {0, 2, -1}) {
-      g_answer = answer;
-      EXPECT_EQ(Call(row), S_OK) << answer;
-    }
   });
 }
 

@@ -1,0 +1,119 @@
+// What the typed calls, the field reads and the array operations share: the environment first, then the record of
+// before, and at the end a look for an exception.
+#include <algorithm>
+#include <functional>
+#include <string>
+
+#include "tests/bridge/operation_rows.h"
+
+namespace qvtest {
+
+namespace {
+
+constexpr size_t kNewStringArray = 43;  // looks for no exception: its look-up has dropped it
+
+class CallFrame : public OperationTest {
+ protected:
+  // Each of slots 20 to 47 as it succeeds, on a fresh object and VM.
+  void ForEach(const std::function<void(const Operation& row, size_t slot)>& test) {
+    size_t expected = 20;
+    for (const Operation& row : Operations()) {
+      const size_t slot = row.log.empty() ? 0 : std::stoul(row.log.front().substr(5));
+      if (slot < 20 || slot > 47 || row.end.status != S_OK) continue;
+      SCOPED_TRACE(row.name);
+      EXPECT_EQ(slot, expected++);
+      SetCreated(true);
+      if (row.prepare) row.prepare(Java(), Api(), Watch());
+      Watch();
+      Log();
+      test(row, slot);
+      Renew();
+    }
+    EXPECT_EQ(expected, 48u);
+  }
+  // The calls of the undisturbed row, the slot and its environment apart.
+  static Lines Begin(const Operation& row) { return {row.log.begin(), row.log.begin() + 2}; }
+  static Lines Rest(const Operation& row) { return {row.log.begin() + 2, row.log.end()}; }
+};
+
+TEST_F(CallFrame, WithoutAnEnvironmentItIsAnInternalException) {
+  for (const bool record : {false, true}) {
+    ForEach([&](const Operation& row, size_t) {
+      TakeEnvironmentAway();
+      if (record) GiveObjectRecord(L"from before");
+      EXPECT_EQ(row.call(Api(), Jni()), E_FAIL);
+      const Lines cleared = {"slot 58 ExceptionClear"};
+      EXPECT_EQ(Log(), Begin(row) + (record ? cleared : Lines{})) << "the old record goes through slot 58 all the same";
+      EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
+    });
+  }
+}
+
+TEST_F(CallFrame, AnExceptionFromBeforeIsClearedWhenThereIsARecord) {
+  ForEach([&](const Operation& row, size_t) {
+    GiveObjectRecord(L"from before", 7);
+    LeavePending();
+    EXPECT_EQ(row.call(Api(), Jni()), S_OK);
+    const Lines cleared = {"slot 58 ExceptionClear", "ExceptionClear()"};
+    EXPECT_EQ(Log(), Begin(row) + cleared + Rest(row));
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+  });
+}
+
+TEST_F(CallFrame, AnExceptionFromBeforeIsReportedWhenThereIsNoRecord) {
+  ForEach([&](const Operation& row, size_t slot) {
+    LeavePending(L"java.lang.Error: from before");
+    const int32_t status = row.call(Api(), Jni());
+    const Lines log = Log();
+    if (slot == kNewStringArray) {
+      EXPECT_EQ(status, S_OK);
+      EXPECT_EQ(log, row.log);
+      EXPECT_EQ(ObjectRecord(), kNoRecord);
+      return;
+    }
+    EXPECT_EQ(status, E_FAIL);
+    Lines illegal = row.log;  // up to the look for an exception every call into Java is made
+    for (std::string& line : illegal) line += line.starts_with("slot ") ? "" : " !pending";
+    const size_t calls =
+        static_cast<size_t>(std::find(row.log.begin(), row.log.end(), kNothingPending[0]) - row.log.begin());
+    EXPECT_EQ(Lines(log.begin(), log.begin() + static_cast<ptrdiff_t>(calls)),
+              Lines(illegal.begin(), illegal.begin() + static_cast<ptrdiff_t>(calls)));
+    EXPECT_EQ(ObjectRecord(), Record(L"java.lang.Error: from before", -1001));
+  });
+}
+
+// A slot 59 that answers as it is told.
+int32_t g_answer = 0;
+ErrorRecord** g_where = nullptr;
+qv_jnienv g_environment = nullptr;
+bool g_makeRecord = false;
+int32_t AnswerCapture(void*, ErrorRecord** record, qv_jnienv env) {
+  g_where = record;
+  g_environment = env;
+  if (g_makeRecord) *record = qv::NewErrorRecord(L"from slot 59", 5);
+  return g_answer;
+}
+
+TEST_F(CallFrame, Slot59GetsTheObjectsOwnRecordAndItsAnswerDecides) {
+  ForEach([&](const Operation& row, size_t slot) {
+    if (slot == kNewStringArray) return;
+    Watch().Replace(59, AnswerCapture);
+    g_makeRecord = true;
+    g_answer = 1;
+    EXPECT_EQ(row.call(Api(), Jni()), E_FAIL);
+    EXPECT_EQ(g_where, Object().RecordSlot());
+    EXPECT_EQ(g_environment, &Jni());
+    EXPECT_EQ(ObjectRecord(), Record(L"from slot 59", -1001));
+    g_makeRecord = false;
+    EXPECT_EQ(row.call(Api(), Jni()), E_FAIL) << "1 without a record";
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+    for (const int32_t answer : {0, 2, -1}) {
+      g_answer = answer;
+      EXPECT_EQ(row.call(Api(), Jni()), S_OK) << answer;
+    }
+  });
+}
+
+}  // namespace
+
+}  // namespace qvtest
