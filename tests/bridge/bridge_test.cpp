@@ -63,6 +63,8 @@ Lines JniCaptureOf(const std::string& throwable, const std::string& text) {
   return lines;
 }
 
+Lines Entered(size_t slot) { return {SlotLine(slot), kEnvironment}; }
+
 Lines DirectLookup(const std::string& name) {
   return {"slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()",
           "FindClass(\"" + name + "\")"};

@@ -49,6 +49,8 @@ Lines JniCaptureOf(const std::string& throwable, const std::string& text);
 // A look that finds nothing.
 inline const Lines kNothingPending = {"slot 59 CaptureException", "ExceptionOccurred()"};
 inline const std::string kEnvironment = "slot 60 AcquireThreadEnv";
+// A slot that asks for its environment first.
+Lines Entered(size_t slot);
 // A look-up in the JVM itself, up to its answer.
 Lines DirectLookup(const std::string& name);
 // A string whose length is asked, and whose characters are taken and released.

@@ -52,30 +52,22 @@ Lines TokenLines(const std::string& path, int index) {
   const std::string string = '"' + path + '"';
   const std::string file = "java/io/File(" + string + ")";
   const std::string url = "url(" + file + ")";
-  return Lines{"slot 14 NewString",
-               kEnvironment,
-               "NewString(" + string + ", " + std::to_string(path.size()) + ")",
-               "slot 18 NewObject",
-               kEnvironment,
-               "GetMethodID(java/io/File, \"<init>\", \"(Ljava/lang/String;)V\")",
-               "NewObjectV(java/io/File, <init>(Ljava/lang/String;)V, " + string + ")",
-               "slot 32 CallObjectMethod",
-               kEnvironment,
-               "GetMethodID(java/io/File, \"toURL\", \"()Ljava/net/URL;\")",
+  return Entered(14) + Lines{"NewString(" + string + ", " + std::to_string(path.size()) + ")"} + Entered(18) +
+         Lines{"GetMethodID(java/io/File, \"<init>\", \"(Ljava/lang/String;)V\")",
+               "NewObjectV(java/io/File, <init>(Ljava/lang/String;)V, " + string + ")"} +
+         Entered(32) +
+         Lines{"GetMethodID(java/io/File, \"toURL\", \"()Ljava/net/URL;\")",
                "CallObjectMethodV(" + file + ", toURL()Ljava/net/URL;)"} +
          kNothingPending +
          Lines{std::string("SetObjectArrayElement(array, ").append(std::to_string(index)).append(", ") + url + ")"} +
          Deleted(url) + Deleted(file) + Deleted(string);
 }
 
-const Lines kMakeLoader = Lines{"slot 18 NewObject",
-                                kEnvironment,
-                                "GetMethodID(java/net/URLClassLoader, \"<init>\", \"([Ljava/net/URL;)V\")",
-                                "NewObjectV(java/net/URLClassLoader, <init>([Ljava/net/URL;)V, array)",
-                                "slot 13 NewGlobalRef",
-                                kEnvironment,
-                                "NewGlobalRef(java/net/URLClassLoader(array))"} +
-                          Deleted("array") + Deleted("java/net/URLClassLoader(array)");
+const Lines kMakeLoader = Entered(18) +
+                          Lines{"GetMethodID(java/net/URLClassLoader, \"<init>\", \"([Ljava/net/URL;)V\")",
+                                "NewObjectV(java/net/URLClassLoader, <init>([Ljava/net/URL;)V, array)"} +
+                          Entered(13) + Lines{"NewGlobalRef(java/net/URLClassLoader(array))"} + Deleted("array") +
+                          Deleted("java/net/URLClassLoader(array)");
 
 TEST_F(Loader, TwoSeparatorsBetweenTwoPathsGiveTwoUrls) {
   SetClassPath(L"C:\\a.jar;;C:\\b b.jar");

@@ -127,7 +127,7 @@ TEST_F(NullArguments, TheVersionIsAskedForAndThenHasNowhereToGo) {
   EXPECT_EQ(Api().GetJavaVersion(nullptr), E_FAIL);
 }
 
-const Case kReferencesAndStrings[] = {
+const Case kBareOperations[] = {
     {8, E_FAIL, false, nullptr, &g_any},
     {9, E_FAIL, false, nullptr, &g_any},
     {10, E_FAIL, false, nullptr, &g_any},
@@ -139,10 +139,11 @@ const Case kReferencesAndStrings[] = {
     {17, E_FAIL, false, &g_text, &g_text, &g_any},
     {18, E_FAIL, false, &g_out, &g_out, &g_any, "()"},
     {19, E_FAIL, false, &g_out, &g_out, &g_any},
+    {48, E_FAIL, false, &g_out, &g_out},
 };
 
 TEST_F(NullArguments, WithoutAnEnvironmentTheReferenceAndStringOperationsFailAndLeaveTheRecord) {
-  for (const Case& row : kReferencesAndStrings) {
+  for (const Case& row : kBareOperations) {
     SCOPED_TRACE(SlotName(row.slot));
     for (const bool record : {false, true}) {
       TakeEnvironmentAway();

@@ -39,6 +39,8 @@ FaultRows CaptureFaults(int findClass, int getMethodId, int before, const Record
 using Table = std::vector<Operation>;
 using Call = std::function<int32_t(IQV_JavaVM&, FakeJni&)>;
 
+const End kDone = {S_OK, kNoRecord, 0, 0};
+
 // What an operation is given; made on the thread that calls it.
 const auto kObject = [](FakeJni& jni) { return jni.GivenObject("it"); };
 const auto kClass = [](FakeJni& jni) { return jni.GivenClass("a/B"); };
@@ -85,14 +87,12 @@ Call MakesText(size_t slot, Arguments... arguments) {
   };
 }
 
-Lines Entered(size_t slot) { return {SlotLine(slot), kEnvironment}; }
-
 // -- the table --
 
 void AddReferencesAndStrings(Table& table) {
   const End fails = {E_FAIL, kNoRecord, 0};
   const End noMemory = {E_OUTOFMEMORY, kNoRecord, 0};
-  table.push_back({.name = "CastReference", .log = {SlotLine(7)}, .call = Makes(7, kObject)});
+  table.push_back({.name = "CastReference", .end = kDone, .log = {SlotLine(7)}, .call = Makes(7, kObject)});
   for (const size_t slot : {8u, 9u, 10u}) {
     table.push_back({.name = SlotName(slot),
                      .end = {S_OK, kNoRecord, -1},
@@ -114,12 +114,14 @@ void AddReferencesAndStrings(Table& table) {
                    .faults = Both("NewString", 1, fails),
                    .call = Makes(14, L"x")});
   table.push_back({.name = "GetStringLength",
+                   .end = kDone,
                    .log = Entered(15) + Lines{"GetStringLength(\"x\")"},
                    .call = [](IQV_JavaVM& vm, FakeJni& jni) {
                      int32_t length = 0;
                      return vm.GetStringLength(&length, jni.GivenString(L"x"));
                    }});
   table.push_back({.name = "GetStringChars",
+                   .end = kDone,
                    .log = Entered(16) + Entered(15) + CharactersOf("\"x\""),
                    .faults = Both("GetStringChars", 1, fails),
                    .call = [](IQV_JavaVM& vm, FakeJni& jni) {
@@ -127,11 +129,13 @@ void AddReferencesAndStrings(Table& table) {
                      return vm.GetStringChars(buffer, nullptr, jni.GivenString(L"x"));
                    }});
   table.push_back({.name = "GetStringValue",
+                   .end = kDone,
                    .log = Entered(17) + CharactersOf("\"x\""),
                    .faults = Both("GetStringChars", 1, fails),
                    .call = MakesText(17, kString),
                    .withoutMemory = {{noMemory, noMemory}}});
   table.push_back({.name = "GetStringValue of a long text",
+                   .end = kDone,
                    .log = Entered(17) + CharactersOf("\"xxxxxxxx...\"[1000]"),
                    .faults = Both("GetStringChars", 1, fails),
                    .call = MakesText(17, kLongString),
@@ -328,6 +332,7 @@ void AddArrays(Table& table) {
                    .call = Makes(43, 2)});
   table.push_back({.name = "SetObjectArrayElement",
                    .created = true,
+                   .end = kDone,
                    .log = Entered(44) + Lines{"SetObjectArrayElement(array, 0, it)"} + kNothingPending,
                    .faults = Throws("SetObjectArrayElement", 1, thrown("SetObjectArrayElement")),
                    .call = Calls(44, kArray, 0, kObject)});
@@ -356,19 +361,24 @@ void AddArrays(Table& table) {
   static jbyte bytes[2];
   table.push_back({.name = "GetByteArrayData",
                    .created = true,
+                   .end = kDone,
                    .log = Elements(46, JNI_ABORT),
                    .faults = elements,
                    .call = Calls(46, kBytes, 3, 2, &bytes[0])});
   table.push_back({.name = "SetByteArrayData",
                    .created = true,
+                   .end = kDone,
                    .log = Elements(47, 0),
                    .faults = elements,
                    .call = Calls(47, kBytes, 3, &bytes[0], 2)});
 }
 
 void AddQueries(Table& table) {
-  table.push_back(
-      {.name = "GetJNIEnv", .created = true, .log = Entered(48) + Lines{"ExceptionCheck()"}, .call = Makes(48)});
+  table.push_back({.name = "GetJNIEnv",
+                   .created = true,
+                   .end = kDone,
+                   .log = Entered(48) + Lines{"ExceptionCheck()"},
+                   .call = Makes(48)});
   struct Query {
     size_t slot;
     const char* key;

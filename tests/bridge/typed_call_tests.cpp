@@ -41,6 +41,11 @@ class TypedCallTest : public BridgeTest {
   void SetAnswer(jvalue answer) {
     Java().answers["m"] = [answer](FakeJni&, const Thing&, const std::vector<jvalue>&) { return answer; };
   }
+  void AnswerWithANewObject() {
+    Java().answers["m"] = [](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
+      return ValueOf(jni.NewLocal(qvtest::Object("made")));
+    };
+  }
   int32_t Call(const TypedCall& row) { return Invoke(Api(), row, m_given); }
 
   // The result holds these bytes and nothing behind them was written; no bytes: it is untouched.
@@ -50,9 +55,6 @@ class TypedCallTest : public BridgeTest {
     std::copy(bytes.begin(), bytes.end(), expected.begin());
     EXPECT_EQ(m_result, expected);
   }
-
-  // The lines of the record.
-  static Lines Begun(const TypedCall& row) { return {SlotLine(row.slot), kEnvironment}; }
 
   std::array<uint8_t, 16> m_result{};
   CallArguments m_given{};
@@ -78,15 +80,6 @@ TEST_F(TypedCallTest, TheResultIsWrittenInItsOwnWidth) {
   });
 }
 
-TEST_F(TypedCallTest, TrueIsA32BitOne) {
-  int32_t result = -1;
-  jvalue answer = ValueOf(nullptr);
-  answer.z = JNI_TRUE;
-  SetAnswer(answer);
-  EXPECT_EQ(Api().CallBooleanMethod(&result, Jni().GivenClass("a/B"), Jni().GivenObject("it"), "m", "()Z"), S_OK);
-  EXPECT_EQ(result, 1);
-}
-
 TEST_F(TypedCallTest, AMethodThatThrowsGivesItsTextAndTheResultIsStoredAllTheSame) {
   ForEach([&](const TypedCall& row) {
     if (row.form == Form::Field) return;  // reading a field runs no Java code
@@ -94,7 +87,7 @@ TEST_F(TypedCallTest, AMethodThatThrowsGivesItsTextAndTheResultIsStoredAllTheSam
     Watch();
     EXPECT_EQ(Call(row), E_FAIL);
     const std::string text = std::string("java.lang.Error: ") + row.jniCall;
-    EXPECT_EQ(Log(), Begun(row) + LookupLine(row) + CallLine(row) + CaptureOf("java.lang.Error", text));
+    EXPECT_EQ(Log(), Entered(row.slot) + LookupLine(row) + CallLine(row) + CaptureOf("java.lang.Error", text));
     EXPECT_EQ(ObjectRecord(), Record(ToWide(text), -1001));
     if (row.width != 0) {
       EXPECT_NE(m_result[0], kUntouched) << "what the call returned is stored before the exception is looked at";
@@ -133,7 +126,7 @@ TEST_F(TypedCallTest, ANullArgumentIsAnInternalExceptionAndNothingIsLookedUp) {
       null.take(m_given);
       Watch();
       EXPECT_EQ(Call(row), E_FAIL);
-      EXPECT_EQ(Log(), Begun(row));
+      EXPECT_EQ(Log(), Entered(row.slot));
       EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
       ExpectResult({});
     });
@@ -157,7 +150,7 @@ TEST_F(TypedCallTest, ARejectedCallClearsTheExceptionOfAnOldRecordFirst) {
     m_given.name = nullptr;
     Watch();
     EXPECT_EQ(Call(row), E_FAIL);
-    EXPECT_EQ(Log(), Begun(row) + kClearOld);
+    EXPECT_EQ(Log(), Entered(row.slot) + kClearOld);
     EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
     EXPECT_EQ(Jni().Pending(), nullptr);
   });
@@ -239,9 +232,7 @@ TEST_F(TypedCallTest, ArgumentsOfEveryWidthArrive) {
 }
 
 TEST_F(TypedCallTest, AnObjectResultIsALocalReferenceOfTheHosts) {
-  Java().answers["m"] = [](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
-    return ValueOf(jni.NewLocal(qvtest::Object("made")));
-  };
+  AnswerWithANewObject();
   qv_jobject result = nullptr;
   EXPECT_EQ(Api().CallObjectMethod(&result, Jni().GivenClass("a/B"), Jni().GivenObject("it"), "m", "()La/C;"), S_OK);
   EXPECT_EQ(Java().Label(result), "made");
@@ -252,9 +243,7 @@ TEST_F(TypedCallTest, AnObjectResultIsALocalReferenceOfTheHosts) {
 
 TEST_F(TypedCallTest, ADroppedStaticResultIsNotDeleted) {
   // The same call with a void method leaves no reference but whatever was there: deleting that could end the JVM.
-  Java().answers["m"] = [](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
-    return ValueOf(jni.NewLocal(qvtest::Object("made")));
-  };
+  AnswerWithANewObject();
   EXPECT_EQ(Api().CallStaticVoidMethod(Jni().GivenClass("a/B"), "m", "()La/C;"), S_OK);
   EXPECT_EQ(LocalsLeft(), 1);
 }

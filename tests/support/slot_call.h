@@ -8,8 +8,8 @@ namespace qvtest {
 
 template <class Result, class... Arguments>
 Result CallSlot(void* object, size_t slot, Arguments... arguments) {
-  using Operation = Result (*)(void*, Arguments...);
-  return (*static_cast<Operation**>(object))[slot](object, arguments...);
+  using Function = Result (*)(void*, Arguments...);
+  return (*static_cast<Function**>(object))[slot](object, arguments...);
 }
 
 }  // namespace qvtest
