@@ -48,6 +48,10 @@ TEST_F(Arrays, NobodyLooksForAnExceptionAfterAStringArrayIsMade) {
   EXPECT_EQ(Jni().Pending()->label, "java.lang.NegativeArraySizeException");
   EXPECT_EQ(Log().back(), "DeleteLocalRef(\"\")");
   EXPECT_EQ(ObjectRecord(), kNoRecord);
+  Renew();
+  Java().FailAt("NewString", 1, Fault::Throw);
+  EXPECT_EQ(Api().NewStringArray(&array, 3), E_FAIL);
+  EXPECT_NE(Jni().Pending(), nullptr) << "it stays pending";
 }
 
 int32_t g_status = 0;

@@ -110,20 +110,21 @@ TEST_F(TypedCallTest, AMissingMemberWithoutAnErrorIsASuccessThatLeavesTheResult)
 TEST_F(TypedCallTest, ANullArgumentIsAnInternalExceptionAndNothingIsLookedUp) {
   struct Null {
     const char* name;
-    void (*take)(CallArguments&);
+    std::function<void()> take;
     bool (*applies)(const TypedCall&);
   };
+  const auto always = [](const TypedCall&) { return true; };
   const Null kNulls[] = {
-      {"class", [](CallArguments& given) { given.cls = nullptr; }, [](const TypedCall&) { return true; }},
-      {"object", [](CallArguments& given) { given.object = nullptr; }, HasObject},
-      {"name", [](CallArguments& given) { given.name = nullptr; }, [](const TypedCall&) { return true; }},
-      {"result", [](CallArguments& given) { given.result = nullptr; },
-       [](const TypedCall& row) { return row.width != 0; }}};
+      {"class", [&] { m_given.cls = nullptr; }, always},
+      {"object", [&] { m_given.object = nullptr; }, HasObject},
+      {"name", [&] { m_given.name = nullptr; }, always},
+      {"result", [&] { m_given.result = nullptr; }, [](const TypedCall& row) { return row.width != 0; }},
+      {"environment", [&] { TakeEnvironmentAway(); }, always}};
   for (const Null& null : kNulls) {
     SCOPED_TRACE(null.name);
     ForEach([&](const TypedCall& row) {
       if (!null.applies(row)) return;
-      null.take(m_given);
+      null.take();
       Watch();
       EXPECT_EQ(Call(row), E_FAIL);
       EXPECT_EQ(Log(), Entered(row.slot));
