@@ -7,9 +7,10 @@
 #include <type_traits>
 #include <vector>
 
+#include "base/lock.h"
 #include "base/trace.h"
 #include "config/jvm_config_info.h"
-#include "service/jvm_state.h"
+#include "service/jvm_start.h"
 #include "service/thread_registry.h"
 #include "tests/support/environment.h"
 #include "tests/support/import_hook.h"
@@ -90,8 +91,7 @@ std::vector<bool>& LocksFree() {
 void WINAPI TakeLocks(const wchar_t* text) {
   Lines().emplace_back(text);
   LocksFree().push_back(AnotherThreadGetsThrough([] {
-    EnterCriticalSection(g_csConfigLoad);
-    LeaveCriticalSection(g_csConfigLoad);
+    { const qv::CriticalSectionGuard guard(*g_csConfigLoad); }
     (void)g_pThreadRegistry->FindModule("any");
   }));
 }
