@@ -1,12 +1,17 @@
 # Who holds which lock, as clang's analysis reads it from the annotations of base/compiler.h. A test for each folder of
 # the service, and one in which a source with a violation must be refused.
-set(lock_options --target=${clang_target_mingw} ${cxx_headers} ${c_headers} -isystem ${QV_JNI_INCLUDE} -isystem
-                 ${QV_JNI_MD_INCLUDE} -I${PROJECT_SOURCE_DIR} -I${PROJECT_SOURCE_DIR}/include)
+separate_arguments(system_headers UNIX_COMMAND "${cxx_headers} ${c_headers}")
 get_target_property(definitions qv_rules INTERFACE_COMPILE_DEFINITIONS)
 list(TRANSFORM definitions PREPEND -D)
-list(APPEND lock_options ${definitions} -std=c++20 -fsyntax-only -Wthread-safety -Werror=thread-safety)
-list(JOIN lock_options " " lock_options)
-separate_arguments(lock_options)
+set(lock_options
+    --target=${clang_target_mingw}
+    ${system_headers}
+    -isystem ${QV_JNI_INCLUDE}
+    -isystem ${QV_JNI_MD_INCLUDE}
+    -I${PROJECT_SOURCE_DIR}
+    -I${PROJECT_SOURCE_DIR}/include
+    ${definitions}
+    -std=c++20 -fsyntax-only -Wthread-safety -Werror=thread-safety)
 
 foreach(folder IN ITEMS base host store config bridge service)
   file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp)
