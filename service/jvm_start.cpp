@@ -52,8 +52,10 @@ class JvmNames {
 
 // In the spelling that the runtimes have it in: a JVM takes its own file's name to find its home.
 HMODULE LoadFrom(std::wstring_view folder, const char* name) noexcept {
+  // A JVM takes the list of its own folders apart at ";", does not find its libraries then and ends the process.
+  if (folder.empty() || folder.find(L';') != std::wstring_view::npos) return nullptr;
   const qv::HostText path{folder, L"\\jvm.dll"};
-  if (folder.empty() || !path.Ok()) return nullptr;
+  if (!path.Ok()) return nullptr;
   const qv::RuntimeLibraries present(folder, qv::kCompilerLibraries);
   const HMODULE library = g_pThreadRegistry->LoadModuleFrom(path.Text(), name);
   qv::Trace({path.View(), library != nullptr ? L" is loaded by its path" : L" cannot be loaded by its path either"});
