@@ -153,10 +153,11 @@ const Trust kRows[] = {
     {"OptionInTheRegistry", [](World& world) { world.Options({L"-Xbootclasspath/a:" + PlantedArchive()}); },
      kPlantedClass},
     {"JavaToolOptions",
-     [](World& world) { world.Variable(L"JAVA_TOOL_OPTIONS", L"-Xbootclasspath/a:" + PlantedArchive()); },
+     [](World& world) { world.Variable(L"JAVA_TOOL_OPTIONS", L"\"-Xbootclasspath/a:" + PlantedArchive() + L"\""); },
      kPlantedClass},
     {"UnderscoreJavaOptions",
-     [](World& world) { world.Variable(L"_JAVA_OPTIONS", L"-Xbootclasspath/a:" + PlantedArchive()); }, kPlantedClass},
+     [](World& world) { world.Variable(L"_JAVA_OPTIONS", L"\"-Xbootclasspath/a:" + PlantedArchive() + L"\""); },
+     kPlantedClass},
     {"JdkJavaOptions",  // the java launcher's alone
      [](World& world) { world.Variable(L"JDK_JAVA_OPTIONS", L"-Xbootclasspath/a:" + PlantedArchive()); }, kAsMeant},
 };
