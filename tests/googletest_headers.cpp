@@ -1,0 +1,1 @@
+// The precompiled headers of the test programs need a source to be built for.
