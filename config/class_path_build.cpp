@@ -33,7 +33,7 @@ bool CQV_JVMConfigInfo::AppendSystemClassPath(qv::HostText& path) noexcept {
     qv::AppendPrivateRuntimeLibrary(path, install.Text(), qv::FileExists);
   } else if (!m_bLoomhallHost) {
     qv::StringRef jdk;
-    (void)FindLocation(qv::names::kJDKLocation, m_pJDKLocation, jdk);
+    (void)FindLocation(qv::names::kJDKLocation, &CQV_JVMConfigInfo::m_pJDKLocation, jdk);
     qv::AppendConfiguredLibraries(path, qv::TextOf(jdk));
   }
   if (!AppendDefaultEntries(path, install.Text(), host.Text())) return false;

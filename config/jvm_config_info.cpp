@@ -101,7 +101,7 @@ bool CQV_JVMConfigInfo::Load() noexcept {
     const qv::CriticalSectionGuard guard(*g_csConfigLoad);
     if (m_bLoaded) return true;
     if (!LoadLocked(hostPath)) return false;
-    logPath = qv::StringRef::Share(m_pLogFilePath);
+    logPath = HeldText(&CQV_JVMConfigInfo::m_pLogFilePath);
   }
   // Not under the lock: who listens may be slow to take a line.
   qv::Trace({L"host ", hostPath, m_bLoomhallHost ? L", a Java launcher" : L"",
@@ -126,18 +126,18 @@ bool CQV_JVMConfigInfo::LoadLocked(wchar_t (&hostPath)[qv::kPathUnits]) noexcept
   }
   LoadStringW(g_hModule, m_bQuovantHost ? IDS_SERVICE_NAME_QUOVANT : IDS_SERVICE_NAME_TABLERO, m_szServiceName,
               static_cast<int>(std::size(m_szServiceName)));
-  m_pLogFilePath = DefaultLogPath().Detach();
+  SetLogFilePath(DefaultLogPath().Detach());
   std::atomic_ref(m_bLoaded).store(true, std::memory_order_release);
   return true;
 }
 
-qv::StringRef CQV_JVMConfigInfo::HeldText(IQvString* const& held) noexcept {
+qv::StringRef CQV_JVMConfigInfo::HeldText(OwnedText held) noexcept {
   const qv::SlimGuard guard(m_textLock);
-  return qv::StringRef::Share(held);
+  return qv::StringRef::Share(this->*held);
 }
 
 void CQV_JVMConfigInfo::GetLogFilePath(IQvString** path) noexcept {
-  const qv::StringRef stored = HeldText(m_pLogFilePath);
+  const qv::StringRef stored = HeldText(&CQV_JVMConfigInfo::m_pLogFilePath);
   *path = qv::MakeString(stored ? stored->GetText() : kLogFileName).Detach();
 }
 

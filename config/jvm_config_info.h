@@ -18,6 +18,9 @@
 #include "store/option_plan.h"
 #include "store/product.h"
 
+// Serialises Load. Allocated when the module is loaded, never deleted; null without memory.
+extern qv::CriticalSection* g_csConfigLoad;
+
 // Finds the handle that start-up recorded for a library name; null when there is none.
 using FindLoadedModuleFn = HMODULE (*)(const char* name);
 
@@ -79,9 +82,9 @@ class CQV_JVMConfigInfo {
   bool m_bLoaded = false;
   bool m_bRuntimeFound = false;
   bool m_bLoomhallHost = false;
-  IQvString* m_pJDKLocation = nullptr;
-  IQvString* m_pJREBinLocation = nullptr;
-  IQvString* m_pLogFilePath = nullptr;
+  IQvString* m_pJDKLocation QV_GUARDED_BY(m_textLock) = nullptr;
+  IQvString* m_pJREBinLocation QV_GUARDED_BY(m_textLock) = nullptr;
+  IQvString* m_pLogFilePath QV_GUARDED_BY(m_textLock) = nullptr;
   void* m_pfnVfprintfHook = nullptr;
   void* m_pfnExitHook = nullptr;
   wchar_t m_szRegistryRoot[qv::kRegistryRootCapacity];
@@ -95,14 +98,17 @@ class CQV_JVMConfigInfo {
   ~CQV_JVMConfigInfo();
 
  private:
+  // One of the three strings; what has one takes the lock itself.
+  using OwnedText = IQvString* CQV_JVMConfigInfo::*;
+
   // Gives the host's path in lower case.
-  bool LoadLocked(wchar_t (&hostPath)[qv::kPathUnits]) noexcept;
-  // A reference of the caller's own to one of the three strings.
-  qv::StringRef HeldText(IQvString* const& held) noexcept;
+  bool LoadLocked(wchar_t (&hostPath)[qv::kPathUnits]) noexcept QV_REQUIRES(*g_csConfigLoad);
+  // A reference of the caller's own.
+  qv::StringRef HeldText(OwnedText held) noexcept;
   void ChooseRegistryRoot() noexcept;
   // What the two locations and their out-parameters share. `value` is empty when the host library found no text.
-  bool FindLocation(const wchar_t* valueName, IQvString*& kept, qv::StringRef& value) noexcept;
-  bool HandOutLocation(const wchar_t* valueName, IQvString*& kept, IQvString** location) noexcept;
+  bool FindLocation(const wchar_t* valueName, OwnedText kept, qv::StringRef& value) noexcept;
+  bool HandOutLocation(const wchar_t* valueName, OwnedText kept, IQvString** location) noexcept;
   // False when something is missing, which the listener hears of unless `quiet`, or without memory.
   bool JoinCountedList(HKEY hive, const wchar_t* subKey, uint32_t access, bool quiet, qv::HostText& joined) noexcept;
   bool AppendSystemClassPath(qv::HostText& path) noexcept;
@@ -125,6 +131,3 @@ CQV_JVMConfigInfo& JVMConfigInfo() noexcept;
 
 // The service's own module file name, "qvjvm.dll"; its folder is the installation.
 extern wchar_t g_szJvmModuleName[16];
-
-// Serialises Load. Allocated when the module is loaded, never deleted; null without memory.
-extern qv::CriticalSection* g_csConfigLoad;

@@ -132,8 +132,8 @@ bool CQV_JVMConfigInfo::PrepareConfiguredPath() noexcept {
     m_pListener->OnRuntimePlace({qv::RuntimeSource::Configured, verdict, qv::TextOf(jreBin)});
     return false;
   };
-  if (!FindLocation(qv::names::kJDKLocation, m_pJDKLocation, jdk) ||
-      !FindLocation(qv::names::kJREBinLocation, m_pJREBinLocation, jreBin)) {
+  if (!FindLocation(qv::names::kJDKLocation, &CQV_JVMConfigInfo::m_pJDKLocation, jdk) ||
+      !FindLocation(qv::names::kJREBinLocation, &CQV_JVMConfigInfo::m_pJREBinLocation, jreBin)) {
     return tell(qv::RuntimeVerdict::LocationMissing);
   }
   // Deliberate: lengths count the terminator, so an empty text is refused while an absent object (length 0) passes.

@@ -17,18 +17,18 @@ bool CQV_JVMConfigInfo::OpenRootKey(HKEY hive, uint32_t access, IQvRegKey** key)
   return ok;
 }
 
-bool CQV_JVMConfigInfo::FindLocation(const wchar_t* valueName, IQvString*& kept, qv::StringRef& value) noexcept {
+bool CQV_JVMConfigInfo::FindLocation(const wchar_t* valueName, OwnedText kept, qv::StringRef& value) noexcept {
   value = HeldText(kept);
   if (value) return true;
   ChooseRegistryRoot();
   if (!qv::ReadJavaKeyValue(m_szRegistryRoot, valueName, value)) return false;
   // Kept only once a runtime was found; before that every call reads the registry afresh.
   const qv::SlimGuard guard(m_textLock);
-  if (m_bRuntimeFound && kept == nullptr) kept = qv::StringRef::Share(value.Get()).Detach();
+  if (m_bRuntimeFound && this->*kept == nullptr) this->*kept = qv::StringRef::Share(value.Get()).Detach();
   return true;
 }
 
-bool CQV_JVMConfigInfo::HandOutLocation(const wchar_t* valueName, IQvString*& kept, IQvString** location) noexcept {
+bool CQV_JVMConfigInfo::HandOutLocation(const wchar_t* valueName, OwnedText kept, IQvString** location) noexcept {
   qv::StringRef value;
   if (!FindLocation(valueName, kept, value)) return false;
   if (!value) return true;  // the host library found a value without text: no object, yet no failure
@@ -39,11 +39,11 @@ bool CQV_JVMConfigInfo::HandOutLocation(const wchar_t* valueName, IQvString*& ke
 }
 
 bool CQV_JVMConfigInfo::ReadJDKLocation(IQvString** location) noexcept {
-  return HandOutLocation(qv::names::kJDKLocation, m_pJDKLocation, location);
+  return HandOutLocation(qv::names::kJDKLocation, &CQV_JVMConfigInfo::m_pJDKLocation, location);
 }
 
 bool CQV_JVMConfigInfo::ReadJREBinLocation(IQvString** location) noexcept {
-  return HandOutLocation(qv::names::kJREBinLocation, m_pJREBinLocation, location);
+  return HandOutLocation(qv::names::kJREBinLocation, &CQV_JVMConfigInfo::m_pJREBinLocation, location);
 }
 
 bool CQV_JVMConfigInfo::JoinCountedList(HKEY hive, const wchar_t* subKey, uint32_t access, bool quiet,
