@@ -99,36 +99,26 @@ TEST(Start, JoinsTheFirstOfUpToThreeJVMs) {
   }
 }
 
-TEST(Start, CountThatIsNotToBeBelievedMeansCreation) {
-  struct Row {
+TEST(Start, CreatesTheJVMWhateverTheCountOrThePositiveResult) {
+  const struct {
     const char* name;
-    int32_t result;
-    int32_t count;
-  };
-  for (const Row& row :
-       {Row{"the call failed", -1, 1}, Row{"the call answered 1", 1, 2}, Row{"a negative count", 0, -1}}) {
+    int32_t FakeJvmScript::*field;
+    int32_t value;
+    int32_t existing;
+  } rows[] = {{"the query failed", &FakeJvmScript::getCreatedResult, -1, 1},
+              {"the query answered 1", &FakeJvmScript::getCreatedResult, 1, 2},
+              {"a negative count", &FakeJvmScript::getCreatedResult, 0, -1},
+              {"a positive result of the creation", &FakeJvmScript::createResult, 3, 0},
+              {"default arguments that fail", &FakeJvmScript::defaultArgsResult, -1, 0}};
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     const StartupWorld world;
-    world.jvm.Script().getCreatedResult = row.result;
-    world.jvm.Script().existing = row.count;
+    world.jvm.Script().*row.field = row.value;
+    world.jvm.Script().existing = row.existing;
     EXPECT_EQ(CreateVM().status, 0);
     EXPECT_EQ(Now(), (Flags{1, 1, 1, 0}));
-    EXPECT_EQ(world.jvm.Count(kFakeAttach), 0u);
+    EXPECT_EQ(world.jvm.Story(), (Strings{"GetCreatedVMs", "CreateVM"}));
   }
-}
-
-TEST(Start, PositiveResultOfTheCreationIsASuccess) {
-  const StartupWorld world;
-  world.jvm.Script().createResult = 3;
-  EXPECT_EQ(CreateVM().status, 0);
-  EXPECT_EQ(Now(), (Flags{1, 1, 1, 0}));
-}
-
-TEST(Start, DefaultArgumentsThatFailMatterToNobody) {
-  const StartupWorld world;
-  world.jvm.Script().defaultArgsResult = -1;
-  EXPECT_EQ(CreateVM().status, 0);
-  EXPECT_EQ(world.jvm.Count(kFakeGetDefaultArgs), 0u) << "the function must be there, but it is never called";
 }
 
 TEST(Start, LaterCallsDoNothingOnceItIsDone) {
@@ -143,23 +133,20 @@ TEST(Start, LaterCallsDoNothingOnceItIsDone) {
   EXPECT_EQ(Now(), (Flags{1, 1, 1, 0}));
 }
 
-struct FailingStart {
-  const char* name;
-  int32_t FakeJvmScript::*field;
-  int32_t value;
-  int32_t existing;
-};
-
 TEST(Start, FailureIsTriedAgainByTheNextCall) {
-  for (const FailingStart& row : {
-           FailingStart{"the creation answers -1", &FakeJvmScript::createResult, -1, 0},
-           FailingStart{"the creation answers -4", &FakeJvmScript::createResult, -4, 0},
-           FailingStart{"attaching answers -1", &FakeJvmScript::attachResult, -1, 1},
-           FailingStart{"attaching answers 1", &FakeJvmScript::attachResult, 1, 1},
-           FailingStart{"the existing VM is null", &FakeJvmScript::firstVmNull, 1, 1},
-           FailingStart{"the second of two exists, the first is null", &FakeJvmScript::firstVmNull, 1, 2},
-           FailingStart{"attaching gives no environment", &FakeJvmScript::attachWithoutEnv, 1, 1},
-       }) {
+  const struct {
+    const char* name;
+    int32_t FakeJvmScript::*field;
+    int32_t value;
+    int32_t existing;
+  } rows[] = {{"the creation answers -1", &FakeJvmScript::createResult, -1, 0},
+              {"the creation answers -4", &FakeJvmScript::createResult, -4, 0},
+              {"attaching answers -1", &FakeJvmScript::attachResult, -1, 1},
+              {"attaching answers 1", &FakeJvmScript::attachResult, 1, 1},
+              {"the existing VM is null", &FakeJvmScript::firstVmNull, 1, 1},
+              {"the second of two exists, the first is null", &FakeJvmScript::firstVmNull, 1, 2},
+              {"attaching gives no environment", &FakeJvmScript::attachWithoutEnv, 1, 1}};
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     const StartupWorld world;
     world.jvm.Script().existing = row.existing;
@@ -203,31 +190,25 @@ TEST(Start, CreationWithoutAnEnvironmentIsStillACreation) {
 }
 
 TEST(Start, MissingEntryPointGivesEFailAfterTheStartRan) {
-  struct Row {
+  const struct {
     const char* missing;
+    int32_t existing;
     Strings story;
     Flags flags;
-  };
-  for (const Row& row : {
-           Row{"GetDefaultJavaVMInitArgs", {"GetCreatedVMs", "CreateVM"}, {1, 1, 1, 0}},
-           Row{"GetCreatedJavaVMs", {"CreateVM"}, {1, 1, 1, 0}},
-           Row{"CreateJavaVM", {"GetCreatedVMs"}, {0, 1, 0, 0}},
-       }) {
+  } rows[] = {{"GetDefaultJavaVMInitArgs", 0, {"GetCreatedVMs", "CreateVM"}, {1, 1, 1, 0}},
+              {"GetCreatedJavaVMs", 0, {"CreateVM"}, {1, 1, 1, 0}},
+              {"CreateJavaVM", 0, {"GetCreatedVMs"}, {0, 1, 0, 0}},
+              {"CreateJavaVM", 1, {"GetCreatedVMs", "Attach"}, {1, 1, 0, 1}}};
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.missing);
     const StartupWorld world({}, FakeJvm::PathWithout(ToWide(row.missing)));
+    world.jvm.Script().existing = row.existing;
     EXPECT_EQ(CreateVM().status, QV_E_FAIL);
     EXPECT_EQ(world.jvm.Story(), row.story);
     EXPECT_EQ(Now(), row.flags);
     EXPECT_EQ(CreateVM().status, QV_E_FAIL) << "also when the JVM is there";
     EXPECT_LE(world.jvm.Count(kFakeCreateVM), 1u);
   }
-}
-
-TEST(Start, MissingEntryPointsDoNotStopTheJoining) {
-  const StartupWorld world({}, FakeJvm::PathWithout(L"CreateJavaVM"));
-  world.jvm.Script().existing = 1;
-  EXPECT_EQ(CreateVM().status, QV_E_FAIL) << "all three are required";
-  EXPECT_EQ(world.jvm.Story(), (Strings{"GetCreatedVMs", "Attach"}));
 }
 
 TEST(Start, DiscoveryThatFailsLoadsNothingAndIsTriedAgain) {
@@ -311,8 +292,6 @@ class OwnRuntime : public StartupScene {
     while (HMODULE const kept = GetModuleHandleW(L"zip.dll")) FreeLibrary(kept);
   }
   OwnRuntime() { folder.CopyIn(FakeJvm::DefaultPath(), L"home\\bin\\server\\jvm.dll"); }
-  OwnRuntime(const OwnRuntime&) = delete;
-  OwnRuntime& operator=(const OwnRuntime&) = delete;
 
   const EnvironmentScope home{L"JAVA_HOME", folder.Path(L"home")};
 };
@@ -335,15 +314,20 @@ TEST(Search, ClientFolderThatOnlyTheCurrentFolderReachesIsFound) {
   ExpectLoadedFrom(library);
 }
 
-// As in a process whose host has closed its library search: no name is found.
-HMODULE WINAPI FindNothing(const char*) {
-  SetLastError(ERROR_MOD_NOT_FOUND);
-  return nullptr;
-}
+// As in a process whose host has closed its library search.
+class ClosedSearch : public ImportHook {
+ public:
+  ClosedSearch()
+      : ImportHook(
+            nullptr, "LoadLibraryA", +[](const char*) WINAPI {
+              SetLastError(ERROR_MOD_NOT_FOUND);
+              return HMODULE{};
+            }) {}
+};
 
 TEST(Search, RuntimeThatNoNameReachesIsLoadedByItsPath) {
   const OwnRuntime runtime;
-  const ImportHook hook(nullptr, "LoadLibraryA", &FindNothing);
+  const ClosedSearch search;
   EXPECT_EQ(CreateVM().status, 0);
   ExpectLoadedFrom(runtime.Bin(L"server\\jvm.dll"));
   EXPECT_EQ(g_pThreadRegistry->FindModule("jvm.dll"), GetModuleHandleW(L"jvm.dll")) << "known by its name";
@@ -359,7 +343,7 @@ TEST(Search, ConfiguredRuntimeThatNoNameReachesIsLoadedByItsPath) {
     scene.registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java", L"JREBinLocation",
                            scene.folder.Path(L"jre"));
     const std::wstring library = scene.folder.CopyIn(FakeJvm::DefaultPath(), place);
-    const ImportHook hook(nullptr, "LoadLibraryA", &FindNothing);
+    const ClosedSearch search;
     EXPECT_EQ(CreateVM().status, 0);
     ExpectLoadedFrom(library);
     scene.service.UnloadAndForget();
@@ -377,51 +361,33 @@ TEST(Search, RuntimeThatIsDiscoveredAfterItsNameFailedIsNotLoadedByItsPath) {
 }
 
 TEST(Search, RuntimesZipLibraryIsThereWhileAJVMIsCreatedAndStaysWithIt) {
-  struct Row {
-    const char* name;
-    const char* script;
+  const struct {
+    std::string_view name;
+    const wchar_t* script;
     int32_t status;
     bool stays;
-  };
-  for (const Row& row : {Row{"created", "", 0, true}, Row{"refused", "createResult=-1", QV_E_FAIL, false},
-                         Row{"raised", "createRaises=2", QV_E_FAIL, false}, Row{"joined", "existing=1", 0, false}}) {
+  } rows[] = {{"created", L"", 0, true},
+              {"refused", L"createResult=-1", QV_E_FAIL, false},
+              {"raised", L"createRaises=2", QV_E_FAIL, false},
+              {"joined", L"existing=1", 0, false}};
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     OwnRuntime runtime;
-    const EnvironmentScope script(L"FAKEJVM_SCRIPT", ToWide(row.script));
-    const std::wstring zip = runtime.folder.CopyIn(FakeJvm::Home() + L"\\host\\qvrth.dll", L"home\\bin\\zip.dll");
+    const EnvironmentScope script(L"FAKEJVM_SCRIPT", row.script);
+    const std::wstring zip = runtime.folder.CopyIn(FakeJvm::PathWithout(L"CreateJavaVM"), L"home\\bin\\zip.dll");
     for (int start = 0; start < 2; ++start) EXPECT_EQ(CreateVM().status, row.status);
     if (row.stays) {
       ExpectLoadedFrom(zip);
       FreeLibrary(GetModuleHandleW(L"zip.dll"));
     }
     EXPECT_EQ(GetModuleHandleW(L"zip.dll"), nullptr) << "held once";
-    if (std::string_view(row.name) == "raised") runtime.ledger.ExpectLeft(16, "the options of two creations");
+    if (row.name == "raised") runtime.ledger.ExpectLeft(16, "the options of two creations");
   }
 }
 
 TEST(Start, ManyThreadsAtOnceStartOneJVM) {
   const StartupWorld world;
-  constexpr int kThreads = 16;
-  HANDLE const go = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  struct Shared {
-    HANDLE go;
-    LONG ready = 0;
-    LONG good = 0;
-  } shared{go};
-  const auto main = [](void* context) -> DWORD {
-    auto& all = *static_cast<Shared*>(context);
-    InterlockedIncrement(&all.ready);
-    WaitForSingleObject(all.go, INFINITE);
-    if (CreateVM().status == 0) InterlockedIncrement(&all.good);
-    return 0;
-  };
-  HANDLE threads[kThreads];
-  for (HANDLE& thread : threads) thread = CreateThread(nullptr, 0, main, &shared, 0, nullptr);
-  SetEvent(go);
-  WaitForMultipleObjects(kThreads, threads, TRUE, INFINITE);
-  for (HANDLE thread : threads) CloseHandle(thread);
-  CloseHandle(go);
-  EXPECT_EQ(shared.good, kThreads);
+  OnThreads(16, [](int) { EXPECT_EQ(CreateVM().status, 0); });
   EXPECT_EQ(world.jvm.Count(kFakeCreateVM), 1u);
   EXPECT_EQ(world.jvm.Count(kFakeAttach), 0u) << "the others attach when they first need Java";
   EXPECT_EQ(g_nJvmLoadCount, 1);

@@ -1,12 +1,13 @@
 // The configuration object: its defaults and table, and the once-only load, with the host's path as a test gives it.
 #include <atomic>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "base/module_handle.h"
+#include "tests/support/message_box.h"
 #include "tests/support/module_path.h"
 #include "tests/support/slot_call.h"
+#include "tests/support/threads.h"
 #include "tests/unit/fake_key.h"
 #include "tests/unit/unit_fixture.h"
 
@@ -40,7 +41,7 @@ TEST_F(ConfigObjectTest, StartsWithTheDefaultOfEveryField) {
 TEST_F(ConfigObjectTest, TheTableHoldsDestroyAndLoad) {
   const HostPath host(L"C:\\Q\\qv190.exe");
   auto* const config = new CQV_JVMConfigInfo();
-  EXPECT_TRUE(CallSlot<bool>(config, 1));
+  EXPECT_EQ(CallSlot<uint8_t>(config, 1), 1u);
   EXPECT_TRUE(config->m_bLoaded);
   EXPECT_EQ(CallSlot<void*>(config, 0, uint32_t{1}), config);
 }
@@ -49,7 +50,7 @@ TEST_F(ConfigObjectTest, DestroyWithoutTheDeleteFlagLeavesTheMemory) {
   auto* const config = new CQV_JVMConfigInfo();
   FakeString path(L"p");
   config->SetLogFilePath(&path);
-  config->Destroy(0);
+  CallSlot<void*>(config, 0, uint32_t{0});
   EXPECT_EQ(path.references, 0u);
   QvshrFree(config);
 }
@@ -70,38 +71,57 @@ TEST_F(ConfigObjectTest, TheStringsAreReleasedInFieldOrder) {
 
 // ---- load: the host ----
 
-struct LoadCase {
-  const wchar_t* path;
+struct Kind {
   bool known;
   bool quovant;
   bool loomhall;
   const wchar_t* serviceName;
+  const wchar_t* root;
 };
+constexpr Kind kUnknown = {false, true, false, L"Quovant Java VM Service", kQuovantRoot};
+constexpr Kind kQuovant = {true, true, false, L"Quovant Java VM Service", kQuovantRoot};
+constexpr Kind kTablero = {true, false, false, L"Tablero Java VM Service", kTableroRoot};
+constexpr Kind kJava = {true, true, true, L"Quovant Java VM Service", kLoomhallRoot};
 
+void ExpectHost(const ConfigObject& config, const Kind& kind) {
+  EXPECT_EQ(config->m_bHostKnown, kind.known);
+  EXPECT_EQ(config->m_bQuovantHost, kind.quovant);
+  EXPECT_EQ(config->m_bLoomhallHost, kind.loomhall);
+}
+
+// Host recognition's own tests have the names; here it matters that the file's name is what counts.
 TEST_F(ConfigObjectTest, LoadRecognisesTheHostByItsFileNameInAnyLetterCase) {
-  for (const LoadCase& row : {LoadCase{L"C:\\Q\\qv190.exe", true, true, false, L"Quovant Java VM Service"},
-                              {L"C:\\Q\\QW190.EXE", true, true, false, L"Quovant Java VM Service"},
-                              {L"C:\\Q\\Qr190.Exe", true, true, false, L"Quovant Java VM Service"},
-                              {L"D:/mixed\\qk190.exe", true, true, false, L"Quovant Java VM Service"},
-                              {L"C:\\T\\tk190.exe", true, false, false, L"Tablero Java VM Service"},
-                              {L"C:\\T\\TN190.EXE", true, false, false, L"Tablero Java VM Service"},
-                              {L"C:\\J\\bin\\JAVAW.EXE", true, true, true, L"Quovant Java VM Service"},
-                              {L"C:\\E\\Eclipse.exe", true, true, true, L"Quovant Java VM Service"},
-                              {L"C:\\J\\bin\\javaw", false, true, false, L"Quovant Java VM Service"},
-                              {L"C:\\Q\\qv190w.exe", false, true, false, L"Quovant Java VM Service"},
-                              {L"C:\\Q\\qv195.exe", false, true, false, L"Quovant Java VM Service"},
-                              {L"C:\\qv190.exe\\other.exe", false, true, false, L"Quovant Java VM Service"},
-                              {L"qv190.exe", true, true, false, L"Quovant Java VM Service"}}) {
-    SCOPED_TRACE(ToUtf8(row.path));
-    const HostPath host(row.path);
+  const std::pair<const wchar_t*, Kind> rows[] = {{L"C:\\Q\\qv190.exe", kQuovant},
+                                                  {L"C:\\Q\\QW190.EXE", kQuovant},
+                                                  {L"C:\\Q\\Qr190.Exe", kQuovant},
+                                                  {L"D:/mixed\\qk190.exe", kQuovant},
+                                                  {L"qv190.exe", kQuovant},
+                                                  {L"C:\\T\\tk190.exe", kTablero},
+                                                  {L"C:\\T\\TN190.EXE", kTablero},
+                                                  {L"C:\\T\\Tn190.Exe", kTablero},
+                                                  {L"C:\\J\\bin\\javaw.exe", kJava},
+                                                  {L"C:\\J\\bin\\JAVAW.EXE", kJava},
+                                                  {L"C:\\J\\bin\\JavaW.exe", kJava},
+                                                  {L"C:\\E\\eclipse.exe", kJava},
+                                                  {L"C:\\E\\Eclipse.EXE", kJava},
+                                                  {L"C:\\J\\bin\\javaw", kUnknown},
+                                                  {L"C:\\Q\\qv190w.exe", kUnknown},
+                                                  {L"C:\\Q\\qv195.exe", kUnknown},
+                                                  {L"C:\\qv190.exe\\other.exe", kUnknown}};
+  RegistrySandbox registry;
+  for (const wchar_t* root : {kQuovantRoot, kTableroRoot, kLoomhallRoot}) registry.CreateKey(Hive::Machine, root);
+  for (const auto& [path, kind] : rows) {
+    SCOPED_TRACE(ToUtf8(path));
+    const HostPath host(path);
     const ConfigObject config;
     EXPECT_TRUE(config->Load());
-    EXPECT_EQ(config->m_bHostKnown, row.known);
-    EXPECT_EQ(config->m_bQuovantHost, row.quovant);
-    EXPECT_EQ(config->m_bLoomhallHost, row.loomhall);
-    EXPECT_STREQ(config->m_szServiceName, row.serviceName);
+    ExpectHost(config, kind);
+    EXPECT_STREQ(config->m_szServiceName, kind.serviceName);
     EXPECT_TRUE(config->m_bLoaded);
     EXPECT_FALSE(config->m_bFresh);
+    qv::KeyRef key;
+    EXPECT_TRUE(config->OpenRootKey(HKEY_LOCAL_MACHINE, 0x20019, key.Out()));
+    EXPECT_STREQ(config->m_szRegistryRoot, kind.root);
   }
 }
 
@@ -111,70 +131,59 @@ std::wstring PathOfLength(size_t units) {
   return L"C:\\" + std::wstring(units - 3 - name.size(), L'd') + name;
 }
 
-TEST_F(ConfigObjectTest, AHostPathOfExactly260UnitsFailsAlthoughItWouldFit) {
-  const HostPath host(PathOfLength(260));
+TEST_F(ConfigObjectTest, AHostPathOf260UnitsFailsAlthoughItWouldFitAndTheNextLoadTriesAgain) {
+  const MessageBoxCatcher boxes;
   const ConfigObject config;
-  EXPECT_FALSE(config->Load());
-  EXPECT_FALSE(config->m_bHostKnown);
-  EXPECT_TRUE(config->m_bQuovantHost);
-  EXPECT_FALSE(config->m_bLoaded);
-  EXPECT_FALSE(config->m_bFresh) << "a load began";
-  EXPECT_EQ(config->m_pLogFilePath, nullptr);
-}
-
-TEST_F(ConfigObjectTest, AHostPathOf259UnitsIsRecognisedAndLongerOnesFail) {
-  for (const size_t units : {259u, 261u, 300u, 32000u}) {
-    const HostPath host(PathOfLength(units));
-    const ConfigObject config;
-    EXPECT_EQ(config->Load(), units == 259) << units << " units";
-    EXPECT_EQ(config->m_bHostKnown, units == 259) << units << " units";
-  }
-}
-
-TEST_F(ConfigObjectTest, AFailedLoadIsTriedAgain) {
-  const ConfigObject config;
-  {
-    const HostPath nowhere(L"");
+  for (const size_t units : {0u, 260u, 261u, 300u, 5000u, 32000u}) {
+    SCOPED_TRACE(units);
+    const HostPath host(units != 0 ? PathOfLength(units) : L"");
     EXPECT_FALSE(config->Load());
+    ExpectHost(config, kUnknown);
+    EXPECT_FALSE(config->m_bLoaded);
+    EXPECT_FALSE(config->m_bFresh) << "a load began: the one thing that a failed one changes";
+    EXPECT_EQ(config->m_pLogFilePath, nullptr);
+    EXPECT_STREQ(config->m_szServiceName, L"");
   }
-  EXPECT_FALSE(config->m_bLoaded);
-  const HostPath found(L"C:\\T\\tk190.exe");
+  const HostPath host(PathOfLength(259));
   EXPECT_TRUE(config->Load());
-  EXPECT_TRUE(config->m_bHostKnown);
+  ExpectHost(config, kQuovant);
+  EXPECT_EQ(boxes.Shown(), std::vector<ShownBox>{});
 }
 
 TEST_F(ConfigObjectTest, ASecondLoadTouchesNeitherTheLockNorAField) {
   const HostPath host(L"C:\\T\\tk190.exe");
   const ConfigObject config;
+  auto* const lock = std::exchange(g_csConfigLoad, nullptr);
+  EXPECT_FALSE(config->Load()) << "without its lock nothing is loaded";
+  EXPECT_TRUE(config->m_bFresh);
+  g_csConfigLoad = lock;
   ASSERT_TRUE(config->Load());
   config->m_bFresh = true;
   config->m_bHostKnown = false;
+  config->m_bQuovantHost = true;
+  config->m_szServiceName[0] = L'x';
   IQvString* const logPath = config->m_pLogFilePath;
-  auto* const lock = std::exchange(g_csConfigLoad, nullptr);
-  EXPECT_TRUE(config->Load()) << "without its lock a load that is not done yet fails";
+  g_csConfigLoad = nullptr;
+  EXPECT_TRUE(config->Load());
   g_csConfigLoad = lock;
   EXPECT_TRUE(config->m_bFresh);
-  EXPECT_FALSE(config->m_bHostKnown);
+  ExpectHost(config, kUnknown);
+  EXPECT_EQ(config->m_szServiceName[0], L'x');
   EXPECT_EQ(config->m_pLogFilePath, logPath);
   EXPECT_EQ(host.Questions(), 1);
 }
 
-TEST_F(ConfigObjectTest, WithoutItsLockNothingIsLoaded) {
-  const ConfigObject config;
-  auto* const lock = std::exchange(g_csConfigLoad, nullptr);
-  EXPECT_FALSE(config->Load());
-  g_csConfigLoad = lock;
-  EXPECT_TRUE(config->m_bFresh);
-}
-
 TEST_F(ConfigObjectTest, ThreadsThatLoadAtOnceLoadOnce) {
   const HostPath host(L"C:\\T\\tk190.exe");
+  const ImportHook slow(
+      nullptr, "CharLowerW", +[](LPWSTR text) WINAPI {
+        Sleep(1);  // the other threads come in meanwhile
+        return text;
+      });
   const ConfigObject config;
   std::atomic<int> loaded = 0;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) threads.emplace_back([&] { loaded += config->Load() ? 1 : 0; });
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(loaded, 8);
+  OnThreads(16, [&](int) { loaded += config->Load() && config->m_bLoaded ? 1 : 0; });
+  EXPECT_EQ(loaded, 16);
   EXPECT_EQ(host.Questions(), 1);
 }
 
@@ -183,8 +192,29 @@ TEST_F(ConfigObjectTest, AHostLibraryWithoutFileNamesMakesTheHostUnknown) {
   const FailCall fault(kQvshrCallGetFileName, 1);
   const ConfigObject config;
   EXPECT_TRUE(config->Load());
-  EXPECT_FALSE(config->m_bHostKnown);
-  EXPECT_TRUE(config->m_bQuovantHost);
+  ExpectHost(config, kUnknown);
+}
+
+TEST_F(ConfigObjectTest, TheServiceNameIsAResourceOfTheServicesModuleAndItsLackNoFailure) {
+  static std::vector<UINT> asked;
+  asked.clear();
+  const ImportHook strings(
+      nullptr, "LoadStringW", +[](HINSTANCE module, UINT id, LPWSTR, int capacity) WINAPI {
+        EXPECT_EQ(module, GetModuleHandleW(nullptr));
+        EXPECT_EQ(capacity, 30);
+        asked.push_back(id);
+        return 0;
+      });
+  HINSTANCE const module = std::exchange(g_hModule, GetModuleHandleW(nullptr));
+  for (const wchar_t* path : {L"C:\\Q\\qv190.exe", L"C:\\T\\tk190.exe", L"C:\\J\\javaw.exe", L"C:\\any.exe"}) {
+    const HostPath host(path);
+    const ConfigObject config;
+    wcscpy(config->m_szServiceName, L"as it was");
+    EXPECT_TRUE(config->Load());
+    EXPECT_STREQ(config->m_szServiceName, L"as it was");
+  }
+  g_hModule = module;
+  EXPECT_EQ(asked, (std::vector<UINT>{1000, 1001, 1000, 1000}));
 }
 
 // ---- load: the log path ----
@@ -193,25 +223,26 @@ std::wstring LoadedLogPath() {
   const HostPath host(L"C:\\Q\\other.exe");
   const ConfigObject config;
   EXPECT_TRUE(config->Load());
+  EXPECT_TRUE(config->Load()) << "which asks nobody again";
+  EXPECT_EQ(QvshrLedgerCalls(kQvshrCallIsWebDeployment), 1u);
   return TextOf(config->m_pLogFilePath);
 }
 
-struct FolderCase {
-  const char* name;
-  std::wstring inUse;
-  const wchar_t* byDefault;
-  std::wstring want;
-  int32_t lastAsked;  // for the folder in use, or for its default place
-};
-
 TEST_F(ConfigObjectTest, TheLogLiesInTheLocalApplicationDataFolderOrElseInItsDefaultPlace) {
   const std::wstring longest = L"C:\\" + std::wstring(256, L'f');
-  for (const FolderCase& row :
-       {FolderCase{"the folder in use", L"C:\\Users\\u\\Local", L"D:\\Default", L"C:\\Users\\u\\Local\\vm.out", 0},
-        FolderCase{"its default place", L"", L"D:\\Default", L"D:\\Default\\vm.out", 1},
-        FolderCase{"neither: the root", L"", L"", L"\\vm.out", 1},
-        FolderCase{"259 units are not cut", longest, L"", longest + L"\\vm.out", 0}}) {
+  const struct {
+    const char* name;
+    std::wstring inUse;
+    const wchar_t* byDefault;
+    std::wstring want;
+    int32_t lastAsked;  // for the folder in use, or for its default place
+  } rows[] = {{"the folder in use", L"C:\\Users\\u\\Local", L"D:\\Default", L"C:\\Users\\u\\Local\\vm.out", 0},
+              {"its default place", L"", L"D:\\Default", L"D:\\Default\\vm.out", 1},
+              {"neither: the root", L"", L"", L"\\vm.out", 1},
+              {"259 units are not cut", longest, L"", longest + L"\\vm.out", 0}};
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
+    QvshrLedgerReset();
     QvshrLedgerOverrideFolder(0, row.inUse.c_str());
     QvshrLedgerOverrideFolder(1, row.byDefault);
     EXPECT_EQ(LoadedLogPath(), row.want);
@@ -224,23 +255,22 @@ TEST_F(ConfigObjectTest, TheLogLiesInTheLocalApplicationDataFolderOrElseInItsDef
   }
 }
 
-struct WebCase {
-  const char* name;
-  int32_t deployment;
-  const wchar_t* library;  // what stands in for the host's runtime library; null for none
-  std::optional<std::wstring> named;
-  std::wstring want;
-};
-
 TEST_F(ConfigObjectTest, InAWebDeploymentTheRuntimeLibraryNamesTheLogOrElseItIsARelativeName) {
   const std::wstring longest = L"E:\\" + std::wstring(257, L'w');
-  for (const WebCase& row :
-       {WebCase{"no library", 1, nullptr, std::nullopt, L"vm.out"},
-        WebCase{"it names the log", 1, L"unit_module.dll", L"E:\\web\\jvm.txt", L"E:\\web\\jvm.txt"},
-        WebCase{"260 units are kept whole", -1, L"unit_module.dll", longest, longest},
-        WebCase{"it names nothing", 1, L"unit_module.dll", std::nullopt, L"vm.out"},
-        WebCase{"it lacks the export", 1, L"..\\qvshr.dll", L"E:\\never", L"vm.out"}}) {
+  const struct {
+    const char* name;
+    int32_t deployment;
+    const wchar_t* library;  // what stands in for the host's runtime library; null for none
+    std::optional<std::wstring> named;
+    std::wstring want;
+  } rows[] = {{"no library", 1, nullptr, std::nullopt, L"vm.out"},
+              {"it names the log", 1, L"unit_module.dll", L"E:\\web\\jvm.txt", L"E:\\web\\jvm.txt"},
+              {"260 units are kept whole", -1, L"unit_module.dll", longest, longest},
+              {"it names nothing", 1, L"unit_module.dll", std::nullopt, L"vm.out"},
+              {"it lacks the export", 1, L"..\\qvshr.dll", L"E:\\never", L"vm.out"}};
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
+    QvshrLedgerReset();
     QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, row.deployment);
     const EnvironmentScope log(L"QV_UNIT_WEB_LOG", row.named);
     const TempFolder folder;
@@ -261,6 +291,7 @@ TEST_F(ConfigObjectTest, InAWebDeploymentTheRuntimeLibraryIsLoadedThroughTheSear
   folder.CopyIn(ProgramFolder() + L"\\unit_module.dll", L"qvrth.dll");
   const EnvironmentScope path(L"PATH", folder.Path() + L";" + ReadVariable(L"PATH").value_or(L""));
   const EnvironmentScope log(L"QV_UNIT_WEB_LOG", L"E:\\web.txt");
+  ASSERT_EQ(GetModuleHandleW(L"qvrth.dll"), nullptr);
   EXPECT_EQ(LoadedLogPath(), L"E:\\web.txt");
   HMODULE const library = GetModuleHandleW(L"qvrth.dll");
   ASSERT_NE(library, nullptr) << "it was freed";
@@ -276,7 +307,7 @@ TEST_F(ConfigObjectTest, ALoadWithoutMemoryForTheLogPathSucceedsWithoutOne) {
     EXPECT_TRUE(fault.Fired());
   }
   EXPECT_TRUE(config->m_bLoaded);
-  EXPECT_TRUE(config->m_bHostKnown);
+  ExpectHost(config, kTablero);
   EXPECT_EQ(config->m_pLogFilePath, nullptr);
   IQvString* path = nullptr;
   config->GetLogFilePath(&path);
@@ -286,26 +317,18 @@ TEST_F(ConfigObjectTest, ALoadWithoutMemoryForTheLogPathSucceedsWithoutOne) {
 // ---- the texts ----
 
 TEST(ResourceTest, TheStringTableHoldsTheServiceNamesAndTheRegistryMessages) {
-  const struct {
-    UINT id;
-    const wchar_t* text;
-  } rows[] = {
+  const std::pair<UINT, const wchar_t*> rows[] = {
       {1000, L"Quovant Java VM Service"},
       {1001, L"Tablero Java VM Service"},
       {1002, L"Error initializing Java VM.\nCould not find Registry key:\nHKEY_LOCAL_MACHINE\\%s\\%s"},
-      {1003, L"Error initializing Java VM.\nCould not find Registry value:\nHKEY_LOCAL_MACHINE\\%s\\%s\\%s"},
-  };
-  for (const auto& row : rows) {
-    wchar_t text[512] = {};
-    LoadStringW(g_hModule, row.id, text, 512);
-    EXPECT_STREQ(text, row.text) << row.id;
-  }
-}
-
-TEST(ResourceTest, TheServiceNamesFitTheirField) {
-  for (const UINT id : {1000U, 1001U}) {
-    wchar_t text[30] = {};
-    EXPECT_EQ(LoadStringW(g_hModule, id, text, 30), 23) << id;
+      {1003, L"Error initializing Java VM.\nCould not find Registry value:\nHKEY_LOCAL_MACHINE\\%s\\%s\\%s"}};
+  for (const auto& [id, text] : rows) {
+    wchar_t loaded[512] = {};
+    const int units = LoadStringW(g_hModule, id, loaded, 512);
+    EXPECT_STREQ(loaded, text) << id;
+    if (id <= 1001) {
+      EXPECT_LT(units, 30) << "it fits its field";
+    }
   }
 }
 

@@ -31,6 +31,7 @@ TEST(HostRecognitionTest, AHostIsKnownByItsExactFileName) {
                               {L"qv195.exe", kUnknown},
                               {L"qv180.exe", kUnknown},
                               {L"tk191.exe", kUnknown},
+                              {L"tk195.exe", kUnknown},
                               {L"qv190w.exe", kUnknown},
                               {L"qv1900.exe", kUnknown},
                               {L"qv19.exe", kUnknown},
@@ -52,6 +53,8 @@ TEST(HostRecognitionTest, AHostIsKnownByItsExactFileName) {
                               {L"qv190.exe ", kUnknown},
                               {L"qv190.exe.exe", kUnknown},
                               {L"qv190.dll", kUnknown},
+                              {L"qv190.com", kUnknown},
+                              {L"qv190.exec", kUnknown},
                               {L"javaw", kUnknown},
                               {L"eclipse", kUnknown},
                               // Neighbours of the Java launchers.
@@ -59,6 +62,8 @@ TEST(HostRecognitionTest, AHostIsKnownByItsExactFileName) {
                               {L"javaws.exe", kUnknown},
                               {L"eclipsec.exe", kUnknown},
                               {L" javaw.exe", kUnknown},
+                              {L"xjavaw.exe", kUnknown},
+                              {L"javaw.exe.exe", kUnknown},
                               {L"", kUnknown},
                               {L".exe", kUnknown}}) {
     const qv::HostIdentity host = qv::RecogniseHost(row.fileName);

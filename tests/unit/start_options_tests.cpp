@@ -191,10 +191,12 @@ TEST_F(StartOptionsTest, MoreThanAMillionOptionsAreHandedOutWhenAllOfThemAreTher
 TEST_F(StartOptionsTest, ACountThatNoIntegerHoldsIsFalseOrAWrappedCount) {
   SetOptions(L"QVRTConfig", {L"a", L"b", L"c", L"d"});
   m_registry.CreateKey(Hive::Machine, Key(L"QVRTConfig", L"QVJVMprops"));
-  m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMconfig"), L"Count", L"4294967300");
-  const Built built = Build();
-  if (built.ok) {
-    EXPECT_EQ(built.count, 8);
+  for (const auto& [text, wrapped] : {std::pair(L"4294967300", 8), {L"4294967296", 4}, {L"99999999999999999999", 4}}) {
+    m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMconfig"), L"Count", text);
+    const Built built = Build();
+    if (built.ok) {
+      EXPECT_EQ(built.count, wrapped) << ToUtf8(text);
+    }
   }
 }
 
