@@ -1,4 +1,5 @@
-// The options exactly as they reach JNI_CreateJavaVM: order, text and hooks, for each kind of host and configuration.
+// The options exactly as they reach JNI_CreateJavaVM: order, text and hooks, for each kind of host and configuration;
+// and what the user sees when a known host's configuration is incomplete.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -36,6 +37,8 @@ Strings Expected(const std::string& classPath, const Strings& configured) {
   return all;
 }
 
+const std::wstring kLongPath(30000, L'p');
+
 TEST(Options, UnknownHostWithoutConfigurationGetsTheSevenBuiltInOnes) {
   const StartupWorld world;
   ASSERT_EQ(CreateVM().status, 0);
@@ -46,30 +49,24 @@ TEST(Options, UnknownHostWithoutConfigurationGetsTheSevenBuiltInOnes) {
   EXPECT_EQ(options.at(3).extraInfo, reinterpret_cast<void*>(&JvmExitHook));
 }
 
-TEST(Options, ThreadsClassPathComesFirst) {
-  const StartupWorld world;
-  ASSERT_EQ(CreateVM(L"C:\\mine\\a.jar;C:\\mine\\b.jar").status, 0);
-  EXPECT_EQ(world.jvm.OptionTexts().at(0), ClassPathOption(world, "C:\\mine\\a.jar;C:\\mine\\b.jar;"));
-}
-
-TEST(Options, EmptyClassPathOfTheThreadIsIgnored) {
-  const StartupWorld world;
-  ASSERT_EQ(CreateVM(L"").status, 0);
-  EXPECT_EQ(world.jvm.OptionTexts().at(0), ClassPathOption(world));
-}
-
-TEST(Options, EnvironmentsClassPathStandsBeforeTheCurrentFolder) {
-  const StartupWorld world;
-  const EnvironmentScope classPath(L"CLASSPATH", L"x");
-  ASSERT_EQ(CreateVM().status, 0);
-  EXPECT_EQ(world.jvm.OptionTexts().at(0), ClassPathOption(world, {}, ";x"));
-}
-
-TEST(Options, LongClassPathArrivesWhole) {
-  const StartupWorld world;
-  const std::wstring longPath(30000, L'p');
-  ASSERT_EQ(CreateVM(longPath.c_str()).status, 0);
-  EXPECT_EQ(world.jvm.OptionTexts().at(0), ClassPathOption(world, std::string(30000, 'p') + ";"));
+TEST(Options, ThreadsClassPathComesFirstAndTheEnvironmentsBeforeTheCurrentFolder) {
+  const struct {
+    const char* name;
+    const wchar_t* ofThread;
+    std::optional<std::wstring> variable;
+    std::string first;
+    const char* environment;
+  } rows[] = {{"of the thread", L"C:\\mine\\a.jar;C:\\mine\\b.jar", {}, "C:\\mine\\a.jar;C:\\mine\\b.jar;", ""},
+              {"an empty one is ignored", L"", {}, "", ""},
+              {"of the environment", nullptr, L"x", "", ";x"},
+              {"a long one arrives whole", kLongPath.c_str(), {}, std::string(30000, 'p') + ";", ""}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    const StartupWorld world;
+    const EnvironmentScope classPath(L"CLASSPATH", row.variable);
+    EXPECT_EQ(CreateVM(row.ofThread).status, 0);
+    EXPECT_EQ(world.jvm.OptionTexts().at(0), ClassPathOption(world, row.first, row.environment));
+  }
 }
 
 TEST(Options, TextsAreInTheAnsiCodePage) {
@@ -99,64 +96,13 @@ TEST(Options, ArchivesBesideTheServiceWinOverThoseBelowIDE) {
 
 constexpr wchar_t kRuntimeConfig[] = L"Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\";
 
-struct UnknownHostCase {
-  const char* name;
-  std::optional<std::vector<std::wstring>> list;  // QVJVMconfig, none: no such key
-  std::optional<std::wstring> count;              // instead of the list's own Count
-  std::optional<std::vector<std::pair<const wchar_t*, const wchar_t*>>> properties;
-  Strings want;
-};
-
-TEST(Options, UnknownHostsRegistryStandsInPieceByPiece) {
-  for (const UnknownHostCase& row : {
-           UnknownHostCase{"the list alone: the properties are the built-in ones",
-                           {{L"-Xss1m"}},
-                           {},
-                           {},
-                           {"-Xss1m", "-Djava.compiler=NONE"}},
-           UnknownHostCase{"the properties alone: the list is the built-in one",
-                           {},
-                           {},
-                           {{{L"a.b", L"c d"}}},
-                           {"-Xmx128m", "-verbose:jni", "-Da.b=c d"}},
-           UnknownHostCase{"both", {{L"-Xss1m", L"-Xmx64m"}}, {}, {{{L"p", L""}}}, {"-Xss1m", "-Xmx64m", "-Dp="}},
-           UnknownHostCase{"an empty properties key is not replaced", {{L"-Xss1m"}}, {}, {{}}, {"-Xss1m"}},
-           UnknownHostCase{"Count 0", {{}}, {}, {{}}, {}},
-           UnknownHostCase{"a Count below the list", {{L"-Xss1m", L"-Xmx64m"}}, L"1", {{}}, {"-Xss1m"}},
-           UnknownHostCase{"a negative Count", {{L"-Xss1m"}}, L"-1", {{}}, {}},
-           UnknownHostCase{"a Count that is no number", {{L"-Xss1m"}}, L"many", {{}}, {}},
-           UnknownHostCase{"a Count with a tail", {{L"-Xss1m", L"-Xmx64m"}}, L"1.9", {{}}, {"-Xss1m"}},
-       }) {
-    SCOPED_TRACE(row.name);
-    StartupWorld world;
-    const std::wstring list = std::wstring(kRuntimeConfig) + L"QVJVMconfig";
-    const std::wstring properties = std::wstring(kRuntimeConfig) + L"QVJVMprops";
-    if (row.list) world.registry.SetList(Hive::Machine, list, *row.list);
-    if (row.count) world.registry.SetText(Hive::Machine, list, L"Count", *row.count);
-    if (row.properties) world.registry.CreateKey(Hive::Machine, properties);
-    for (const auto& [name, value] :
-         row.properties.value_or(std::vector<std::pair<const wchar_t*, const wchar_t*>>())) {
-      world.registry.SetText(Hive::Machine, properties, name, value);
-    }
-    EXPECT_EQ(CreateVM().status, 0);
-    EXPECT_EQ(world.jvm.OptionTexts(), Expected(ClassPathOption(world), row.want));
-  }
-}
-
-TEST(Options, UnknownHostsListWithoutCountIsReplacedByTheBuiltInOne) {
+// What stands in for what is missing is in start_options_tests.cpp.
+TEST(Options, UnknownHostGetsTheListAndThePropertiesOfTheRegistry) {
   StartupWorld world;
-  world.registry.SetText(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMconfig", L"0", L"-Xss1m");
+  world.registry.SetList(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMconfig", {L"-Xss1m", L"-Xmx64m"});
+  world.registry.SetText(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMprops", L"p", L"");
   ASSERT_EQ(CreateVM().status, 0);
-  EXPECT_EQ(world.jvm.OptionTexts(),
-            Expected(ClassPathOption(world), {"-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}));
-}
-
-TEST(Options, UnknownHostsListWithAGapIsNoConfiguration) {
-  StartupWorld world;
-  world.registry.SetText(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMconfig", L"Count", L"2");
-  world.registry.SetText(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMconfig", L"0", L"-Xss1m");
-  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
-  EXPECT_EQ(world.jvm.Count(kFakeCreateVM), 0u);
+  EXPECT_EQ(world.jvm.OptionTexts(), Expected(ClassPathOption(world), {"-Xss1m", "-Xmx64m", "-Dp="}));
 }
 
 TEST(Options, ListenersOfTheDebugChannelHearNoSecret) {
@@ -178,28 +124,18 @@ TEST(Options, ListenersOfTheDebugChannelHearNoSecret) {
   EXPECT_EQ(world.jvm.OptionTexts().at(6), "-Dmy.PassWord=h1dden") << "the JVM gets it whole";
 }
 
-TEST(Options, CountThatNoListCanHaveEndsQuicklyAndSafely) {
-  for (const wchar_t* count : {L"2147483647", L"2147483643", L"4294967296", L"99999999999999999999"}) {
-    SCOPED_TRACE(ToUtf8(count));
-    StartupWorld world;
-    world.registry.SetText(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMconfig", L"Count", count);
-    const int32_t status = CreateVM().status;
-    // A number that does not fit may saturate or wrap to 0; it must not start a JVM with options that are not there.
-    if (status != QV_E_FAIL) {
-      EXPECT_EQ(world.jvm.OptionTexts(), Expected(ClassPathOption(world), {"-Djava.compiler=NONE"}));
-    }
-  }
-}
-
 struct KnownHost {
-  const char* program;
+  const wchar_t* program;
   const wchar_t* root;
+  const wchar_t* service;
 };
+constexpr KnownHost kKnownHosts[] = {{L"C:\\hosts\\qv190.exe", kQuovantRoot, L"Quovant Java VM Service"},
+                                     {L"C:\\hosts\\tk190.exe", kTableroRoot, L"Tablero Java VM Service"}};
 
 TEST(Options, KnownHostGetsItsOwnConfigurationAndNothingBuiltIn) {
-  for (const KnownHost& host : {KnownHost{"qv190.exe", kQuovantRoot}, KnownHost{"tk190.exe", kTableroRoot}}) {
-    SCOPED_TRACE(host.program);
-    StartupWorld world(L"C:\\hosts\\" + ToWide(host.program));
+  for (const KnownHost& host : kKnownHosts) {
+    SCOPED_TRACE(ToUtf8(host.program));
+    StartupWorld world(host.program);
     const std::wstring java = std::wstring(host.root) + L"\\Java";
     world.ConfigureKnownHost(host.root);
     world.registry.SetList(Hive::Machine, java + L"\\QVIDEConfig\\QVSysclasspath", {L"C:\\one.jar", L"C:\\two.jar"});
@@ -230,25 +166,46 @@ TEST(Options, JavaHostGetsNoRuntimeArchivesAndNoRegistryList) {
                      {"-Xmx32m"}));
 }
 
+// Only the numbered class path list has a message, which every attempt shows.
 TEST(Options, KnownHostWithoutAPieceOfItsConfigurationGetsNoJVM) {
-  const std::wstring config = std::wstring(kQuovantRoot) + L"\\Java\\QVIDEConfig";
-  struct Row {
+  const struct {
     const char* name;
-    void (*spoil)(RegistrySandbox& registry, const std::wstring& config);
-  };
-  for (const Row& row : {
-           Row{"no option list", [](auto&r, auto&c) { r.DeleteKey(Hive::Machine, c + L"\\QVJVMconfig"); }},
-           Row{"no Count in it", [](auto&r, auto&c) { r.DeleteValue(Hive::Machine, c + L"\\QVJVMconfig", L"Count"); }},
-           Row{"a gap in it", [](auto&r, auto&c) { r.SetText(Hive::Machine, c + L"\\QVJVMconfig", L"Count", L"1"); }},
-           Row{"no properties key", [](auto&r, auto&c) { r.DeleteKey(Hive::Machine, c + L"\\QVJVMprops"); }},
-       }) {
-    SCOPED_TRACE(row.name);
-    StartupWorld world(L"C:\\hosts\\qr190.exe");
-    world.ConfigureKnownHost(kQuovantRoot);
-    row.spoil(world.registry, config);
-    EXPECT_EQ(CreateVM().status, QV_E_FAIL);
-    EXPECT_EQ(world.jvm.Count(kFakeCreateVM), 0u);
-    EXPECT_TRUE(world.boxes.Shown().empty()) << "only the numbered class path list has a message";
+    const wchar_t* key;
+    const wchar_t* value;    // null: the whole key is gone
+    const wchar_t* instead;  // null: the value is gone
+    const wchar_t* message;
+  } rows[] = {{"no option list", L"QVJVMconfig", nullptr, nullptr, nullptr},
+              {"no Count in it", L"QVJVMconfig", L"Count", nullptr, nullptr},
+              {"a gap in it", L"QVJVMconfig", L"Count", L"1", nullptr},
+              {"no properties key", L"QVJVMprops", nullptr, nullptr, nullptr},
+              {"no class path list", L"QVSysclasspath", nullptr, nullptr,
+               L"Error initializing Java VM.\nCould not find Registry key:\nHKEY_LOCAL_MACHINE\\"},
+              {"no Count in it", L"QVSysclasspath", L"Count", nullptr,
+               L"Error initializing Java VM.\nCould not find Registry value:\nHKEY_LOCAL_MACHINE\\"}};
+  for (const KnownHost& host : kKnownHosts) {
+    for (const auto& row : rows) {
+      SCOPED_TRACE(ToUtf8(host.program) + ": " + row.name);
+      StartupWorld world(host.program);
+      world.ConfigureKnownHost(host.root);
+      const std::wstring key = std::wstring(host.root) + L"\\Java\\QVIDEConfig\\" + row.key;
+      if (row.value == nullptr) {
+        world.registry.DeleteKey(Hive::Machine, key);
+      } else if (row.instead == nullptr) {
+        world.registry.DeleteValue(Hive::Machine, key, row.value);
+      } else {
+        world.registry.SetText(Hive::Machine, key, row.value, row.instead);
+      }
+      std::vector<ShownBox> boxes;
+      for (int attempt = 0; attempt < 2; ++attempt) {
+        EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+        if (row.message != nullptr) {
+          const std::wstring missing = row.value != nullptr ? key + L"\\" + row.value : key;
+          boxes.push_back({row.message + missing, host.service, MB_ICONERROR, false});
+        }
+        EXPECT_EQ(world.boxes.Shown(), boxes);
+      }
+      EXPECT_EQ(world.jvm.Count(kFakeCreateVM), 0u);
+    }
   }
 }
 
