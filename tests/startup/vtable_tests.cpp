@@ -3,8 +3,11 @@
 // have one slot each.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
+#include <type_traits>
 #include <typeinfo>
+#include <utility>
 
 #include "config/jvm_config_info.h"
 #include "service/java_vm_manager.h"
@@ -16,134 +19,101 @@
 namespace qvtest {
 namespace {
 
-// The service object's class with each operation replaced by a note of its name.
-class NotingObject final : public CQV_JNIVMManager {
- public:
-  int32_t QueryInterface(const GUID&, void**) noexcept override { return Note("QueryInterface"); }
-  uint32_t AddRef() noexcept override { return static_cast<uint32_t>(Note("AddRef")); }
-  uint32_t Release() noexcept override { return static_cast<uint32_t>(Note("Release")); }
-  int32_t AcquireService(IQV_JavaVM**) noexcept override { return Note("AcquireService"); }
-  int32_t ReleaseService(IQV_JavaVM**) noexcept override { return Note("ReleaseService"); }
-  int32_t GetErrorText(IQvString**) noexcept override { return Note("GetErrorText"); }
-  int32_t GetErrorCode(int32_t*) noexcept override { return Note("GetErrorCode"); }
-  void* Destroy(uint32_t) noexcept override { return Note("Destroy"), nullptr; }
-  int32_t CastReference(qv_jobject*, qv_jobject) noexcept override { return Note("CastReference"); }
-  int32_t DeleteLocalRef(qv_jobject) noexcept override { return Note("DeleteLocalRef"); }
-  int32_t DeleteLocalRef2(qv_jobject) noexcept override { return Note("DeleteLocalRef2"); }
-  int32_t DeleteLocalRef3(qv_jobject) noexcept override { return Note("DeleteLocalRef3"); }
-  int32_t DeleteGlobalRef(qv_jobject) noexcept override { return Note("DeleteGlobalRef"); }
-  int32_t FindClass(qv_jclass*, const char*) noexcept override { return Note("FindClass"); }
-  int32_t NewGlobalRef(qv_jobject*, qv_jobject) noexcept override { return Note("NewGlobalRef"); }
-  int32_t NewString(qv_jstring*, const wchar_t*) noexcept override { return Note("NewString"); }
-  int32_t GetStringLength(int32_t*, qv_jstring) noexcept override { return Note("GetStringLength"); }
-  int32_t GetStringChars(wchar_t*, int32_t*, qv_jstring) noexcept override { return Note("GetStringChars"); }
-  int32_t GetStringValue(IQvString**, qv_jstring) noexcept override { return Note("GetStringValue"); }
-  int32_t NewObject(qv_jobject*, qv_jclass, const char*, ...) noexcept override { return Note("NewObject"); }
-  int32_t NewDefaultObject(qv_jobject*, qv_jclass) noexcept override { return Note("NewDefaultObject"); }
-  int32_t CallIntMethod(int32_t*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallIntMethod");
-  }
-  int32_t CallIntMethod2(int32_t*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallIntMethod2");
-  }
-  int32_t CallShortMethod(int16_t*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallShortMethod");
-  }
-  int32_t CallShortMethod2(int16_t*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallShortMethod2");
-  }
-  int32_t CallFloatMethod(float*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallFloatMethod");
-  }
-  int32_t CallFloatMethod2(float*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallFloatMethod2");
-  }
-  int32_t CallDoubleMethod(double*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallDoubleMethod");
-  }
-  int32_t CallDoubleMethod2(double*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallDoubleMethod2");
-  }
-  int32_t CallByteMethod(int8_t*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallByteMethod");
-  }
-  int32_t CallByteMethod2(int8_t*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallByteMethod2");
-  }
-  int32_t CallVoidMethod(qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallVoidMethod");
-  }
-  int32_t CallVoidMethod2(qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallVoidMethod2");
-  }
-  int32_t CallObjectMethod(qv_jobject*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallObjectMethod");
-  }
-  int32_t CallObjectMethod2(qv_jobject*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallObjectMethod2");
-  }
-  int32_t CallBooleanMethod(int32_t*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallBooleanMethod");
-  }
-  int32_t CallBooleanMethod2(int32_t*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallBooleanMethod2");
-  }
-  int32_t CallLongMethod(int64_t*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallLongMethod");
-  }
-  int32_t CallLongMethod2(int64_t*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept override {
-    return Note("CallLongMethod2");
-  }
-  int32_t CallStaticBooleanMethod(int32_t*, qv_jclass, const char*, const char*, ...) noexcept override {
-    return Note("CallStaticBooleanMethod");
-  }
-  int32_t CallStaticObjectMethod(qv_jobject*, qv_jclass, const char*, const char*, ...) noexcept override {
-    return Note("CallStaticObjectMethod");
-  }
-  int32_t CallStaticVoidMethod(qv_jclass, const char*, const char*, ...) noexcept override {
-    return Note("CallStaticVoidMethod");
-  }
-  int32_t GetStaticIntField(int32_t*, qv_jclass, const char*) noexcept override { return Note("GetStaticIntField"); }
-  int32_t GetStaticShortField(int16_t*, qv_jclass, const char*) noexcept override {
-    return Note("GetStaticShortField");
-  }
-  int32_t NewStringArray(qv_jarray*, int32_t) noexcept override { return Note("NewStringArray"); }
-  int32_t SetObjectArrayElement(qv_jarray, int32_t, qv_jobject) noexcept override {
-    return Note("SetObjectArrayElement");
-  }
-  int32_t NewByteArray(qv_jarray*, int32_t) noexcept override { return Note("NewByteArray"); }
-  int32_t GetByteArrayData(qv_jarray, int32_t, int32_t, void*) noexcept override { return Note("GetByteArrayData"); }
-  int32_t SetByteArrayData(qv_jarray, int32_t, const void*, int32_t) noexcept override {
-    return Note("SetByteArrayData");
-  }
-  int32_t GetJNIEnv(qv_jnienv*) noexcept override { return Note("GetJNIEnv"); }
-  int32_t GetJDKLocation(IQvString**) noexcept override { return Note("GetJDKLocation"); }
-  int32_t GetJREBinLocation(IQvString**) noexcept override { return Note("GetJREBinLocation"); }
-  int32_t GetLogFileName(IQvString**) noexcept override { return Note("GetLogFileName"); }
-  int32_t SetLogFileName(const wchar_t*) noexcept override { return Note("SetLogFileName"); }
-  int32_t SetJvmLogEnabled(int32_t) noexcept override { return Note("SetJvmLogEnabled"); }
-  int32_t IsJVMCreated(int32_t*) noexcept override { return Note("IsJVMCreated"); }
-  int32_t GetClassPath(IQvString**) noexcept override { return Note("GetClassPath"); }
-  int32_t GetJavaVersion(IQvString**) noexcept override { return Note("GetJavaVersion"); }
-  void ExceptionClear(qv_jnienv) noexcept override { Note("ExceptionClear"); }
-  int32_t CaptureException(ErrorRecord**, qv_jnienv) noexcept override { return Note("CaptureException"); }
-  qv_jnienv AcquireThreadEnv() noexcept override { return Note("AcquireThreadEnv"), nullptr; }
+size_t g_slot = 0;
+template <size_t Slot>
+int64_t NoteSlot() {
+  g_slot = Slot;
+  return 0;
+}
 
-  std::string noted;
-
- private:
-  int32_t Note(const char* name) noexcept {
-    noted = name;
-    return 0;
+// The entry of the table through which an operation of the service object is called.
+template <class Object, class Operation, class... Arguments>
+size_t SlotCalled(Operation operation, Arguments... arguments) {
+  static constexpr auto kTable = []<size_t... Slot>(std::index_sequence<Slot...>) {
+    return std::array{&NoteSlot<Slot>...};
   }
-};
+  (std::make_index_sequence<std::size(kSlotNames)>());
+  const void* object[] = {kTable.data()};
+  g_slot = SIZE_MAX;
+  (reinterpret_cast<Object*>(object)->*operation)(arguments...);
+  return g_slot;
+}
+template <class Result, class Object, class... Arguments>
+size_t SlotOf(Result (Object::*operation)(Arguments...) noexcept) {
+  return SlotCalled<Object>(operation, std::remove_cvref_t<Arguments>{}...);
+}
+template <class Result, class Object, class... Arguments>
+size_t SlotOf(Result (Object::*operation)(Arguments..., ...) noexcept) {
+  return SlotCalled<Object>(operation, Arguments{}...);
+}
+
+#define QV_SLOT(name) std::pair(std::string(#name), SlotOf(&CQV_JNIVMManager::name))
 
 TEST(Tables, ServiceObjectHasEachOfIts61OperationsUnderItsNumber) {
-  NotingObject object;
-  for (size_t slot = 0; slot < std::size(kSlotNames); ++slot) {
-    object.noted.clear();
-    CallSlot<int32_t>(&object, slot, nullptr, nullptr, nullptr, nullptr);
-    EXPECT_EQ(object.noted, kSlotNames[slot]) << "slot " << slot;
+  const std::pair<std::string, size_t> operations[] = {QV_SLOT(QueryInterface),
+                                                       QV_SLOT(AddRef),
+                                                       QV_SLOT(Release),
+                                                       QV_SLOT(AcquireService),
+                                                       QV_SLOT(ReleaseService),
+                                                       QV_SLOT(GetErrorText),
+                                                       QV_SLOT(GetErrorCode),
+                                                       QV_SLOT(CastReference),
+                                                       QV_SLOT(DeleteLocalRef),
+                                                       QV_SLOT(DeleteLocalRef2),
+                                                       QV_SLOT(DeleteLocalRef3),
+                                                       QV_SLOT(DeleteGlobalRef),
+                                                       QV_SLOT(FindClass),
+                                                       QV_SLOT(NewGlobalRef),
+                                                       QV_SLOT(NewString),
+                                                       QV_SLOT(GetStringLength),
+                                                       QV_SLOT(GetStringChars),
+                                                       QV_SLOT(GetStringValue),
+                                                       QV_SLOT(NewObject),
+                                                       QV_SLOT(NewDefaultObject),
+                                                       QV_SLOT(CallIntMethod),
+                                                       QV_SLOT(CallIntMethod2),
+                                                       QV_SLOT(CallShortMethod),
+                                                       QV_SLOT(CallShortMethod2),
+                                                       QV_SLOT(CallFloatMethod),
+                                                       QV_SLOT(CallFloatMethod2),
+                                                       QV_SLOT(CallDoubleMethod),
+                                                       QV_SLOT(CallDoubleMethod2),
+                                                       QV_SLOT(CallByteMethod),
+                                                       QV_SLOT(CallByteMethod2),
+                                                       QV_SLOT(CallVoidMethod),
+                                                       QV_SLOT(CallVoidMethod2),
+                                                       QV_SLOT(CallObjectMethod),
+                                                       QV_SLOT(CallObjectMethod2),
+                                                       QV_SLOT(CallBooleanMethod),
+                                                       QV_SLOT(CallBooleanMethod2),
+                                                       QV_SLOT(CallLongMethod),
+                                                       QV_SLOT(CallLongMethod2),
+                                                       QV_SLOT(CallStaticBooleanMethod),
+                                                       QV_SLOT(CallStaticObjectMethod),
+                                                       QV_SLOT(CallStaticVoidMethod),
+                                                       QV_SLOT(GetStaticIntField),
+                                                       QV_SLOT(GetStaticShortField),
+                                                       QV_SLOT(NewStringArray),
+                                                       QV_SLOT(SetObjectArrayElement),
+                                                       QV_SLOT(NewByteArray),
+                                                       QV_SLOT(GetByteArrayData),
+                                                       QV_SLOT(SetByteArrayData),
+                                                       QV_SLOT(GetJNIEnv),
+                                                       QV_SLOT(GetJDKLocation),
+                                                       QV_SLOT(GetJREBinLocation),
+                                                       QV_SLOT(GetLogFileName),
+                                                       QV_SLOT(SetLogFileName),
+                                                       QV_SLOT(SetJvmLogEnabled),
+                                                       QV_SLOT(IsJVMCreated),
+                                                       QV_SLOT(GetClassPath),
+                                                       QV_SLOT(GetJavaVersion),
+                                                       QV_SLOT(Destroy),
+                                                       QV_SLOT(ExceptionClear),
+                                                       QV_SLOT(CaptureException),
+                                                       QV_SLOT(AcquireThreadEnv)};
+  ASSERT_EQ(std::size(operations), 61u);
+  for (size_t slot = 0; slot < 61; ++slot) {
+    EXPECT_EQ(operations[slot], std::pair(std::string(kSlotNames[slot]), slot));
   }
 }
 
@@ -159,18 +129,6 @@ TEST(Tables, ServiceObjectsDestructorInSlot57FreesItsMemoryByTheFlagAlone) {
     EXPECT_EQ(before - liveBlocks(), deleted ? 2u : 1u) << "flag " << flag << ": the record goes in any case";
     if (!deleted) QvshrFree(object);
   }
-}
-
-TEST(Tables, ConfigurationObjectHasItsDestructorAndLoad) {
-  const StartupWorld world;
-  auto* const config = new CQV_JVMConfigInfo();
-  EXPECT_EQ((CallSlot<uint8_t>(config, 1)), 1u) << "slot 1 loads";
-  EXPECT_TRUE(config->m_bLoaded);
-  CallSlot<void*>(config, 0, 1u);  // releases the log path and frees the object: the world's books
-
-  auto* const kept = new CQV_JVMConfigInfo();
-  CallSlot<void*>(kept, 0, 0u);
-  QvshrFree(kept);
 }
 
 // An initializer that notes when its Terminate is called through its table.
