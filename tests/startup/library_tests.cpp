@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "base/handle.h"
 #include "base/procedure.h"
 #include "qvjvm/qvjvm.h"
 #include "tests/fakejvm/fake_jvm_user.h"
@@ -26,14 +25,12 @@ constexpr int32_t kFail = static_cast<int32_t>(0x80004005);
 // What every load leaves: one block.
 constexpr char kLoadLock[] = "the lock of the configuration's load is never deleted";
 
-class Library {
+class Library : private Pinned {
  public:
   Library() : m_module(LoadLibraryW((ProgramFolder() + L"\\..\\qvjvm.dll").c_str())) {
     EXPECT_NE(m_module, nullptr) << GetLastError();
   }
   ~Library() { Free(); }
-  Library(const Library&) = delete;
-  Library& operator=(const Library&) = delete;
 
   void Free() {
     if (m_module != nullptr) FreeLibrary(m_module);
@@ -46,6 +43,12 @@ class Library {
   }
   [[nodiscard]] int32_t Create(IQV_JavaVM** vm, const wchar_t* classPath = nullptr) const {
     return Function<QV_CreateJavaVMFn>("QV_CreateJavaVM")(vm, classPath);
+  }
+  // A start that fails, and makes no object.
+  void FailToCreate(const wchar_t* classPath = nullptr) const {
+    auto* vm = reinterpret_cast<IQV_JavaVM*>(uintptr_t{0x1111});
+    EXPECT_EQ(Create(&vm, classPath), kFail);
+    EXPECT_EQ(vm, reinterpret_cast<IQV_JavaVM*>(uintptr_t{0x1111}));
   }
   template <class Type>
   [[nodiscard]] Type Function(const char* name) const {
@@ -70,7 +73,24 @@ class LibraryTest : public testing::Test {
   EnvironmentScope m_classPath{L"CLASSPATH", std::nullopt};
 };
 
-uint64_t LiveBlocks() { return Books().liveBlocks; }
+// With the fake runtime's record in hand and the library loaded.
+class LoadedLibraryTest : public LibraryTest {
+ protected:
+  // The service object of a start that works, which the test's end releases.
+  IQV_JavaVM* Start() {
+    EXPECT_EQ(m_library.Create(&m_vm), 0);
+    return m_vm;
+  }
+  void TearDown() override {
+    if (m_vm != nullptr) {
+      EXPECT_EQ(m_vm->Release(), 0u);
+    }
+  }
+
+  FakeJvm m_jvm;
+  Library m_library;
+  IQV_JavaVM* m_vm = nullptr;
+};
 
 TEST_F(LibraryTest, RegistrationExportsAreOneFunctionThatReturns0) {
   const Library library;
@@ -102,35 +122,25 @@ TEST_F(LibraryTest, FreedBeforeAnyStartItIsGoneWithAllItHad) {
 
 TEST_F(LibraryTest, WithoutMemoryWhileLoadingItLoadsAndStartsNothing) {
   const FakeJvm jvm;
-  for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
-    bool fired = true;
-    uint64_t n = 1;
-    int loadsWithoutTheLock = 0;
-    for (; fired; ++n) {
-      SCOPED_TRACE(testing::Message() << "allocation " << n << " fails " << NameOf(mode));
-      LedgerCheck ledger;
-      const uint64_t before = LiveBlocks();
-      FailAllocation fault(n, mode);
-      Library library;
-      fired = fault.Fired();
-      QvshrLedgerFailAt(0, kQvshrFailOnce);
-      if (fired) {
-        auto* vm = reinterpret_cast<IQV_JavaVM*>(uintptr_t{0x1111});
-        EXPECT_EQ(library.Create(&vm), kFail);
-        EXPECT_EQ(vm, reinterpret_cast<IQV_JavaVM*>(uintptr_t{0x1111}));
-      }
-      library.Free();
-      EXPECT_FALSE(Library::IsLoaded());
-      const uint64_t left = LiveBlocks() - before;
-      EXPECT_LE(left, 1u);
-      if (left == 0) ++loadsWithoutTheLock;
-      ledger.ExpectLeft(left, kLoadLock);
-    }
-    EXPECT_GT(n, 4u) << "two locks and the registry with its lists at least";
-    if (mode == kQvshrFailOnce) {
-      EXPECT_EQ(loadsWithoutTheLock, 1) << "the lock is one allocation";
-    }
-  }
+  int loadsWithoutTheLock = 0;
+  const uint64_t failed = SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
+    LedgerCheck ledger;
+    const uint64_t before = Books().liveBlocks;
+    FailAllocation fault(n, mode);
+    Library library;
+    const bool fired = fault.Fired();
+    QvshrLedgerFailAt(0, kQvshrFailOnce);
+    if (fired) library.FailToCreate();
+    library.Free();
+    EXPECT_FALSE(Library::IsLoaded());
+    const uint64_t left = Books().liveBlocks - before;
+    EXPECT_LE(left, 1u);
+    if (left == 0 && mode == kQvshrFailOnce) ++loadsWithoutTheLock;
+    ledger.ExpectLeft(left, kLoadLock);
+    return fired;
+  });
+  EXPECT_GT(failed, 2 * 3u) << "two locks and the registry with its lists at least";
+  EXPECT_EQ(loadsWithoutTheLock, 1) << "the lock is one allocation";
   EXPECT_EQ(jvm.Count(kFakeCreateVM), 0u);
 }
 
@@ -143,10 +153,9 @@ class NoOptions : public FailCall {
 TEST_F(LibraryTest, FreedAfterAFailedStartItIsGoneAndTakesTheRuntimeAlong) {
   LedgerCheck ledger;
   Library library;
-  IQV_JavaVM* vm = nullptr;
   {
     const NoOptions fault;
-    EXPECT_EQ(library.Create(&vm, L"C:\\mine.jar"), kFail);
+    library.FailToCreate(L"C:\\mine.jar");
   }
   EXPECT_NE(GetModuleHandleW(L"jvm.dll"), nullptr);
   library.Free();
@@ -161,8 +170,7 @@ TEST_F(LibraryTest, ThreadWithAClassPathOutlivesTheFreedLibrary) {
   Library library;
   OnThread([&] {
     const NoOptions fault;
-    IQV_JavaVM* vm = nullptr;
-    EXPECT_EQ(library.Create(&vm, L"C:\\mine.jar"), kFail);
+    library.FailToCreate(L"C:\\mine.jar");
     library.Free();
     EXPECT_FALSE(Library::IsLoaded());
   });  // its end must not call into what is gone
@@ -173,92 +181,69 @@ TEST_F(LibraryTest, ManyLoadsAndFailedStartsLeaveNoSlotsBehind) {
   const FakeJvm jvm;
   const NoOptions fault;
   // More than a process has slots for the ends of threads.
-  for (int round = 0; round < 300; ++round) {
-    Library library;
-    IQV_JavaVM* vm = nullptr;
-    ASSERT_EQ(library.Create(&vm, L"C:\\mine.jar"), kFail) << round;
-  }
+  for (int round = 0; round < 300 && !HasFailure(); ++round) Library().FailToCreate(L"C:\\mine.jar");
   EXPECT_EQ(jvm.Count(kFakeGetCreatedVMs), 300u) << "every start got as far as the first";
   EXPECT_FALSE(Library::IsLoaded());
 }
 
 // It has the addresses of the hooks, and may use them the next time that anybody creates a JVM.
-TEST_F(LibraryTest, JVMThatRefusedToStartKeepsTheLibrary) {
-  const FakeJvm jvm;
-  jvm.Script().createResult = -1;
-  Library library;
-  IQV_JavaVM* vm = nullptr;
-  EXPECT_EQ(library.Create(&vm), kFail);
-  const auto create = library.Function<QV_CreateJavaVMFn>("QV_CreateJavaVM");
-  library.FreeToZero();
+TEST_F(LoadedLibraryTest, JVMThatRefusedToStartKeepsTheLibrary) {
+  m_jvm.Script().createResult = -1;
+  m_library.FailToCreate();
+  const auto create = m_library.Function<QV_CreateJavaVMFn>("QV_CreateJavaVM");
+  m_library.FreeToZero();
   ASSERT_TRUE(Library::IsLoaded());
-  jvm.Script().createResult = 0;
-  EXPECT_EQ(create(&vm, nullptr), 0) << "the next start works";
-  EXPECT_EQ(vm->Release(), 0u);
+  m_jvm.Script().createResult = 0;
+  EXPECT_EQ(create(&m_vm, nullptr), 0) << "the next start works";
 }
 
 // From the first attached thread on: created or joined, it makes no difference.
-class StayingLibraryTest : public LibraryTest, public testing::WithParamInterface<int32_t> {};
+class StayingLibraryTest : public LoadedLibraryTest, public testing::WithParamInterface<int32_t> {};
 
 TEST_P(StayingLibraryTest, FreedAfterTheStartItStaysAndGoesOnWorking) {
-  const FakeJvm jvm;
-  jvm.Script().existing = GetParam();
-  Library library;
-  IQV_JavaVM* vm = nullptr;
-  ASSERT_EQ(library.Create(&vm), 0);
-  const auto create = library.Function<QV_CreateJavaVMFn>("QV_CreateJavaVM");
-  library.FreeToZero();
+  m_jvm.Script().existing = GetParam();
+  Start();
+  const auto create = m_library.Function<QV_CreateJavaVMFn>("QV_CreateJavaVM");
+  m_library.FreeToZero();
   ASSERT_TRUE(Library::IsLoaded());
-  EXPECT_EQ(jvm.Count(kFakeDetach), 0u);
-  const DWORD threadId = OnThread([&] { EXPECT_NE(QV_AcquireThreadEnv(vm), nullptr); });
-  ASSERT_EQ(jvm.Count(kFakeDetach), 1u);
-  EXPECT_EQ(jvm.Calls(kFakeDetach)[0].threadId, threadId);
+  EXPECT_EQ(m_jvm.Count(kFakeDetach), 0u);
+  const DWORD threadId = OnThread([&] { EXPECT_NE(QV_AcquireThreadEnv(m_vm), nullptr); });
+  ASSERT_EQ(m_jvm.Count(kFakeDetach), 1u);
+  EXPECT_EQ(m_jvm.Calls(kFakeDetach)[0].threadId, threadId);
   IQV_JavaVM* second = nullptr;
   EXPECT_EQ(create(&second, L"C:\\late.jar"), GetParam() == 0 ? 8 : 0);
   EXPECT_EQ(second->Release(), 0u);
-  EXPECT_EQ(vm->Release(), 0u);
   QvshrLedgerOverrideInt(kQvshrCallNoDetachQuery, 1);  // the end of this process detaches nobody from a runtime gone
 }
 INSTANTIATE_TEST_SUITE_P(CreatedOrJoined, StayingLibraryTest, testing::Values(0, 1),
                          [](const auto& row) { return row.param == 0 ? "Created" : "Joined"; });
 
-TEST_F(LibraryTest, ThreadsThatNeverCallCostNothing) {
-  const FakeJvm jvm;
-  Library library;
-  IQV_JavaVM* vm = nullptr;
-  ASSERT_EQ(library.Create(&vm), 0);
-  LedgerCheck ledger;
+TEST_F(LoadedLibraryTest, ThreadsThatNeverCallCostNothing) {
+  Start();
+  const LedgerCheck ledger;
   for (int i = 0; i < 20; ++i) OnThread([] {});
   EXPECT_EQ(ledger.Allocations(), 0u);
-  EXPECT_EQ(jvm.Count(kFakeAttach) + jvm.Count(kFakeDetach), 0u);
-  ledger.Verify();
-  vm->Release();
+  EXPECT_EQ(m_jvm.Count(kFakeAttach) + m_jvm.Count(kFakeDetach), 0u);
 }
 
 IQV_JavaVM* g_vm = nullptr;
-DWORD g_lateSlot = FLS_OUT_OF_INDEXES;
-void CALLBACK CallAgain(void*) { QV_AcquireThreadEnv(g_vm); }
 
-TEST_F(LibraryTest, ThreadThatComesBackAfterItsCallbackIsDetachedByTheEntryRoutine) {
-  const FakeJvm jvm;
-  Library library;
-  ASSERT_EQ(library.Create(&g_vm), 0);
-  g_lateSlot = FlsAlloc(CallAgain);  // behind the service's, so its callback comes later
-  OnThread([] {
-    QV_AcquireThreadEnv(g_vm);
-    FlsSetValue(g_lateSlot, &g_lateSlot);
+TEST_F(LoadedLibraryTest, ThreadThatComesBackAfterItsCallbackIsDetachedByTheEntryRoutine) {
+  g_vm = Start();
+  const DWORD lateSlot = FlsAlloc([](void*) -> void { QV_AcquireThreadEnv(g_vm); });  // called behind the service's
+  OnThread([&] {
+    QV_AcquireThreadEnv(m_vm);
+    FlsSetValue(lateSlot, m_vm);
   });
-  EXPECT_EQ(jvm.Count(kFakeAttach), 2u) << "attached again by the late callback";
-  EXPECT_EQ(jvm.Count(kFakeDetach), 2u);
-  EXPECT_EQ(jvm.AttachedThreads(), 1) << "the main thread";
-  FlsFree(g_lateSlot);
-  g_vm->Release();
+  EXPECT_EQ(m_jvm.Count(kFakeAttach), 2u) << "attached again by the late callback";
+  EXPECT_EQ(m_jvm.Count(kFakeDetach), 2u);
+  EXPECT_EQ(m_jvm.AttachedThreads(), 1) << "the main thread";
+  FlsFree(lateSlot);
 }
 
-// Every slot that the process can still have is somebody else's.
 TEST_F(LibraryTest, WithoutASlotForThreadEndsTheEntryRoutineDetaches) {
   const FakeJvm jvm;
-  std::vector<DWORD> taken;
+  std::vector<DWORD> taken;  // all that the process can still have
   for (DWORD slot = FlsAlloc(nullptr); slot != FLS_OUT_OF_INDEXES; slot = FlsAlloc(nullptr)) taken.push_back(slot);
   const Library library;
   for (const DWORD slot : taken) FlsFree(slot);
@@ -272,80 +257,66 @@ TEST_F(LibraryTest, WithoutASlotForThreadEndsTheEntryRoutineDetaches) {
 
 // A thread of fibres that asked for a class path and whose start failed before anything was loaded; it ends, under the
 // loader lock, while another one loads the runtime under the registry's lock.
-qv::Handle g_fiberThread;
-qv::Handle g_loading;
-bool g_fiberThreadEnded = false;
-decltype(&LoadLibraryA) g_realLoad = nullptr;
+struct EndDuringALoad {
+  Event failed;
+  Event loading;
+  HostThread* thread = nullptr;
+  bool ended = false;
+  decltype(&LoadLibraryA) load = nullptr;
+} * g_end;
 HMODULE WINAPI LoadWhenTheFiberThreadIsGone(const char* name) {
-  SetEvent(g_loading.Get());
-  g_fiberThreadEnded = WaitForSingleObject(g_fiberThread.Get(), 5000) == WAIT_OBJECT_0;
-  return g_realLoad(name);
+  g_end->loading.Set();
+  g_end->ended = g_end->thread->Join(5000);
+  return g_end->load(name);
 }
 
-TEST_F(LibraryTest, ThreadOfFibersThatEndsDuringTheLoadWaitsForNobody) {
-  const FakeJvm jvm;
-  static const Library* s_library;
-  const Library library;
-  s_library = &library;
-  g_loading.Reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  const qv::Handle failed(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  g_fiberThread.Reset(CreateThread(
-      nullptr, 0,
-      [](void* done) -> DWORD {
-        ConvertThreadToFiber(nullptr);
-        {
-          const FailAllocation nothing(1, kQvshrFailFromHere);
-          IQV_JavaVM* vm = nullptr;
-          EXPECT_EQ(s_library->Create(&vm, L"C:\\mine.jar"), kFail);
-        }
-        SetEvent(done);
-        WaitForSingleObject(g_loading.Get(), INFINITE);
-        return 0;
-      },
-      failed.Get(), 0, nullptr));
-  WaitForSingleObject(failed.Get(), INFINITE);
+TEST_F(LoadedLibraryTest, ThreadOfFibersThatEndsDuringTheLoadWaitsForNobody) {
+  EndDuringALoad end;
+  g_end = &end;
+  HostThread thread([&] {
+    ConvertThreadToFiber(nullptr);
+    {
+      const FailAllocation nothing(1, kQvshrFailFromHere);
+      IQV_JavaVM* vm = nullptr;
+      EXPECT_EQ(m_library.Create(&vm, L"C:\\mine.jar"), kFail);
+    }
+    end.failed.Set();
+    end.loading.Wait();
+  });
+  end.thread = &thread;
+  end.failed.Wait();
   const ImportHook hook(GetModuleHandleW(L"qvjvm.dll"), "LoadLibraryA", &LoadWhenTheFiberThreadIsGone);
-  g_realLoad = hook.Original<decltype(g_realLoad)>();
-  IQV_JavaVM* vm = nullptr;
-  EXPECT_EQ(library.Create(&vm), 0);
-  EXPECT_TRUE(g_fiberThreadEnded);
-  vm->Release();
+  end.load = hook.Original<decltype(end.load)>();
+  Start();
+  EXPECT_TRUE(end.ended);
 }
 
-TEST_F(LibraryTest, DebugModeSilencesTheLogOfTheRunningJVM) {
+class LogOfALibraryTest : public LibraryTest, public testing::WithParamInterface<bool> {};
+
+TEST_P(LogOfALibraryTest, HasTheOutputOfTheJVMUnlessDebugModeIsOff) {
   const EnvironmentScope script(L"FAKEJVM_SCRIPT", L"createPrints=1");
+  const Library library;
+  if (!GetParam()) library.Function<QV_SetJavaVMDebugModeFn>("QV_SetJavaVMDebugMode")(0);
+  IQV_JavaVM* vm = nullptr;
+  ASSERT_EQ(library.Create(&vm), 0);
   const std::wstring log = m_folder.Path(L"vm.out");
-  const Library library;
-  library.Function<QV_SetJavaVMDebugModeFn>("QV_SetJavaVMDebugMode")(0);
-  IQV_JavaVM* vm = nullptr;
-  ASSERT_EQ(library.Create(&vm), 0);
-  EXPECT_FALSE(FileExists(log));
+  EXPECT_EQ(FileExists(log) ? ReadWholeFile(log) : "<none>",
+            GetParam() ? "*** Starting JVM Logging ***\r\n\r\nfake output 42\r\n" : "<none>");
   vm->Release();
 }
+INSTANTIATE_TEST_SUITE_P(DebugMode, LogOfALibraryTest, testing::Bool());
 
-TEST_F(LibraryTest, OutputOfTheJVMReachesTheLog) {
-  const EnvironmentScope script(L"FAKEJVM_SCRIPT", L"createPrints=1");
-  const Library library;
-  IQV_JavaVM* vm = nullptr;
-  ASSERT_EQ(library.Create(&vm), 0);
-  EXPECT_EQ(ReadWholeFile(m_folder.Path(L"vm.out")), "*** Starting JVM Logging ***\r\n\r\nfake output 42\r\n");
-  vm->Release();
-}
-
-TEST_F(LibraryTest, JVMThatRaisesDoesNotTakeTheHostAlong) {
-  const FakeJvm jvm;
-  Library library;
-  IQV_JavaVM* vm = nullptr;
-  jvm.Script().createResult = -1;
-  EXPECT_EQ(library.Create(&vm), kFail) << "the first start keeps what every one needs";
-  jvm.Script().createResult = 0;
+TEST_F(LoadedLibraryTest, JVMThatRaisesDoesNotTakeTheHostAlong) {
+  m_jvm.Script().createResult = -1;
+  m_library.FailToCreate();  // the first start keeps what every one needs
+  m_jvm.Script().createResult = 0;
   for (const FakeJvmRaise raise : {kRaiseAccessViolation, kRaiseSoftware, kRaiseCpp}) {
     LedgerCheck ledger;
-    jvm.Script().createRaises = raise;
-    EXPECT_EQ(library.Create(&vm), kFail);
+    m_jvm.Script().createRaises = raise;
+    m_library.FailToCreate();
     ledger.ExpectLeft(8, "the options of a creation that raised: the array and seven texts");
   }
-  library.Free();
+  m_library.Free();
   EXPECT_TRUE(Library::IsLoaded()) << "the JVM may have kept the addresses of the hooks";
 }
 

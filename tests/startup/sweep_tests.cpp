@@ -32,8 +32,6 @@ struct Scenario {
   int32_t status;
 };
 
-void PrepareNothing(StartupWorld&) {}
-
 void PrepareRegistryOfUnknownHost(StartupWorld& world) {
   const std::wstring config = std::wstring(kQuovantRoot) + L"\\Java\\QVRTConfig";
   world.registry.SetList(Hive::Machine, config + L"\\QVJVMconfig", {L"-Xmx64m", L"-verbose"});
@@ -54,30 +52,34 @@ void PrepareKnownHostWithoutItsList(StartupWorld& world) {
   world.registry.DeleteKey(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java\\QVIDEConfig\\QVSysclasspath");
 }
 
-void PrepareRunningVM(StartupWorld& world) { world.jvm.Script().existing = 2; }
+// A start whose JVM behaves so.
+template <int32_t FakeJvmScript::*Field, int32_t Value>
+void Script(StartupWorld& world) {
+  world.jvm.Script().*Field = Value;
+}
 void PrepareNullVM(StartupWorld& world) {
   world.jvm.Script().existing = 1;
   world.jvm.Script().firstVmNull = 1;
 }
-void PrepareFailingCreation(StartupWorld& world) { world.jvm.Script().createResult = -1; }
-void PrepareCreationWithoutEnvironment(StartupWorld& world) { world.jvm.Script().createWithoutEnv = 1; }
-void PrepareRaisingCreation(StartupWorld& world) { world.jvm.Script().createRaises = kRaiseSoftware; }
-void PrepareWebDeployment(StartupWorld&) { QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, 1); }
+
+constexpr auto kRunningVM = Script<&FakeJvmScript::existing, 2>;
 
 const Scenario kScenarios[] = {
-    {"UnknownHostCreates", "start, unknown host", nullptr, PrepareNothing, 0},
+    {"UnknownHostCreates", "start, unknown host", nullptr, [](StartupWorld&) {}, 0},
     {"UnknownHostWithRegistryCreates", "start, unknown host with settings", nullptr, PrepareRegistryOfUnknownHost, 0},
     {"KnownHostCreates", "start, known host", L"C:\\hosts\\tk190.exe", PrepareKnownHost, 0},
     {"KnownHostWithoutItsListFails", "start, known host without its list", L"C:\\hosts\\qv190.exe",
      PrepareKnownHostWithoutItsList, QV_E_FAIL},
-    {"JavaHostJoins", "start, joins in a Java host", L"C:\\java\\javaw.exe", PrepareRunningVM, 0},
-    {"UnknownHostJoins", "start, joins a JVM", nullptr, PrepareRunningVM, 0},
+    {"JavaHostJoins", "start, joins in a Java host", L"C:\\java\\javaw.exe", kRunningVM, 0},
+    {"UnknownHostJoins", "start, joins a JVM", nullptr, kRunningVM, 0},
     {"NullVMFails", "start, the JVM to join is null", nullptr, PrepareNullVM, QV_E_FAIL},
-    {"FailingCreationFails", "start, the creation fails", nullptr, PrepareFailingCreation, QV_E_FAIL},
+    {"FailingCreationFails", "start, the creation fails", nullptr, Script<&FakeJvmScript::createResult, -1>, QV_E_FAIL},
     {"CreationWithoutEnvironment", "start, a creation without an environment", nullptr,
-     PrepareCreationWithoutEnvironment, 0},
-    {"RaisingCreationFails", "start, the creation raises", nullptr, PrepareRaisingCreation, QV_E_FAIL},
-    {"WebDeploymentCreates", "start in a web deployment", nullptr, PrepareWebDeployment, 0},
+     Script<&FakeJvmScript::createWithoutEnv, 1>, 0},
+    {"RaisingCreationFails", "start, the creation raises", nullptr,
+     Script<&FakeJvmScript::createRaises, kRaiseSoftware>, QV_E_FAIL},
+    {"WebDeploymentCreates", "start in a web deployment", nullptr,
+     [](StartupWorld&) { QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, 1); }, 0},
 };
 
 void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; }
@@ -149,7 +151,7 @@ class StartUpSweep : public testing::TestWithParam<Scenario> {
   }
 
   bool KnownHost() const { return GetParam().host != nullptr; }
-  bool JavaHost() const { return GetParam().prepare == PrepareRunningVM && KnownHost(); }
+  bool JavaHost() const { return GetParam().prepare == kRunningVM && KnownHost(); }
 
   void TearDown() override { m_world.ledger.ExpectLeft(m_left, kOptionsOfARaise); }
 
@@ -161,53 +163,50 @@ class StartUpSweep : public testing::TestWithParam<Scenario> {
 TEST_P(StartUpSweep, EachAllocationFails) {
   const GuardPages guard;
   const Strings normal = NormalOptions();
-  uint64_t allocations = 0;
   std::map<int32_t, int> ends;
+  uint64_t allocations = 0;
   for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
     std::map<int32_t, int> seen;
-    bool fired = true;
-    uint64_t n = 1;
-    for (; fired && !HasFailure(); ++n) {
-      SCOPED_TRACE(testing::Message() << "allocation " << n << " fails " << NameOf(mode));
-      fired = RunWith([&] { return FailAllocation(n, mode); },
-                      [&](int32_t status, bool didFire) {
-                        ++seen[status];
-                        if (!didFire) {
-                          EXPECT_EQ(status, GetParam().status);
-                        }
-                        if (status == QV_E_FAIL && GetParam().status == 0) {
-                          EXPECT_EQ(m_world.jvm.Count(kFakeCreateVM), 0u) << "a JVM that was created is no failure";
-                          // A Java host's threads are never detached.
-                          if (!JavaHost()) {
-                            EXPECT_EQ(m_world.jvm.AttachedThreads(), 0) << "attached, but not registered";
-                          }
-                        }
-                        if (m_world.jvm.Count(kFakeCreateVM) != 0) {
-                          ExpectWholeOptions(m_world.jvm.OptionTexts(), normal, KnownHost());
-                        }
-                        // Memory that is out stays out: the object itself cannot be had either.
-                        if (didFire && mode == kQvshrFailFromHere) {
-                          EXPECT_NE(status, 0);
-                        }
-                      });
+    const auto check = [&](int32_t status, bool fired) {
+      if (fired) {
+        ++seen[status];
+      } else {
+        EXPECT_EQ(status, GetParam().status);
+      }
+      if (status == QV_E_FAIL && GetParam().status == 0) {
+        EXPECT_EQ(m_world.jvm.Count(kFakeCreateVM), 0u) << "a JVM that was created is no failure";
+        // A Java host's threads are never detached.
+        if (!JavaHost()) {
+          EXPECT_EQ(m_world.jvm.AttachedThreads(), 0) << "attached, but not registered";
+        }
+      }
+      if (m_world.jvm.Count(kFakeCreateVM) != 0) {
+        ExpectWholeOptions(m_world.jvm.OptionTexts(), normal, KnownHost());
+      }
+      // Memory that is out stays out: the object itself cannot be had either.
+      if (fired && mode == kQvshrFailFromHere) {
+        EXPECT_NE(status, 0);
+      }
+    };
+    const uint64_t failed = SweepAllocations(
+        [&](uint64_t n, QvshrLedgerMode how) { return RunWith([&] { return FailAllocation(n, how); }, check); },
+        {mode});
+    EXPECT_GT(failed, 8u) << "a start-up takes more allocations than that";
+    if (mode == kQvshrFailOnce) {
+      allocations = failed;
+      if (GetParam().status == 0) {
+        EXPECT_EQ(seen[QV_E_OUTOFMEMORY], 1) << "the service object is one allocation";
+      }
     }
-    EXPECT_GT(n, 10u) << "a start-up takes more allocations than that";
-    if (mode == kQvshrFailOnce) allocations = n - 2;  // the last run needed no more of them
-    --seen[GetParam().status];
-    for (const auto& [status, times] : seen) {
-      ends[status] += times;
-      EXPECT_TRUE(status == 0 || status == QV_E_FAIL || status == QV_E_OUTOFMEMORY)
-          << status << ", " << times << " times";
-    }
-    if (GetParam().status == 0 && mode == kQvshrFailOnce) {
-      EXPECT_EQ(seen[QV_E_OUTOFMEMORY], 1) << "the service object is one allocation";
-    }
+    for (const auto& [status, times] : seen) ends[status] += times;
   }
   std::string outcome;
   for (const auto& [status, name] :
        {std::pair{0, "started"}, {QV_E_FAIL, "`E_FAIL`"}, {QV_E_OUTOFMEMORY, "`E_OUTOFMEMORY`"}}) {
     if (ends[status] != 0) outcome += (outcome.empty() ? "" : ", ") + std::to_string(ends[status]) + " " + name;
+    ends.erase(status);
   }
+  EXPECT_TRUE(ends.empty()) << "a status that a start never has: " << testing::PrintToString(ends);
   RecordRow("allocations", std::string("1 ") + GetParam().name,
             {GetParam().title, allocations, 2 * allocations, outcome});
 }
@@ -221,27 +220,26 @@ constexpr QvshrCall kCalls[] = {kQvshrCallAlloc,           kQvshrCallCreateStrin
 
 TEST_P(StartUpSweep, EachCallOfTheHostLibraryFails) {
   const GuardPages guard;
+  const auto check = [&](int32_t status, bool fired) {
+    if (!fired) {
+      EXPECT_EQ(status, GetParam().status);
+    }
+    EXPECT_TRUE(status == 0 || status == QV_E_FAIL || status == QV_E_OUTOFMEMORY) << status;
+    if (status == 0) {
+      EXPECT_EQ(m_world.jvm.Count(kFakeCreateVM) + m_world.jvm.Count(kFakeAttach), 1u);
+    }
+  };
   for (const QvshrCall call : kCalls) {
     // Without its file name the host is an unknown one for good.
     if (call == kQvshrCallGetFileName && KnownHost()) continue;
+    // The fault matrix has the first, the second and the last call with what becomes of each, and each allocation fails
+    // above.
+    if (call == kQvshrCallAlloc && !IsNightly()) continue;
     for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
       bool fired = true;
-      // The fault matrix has the first, the second and the last call with what becomes of each, and each allocation
-      // fails above.
-      if (call == kQvshrCallAlloc && !IsNightly()) break;
-      const uint64_t step = IsNightly() ? 1 : 4;
-      for (uint64_t n = 1; fired && !HasFailure(); n += step) {
+      for (uint64_t n = 1; fired && !HasFailure(); n += IsNightly() ? 1u : 4u) {
         SCOPED_TRACE(testing::Message() << "call " << n << " of operation " << call << " fails " << NameOf(mode));
-        fired = RunWith([&] { return FailCall(call, n, mode); },
-                        [&](int32_t status, bool didFire) {
-                          if (!didFire) {
-                            EXPECT_EQ(status, GetParam().status);
-                          }
-                          EXPECT_TRUE(status == 0 || status == QV_E_FAIL || status == QV_E_OUTOFMEMORY) << status;
-                          if (status == 0) {
-                            EXPECT_EQ(m_world.jvm.Count(kFakeCreateVM) + m_world.jvm.Count(kFakeAttach), 1u);
-                          }
-                        });
+        fired = RunWith([&] { return FailCall(call, n, mode); }, check);
       }
     }
   }
@@ -252,35 +250,33 @@ INSTANTIATE_TEST_SUITE_P(Scenarios, StartUpSweep, testing::ValuesIn(kScenarios),
 
 // ---- what single failures of the host library mean for an unknown host that creates the JVM ----
 
-struct CallFault {
-  QvshrCall call;
-  const char* name;
-  uint64_t n;
-  QvshrLedgerMode mode;
-  int32_t status;
-};
-
 TEST(HostLibraryFault, GivesItsStatedResult) {
-  for (const CallFault& row : {
-           CallFault{kQvshrCallWideToMultiByte, "the class path option cannot be converted", 1, kQvshrFailOnce,
-                     QV_E_FAIL},
-           CallFault{kQvshrCallWideToMultiByte, "the boot class path option", 2, kQvshrFailOnce, QV_E_FAIL},
-           CallFault{kQvshrCallWideToMultiByte, "the hook vfprintf", 3, kQvshrFailOnce, QV_E_FAIL},
-           CallFault{kQvshrCallWideToMultiByte, "the hook exit", 4, kQvshrFailOnce, QV_E_FAIL},
-           CallFault{kQvshrCallWideToMultiByte, "the first configured option", 5, kQvshrFailOnce, QV_E_FAIL},
-           CallFault{kQvshrCallWideToMultiByte, "the last property", 7, kQvshrFailOnce, QV_E_FAIL},
-           CallFault{kQvshrCallOpenDefaultTree, "no built-in tree", 1, kQvshrFailFromHere, QV_E_FAIL},
-           CallFault{kQvshrCallOpenDefaultTree, "no built-in tree for the properties", 2, kQvshrFailOnce, QV_E_FAIL},
-           CallFault{kQvshrCallOpenDefaultTree, "no built-in tree for the options", 3, kQvshrFailOnce, QV_E_FAIL},
-           CallFault{kQvshrCallOpenSubKey, "no key in any tree", 1, kQvshrFailFromHere, QV_E_FAIL},
-           CallFault{kQvshrCallCreateString, "no text at all", 1, kQvshrFailFromHere, QV_E_FAIL},
-           CallFault{kQvshrCallGetFileName, "the executable has no name", 1, kQvshrFailFromHere, 0},
-           CallFault{kQvshrCallGetSpecialFolder, "no folder for the log", 1, kQvshrFailFromHere, 0},
-           CallFault{kQvshrCallGetSetting, "no setting", 1, kQvshrFailFromHere, 0},
-           CallFault{kQvshrCallIsWebDeployment, "no answer about the deployment", 1, kQvshrFailFromHere, 0},
-           CallFault{kQvshrCallEnumValue, "no properties", 1, kQvshrFailFromHere, 0},
-           CallFault{kQvshrCallGetDirectory, "no folder of the service", 1, kQvshrFailFromHere, QV_E_FAIL},
-       }) {
+  const struct {
+    QvshrCall call;
+    const char* name;
+    uint64_t n;
+    QvshrLedgerMode mode;
+    int32_t status;
+  } rows[] = {
+      {kQvshrCallWideToMultiByte, "the class path option cannot be converted", 1, kQvshrFailOnce, QV_E_FAIL},
+      {kQvshrCallWideToMultiByte, "the boot class path option", 2, kQvshrFailOnce, QV_E_FAIL},
+      {kQvshrCallWideToMultiByte, "the hook vfprintf", 3, kQvshrFailOnce, QV_E_FAIL},
+      {kQvshrCallWideToMultiByte, "the hook exit", 4, kQvshrFailOnce, QV_E_FAIL},
+      {kQvshrCallWideToMultiByte, "the first configured option", 5, kQvshrFailOnce, QV_E_FAIL},
+      {kQvshrCallWideToMultiByte, "the last property", 7, kQvshrFailOnce, QV_E_FAIL},
+      {kQvshrCallOpenDefaultTree, "no built-in tree", 1, kQvshrFailFromHere, QV_E_FAIL},
+      {kQvshrCallOpenDefaultTree, "no built-in tree for the properties", 2, kQvshrFailOnce, QV_E_FAIL},
+      {kQvshrCallOpenDefaultTree, "no built-in tree for the options", 3, kQvshrFailOnce, QV_E_FAIL},
+      {kQvshrCallOpenSubKey, "no key in any tree", 1, kQvshrFailFromHere, QV_E_FAIL},
+      {kQvshrCallCreateString, "no text at all", 1, kQvshrFailFromHere, QV_E_FAIL},
+      {kQvshrCallGetFileName, "the executable has no name", 1, kQvshrFailFromHere, 0},
+      {kQvshrCallGetSpecialFolder, "no folder for the log", 1, kQvshrFailFromHere, 0},
+      {kQvshrCallGetSetting, "no setting", 1, kQvshrFailFromHere, 0},
+      {kQvshrCallIsWebDeployment, "no answer about the deployment", 1, kQvshrFailFromHere, 0},
+      {kQvshrCallEnumValue, "no properties", 1, kQvshrFailFromHere, 0},
+      {kQvshrCallGetDirectory, "no folder of the service", 1, kQvshrFailFromHere, QV_E_FAIL},
+  };
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     const StartupWorld world;
     const FailCall fault(row.call, row.n, row.mode);
@@ -292,30 +288,20 @@ TEST(HostLibraryFault, GivesItsStatedResult) {
 
 // ---- single operations ----
 
-template <class Operation>
-void SweepOperation(Operation&& operation) {
-  for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
-    bool fired = true;
-    for (uint64_t n = 1; fired && !testing::Test::HasFailure(); ++n) {
-      SCOPED_TRACE(testing::Message() << "allocation " << n << " fails " << NameOf(mode));
-      LedgerCheck ledger;
-      FailAllocation fault(n, mode);
-      operation([&] { return fired = fault.Fired(); });
-    }
-  }
-}
-
 TEST(OperationSweep, LoadingTheService) {
   StartupWorld world;
   world.service.UnloadAndForget();
-  SweepOperation([&](auto fired) {
+  SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
+    const LedgerCheck ledger;
+    const FailAllocation fault(n, mode);
     world.service.Restart();
-    const bool failed = fired();
+    const bool failed = fault.Fired();
     EXPECT_EQ(g_pThreadRegistry == nullptr, failed) << "without the registry there is no service";
     if (failed) {
       EXPECT_EQ(CreateVM().status, QV_E_FAIL);
     }
     world.service.UnloadAndForget();
+    return failed;
   });
 }
 
@@ -323,16 +309,20 @@ TEST(OperationSweep, ThreadsFirstCall) {
   const StartupWorld world;
   world.jvm.Script().existing = 1;
   const Created created = CreateVM();
-  SweepOperation([&](auto fired) {
+  SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
+    const LedgerCheck ledger;
+    bool fired = false;
     OnThread([&] {
+      const FailAllocation fault(n, mode);
       const qv_jnienv env = QV_AcquireThreadEnv(created.vm.get());
-      EXPECT_EQ(env == nullptr, fired());
+      fired = fault.Fired();
+      EXPECT_EQ(env == nullptr, fired);
       EXPECT_EQ(world.jvm.AttachedThreads(), env == nullptr ? 1 : 2) << "attached and registered, or neither";
     });
     EXPECT_EQ(world.jvm.AttachedThreads(), 1);
     // The record of a failure lives until the next thread attaches.
-    QvshrLedgerFailAt(0, kQvshrFailOnce);
     OnThread([&] { EXPECT_NE(QV_AcquireThreadEnv(created.vm.get()), nullptr); });
+    return fired;
   });
 }
 
@@ -358,30 +348,30 @@ TEST(OperationSweep, NamingTheLog) {
 
 TEST(OperationSweep, RegisteringAClassPathAndALibrary) {
   StartupWorld world;
-  SweepOperation([&](auto fired) {
+  SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
+    const LedgerCheck ledger;
+    const FailAllocation fault(n, mode);
     const bool registered = g_pThreadRegistry->RegisterThreadClassPath(GetCurrentThreadId(), L"C:\\a.jar");
-    EXPECT_EQ(!registered, fired());
+    EXPECT_EQ(!registered, fault.Fired());
     EXPECT_EQ(g_pThreadRegistry->FindThreadClassPath(GetCurrentThreadId()) != nullptr, registered);
     g_pThreadRegistry->OnThreadDetach();
+    return !registered;
   });
-  for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
-    bool fired = true;
-    for (uint64_t n = 1; fired; ++n) {
-      SCOPED_TRACE(testing::Message() << "allocation " << n << " fails " << NameOf(mode));
-      world.service.Restart();
-      LedgerCheck ledger;
-      {
-        const FailAllocation fault(n, mode);
-        const HMODULE loaded = g_pThreadRegistry->LoadModuleCached("jvm.dll");
-        fired = fault.Fired();
-        EXPECT_EQ(loaded == nullptr, fired);
-      }
-      if (fired) ledger.Verify();
-      EXPECT_NE(g_pThreadRegistry->LoadModuleCached("jvm.dll"), nullptr) << "lack of memory is not remembered";
-      ledger.ExpectLeft(3, "node, entry and name of the library");
-      if (!fired) ledger.Verify();
+  SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
+    world.service.Restart();
+    LedgerCheck ledger;
+    bool fired = false;
+    {
+      const FailAllocation fault(n, mode);
+      const HMODULE loaded = g_pThreadRegistry->LoadModuleCached("jvm.dll");
+      fired = fault.Fired();
+      EXPECT_EQ(loaded == nullptr, fired);
     }
-  }
+    if (fired) ledger.Verify();
+    EXPECT_NE(g_pThreadRegistry->LoadModuleCached("jvm.dll"), nullptr) << "lack of memory is not remembered";
+    ledger.ExpectLeft(3, "node, entry and name of the library");
+    return fired;
+  });
 }
 
 }  // namespace

@@ -27,12 +27,11 @@ class JoinedWorld : public StartupWorld {
     jvm.Script().existing = 1;
     vm = CreateVM().vm;
   }
-  ~JoinedWorld() { vm.reset(); }
-  JoinedWorld(const JoinedWorld&) = delete;
-  JoinedWorld& operator=(const JoinedWorld&) = delete;
 
   VmOwner vm;
 };
+
+JNIEnv* Environment(int number) { return reinterpret_cast<JNIEnv*>(static_cast<uintptr_t>(number) * 16); }
 
 // An initializer that writes its number down when it is terminated.
 class NumberedInitializer final : public CQV_JNIInitializer {
@@ -41,7 +40,7 @@ class NumberedInitializer final : public CQV_JNIInitializer {
       : m_number(number), m_terminated(terminated) {
     m_dwThreadId = threadId;
   }
-  JNIEnv* GetEnv() noexcept override { return reinterpret_cast<JNIEnv*>(static_cast<uintptr_t>(m_number) * 16); }
+  JNIEnv* GetEnv() noexcept override { return Environment(m_number); }
   // The second time there is nothing left to do.
   void Terminate() noexcept override {
     if (std::exchange(m_alive, false)) m_terminated.push_back(m_number);
@@ -54,6 +53,11 @@ class NumberedInitializer final : public CQV_JNIInitializer {
   std::vector<int>& m_terminated;
 };
 
+void Register(uint32_t threadId, int number, std::vector<int>& terminated) {
+  g_pThreadRegistry->RegisterInitializer(g_pThreadRegistry->ReservePlace(),
+                                         new NumberedInitializer(threadId, number, terminated));
+}
+
 constexpr uint32_t kSomeThread = 0xFFFF0001;  // no thread of the system has it
 constexpr uint32_t kOtherThread = 0xFFFF0005;
 
@@ -61,38 +65,30 @@ constexpr uint32_t kOtherThread = 0xFFFF0005;
 
 TEST(ThreadRegistry, ThreadThatAsksTwiceGetsTheSameEnvironmentAndOneInitializer) {
   const JoinedWorld world;
+  const Created other = CreateVM();
   OnThread([&] {
     const qv_jnienv first = QV_AcquireThreadEnv(world.vm.get());
     EXPECT_NE(first, nullptr);
     EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), first);
+    EXPECT_EQ(QV_AcquireThreadEnv(other.vm.get()), first) << "it is the thread's, not the object's";
     EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(GetCurrentThreadId()), first);
   });
   EXPECT_EQ(world.jvm.Count(kFakeAttach), 2u) << "the main thread's and this one's";
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
 }
 
-TEST(ThreadRegistry, EnvironmentBelongsToTheThreadNotToTheObject) {
-  const JoinedWorld world;
-  const Created other = CreateVM();
-  EXPECT_EQ(QV_AcquireThreadEnv(other.vm.get()), QV_AcquireThreadEnv(world.vm.get()));
-  EXPECT_EQ(world.jvm.Count(kFakeAttach), 1u);
-}
-
 TEST(ThreadRegistry, FirstInitializerOfAThreadIsTheOneThatCounts) {
   const StartupWorld world;
   std::vector<int> terminated;
-  for (const int number : {1, 2, 3}) {
-    const uint32_t threadId = number == 1 ? kOtherThread : GetCurrentThreadId();
-    g_pThreadRegistry->RegisterInitializer(g_pThreadRegistry->ReservePlace(),
-                                           new NumberedInitializer(threadId, number, terminated));
-  }
-  const auto environment = [](int number) { return reinterpret_cast<JNIEnv*>(static_cast<uintptr_t>(number) * 16); };
-  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(GetCurrentThreadId()), environment(2));
-  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(kOtherThread), environment(1));
+  Register(kOtherThread, 1, terminated);
+  Register(GetCurrentThreadId(), 2, terminated);
+  Register(GetCurrentThreadId(), 3, terminated);
+  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(GetCurrentThreadId()), Environment(2));
+  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(kOtherThread), Environment(1));
   EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(kSomeThread), nullptr);
   g_pThreadRegistry->OnThreadDetach();
   EXPECT_EQ(terminated, std::vector<int>{2}) << "the end of a thread takes its first one alone";
-  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(GetCurrentThreadId()), environment(3));
+  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(GetCurrentThreadId()), Environment(3));
 }
 
 // ---- class paths ----
@@ -108,15 +104,11 @@ TEST(ThreadRegistry, SecondClassPathOfAThreadIsKeptButNotFound) {
   EXPECT_STREQ(found, L"C:\\first.jar") << "a copy of its own";
   EXPECT_EQ(g_pThreadRegistry->FindThreadClassPath(threadId), found) << "the stored copy itself";
   EXPECT_EQ(g_pThreadRegistry->FindThreadClassPath(kSomeThread), nullptr);
+  ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(kSomeThread, L""));
+  EXPECT_STREQ(g_pThreadRegistry->FindThreadClassPath(kSomeThread), L"") << "an empty one is one too";
   g_pThreadRegistry->OnThreadDetach();
   EXPECT_STREQ(g_pThreadRegistry->FindThreadClassPath(threadId), L"C:\\second.jar")
       << "the thread's end frees the first; the rest goes with the service, as the world's books show";
-}
-
-TEST(ThreadRegistry, EmptyClassPathIsOneToo) {
-  const StartupWorld world;
-  ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(kSomeThread, L""));
-  EXPECT_STREQ(g_pThreadRegistry->FindThreadClassPath(kSomeThread), L"");
 }
 
 // ---- libraries ----
@@ -144,35 +136,21 @@ class FakeLoader {
 
 HMODULE Handle(uintptr_t number) { return reinterpret_cast<HMODULE>(number); }
 
-TEST(ModuleCache, NameThatFailedIsNeverLoadedAgain) {
-  const StartupWorld world;
-  const FakeLoader loader;
-  EXPECT_EQ(g_pThreadRegistry->LoadModuleCached("missing.dll"), nullptr);
-  EXPECT_EQ(g_pThreadRegistry->LoadModuleCached("missing.dll"), nullptr);
-  EXPECT_EQ(loader.Story(), Strings{"load missing.dll"});
-}
-
-TEST(ModuleCache, NameIsLoadedOnceAndComparedByteByByte) {
+TEST(ModuleCache, NameIsTriedOnceAndComparedByteByByteAndTeardownFreesHeadFirst) {
   StartupWorld world;
   const FakeLoader loader;
   char name[] = "2.dll";
   EXPECT_EQ(g_pThreadRegistry->LoadModuleCached(name), Handle(2));
+  for (int time = 0; time < 2; ++time) EXPECT_EQ(g_pThreadRegistry->LoadModuleCached("missing.dll"), nullptr);
   EXPECT_EQ(g_pThreadRegistry->LoadModuleCached("2.dll"), Handle(2));
   EXPECT_EQ(g_pThreadRegistry->LoadModuleCached("2.DLL"), Handle(2)) << "another name, loaded for itself";
+  EXPECT_EQ(g_pThreadRegistry->LoadModuleCached("1.dll"), Handle(1));
   name[0] = '9';
   EXPECT_EQ(g_pThreadRegistry->FindModule("2.dll"), Handle(2)) << "the name was copied";
-  EXPECT_EQ(g_pThreadRegistry->FindModule("9.dll"), nullptr);
-  EXPECT_EQ(loader.Story(), (Strings{"load 2.dll", "load 2.DLL"})) << "finding loads nothing";
-  world.service.Unload();
-}
-
-TEST(ModuleCache, TeardownFreesHeadFirstWhatWasLoaded) {
-  StartupWorld world;
-  const FakeLoader loader;
-  for (const char* name : {"3.dll", "missing.dll", "1.dll", "2.dll"}) g_pThreadRegistry->LoadModuleCached(name);
+  EXPECT_EQ(g_pThreadRegistry->FindModule("9.dll"), nullptr) << "finding loads nothing";
   world.service.Unload();
   EXPECT_EQ(loader.Story(),
-            (Strings{"load 3.dll", "load missing.dll", "load 1.dll", "load 2.dll", "free 3", "free 1", "free 2"}));
+            (Strings{"load 2.dll", "load missing.dll", "load 2.DLL", "load 1.dll", "free 2", "free 2", "free 1"}));
 }
 
 TEST(ModuleCache, BrokenLibraryStopsNobodyAtADialog) {
@@ -216,8 +194,7 @@ TEST(ThreadEnd, ThreadThatNeverJoinedLeavesTheRegistryUnchanged) {
 TEST(ThreadEnd, ClassPathOfAFailedStartGoesWithItsThread) {
   const StartupWorld world;
   world.jvm.Script().createResult = -1;
-  DWORD threadId = 0;
-  threadId = OnThread([&] {
+  const DWORD threadId = OnThread([&] {
     EXPECT_EQ(CreateVM(L"C:\\thread.jar").status, QV_E_FAIL);
     EXPECT_STREQ(g_pThreadRegistry->FindThreadClassPath(GetCurrentThreadId()), L"C:\\thread.jar");
   });
@@ -283,8 +260,8 @@ struct LeavingThread {
   IQV_JavaVM* vm;
   qv_jnienv env = nullptr;
   int handled = 0;
-  HANDLE ask = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  HANDLE answered = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  Event ask{};
+  Event answered{};
   bool othersGoOn = false;
 
   static void Handle(void* context) {
@@ -292,8 +269,8 @@ struct LeavingThread {
     ++self.handled;
     EXPECT_EQ(QV_AcquireThreadEnv(self.vm), self.env);
     EXPECT_EQ(QV_AcquireThreadEnv(self.vm), self.env) << "from here on it is remembered";
-    SetEvent(self.ask);
-    self.othersGoOn = WaitForSingleObject(self.answered, 5000) == WAIT_OBJECT_0;
+    self.ask.Set();
+    self.othersGoOn = self.answered.Wait(5000);
   }
 };
 
@@ -303,15 +280,13 @@ TEST(ThreadEnd, ServiceCallsOfAThreadThatLeavesTheJvmLeaveNothingBehind) {
   world.jvm.Script().duringDetachContext = &leaving;
   world.jvm.Script().duringDetach = &LeavingThread::Handle;
   // Runs already when the first one ends: under Wine no thread can begin or end while such a callback waits.
-  WaitingThread other([] {},
-                      [&] {
-                        WaitForSingleObject(leaving.ask, INFINITE);
-                        g_pThreadRegistry->FindThreadEnv(kSomeThread);
-                        SetEvent(leaving.answered);
-                      });
-  other.Go();
+  const HostThread other([&] {
+    leaving.ask.Wait();
+    g_pThreadRegistry->FindThreadEnv(kSomeThread);
+    leaving.answered.Set();
+  });
   const DWORD threadId = OnThread([&] { leaving.env = QV_AcquireThreadEnv(world.vm.get()); });
-  other.LetGo();
+  other.Join();
   world.jvm.Script().duringDetach = nullptr;
   EXPECT_EQ(leaving.handled, 1);
   EXPECT_TRUE(leaving.othersGoOn) << "the handler may wait for a thread that asks for its environment";
@@ -324,19 +299,8 @@ TEST(ThreadEnd, ServiceCallsOfAThreadThatLeavesTheJvmLeaveNothingBehind) {
 decltype(&FlsSetValue) g_setValue = nullptr;
 bool g_registryIsFree = false;
 BOOL WINAPI SetValueWhileAnotherThreadAsks(DWORD slot, void* value) {
-  bool answered = false;
-  {
-    HANDLE const asking = CreateThread(
-        nullptr, 0,
-        [](void* done) -> DWORD {
-          *static_cast<bool*>(done) = g_pThreadRegistry->FindThreadEnv(0) == nullptr;
-          return 0;
-        },
-        &answered, 0, nullptr);
-    g_registryIsFree = WaitForSingleObject(asking, 5000) == WAIT_OBJECT_0 && answered;
-    if (!g_registryIsFree) std::_Exit(1);  // it would write into a stack that is gone
-    CloseHandle(asking);
-  }
+  const HostThread asking([] { g_registryIsFree = g_pThreadRegistry->FindThreadEnv(0) == nullptr; });
+  if (!asking.Join(5000)) std::_Exit(1);  // its end would be waited for without one
   return g_setValue(slot, value);
 }
 
@@ -438,78 +402,66 @@ TEST(ThreadEnd, FiberOfAnotherThreadThatIsDeletedDetachesNobody) {
 TEST(ThreadEnd, ThreadsThatComeAndGoLeaveNothing) {
   const JoinedWorld world;
   LedgerCheck ledger;
-  HANDLE threads[8];
-  for (HANDLE& thread : threads) {
-    thread = CreateThread(
-        nullptr, 0,
-        [](void* context) -> DWORD {
-          auto* const vm = static_cast<IQV_JavaVM*>(context);
-          for (int round = 0; round < 8; ++round) {
-            OnThread([&] {
-              const qv_jnienv env = QV_AcquireThreadEnv(vm);
-              EXPECT_NE(env, nullptr);
-              EXPECT_EQ(QV_AcquireThreadEnv(vm), env);
-            });
-          }
-          return 0;
-        },
-        world.vm.get(), 0, nullptr);
-  }
-  WaitForMultipleObjects(8, threads, TRUE, INFINITE);
-  for (HANDLE thread : threads) CloseHandle(thread);
+  OnThreads(8, [&](int) {
+    for (int round = 0; round < 8; ++round) {
+      OnThread([&] {
+        const qv_jnienv env = QV_AcquireThreadEnv(world.vm.get());
+        EXPECT_NE(env, nullptr);
+        EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), env);
+      });
+    }
+  });
   EXPECT_EQ(world.jvm.Count(kFakeAttach), 1u + 64);
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 64u);
   EXPECT_EQ(world.jvm.AttachedThreads(), 1);
 }
 
-// The hook runs while the registry's lock is held.
-HANDLE g_insideLoad = nullptr;
-HANDLE g_leaveLoad = nullptr;
-bool g_loaderLockTaken = false;
-HMODULE WINAPI LoadAndWait(const char*) {
-  SetEvent(g_insideLoad);
-  WaitForSingleObject(g_leaveLoad, INFINITE);
-  // The loader's own lock, which no ending thread may hold while it waits for the registry's.
-  HMODULE const ntdll = GetModuleHandleW(L"ntdll.dll");
-  using Lock = LONG(NTAPI*)(ULONG flags, ULONG * state, ULONG_PTR * cookie);
-  using Unlock = LONG(NTAPI*)(ULONG flags, ULONG_PTR cookie);
-  ULONG_PTR cookie = 0;
-  const auto lock = qv::FindProcedure<Lock>(ntdll, "LdrLockLoaderLock");
-  g_loaderLockTaken = lock != nullptr && lock(0, nullptr, &cookie) == 0;
-  if (g_loaderLockTaken) qv::FindProcedure<Unlock>(ntdll, "LdrUnlockLoaderLock")(0, cookie);
-  return nullptr;
-}
+// Loads of libraries that last until they are let go, with the registry's lock held.
+class SlowLoad {
+ public:
+  SlowLoad() : m_hook(nullptr, "LoadLibraryA", &Load) { s_load = this; }
+
+  Event inside;
+  Event leave;
+  bool loaderLockTaken = false;
+
+ private:
+  static HMODULE WINAPI Load(const char*) {
+    s_load->inside.Set();
+    s_load->leave.Wait();
+    // The loader's own lock, which no ending thread may hold while it waits for the registry's.
+    HMODULE const ntdll = GetModuleHandleW(L"ntdll.dll");
+    using Lock = LONG(NTAPI*)(ULONG flags, ULONG * state, ULONG_PTR * cookie);
+    using Unlock = LONG(NTAPI*)(ULONG flags, ULONG_PTR cookie);
+    ULONG_PTR cookie = 0;
+    const auto lock = qv::FindProcedure<Lock>(ntdll, "LdrLockLoaderLock");
+    s_load->loaderLockTaken = lock != nullptr && lock(0, nullptr, &cookie) == 0;
+    if (s_load->loaderLockTaken) qv::FindProcedure<Unlock>(ntdll, "LdrUnlockLoaderLock")(0, cookie);
+    return nullptr;
+  }
+
+  static inline SlowLoad* s_load = nullptr;
+  ImportHook m_hook;
+};
+
+void LoadSlowly() { g_pThreadRegistry->LoadModuleCached("slow.dll"); }
 
 TEST(ThreadEnd, ThreadThatEndsDuringALibraryLoadWaitsWithoutTheLoadersLock) {
   const JoinedWorld world;
-  g_insideLoad = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  g_leaveLoad = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  const ImportHook hook(nullptr, "LoadLibraryA", &LoadAndWait);
+  const SlowLoad load;
   {
-    WaitingThread ending([&] { QV_AcquireThreadEnv(world.vm.get()); });
-    HANDLE const loading = CreateThread(
-        nullptr, 0,
-        [](void*) -> DWORD {
-          g_pThreadRegistry->LoadModuleCached("slow.dll");
-          return 0;
-        },
-        nullptr, 0, nullptr);
+    const WaitingThread ending([&] { QV_AcquireThreadEnv(world.vm.get()); });
+    const HostThread loading(&LoadSlowly);
     // Runs already when the other thread ends: under Wine no thread can begin while such a callback waits.
-    WaitingThread release([] { WaitForSingleObject(g_insideLoad, INFINITE); },
-                          [] {
-                            Sleep(100);  // time for the other one to reach its end; too little would only prove less
-                            SetEvent(g_leaveLoad);
-                          });
+    const WaitingThread release([&] { load.inside.Wait(); },
+                                [&] {
+                                  Sleep(100);  // for the other one to reach its end; too little would prove less
+                                  load.leave.Set();
+                                });
     ending.Go();
-    release.LetGo();
-    ending.LetGo();
-    WaitForSingleObject(loading, INFINITE);
-    CloseHandle(loading);
   }
-  EXPECT_TRUE(g_loaderLockTaken);
+  EXPECT_TRUE(load.loaderLockTaken);
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
-  CloseHandle(g_insideLoad);
-  CloseHandle(g_leaveLoad);
 }
 
 // ---- the end of the service ----
@@ -517,11 +469,7 @@ TEST(ThreadEnd, ThreadThatEndsDuringALibraryLoadWaitsWithoutTheLoadersLock) {
 TEST(Teardown, DestroysInitializersHeadFirstThenFreesTheLibrary) {
   StartupWorld world;
   std::vector<int> terminated;
-  for (const int number : {3, 1, 2}) {
-    const uint32_t threadId = 0xFFFF0100 + static_cast<uint32_t>(number);
-    g_pThreadRegistry->RegisterInitializer(g_pThreadRegistry->ReservePlace(),
-                                           new NumberedInitializer(threadId, number, terminated));
-  }
+  for (const int number : {3, 1, 2}) Register(0xFFFF0100 + static_cast<uint32_t>(number), number, terminated);
   ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(kSomeThread, L"a"));
   ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(kSomeThread, L"b"));
   world.service.Unload();
@@ -543,33 +491,16 @@ TEST(Teardown, DetachesOnTheThreadThatUnloadsAndOnlyOnce) {
 
 TEST(Teardown, NeedsNoLockThatADeadThreadHeld) {
   JoinedWorld world;
-  g_insideLoad = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  g_leaveLoad = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  const ImportHook hook(nullptr, "LoadLibraryA", &LoadAndWait);
-  HANDLE const loading = CreateThread(
-      nullptr, 0,
-      [](void*) -> DWORD {
-        g_pThreadRegistry->LoadModuleCached("slow.dll");
-        return 0;
-      },
-      nullptr, 0, nullptr);
-  WaitForSingleObject(g_insideLoad, INFINITE);
-  TerminateThread(loading, 0);  // as the end of a process does it
-  WaitForSingleObject(loading, INFINITE);
-  CloseHandle(loading);
+  const SlowLoad load;
+  const HostThread loading(&LoadSlowly);
+  load.inside.Wait();
+  TerminateThread(loading.Handle(), 0);  // as the end of a process does it
+  loading.Join();
   world.service.Unload();
   EXPECT_EQ(g_pThreadRegistry, nullptr);
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
   world.ledger.ExpectLeft(2, "entry and name that the dead thread had in hand");
-  CloseHandle(g_insideLoad);
-  CloseHandle(g_leaveLoad);
 }
-
-DWORD WINAPI NoFlsSlot(PFLS_CALLBACK_FUNCTION) { return FLS_OUT_OF_INDEXES; }
-DWORD WINAPI NoTlsSlot() { return TLS_OUT_OF_INDEXES; }
-
-std::wstring g_line;
-void WINAPI NoteLine(const wchar_t* line) { g_line = line; }
 
 TEST(Loading, WithoutASlotForThreadEndsTheEntryRoutineDetaches) {
   StartupWorld world;
@@ -577,10 +508,13 @@ TEST(Loading, WithoutASlotForThreadEndsTheEntryRoutineDetaches) {
   {
     const qv::Handle listener(
         CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, L"DBWIN_BUFFER"));
-    const ImportHook noSlot(nullptr, "FlsAlloc", &NoFlsSlot);
-    const ImportHook output(nullptr, "OutputDebugStringW", &NoteLine);
+    static std::wstring line;
+    const ImportHook noSlot(
+        nullptr, "FlsAlloc", +[](PFLS_CALLBACK_FUNCTION) WINAPI { return FLS_OUT_OF_INDEXES; });
+    const ImportHook output(
+        nullptr, "OutputDebugStringW", +[](const wchar_t* text) WINAPI { line = text; });
     world.service.Restart();
-    EXPECT_EQ(g_line,
+    EXPECT_EQ(line,
               L"qvjvm: no slot of fibre-local storage is left; threads are detached under the loader lock when "
               L"they end\n");
   }
@@ -597,7 +531,8 @@ TEST(Loading, WithoutSlotsForTheThreadsNoStartButNoCrashEither) {
   StartupWorld world;
   world.service.UnloadAndForget();
   {
-    const ImportHook hook(nullptr, "TlsAlloc", &NoTlsSlot);
+    const ImportHook hook(
+        nullptr, "TlsAlloc", +[]() WINAPI { return TLS_OUT_OF_INDEXES; });
     world.service.Restart();
   }
   EXPECT_EQ(g_pThreadRegistry, nullptr);
