@@ -89,12 +89,6 @@ class Installation {
   RegistrySandbox m_registry{RegistrySandbox::Override::Nothing};
 };
 
-struct HostName {
-  const wchar_t* name;
-  const wchar_t* kind;  // "known" or "unknown"
-  const wchar_t* root;
-};
-
 std::string SearchPath(bool javaHost, bool known) {
   const std::string own = ToUtf8(FakeJvm::Home()) + "\\bin\\server;C:\\windows\\system32";
   if (javaHost) return own;
@@ -103,24 +97,19 @@ std::string SearchPath(bool javaHost, bool known) {
 
 TEST(HostProgram, IsRecognisedByTheNameOfItsFile) {
   Installation installation;
-  for (const HostName& row : {
-           HostName{L"qv190.exe", L"known", kQuovantRoot},
-           HostName{L"QW190.exe", L"known", kQuovantRoot},
-           HostName{L"qk190.EXE", L"known", kQuovantRoot},
-           HostName{L"qr190.exe", L"known", kQuovantRoot},
-           HostName{L"tk190.exe", L"known", kTableroRoot},
-           HostName{L"tn190.exe", L"known", kTableroRoot},
-           HostName{L"javaw.exe", L"known", kLoomhallRoot},
-           HostName{L"JAVAW.exe", L"known", kLoomhallRoot},
-           HostName{L"eclipse.exe", L"known", kLoomhallRoot},
-           HostName{L"java.exe", L"unknown", kQuovantRoot},
-           HostName{L"qv195.exe", L"unknown", kQuovantRoot},
-           HostName{L"qv190w.exe", L"unknown", kQuovantRoot},
-           HostName{L"tk19.exe", L"unknown", kQuovantRoot},
-           HostName{L"javaw", L"unknown", kQuovantRoot},
-           HostName{L"qv190", L"unknown", kQuovantRoot},
-           HostName{L"probe_host.exe", L"unknown", kQuovantRoot},
-       }) {
+  const struct {
+    const wchar_t* name;
+    const wchar_t* kind;  // "known" or "unknown"
+    const wchar_t* root;
+  } rows[] = {{L"qv190.exe", L"known", kQuovantRoot},    {L"QW190.exe", L"known", kQuovantRoot},
+              {L"qk190.EXE", L"known", kQuovantRoot},    {L"qr190.exe", L"known", kQuovantRoot},
+              {L"tk190.exe", L"known", kTableroRoot},    {L"tn190.exe", L"known", kTableroRoot},
+              {L"javaw.exe", L"known", kLoomhallRoot},   {L"JAVAW.exe", L"known", kLoomhallRoot},
+              {L"eclipse.exe", L"known", kLoomhallRoot}, {L"java.exe", L"unknown", kQuovantRoot},
+              {L"qv195.exe", L"unknown", kQuovantRoot},  {L"qv190w.exe", L"unknown", kQuovantRoot},
+              {L"tk19.exe", L"unknown", kQuovantRoot},   {L"javaw", L"unknown", kQuovantRoot},
+              {L"qv190", L"unknown", kQuovantRoot},      {L"probe_host.exe", L"unknown", kQuovantRoot}};
+  for (const auto& row : rows) {
     SCOPED_TRACE(ToUtf8(row.name));
     // Names that differ in case alone are one file.
     DeleteFileW(installation.Path(row.name).c_str());
@@ -167,21 +156,18 @@ TEST(HostProgram, WithoutAnyRegistryGetsTheBuiltInConfigurationFromBesideTheServ
   installation.WriteFile(L"fop-0.20.5\\build\\fop.jar", "");
   const json report = installation.RunHost(L"any.exe", {L"classpath", L"C:\\mine.jar"}).report;
   EXPECT_EQ(report.value("status", -1), 0);
-  const std::string here = ToUtf8(installation.Path(L""));
-  const std::string ide = here + "IDE\\";
-  const std::string lib = ToUtf8(FakeJvm::Home()) + "\\bin\\server\\LIB\\";
-  std::wstring upper = ToWide(lib);
-  CharUpperW(upper.data());
-  const std::string archives = ToUtf8(upper);
-  EXPECT_EQ(
-      report.value("options", Strings()),
-      (Strings{"-Djava.class.path=C:\\mine.jar;" + here + "fop-0.20.5\\build\\fop.jar;" + ide +
-                   "fop-0.20.5\\lib\\batik.jar;" + ide + "fop-0.20.5\\lib\\xalan-2.4.1.jar;" + ide +
-                   "fop-0.20.5\\lib\\xercesImpl-2.2.1.jar;" + ide + "fop-0.20.5\\lib\\xml-apis.jar;" + ide +
-                   "fop-0.20.5\\lib\\avalon-framework-cvs-20020806.jar;" + ide + "fop-0.20.5\\lib\\logkit-1.0.jar;" +
-                   ide + "fop-0.20.5\\lib\\jimi-1.0.jar;" + here + "qvejbclient.jar;" + ide + "qvjdbc12.jar;.",
-               "-Xbootclasspath/a:" + archives + "deploy.jar;" + archives + "javaws.jar;" + archives + "plugin.jar",
-               "vfprintf", "exit", "-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}));
+  std::wstring archives = BuiltInClassPath(installation.Path(L"IDE"));
+  for (const wchar_t* present : {L"\\qvejbclient.jar", L"\\fop-0.20.5\\build\\fop.jar"}) {
+    const size_t at = archives.find(L"\\IDE" + std::wstring(present));
+    ASSERT_NE(at, std::wstring::npos);
+    archives.erase(at, 4);
+  }
+  std::wstring lib = FakeJvm::Home() + L"\\bin\\server\\LIB\\";
+  CharUpperW(lib.data());
+  EXPECT_EQ(report.value("options", Strings()),
+            (Strings{"-Djava.class.path=C:\\mine.jar;" + ToUtf8(archives) + ";.",
+                     "-Xbootclasspath/a:" + ToUtf8(lib + L"deploy.jar;" + lib + L"javaws.jar;" + lib + L"plugin.jar"),
+                     "vfprintf", "exit", "-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}));
 }
 
 TEST(HostProgram, LogLiesBelowTheUsersLocalApplicationData) {
@@ -216,14 +202,6 @@ TEST(HostProgram, WhosePathHas259CharactersIsStillRecognised) {
 
 // ---- how the process ends ----
 
-struct ProcessEnd {
-  const char* name;
-  const wchar_t* end;
-  DWORD exitCode;
-  const wchar_t* noDetach;  // null: the host library's own answer
-  size_t detached;
-};
-
 size_t CountLines(const std::string& log, const std::string& start) {
   size_t count = 0;
   for (size_t at = 0; at < log.size(); at = log.find('\n', at) + 1) {
@@ -236,14 +214,19 @@ TEST(ProcessEnd, DetachesNobodyUnlessTheHostLibraryAllowsIt) {
   Installation installation;
   const std::wstring jvmLog = installation.Path(L"jvm.log");
   const std::wstring ledgerLog = installation.Path(L"ledger.json");
-  for (const ProcessEnd& row : {
-           ProcessEnd{"returning from main", L"return", 5, nullptr, 0},
-           ProcessEnd{"ExitProcess", L"exitprocess", 7, nullptr, 0},
-           ProcessEnd{"returning, detaching allowed", L"return", 5, L"0", 4},
-           ProcessEnd{"ExitProcess, detaching allowed", L"exitprocess", 7, L"0", 4},
-           ProcessEnd{"ExitProcess, forbidden for good", L"exitprocess", 7, L"1", 0},
-           ProcessEnd{"FreeLibrary after the start", L"freelibrary", 10, nullptr, 0},
-       }) {
+  const struct {
+    const char* name;
+    const wchar_t* end;
+    DWORD exitCode;
+    const wchar_t* noDetach;  // null: the host library's own answer
+    size_t detached;
+  } rows[] = {{"returning from main", L"return", 5, nullptr, 0},
+              {"ExitProcess", L"exitprocess", 7, nullptr, 0},
+              {"returning, detaching allowed", L"return", 5, L"0", 4},
+              {"ExitProcess, detaching allowed", L"exitprocess", 7, L"0", 4},
+              {"ExitProcess, forbidden for good", L"exitprocess", 7, L"1", 0},
+              {"FreeLibrary after the start", L"freelibrary", 10, nullptr, 0}};
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     DeleteFileW(jvmLog.c_str());
     std::vector<std::wstring> arguments = {L"end", row.end, L"threads", L"3"};

@@ -2,7 +2,6 @@
 // is detached.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 
 #include "base/procedure.h"
@@ -28,6 +27,15 @@ class LoadedWorld : public StartupWorld {
     g_pfnGetCreatedJavaVMs = qv::FindProcedure<GetCreatedJavaVMsFn>(jvm.Module(), "JNI_GetCreatedJavaVMs");
     g_pfnCreateJavaVM = qv::FindProcedure<CreateJavaVMFn>(jvm.Module(), "JNI_CreateJavaVM");
   }
+};
+
+// An initializer and what its Initialize gave.
+struct Joining {
+  explicit Joining(uint32_t threadId = 1) : status(initializer->Initialize(threadId, &record)) {}
+
+  const InitializerOwner initializer{new CQV_JNIInitializer()};
+  ErrorRecord* record = reinterpret_cast<ErrorRecord*>(uintptr_t{0x3333});
+  const int32_t status;
 };
 
 struct Outcome {
@@ -58,13 +66,12 @@ TEST(Initializer, FailureLeavesNoEnvironmentAndItsTextInANewRecord) {
     SCOPED_TRACE(row.name);
     LoadedWorld world;
     world.jvm.Script() = row.script;
-    const InitializerOwner initializer(new CQV_JNIInitializer());
-    ErrorRecord* record = nullptr;
-    EXPECT_EQ(static_cast<uint32_t>(initializer->Initialize(1234, &record)), 0x80004005u);
-    EXPECT_EQ(TakeRecord(record), row.text);
-    EXPECT_EQ(initializer->GetEnv(), nullptr) << "whatever the JVM left in its out-values";
-    EXPECT_EQ(initializer->ThreadId(), 1234u);
-    initializer->Terminate();
+    const Joining joining(1234);
+    EXPECT_EQ(static_cast<uint32_t>(joining.status), 0x80004005u);
+    EXPECT_EQ(TakeRecord(joining.record), row.text);
+    EXPECT_EQ(joining.initializer->GetEnv(), nullptr) << "whatever the JVM left in its out-values";
+    EXPECT_EQ(joining.initializer->ThreadId(), 1234u);
+    joining.initializer->Terminate();
     EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u) << "nothing to detach";
     EXPECT_EQ(g_bJvmCreated, 0);
     if (row.script.createRaises != 0) world.ledger.ExpectLeft(8, "the options of a creation that raised");
@@ -73,22 +80,20 @@ TEST(Initializer, FailureLeavesNoEnvironmentAndItsTextInANewRecord) {
 
 TEST(Initializer, OptionsThatCannotBeBuiltAreAConfigurationError) {
   const LoadedWorld world(L"C:\\hosts\\qv190.exe");  // a known host without its settings
-  const InitializerOwner initializer(new CQV_JNIInitializer());
-  ErrorRecord* record = nullptr;
-  EXPECT_EQ(initializer->Initialize(1, &record), QV_E_FAIL);
-  EXPECT_EQ(TakeRecord(record), kConfigurationError);
-  EXPECT_EQ(initializer->GetEnv(), nullptr);
+  const Joining joining;
+  EXPECT_EQ(joining.status, QV_E_FAIL);
+  EXPECT_EQ(TakeRecord(joining.record), kConfigurationError);
+  EXPECT_EQ(joining.initializer->GetEnv(), nullptr);
   EXPECT_EQ(world.jvm.Count(kFakeCreateVM), 0u);
 }
 
 TEST(Initializer, NullEntryPointsAreAFailedQueryAndANegativeResult) {
-  LoadedWorld world;
+  const LoadedWorld world;
   g_pfnGetCreatedJavaVMs = nullptr;
   g_pfnCreateJavaVM = nullptr;
-  const InitializerOwner initializer(new CQV_JNIInitializer());
-  ErrorRecord* record = nullptr;
-  EXPECT_EQ(initializer->Initialize(1, &record), QV_E_FAIL);
-  EXPECT_EQ(TakeRecord(record), kNotInitialized);
+  const Joining joining;
+  EXPECT_EQ(joining.status, QV_E_FAIL);
+  EXPECT_EQ(TakeRecord(joining.record), kNotInitialized);
 }
 
 TEST(Initializer, NullRecordPointerIsRefusedBeforeAnythingElse) {
@@ -101,11 +106,10 @@ TEST(Initializer, NullRecordPointerIsRefusedBeforeAnythingElse) {
 
 TEST(Initializer, RecordPointerIsClearedFirst) {
   const LoadedWorld world;
-  const InitializerOwner initializer(new CQV_JNIInitializer());
-  auto* record = reinterpret_cast<ErrorRecord*>(uintptr_t{0x3333});
-  EXPECT_EQ(initializer->Initialize(GetCurrentThreadId(), &record), 0);
-  EXPECT_EQ(record, nullptr);
-  EXPECT_EQ(initializer->GetEnv(), world.jvm.Calls(kFakeCreateVM).at(0).env);
+  const Joining joining(GetCurrentThreadId());
+  EXPECT_EQ(joining.status, 0);
+  EXPECT_EQ(joining.record, nullptr);
+  EXPECT_EQ(joining.initializer->GetEnv(), world.jvm.Calls(kFakeCreateVM).at(0).env);
   EXPECT_EQ(g_bJvmCreated, 1);
 }
 
@@ -125,23 +129,24 @@ TEST(Initializer, JoiningDoesNotTouchTheFlagOfCreation) {
   world.jvm.Script().existing = 1;
   for (const int32_t before : {0, 1}) {
     g_bJvmCreated = before;
-    const InitializerOwner initializer(new CQV_JNIInitializer());
-    ErrorRecord* record = nullptr;
-    EXPECT_EQ(initializer->Initialize(1, &record), 0);
+    EXPECT_EQ(Joining().status, 0);
     EXPECT_EQ(g_bJvmCreated, before);
   }
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 2u) << "the end of each detached its thread";
 }
 
 TEST(Initializer, TerminateDetachesOnceUnlessTheHostForbidsIt) {
-  struct Row {
+  const struct {
     const char* name;
     int32_t noDetach;
     bool javaHost;
     size_t detached;
-  };
-  for (const Row& row : {Row{"allowed", 0, false, 1}, Row{"the host library forbids it", 1, false, 0},
-                         Row{"any other number forbids it too", -5, false, 0}, Row{"a Java host", 0, true, 0},
-                         Row{"both", 1, true, 0}}) {
+  } rows[] = {{"allowed", 0, false, 1},
+              {"the host library forbids it", 1, false, 0},
+              {"any other number forbids it too", -5, false, 0},
+              {"a Java host", 0, true, 0},
+              {"both", 1, true, 0}};
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     const LoadedWorld world;
     world.jvm.Script().existing = 1;
@@ -160,29 +165,6 @@ TEST(Initializer, TerminateDetachesOnceUnlessTheHostForbidsIt) {
     }
     EXPECT_EQ(world.jvm.Count(kFakeDetach), row.detached) << "its end finds nothing left to do";
     QvshrLedgerClearInt(kQvshrCallNoDetachQuery);
-  }
-}
-
-TEST(Initializer, ItsEndDetachesTheThread) {
-  const LoadedWorld world;
-  world.jvm.Script().existing = 1;
-  {
-    const InitializerOwner initializer(new CQV_JNIInitializer());
-    ErrorRecord* record = nullptr;
-    EXPECT_EQ(initializer->Initialize(1, &record), 0);
-  }
-  EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
-}
-
-TEST(Record, UnitsBehindItsTextAreZero) {
-  for (const size_t length : {size_t{0}, size_t{1}, size_t{510}, size_t{511}, size_t{512}, size_t{600}}) {
-    SCOPED_TRACE(length);
-    const std::wstring text(length, L'x');
-    const qv::HostPtr<ErrorRecord> record(qv::NewErrorRecord(text, -7));
-    std::wstring whole(512, L'\0');
-    std::fill_n(whole.begin(), std::min(length, size_t{511}), L'x');
-    EXPECT_EQ(std::wstring(record->text, 512), whole);
-    EXPECT_EQ(record->code, -7);
   }
 }
 

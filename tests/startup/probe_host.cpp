@@ -25,6 +25,7 @@
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
+#include "tests/support/threads.h"
 
 namespace {
 
@@ -60,30 +61,6 @@ json CreationOptions() {
     return options;
   }
   return nullptr;
-}
-
-std::string TakeUtf8(IQvString* string) { return ToUtf8(TakeText(string)); }
-
-struct AttachedThread {
-  IQV_JavaVM* vm;
-  HANDLE ready;
-};
-
-DWORD WINAPI AttachAndIdle(void* context) {
-  const auto& self = *static_cast<AttachedThread*>(context);
-  QV_AcquireThreadEnv(self.vm);
-  SetEvent(self.ready);
-  Sleep(INFINITE);
-  return 0;
-}
-
-void AttachThreads(IQV_JavaVM* vm, int count) {
-  for (int i = 0; i < count; ++i) {
-    AttachedThread thread{vm, CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-    CloseHandle(CreateThread(nullptr, 0, AttachAndIdle, &thread, 0, nullptr));
-    WaitForSingleObject(thread.ready, INFINITE);
-    CloseHandle(thread.ready);
-  }
 }
 
 void OverrideNoDetach(const std::wstring& value) {
@@ -122,9 +99,10 @@ int wmain(int argc, wchar_t** argv) {
     int32_t created = -1;
     vm->GetLogFileName(&text);
     vm->IsJVMCreated(&created);
-    report["log"] = TakeUtf8(text);
+    report["log"] = ToUtf8(TakeText(text));
     report["created"] = created;
-    if (has(L"threads")) AttachThreads(vm, std::stoi(arguments[L"threads"]));
+    const int threads = has(L"threads") ? std::stoi(arguments[L"threads"]) : 0;
+    for (int i = 0; i < threads; ++i) new WaitingThread([vm] { QV_AcquireThreadEnv(vm); });  // nobody lets it go
     vm->Release();
   }
   std::puts(report.dump(-1, ' ', false, json::error_handler_t::replace).c_str());

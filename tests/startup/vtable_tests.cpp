@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
+#include <vector>
 
 #include "config/jvm_config_info.h"
 #include "service/java_vm_manager.h"
@@ -47,74 +48,35 @@ size_t SlotOf(Result (Object::*operation)(Arguments..., ...) noexcept) {
   return SlotCalled<Object>(operation, Arguments{}...);
 }
 
-#define QV_SLOT(name) std::pair(std::string(#name), SlotOf(&CQV_JNIVMManager::name))
+// The operations as they are written, and the entry of each.
+template <class... Operations>
+std::pair<std::string, std::vector<size_t>> SlotsOf(const char* written, Operations... operations) {
+  return {written, {SlotOf(operations)...}};
+}
+#define QV_SLOTS_OF(...) SlotsOf(#__VA_ARGS__, __VA_ARGS__)
+
+using Vm = CQV_JNIVMManager;
 
 TEST(Tables, ServiceObjectHasEachOfIts61OperationsUnderItsNumber) {
-  const std::pair<std::string, size_t> operations[] = {QV_SLOT(QueryInterface),
-                                                       QV_SLOT(AddRef),
-                                                       QV_SLOT(Release),
-                                                       QV_SLOT(AcquireService),
-                                                       QV_SLOT(ReleaseService),
-                                                       QV_SLOT(GetErrorText),
-                                                       QV_SLOT(GetErrorCode),
-                                                       QV_SLOT(CastReference),
-                                                       QV_SLOT(DeleteLocalRef),
-                                                       QV_SLOT(DeleteLocalRef2),
-                                                       QV_SLOT(DeleteLocalRef3),
-                                                       QV_SLOT(DeleteGlobalRef),
-                                                       QV_SLOT(FindClass),
-                                                       QV_SLOT(NewGlobalRef),
-                                                       QV_SLOT(NewString),
-                                                       QV_SLOT(GetStringLength),
-                                                       QV_SLOT(GetStringChars),
-                                                       QV_SLOT(GetStringValue),
-                                                       QV_SLOT(NewObject),
-                                                       QV_SLOT(NewDefaultObject),
-                                                       QV_SLOT(CallIntMethod),
-                                                       QV_SLOT(CallIntMethod2),
-                                                       QV_SLOT(CallShortMethod),
-                                                       QV_SLOT(CallShortMethod2),
-                                                       QV_SLOT(CallFloatMethod),
-                                                       QV_SLOT(CallFloatMethod2),
-                                                       QV_SLOT(CallDoubleMethod),
-                                                       QV_SLOT(CallDoubleMethod2),
-                                                       QV_SLOT(CallByteMethod),
-                                                       QV_SLOT(CallByteMethod2),
-                                                       QV_SLOT(CallVoidMethod),
-                                                       QV_SLOT(CallVoidMethod2),
-                                                       QV_SLOT(CallObjectMethod),
-                                                       QV_SLOT(CallObjectMethod2),
-                                                       QV_SLOT(CallBooleanMethod),
-                                                       QV_SLOT(CallBooleanMethod2),
-                                                       QV_SLOT(CallLongMethod),
-                                                       QV_SLOT(CallLongMethod2),
-                                                       QV_SLOT(CallStaticBooleanMethod),
-                                                       QV_SLOT(CallStaticObjectMethod),
-                                                       QV_SLOT(CallStaticVoidMethod),
-                                                       QV_SLOT(GetStaticIntField),
-                                                       QV_SLOT(GetStaticShortField),
-                                                       QV_SLOT(NewStringArray),
-                                                       QV_SLOT(SetObjectArrayElement),
-                                                       QV_SLOT(NewByteArray),
-                                                       QV_SLOT(GetByteArrayData),
-                                                       QV_SLOT(SetByteArrayData),
-                                                       QV_SLOT(GetJNIEnv),
-                                                       QV_SLOT(GetJDKLocation),
-                                                       QV_SLOT(GetJREBinLocation),
-                                                       QV_SLOT(GetLogFileName),
-                                                       QV_SLOT(SetLogFileName),
-                                                       QV_SLOT(SetJvmLogEnabled),
-                                                       QV_SLOT(IsJVMCreated),
-                                                       QV_SLOT(GetClassPath),
-                                                       QV_SLOT(GetJavaVersion),
-                                                       QV_SLOT(Destroy),
-                                                       QV_SLOT(ExceptionClear),
-                                                       QV_SLOT(CaptureException),
-                                                       QV_SLOT(AcquireThreadEnv)};
-  ASSERT_EQ(std::size(operations), 61u);
-  for (size_t slot = 0; slot < 61; ++slot) {
-    EXPECT_EQ(operations[slot], std::pair(std::string(kSlotNames[slot]), slot));
-  }
+  const auto [written, slots] = QV_SLOTS_OF(
+      &Vm::QueryInterface, &Vm::AddRef, &Vm::Release, &Vm::AcquireService, &Vm::ReleaseService, &Vm::GetErrorText,
+      &Vm::GetErrorCode, &Vm::CastReference, &Vm::DeleteLocalRef, &Vm::DeleteLocalRef2, &Vm::DeleteLocalRef3,
+      &Vm::DeleteGlobalRef, &Vm::FindClass, &Vm::NewGlobalRef, &Vm::NewString, &Vm::GetStringLength,
+      &Vm::GetStringChars, &Vm::GetStringValue, &Vm::NewObject, &Vm::NewDefaultObject, &Vm::CallIntMethod,
+      &Vm::CallIntMethod2, &Vm::CallShortMethod, &Vm::CallShortMethod2, &Vm::CallFloatMethod, &Vm::CallFloatMethod2,
+      &Vm::CallDoubleMethod, &Vm::CallDoubleMethod2, &Vm::CallByteMethod, &Vm::CallByteMethod2, &Vm::CallVoidMethod,
+      &Vm::CallVoidMethod2, &Vm::CallObjectMethod, &Vm::CallObjectMethod2, &Vm::CallBooleanMethod,
+      &Vm::CallBooleanMethod2, &Vm::CallLongMethod, &Vm::CallLongMethod2, &Vm::CallStaticBooleanMethod,
+      &Vm::CallStaticObjectMethod, &Vm::CallStaticVoidMethod, &Vm::GetStaticIntField, &Vm::GetStaticShortField,
+      &Vm::NewStringArray, &Vm::SetObjectArrayElement, &Vm::NewByteArray, &Vm::GetByteArrayData, &Vm::SetByteArrayData,
+      &Vm::GetJNIEnv, &Vm::GetJDKLocation, &Vm::GetJREBinLocation, &Vm::GetLogFileName, &Vm::SetLogFileName,
+      &Vm::SetJvmLogEnabled, &Vm::IsJVMCreated, &Vm::GetClassPath, &Vm::GetJavaVersion, &Vm::Destroy,
+      &Vm::ExceptionClear, &Vm::CaptureException, &Vm::AcquireThreadEnv);
+  std::string names;
+  for (const char* name : kSlotNames) names += (names.empty() ? "&Vm::" : ", &Vm::") + std::string(name);
+  EXPECT_EQ(written, names);
+  ASSERT_EQ(slots.size(), 61u);
+  for (size_t slot = 0; slot < 61; ++slot) EXPECT_EQ(slots[slot], slot) << kSlotNames[slot];
 }
 
 TEST(Tables, ServiceObjectsDestructorInSlot57FreesItsMemoryByTheFlagAlone) {
