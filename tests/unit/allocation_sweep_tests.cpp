@@ -1,5 +1,6 @@
 // Every allocation of the configuration and of the start-up arguments fails in turn: that one alone, and from there on.
 // Each run gives one of the results that its operation names for that, leaves PATH whole and balances the books.
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -14,47 +15,44 @@ namespace {
 constexpr wchar_t kOldPath[] = L"C:\\old";
 const std::wstring kJava = std::wstring(kQuovantRoot) + L"\\Java";
 
-// What a run may give when memory fails; the first row of a sweep is what it gives when none does.
+// What a run may give when memory fails.
 using Results = std::set<std::wstring>;
 
 class AllocationSweepTest : public LedgerTest {
  protected:
-  // `prepare` gets a fresh configuration object before memory fails, `run` gives its result as a text.
-  template <class Prepare, class Run>
-  void Sweep(const std::wstring& whole, const Results& withoutMemory, Prepare&& prepare, Run&& run) {
-    for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
-      Results seen;
-      bool fired = true;
-      uint64_t n = 0;
-      while (fired) {
-        SCOPED_TRACE(testing::Message() << "allocation " << ++n << " fails " << NameOf(mode));
-        const EnvironmentScope path(L"PATH", kOldPath);
-        const LedgerCheck ledger;
-        const ConfigObject config;
-        prepare(*config);
-        std::wstring result;
-        {
-          const FailAllocation fault(n, mode);
-          result = run(*config);
-          fired = fault.Fired();
-        }
-        const Results& allowed = fired ? withoutMemory : Results{whole};
-        EXPECT_TRUE(allowed.contains(result)) << (fired ? "" : "although none failed: ") << ToUtf8(result);
-        if (fired) seen.insert(result);
-        ASSERT_LT(n, 2000u) << "it never needs fewer";
-      }
-      EXPECT_GT(n, 1u) << "the operation allocates nothing, so nothing was tested";
-      if (mode == kQvshrFailOnce) {
-        EXPECT_EQ(seen, withoutMemory) << "a result that is allowed never came";
-      }
-    }
-  }
+  // Sweeps `run`, which gives the result of an operation on a fresh configuration object as a text: `whole` when no
+  // memory fails, otherwise each of the others at least once and nothing else.
   template <class Run>
   void Sweep(const std::wstring& whole, const Results& withoutMemory, Run&& run) {
-    Sweep(
-        whole, withoutMemory, [](CQV_JVMConfigInfo&) {}, run);
+    Results seen;
+    SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
+      const EnvironmentScope path(L"PATH", kOldPath);
+      const LedgerCheck ledger;
+      const ConfigObject config;
+      m_prepare(*config);
+      const FailAllocation fault(n, mode);
+      const std::wstring result = run(*config);
+      const bool fired = fault.Fired();
+      const Results& allowed = fired ? withoutMemory : Results{whole};
+      EXPECT_TRUE(allowed.contains(result)) << (fired ? "" : "although none failed: ") << ToUtf8(result);
+      if (fired && mode == kQvshrFailOnce) seen.insert(result);
+      return fired;
+    });
+    EXPECT_EQ(seen, withoutMemory) << "a result that is allowed never came";
+  }
+  // The same of an operation that gives success and a text.
+  template <class Read>
+  void SweepText(const std::wstring& whole, const Results& withoutMemory, Read&& read) {
+    Sweep(whole, withoutMemory, [&](CQV_JVMConfigInfo& config) {
+      return ResultAndText([&](IQvString** text) { return read(config, text); });
+    });
+  }
+  void BeHost(HostKind kind) {
+    m_prepare = [kind](CQV_JVMConfigInfo& config) { SetHost(config, kind); };
   }
 
+  // What is done with a fresh object before memory fails.
+  std::function<void(CQV_JVMConfigInfo&)> m_prepare = [](CQV_JVMConfigInfo&) {};
   MessageBoxCatcher m_boxes;
   RegistrySandbox m_registry{RegistrySandbox::Override::MachineAndUser};
 };
@@ -62,45 +60,30 @@ class AllocationSweepTest : public LedgerTest {
 // ---- configuration reads ----
 
 TEST_F(AllocationSweepTest, Locations) {
-  m_registry.SetText(Hive::Machine, kJava, L"JDKLocation", L"C:\\jdk");
-  m_registry.SetText(Hive::Machine, kJava, L"JREBinLocation", L"C:\\jre");
+  m_registry.SetLocations(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
   for (const bool kept : {false, true}) {
-    const auto prepare = [kept](CQV_JVMConfigInfo& config) { config.m_bRuntimeFound = kept; };
-    Sweep(L"true: C:\\jdk", {L"false: <null>"}, prepare, [](CQV_JVMConfigInfo& config) {
-      return ResultAndText([&](IQvString** text) { return config.ReadJDKLocation(text); });
-    });
-    Sweep(L"true: C:\\jre", {L"false: <null>"}, prepare, [](CQV_JVMConfigInfo& config) {
-      return ResultAndText([&](IQvString** text) { return config.ReadJREBinLocation(text); });
-    });
+    m_prepare = [kept](CQV_JVMConfigInfo& config) { config.m_bRuntimeFound = kept; };
+    SweepText(L"true: C:\\jdk", {L"false: <null>"}, std::mem_fn(&CQV_JVMConfigInfo::ReadJDKLocation));
+    SweepText(L"true: C:\\jre", {L"false: <null>"}, std::mem_fn(&CQV_JVMConfigInfo::ReadJREBinLocation));
   }
   EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 TEST_F(AllocationSweepTest, CountedLists) {
-  m_registry.SetList(Hive::Machine, kJava + L"\\Plain", {L"a", L"b", L"c"});
-  m_registry.SetList(Hive::Machine, kJava + L"\\Huge", {L"a", L"b", L"c"});
-  m_registry.SetText(Hive::Machine, kJava + L"\\Huge", L"Count", L"2147483647");
-  for (const wchar_t* list : {L"Java\\Plain", L"Java\\Huge"}) {
-    for (const bool quiet : {true, false}) {
-      // An entry that cannot be read for want of memory is not a missing one.
-      Sweep(L"true: a;b;c", {L"false: ", L"false: <null>"}, [=](CQV_JVMConfigInfo& config) {
-        return ResultAndText(
-            [&](IQvString** text) { return config.ReadCountedList(HKEY_LOCAL_MACHINE, list, 0x20019, text, quiet); });
-      });
-    }
-  }
-}
-
-TEST_F(AllocationSweepTest, CountedListWithLargeEntries) {
   const std::wstring large(40000, L'x');
-  m_registry.SetList(Hive::Machine, kJava + L"\\L", {large, large});
-  for (const wchar_t* count : {L"2", L"2147483647"}) {
-    m_registry.SetText(Hive::Machine, kJava + L"\\L", L"Count", count);
-    Sweep(L"true: " + large + L";" + large, {L"false: ", L"false: <null>"}, [](CQV_JVMConfigInfo& config) {
-      return ResultAndText([&](IQvString** text) {
-        return config.ReadCountedList(HKEY_LOCAL_MACHINE, L"Java\\L", 0x20019, text, true);
-      });
-    });
+  m_registry.SetList(Hive::Machine, kJava + L"\\Plain", {L"a", L"b", L"c"});
+  m_registry.SetList(Hive::Machine, kJava + L"\\Large", {large, large});
+  for (const wchar_t* count : {L"3", L"2147483647"}) {
+    for (const auto& [list, whole] : {std::pair(L"Java\\Plain", std::wstring(L"true: a;b;c")),
+                                      {L"Java\\Large", L"true: " + large + L";" + large}}) {
+      m_registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\" + list, L"Count", count);
+      for (const bool quiet : {true, false}) {
+        // An entry that cannot be read for want of memory is not a missing one.
+        SweepText(whole, {L"false: ", L"false: <null>"}, [&](CQV_JVMConfigInfo& config, IQvString** text) {
+          return config.ReadCountedList(HKEY_LOCAL_MACHINE, list, 0x20019, text, quiet);
+        });
+      }
+    }
   }
 }
 
@@ -116,8 +99,8 @@ TEST_F(AllocationSweepTest, UserClassPath) {
 TEST_F(AllocationSweepTest, EnvironmentVariable) {
   const std::wstring value(3000, L'v');
   const EnvironmentScope variable(L"QV_UNIT_VARIABLE", value);
-  Sweep(L"true: " + value, {L"false: <null>", L"true: <null>"}, [](CQV_JVMConfigInfo& config) {
-    return ResultAndText([&](IQvString** text) { return config.ReadEnvironmentVariable(L"QV_UNIT_VARIABLE", text); });
+  SweepText(L"true: " + value, {L"false: <null>", L"true: <null>"}, [](CQV_JVMConfigInfo& config, IQvString** text) {
+    return config.ReadEnvironmentVariable(L"QV_UNIT_VARIABLE", text);
   });
 }
 
@@ -128,9 +111,8 @@ TEST_F(AllocationSweepTest, LogFilePath) {
     return TakeText(path);
   };
   Sweep(L"vm.out", {L"<null>"}, read);
-  Sweep(
-      L"D:\\log", {L"<null>"},
-      [](CQV_JVMConfigInfo& config) { config.SetLogFilePath(qv::MakeString(L"D:\\log").Detach()); }, read);
+  m_prepare = [](CQV_JVMConfigInfo& config) { config.SetLogFilePath(qv::MakeString(L"D:\\log").Detach()); };
+  Sweep(L"D:\\log", {L"<null>"}, read);
 }
 
 TEST_F(AllocationSweepTest, Load) {
@@ -152,10 +134,10 @@ class ClassPathSweepTest : public AllocationSweepTest {
     return ResultAndText([&](IQvString** text) { return config.ComposeClassPath(text); });
   }
   // What the operation gives when no memory fails; the expectations for that are in the tests of its own.
-  template <class Prepare, class Read>
-  static std::wstring Whole(Prepare&& prepare, Read&& read) {
+  template <class Read>
+  std::wstring Whole(Read&& read) {
     const ConfigObject config;
-    prepare(*config);
+    m_prepare(*config);
     const std::wstring whole = read(*config);
     EXPECT_EQ(whole.substr(0, 6), L"true: ");
     return whole;
@@ -169,30 +151,29 @@ class ClassPathSweepTest : public AllocationSweepTest {
 TEST_F(ClassPathSweepTest, OfAnUnknownHost) {
   m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
   m_folder.WriteFile(L"install\\qvjdbc12.jar");
-  const auto prepare = [](CQV_JVMConfigInfo&) {};
-  Sweep(Whole(prepare, Build), {L"false: <null>"}, Build);
-  Sweep(Whole(prepare, Compose), {L"false: <null>"}, Compose);
+  Sweep(Whole(Build), {L"false: <null>"}, Build);
+  Sweep(Whole(Compose), {L"false: <null>"}, Compose);
 }
 
 TEST_F(ClassPathSweepTest, OfAKnownHost) {
   m_registry.SetText(Hive::Machine, kJava, L"JDKLocation", L"C:\\jdk");
   m_registry.SetList(Hive::Machine, kJava + L"\\QVIDEConfig\\QVSysclasspath", {L"d1", L"d2"});
   m_registry.SetList(Hive::User, std::wstring(kQuovantRoot) + L"\\ClassPath", {L"u1", L"u2"});
-  const auto prepare = [](CQV_JVMConfigInfo& config) { SetHost(config, HostKind::Quovant); };
-  const std::wstring whole = Whole(prepare, Compose);
+  BeHost(HostKind::Quovant);
+  const std::wstring whole = Whole(Compose);
   // A JDK location and a user list that cannot be read are left out, for whatever reason.
   std::wstring noJdk = whole;
   for (size_t at = noJdk.find(L"C:\\jdk"); at != std::wstring::npos; at = noJdk.find(L"C:\\jdk")) noJdk.erase(at, 6);
   std::wstring noUsers = whole;
   noUsers.erase(noUsers.find(L";u1;u2"), 6);
-  Sweep(whole, {L"false: <null>", noJdk, noUsers}, prepare, Compose);
+  Sweep(whole, {L"false: <null>", noJdk, noUsers}, Compose);
 }
 
 TEST_F(ClassPathSweepTest, OfAJavaLauncher) {
-  const auto prepare = [](CQV_JVMConfigInfo& config) { SetHost(config, HostKind::Loomhall); };
-  const std::wstring whole = Whole(prepare, Compose);
+  BeHost(HostKind::Loomhall);
+  const std::wstring whole = Whole(Compose);
   // The user's list, which is not there, may fail for whatever reason.
-  Sweep(whole, {L"false: <null>", whole}, prepare, Compose);
+  Sweep(whole, {L"false: <null>", whole}, Compose);
 }
 
 // ---- the start-up arguments ----
@@ -233,8 +214,8 @@ TEST_F(OptionSweepTest, PropertiesOfTheRegistry) {
   const std::wstring key = kJava + L"\\QVIDEConfig\\QVJVMprops";
   m_registry.SetText(Hive::Machine, key, L"a", L"1");
   m_registry.SetText(Hive::Machine, key, L"b", L"2");
-  const auto prepare = [](CQV_JVMConfigInfo& config) { SetHost(config, HostKind::Quovant); };
-  Sweep(L"true: -Da=1 -Db=2", {L"false:"}, prepare, Properties);
+  BeHost(HostKind::Quovant);
+  Sweep(L"true: -Da=1 -Db=2", {L"false:"}, Properties);
 }
 
 TEST_F(OptionSweepTest, OptionsOfTheBuiltInTree) {
@@ -255,21 +236,19 @@ TEST_F(OptionSweepTest, OptionsOfAKnownHost) {
   m_registry.SetList(Hive::Machine, kJava + L"\\QVIDEConfig\\QVSysclasspath", {L"d"});
   m_registry.SetList(Hive::Machine, kJava + L"\\QVIDEConfig\\QVJVMconfig", {L"-Xint", L"-Xrs"});
   m_registry.SetText(Hive::Machine, kJava + L"\\QVIDEConfig\\QVJVMprops", L"p", L"v");
-  const auto prepare = [](CQV_JVMConfigInfo& config) { SetHost(config, HostKind::Quovant); };
+  BeHost(HostKind::Quovant);
   // The other successes are those of a class path without a location or a user list.
-  Sweep(L"true: -Xint -Xrs -Dp=v", {L"false:", L"true: -Xint -Xrs -Dp=v"}, prepare, Options);
+  Sweep(L"true: -Xint -Xrs -Dp=v", {L"false:", L"true: -Xint -Xrs -Dp=v"}, Options);
 }
 
 TEST_F(OptionSweepTest, BootClassPath) {
   static HMODULE module = nullptr;
   module = m_service.Handle();
-  const auto prepare = [](CQV_JVMConfigInfo& config) {
-    config.m_pfnFindLoadedModule = [](const char*) { return module; };
-  };
+  m_prepare = [](CQV_JVMConfigInfo& config) { config.m_pfnFindLoadedModule = [](const char*) { return module; }; };
   const auto build = [](CQV_JVMConfigInfo& config) {
     return ResultAndText([&](IQvString** option) { return config.BuildBootClassPath(option); });
   };
-  Sweep(Whole(prepare, build), {L"true: <null>"}, prepare, build);
+  Sweep(Whole(build), {L"true: <null>"}, build);
 }
 
 // ---- runtime discovery ----
@@ -322,11 +301,9 @@ TEST_F(RuntimeSweepTest, ThroughTheInstallFolder) {
 }
 
 TEST_F(RuntimeSweepTest, ThroughTheConfiguredLocations) {
-  m_registry.SetText(Hive::Machine, kJava, L"JDKLocation", L"C:\\jdk");
-  m_registry.SetText(Hive::Machine, kJava, L"JREBinLocation", L"C:\\jre");
-  Sweep(
-      Found(L"C:\\jdk\\BIN;C:\\jre"), {m_nothing},
-      [](CQV_JVMConfigInfo& config) { SetHost(config, HostKind::Quovant); }, Locate);
+  m_registry.SetLocations(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
+  BeHost(HostKind::Quovant);
+  Sweep(Found(L"C:\\jdk\\BIN;C:\\jre"), {m_nothing}, Locate);
 }
 
 TEST_F(RuntimeSweepTest, WithNothingToFind) {

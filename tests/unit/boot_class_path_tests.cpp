@@ -15,17 +15,8 @@ std::wstring OptionFor(const std::wstring& libraries) {
 
 class BootClassPathTest : public LedgerTest {};
 
-TEST_F(BootClassPathTest, TheTextNamesThreeArchivesBelowTheRuntimesLibraryFolder) {
-  EXPECT_EQ(qv::BootClassPathOption(L"C:\\Java\\jre\\bin\\client").View(),
-            L"-Xbootclasspath/a:C:\\JAVA\\JRE\\LIB\\deploy.jar;C:\\JAVA\\JRE\\LIB\\javaws.jar;"
-            L"C:\\JAVA\\JRE\\LIB\\plugin.jar");
-}
-
 TEST_F(BootClassPathTest, OnlyTheClientsFolderIsCutOffAtItsFirstOccurrence) {
-  const struct {
-    const wchar_t* folder;
-    const wchar_t* libraries;
-  } rows[] = {
+  const std::pair<const wchar_t*, const wchar_t*> rows[] = {
       {L"C:\\j\\bin\\client", L"C:\\J\\LIB"},
       {L"C:\\J\\BIN\\CLIENT", L"C:\\J\\LIB"},
       {L"C:\\j\\Bin\\cLient", L"C:\\J\\LIB"},
@@ -40,14 +31,11 @@ TEST_F(BootClassPathTest, OnlyTheClientsFolderIsCutOffAtItsFirstOccurrence) {
       {L"\\bin\\client", L"\\LIB"},
       {L"C:", L"C:\\LIB"},
       {L"relative", L"RELATIVE\\LIB"},
+      {L"", L""},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(qv::BootClassPathOption(row.folder).View(), OptionFor(row.libraries)) << ToUtf8(row.folder);
+  for (const auto& [folder, libraries] : rows) {
+    EXPECT_EQ(qv::BootClassPathOption(folder).View(), OptionFor(libraries)) << ToUtf8(folder);
   }
-}
-
-TEST_F(BootClassPathTest, WithoutAFolderEachArchiveIsABackslashAndItsName) {
-  EXPECT_EQ(qv::BootClassPathOption(L"").View(), L"-Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar");
 }
 
 TEST_F(BootClassPathTest, TheLibraryFolderGrowsPastTheSizeOfAPath) {
@@ -58,14 +46,12 @@ TEST_F(BootClassPathTest, TheLibraryFolderGrowsPastTheSizeOfAPath) {
 }
 
 TEST_F(BootClassPathTest, WithoutMemoryTheTextFails) {
-  const LedgerCheck ledger;
-  ASSERT_TRUE(qv::BootClassPathOption(L"C:\\j\\bin\\client").Ok());
-  const uint64_t allocations = ledger.Allocations();
-  ASSERT_GT(allocations, 1u);
-  for (uint64_t n = 1; n <= allocations; ++n) {
-    const FailAllocation fault(n, kQvshrFailOnce);
-    EXPECT_FALSE(qv::BootClassPathOption(L"C:\\j\\bin\\client").Ok()) << "allocation " << n;
-  }
+  SweepAllocations([](uint64_t n, QvshrLedgerMode mode) {
+    const FailAllocation fault(n, mode);
+    const bool ok = qv::BootClassPathOption(L"C:\\j\\bin\\client").Ok();
+    EXPECT_EQ(ok, !fault.Fired());
+    return fault.Fired();
+  });
 }
 
 // ---- from the loaded library ----
@@ -95,35 +81,29 @@ class BootClassPathBuildTest : public LedgerTest {
   ConfigObject m_config;
 };
 
-TEST_F(BootClassPathBuildTest, ALibraryThatWasNotLoadedThroughTheServiceGivesBareNames) {
-  EXPECT_EQ(Build(), L"true: -Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar") << "no start-up has run";
+constexpr wchar_t kBareNames[] = L"true: -Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar";
+
+TEST_F(BootClassPathBuildTest, ALibraryThatWasNotLoadedThroughTheServiceOrHasNoFolderGivesBareNames) {
+  EXPECT_EQ(Build(), kBareNames) << "no start-up has run";
   Record(nullptr);
-  EXPECT_EQ(Build(), L"true: -Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar");
+  EXPECT_EQ(Build(), kBareNames);
   EXPECT_EQ(s_asked, (std::vector<std::string>{"jvm.dll"}));
-}
-
-TEST_F(BootClassPathBuildTest, TheFolderIsThatOfTheLoadedFile) {
-  const LoadedModule client(m_folder, L"jre\\bin\\client\\jvm.dll");
-  Record(client.Handle());
-  EXPECT_EQ(Build(), L"true: " + OptionFor(Upper(m_folder.Path(L"jre")) + L"\\LIB"));
-}
-
-TEST_F(BootClassPathBuildTest, AServerLibraryKeepsItsFolder) {
-  const LoadedModule server(m_folder, L"jre\\bin\\server\\jvm.dll");
-  Record(server.Handle());
-  EXPECT_EQ(Build(), L"true: " + OptionFor(Upper(m_folder.Path(L"jre")) + L"\\BIN\\SERVER\\LIB"));
-}
-
-TEST_F(BootClassPathBuildTest, AFileNameThatCannotBeHadGivesBareNames) {
   Record(GetModuleHandleW(nullptr));
-  const UnterminatedModulePath unknown(L"");
-  EXPECT_EQ(Build(), L"true: -Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar");
-}
-
-TEST_F(BootClassPathBuildTest, AFolderThatCannotBeHadGivesBareNames) {
-  Record(GetModuleHandleW(nullptr));
+  {
+    const UnterminatedModulePath unknown(L"");
+    EXPECT_EQ(Build(), kBareNames);
+  }
   const FailCall fault(kQvshrCallGetDirectory, 1);
-  EXPECT_EQ(Build(), L"true: -Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar");
+  EXPECT_EQ(Build(), kBareNames);
+}
+
+TEST_F(BootClassPathBuildTest, TheFolderIsThatOfTheLoadedFileAndAServerLibraryKeepsIt) {
+  for (const auto& [file, libraries] :
+       {std::pair(L"jre\\bin\\client\\jvm.dll", L"\\LIB"), {L"jre\\bin\\server\\jvm.dll", L"\\BIN\\SERVER\\LIB"}}) {
+    const LoadedModule library(m_folder, file);
+    Record(library.Handle());
+    EXPECT_EQ(Build(), L"true: " + OptionFor(Upper(m_folder.Path(L"jre")) + libraries));
+  }
 }
 
 TEST_F(BootClassPathBuildTest, FoldersUpToTheLongestPathAreKeptWhole) {

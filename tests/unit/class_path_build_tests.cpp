@@ -41,21 +41,13 @@ TEST_F(ClassPathBuildTest, AnUnknownHostWithoutAPrivateRuntimeGetsTheTenEntriesW
   EXPECT_EQ(Compose(), L"true: " + BuiltInClassPath(Install()) + L";.");
 }
 
-TEST_F(ClassPathBuildTest, ClasspathStandsBeforeTheCurrentFolder) {
-  const EnvironmentScope classPath(L"CLASSPATH", L"x");
-  EXPECT_EQ(Compose(), L"true: " + BuiltInClassPath(Ide()) + L";x;.");
-}
-
-TEST_F(ClassPathBuildTest, AnEmptyClasspathCountsAsAbsent) {
-  const EnvironmentScope classPath(L"CLASSPATH", L"");
-  EXPECT_EQ(Compose(), L"true: " + BuiltInClassPath(Ide()) + L";.");
-}
-
-TEST_F(ClassPathBuildTest, AClasspathOfAnyLengthIsKeptUnitForUnit) {
+TEST_F(ClassPathBuildTest, ClasspathStandsUnitForUnitBeforeTheCurrentFolderUnlessItIsEmpty) {
   for (const std::wstring& value :
-       {std::wstring(L";;a;"), std::wstring(L"\xD83D;\x4E2D"), std::wstring(1024, L'c'), std::wstring(30000, L'c')}) {
+       {std::wstring(L"x"), std::wstring(), std::wstring(L";;a;"), std::wstring(L"\xD83D;\x4E2D"),
+        std::wstring(1024, L'c'), std::wstring(30000, L'c')}) {
     const EnvironmentScope classPath(L"CLASSPATH", value);
-    EXPECT_TRUE(Compose() == L"true: " + BuiltInClassPath(Ide()) + L";" + value + L";.") << value.size() << " units";
+    const std::wstring last = value.empty() ? L";." : L";" + value + L";.";
+    EXPECT_TRUE(Compose() == L"true: " + BuiltInClassPath(Ide()) + last) << value.size() << " units";
   }
 }
 
@@ -85,46 +77,35 @@ TEST_F(ClassPathBuildTest, AnUnknownHostTakesNothingFromTheRegistry) {
 
 // ---- the built-in list ----
 
-TEST_F(ClassPathBuildTest, ACountOf0OrNoneGivesOnlyTheRuntimesLibrary) {
-  m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
-  for (const FakeDefaultTree::Values& values :
-       {FakeDefaultTree::Values{{L"Count", L"0"}, {L"0", L"\\a.jar"}}, FakeDefaultTree::Values{{L"0", L"\\a.jar"}},
-        FakeDefaultTree::Values{{L"Count", L"-3"}, {L"0", L"\\a.jar"}},
-        FakeDefaultTree::Values{{L"Count", L"none"}, {L"0", L"\\a.jar"}}, FakeDefaultTree::Values{}}) {
-    const FakeDefaultTree tree(L"QVSysclasspath", values);
-    EXPECT_EQ(Build(), L"true: " + Install() + L"\\JRE\\LIB\\rt.jar;");
+TEST_F(ClassPathBuildTest, TheEntriesOfTheListThatAreThereComeBehindTheRuntimesLibrary) {
+  const std::wstring ide = Ide();
+  using Values = FakeDefaultTree::Values;
+  const std::pair<Values, std::wstring> rows[] = {
+      {{{L"Count", L"0"}, {L"0", L"\\a.jar"}}, L""},
+      {{{L"0", L"\\a.jar"}}, L""},
+      {{{L"Count", L"-3"}, {L"0", L"\\a.jar"}}, L""},
+      {{{L"Count", L"none"}, {L"0", L"\\a.jar"}}, L""},
+      {Values(), L""},
+      // Without entry 0 the first that is there still has a separator before it.
+      {{{L"Count", L"3"}, {L"1", L"\\b"}, {L"2", L"\\c"}}, L";" + ide + L"\\b;" + ide + L"\\c"},
+      {{{L"Count", L"9"}, {L"0", L"\\a"}, {L"7", L"\\h"}}, ide + L"\\a;" + ide + L"\\h"},
+      {{{L"5", L"\\f"}, {L"Count", L"2147483647"}, {L"0", L"\\a"}, {L"05", L"\\x"}}, ide + L"\\a;" + ide + L"\\f"},
+  };
+  for (const bool library : {false, true}) {
+    if (library) m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
+    for (const auto& [values, want] : rows) {
+      const FakeDefaultTree tree(L"QVSysclasspath", values);
+      EXPECT_EQ(Build(), L"true: " + (library ? Install() + L"\\JRE\\LIB\\rt.jar;" : L"") + want);
+    }
   }
-}
-
-TEST_F(ClassPathBuildTest, AnEmptySystemClassPathWithoutAUserListStillPutsASeparatorBeforeClasspath) {
-  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
-  const EnvironmentScope classPath(L"CLASSPATH", L"x");
-  EXPECT_EQ(Build(), L"true: ");
-  EXPECT_EQ(Compose(), L"true: ;x;.");
-}
-
-TEST_F(ClassPathBuildTest, NothingAtAllIsTheCurrentFolderBehindASeparator) {
-  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
-  EXPECT_EQ(Compose(), L"true: ;.");
-}
-
-TEST_F(ClassPathBuildTest, WithoutEntry0TheFirstEntryPresentStillHasASeparatorBeforeIt) {
-  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"3"}, {L"1", L"\\b.jar"}, {L"2", L"\\c.jar"}});
-  EXPECT_EQ(Build(), L"true: ;" + Ide() + L"\\b.jar;" + Ide() + L"\\c.jar");
-  m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
-  EXPECT_EQ(Build(), L"true: " + Install() + L"\\JRE\\LIB\\rt.jar;;" + Ide() + L"\\b.jar;" + Ide() + L"\\c.jar");
-}
-
-TEST_F(ClassPathBuildTest, AMissingEntryIsSkippedSilently) {
-  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"9"}, {L"0", L"\\a.jar"}, {L"7", L"\\h.jar"}});
-  EXPECT_EQ(Build(), L"true: " + Ide() + L"\\a.jar;" + Ide() + L"\\h.jar");
   EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
-TEST_F(ClassPathBuildTest, AHugeCountGivesTheEntriesThatAreThere) {
-  const FakeDefaultTree tree(L"QVSysclasspath",
-                             {{L"5", L"\\f.jar"}, {L"Count", L"2147483647"}, {L"0", L"\\a.jar"}, {L"05", L"\\x"}});
-  EXPECT_EQ(Build(), L"true: " + Ide() + L"\\a.jar;" + Ide() + L"\\f.jar");
+TEST_F(ClassPathBuildTest, AnEmptySystemClassPathStillHasASeparatorBehindIt) {
+  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
+  EXPECT_EQ(Compose(), L"true: ;.");
+  const EnvironmentScope classPath(L"CLASSPATH", L"x");
+  EXPECT_EQ(Compose(), L"true: ;x;.");
 }
 
 TEST_F(ClassPathBuildTest, ACountFoundWithoutAnObjectIsNoEntries) {
@@ -142,19 +123,12 @@ TEST_F(ClassPathBuildTest, ACountFoundWithoutAnObjectIsNoEntries) {
   EXPECT_EQ(key.references, 1u);
 }
 
-TEST_F(ClassPathBuildTest, WithoutTheBuiltInTreeThereIsNoClassPathAndNoMessage) {
+TEST_F(ClassPathBuildTest, WithoutTheBuiltInTreeOrTheListInItThereIsNoClassPathAndNoMessage) {
   {
-    const FailCall fault(kQvshrCallOpenDefaultTree, 1);
+    const FailCall fault(kQvshrCallOpenDefaultTree, 1, kQvshrFailFromHere);
     EXPECT_EQ(Build(), L"false: <null>");
-  }
-  {
-    const FailCall fault(kQvshrCallOpenDefaultTree, 1);
     EXPECT_EQ(Compose(), L"false: <null>");
   }
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
-}
-
-TEST_F(ClassPathBuildTest, WithoutTheListInTheBuiltInTreeThereIsNoClassPathAndNoMessage) {
   const FakeDefaultTree tree(L"QVSomethingElse", {{L"Count", L"1"}, {L"0", L"\\a.jar"}});
   EXPECT_EQ(Build(), L"false: <null>");
   EXPECT_EQ(Compose(), L"false: <null>");
@@ -163,37 +137,31 @@ TEST_F(ClassPathBuildTest, WithoutTheListInTheBuiltInTreeThereIsNoClassPathAndNo
 
 // ---- a known host ----
 
-TEST_F(ClassPathBuildTest, AKnownHostGetsTheJdksLibrariesTheEntriesAndItsOwnList) {
+TEST_F(ClassPathBuildTest, AKnownHostGetsItsJdksLibrariesTheEntriesAndTheListsOfItsOwnRoot) {
+  const std::wstring entries = BuiltInClassPath(Ide());
+  const auto expect = [&](const std::wstring& system, const wchar_t* rest) {
+    EXPECT_EQ(Build(), L"true: " + system);
+    EXPECT_EQ(Compose(), L"true: " + system + rest);
+  };
+  m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");  // nobody looks there
   SetHost(*m_config, HostKind::Quovant);
-  m_registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java", L"JDKLocation", L"C:\\nowhere\\jdk");
-  m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
   SetDevelopmentList(kQuovantRoot, {L"C:\\one.jar", L"two.jar"});
-  EXPECT_EQ(Build(), L"true: C:\\nowhere\\jdk\\JRE\\LIB\\rt.jar;C:\\nowhere\\jdk\\LIB\\tools.jar;" +
-                         BuiltInClassPath(Ide()) + L";C:\\one.jar;two.jar");
-}
+  expect(L"\\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;" + entries + L";C:\\one.jar;two.jar", L";.");
+  m_registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java", L"JDKLocation", L"C:\\no\\jdk");
+  expect(L"C:\\no\\jdk\\JRE\\LIB\\rt.jar;C:\\no\\jdk\\LIB\\tools.jar;" + entries + L";C:\\one.jar;two.jar", L";.");
 
-TEST_F(ClassPathBuildTest, EachKnownHostReadsItsOwnRoot) {
   SetHost(*m_config, HostKind::Tablero);
-  m_registry.SetText(Hive::Machine, std::wstring(kTableroRoot) + L"\\Java", L"JDKLocation", L"T");
-  SetDevelopmentList(kQuovantRoot, {L"q.jar"});
   SetDevelopmentList(kTableroRoot, {L"t.jar"});
+  m_registry.SetText(Hive::Machine, std::wstring(kTableroRoot) + L"\\Java", L"JDKLocation", L"T");
   m_registry.SetList(Hive::User, std::wstring(kTableroRoot) + L"\\ClassPath", {L"user t"});
-  EXPECT_EQ(Compose(), L"true: T\\JRE\\LIB\\rt.jar;T\\LIB\\tools.jar;" + BuiltInClassPath(Ide()) + L";t.jar;user t;.");
-}
-
-TEST_F(ClassPathBuildTest, AJdkThatIsNotConfiguredIsEmptyAndNothingIsShown) {
-  SetHost(*m_config, HostKind::Quovant);
-  SetDevelopmentList(kQuovantRoot, {L"a.jar"});
-  EXPECT_EQ(Build(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;" + BuiltInClassPath(Ide()) + L";a.jar");
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
-}
-
-TEST_F(ClassPathBuildTest, AnEmptyListOfAKnownHostLeavesItsSeparator) {
-  SetHost(*m_config, HostKind::Quovant);
-  SetDevelopmentList(kQuovantRoot, {});
+  expect(L"T\\JRE\\LIB\\rt.jar;T\\LIB\\tools.jar;" + entries + L";t.jar", L";user t;.");
+  m_registry.SetList(Hive::User, std::wstring(kTableroRoot) + L"\\ClassPath", {L"u1", L"u2"});
+  const EnvironmentScope classPath(L"CLASSPATH", L"e");
   const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
-  EXPECT_EQ(Build(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;;");
-  EXPECT_EQ(Compose(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;;;.");
+  expect(L"T\\JRE\\LIB\\rt.jar;T\\LIB\\tools.jar;;t.jar", L";u1;u2;e;.");
+  SetDevelopmentList(kTableroRoot, {});
+  expect(L"T\\JRE\\LIB\\rt.jar;T\\LIB\\tools.jar;;", L";u1;u2;e;.");
+  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 TEST_F(ClassPathBuildTest, AKnownHostWithoutItsListHasNoClassPathAndSeesWhatIsMissing) {
@@ -213,24 +181,6 @@ TEST_F(ClassPathBuildTest, AKnownHostWithoutItsListHasNoClassPathAndSeesWhatIsMi
                                  L"Software\\Harlowe\\Quovant\\19.0\\Java\\QVIDEConfig\\QVSysclasspath"),
                              box(L"Error initializing Java VM.\nCould not find Registry value:\nHKEY_LOCAL_MACHINE\\"
                                  L"Software\\Harlowe\\Quovant\\19.0\\Java\\QVIDEConfig\\QVSysclasspath\\Count")}));
-}
-
-TEST_F(ClassPathBuildTest, TheUsersListStandsBetweenTheSystemsAndClasspath) {
-  SetHost(*m_config, HostKind::Quovant);
-  SetDevelopmentList(kQuovantRoot, {L"d.jar"});
-  m_registry.SetList(Hive::User, std::wstring(kQuovantRoot) + L"\\ClassPath", {L"u1", L"u2"});
-  const EnvironmentScope classPath(L"CLASSPATH", L"e");
-  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
-  EXPECT_EQ(Compose(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;;d.jar;u1;u2;e;.");
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
-}
-
-TEST_F(ClassPathBuildTest, AUsersListThatCannotBeReadIsLeftOutWithoutAMessage) {
-  SetHost(*m_config, HostKind::Quovant);
-  SetDevelopmentList(kQuovantRoot, {L"d.jar"});
-  const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
-  EXPECT_EQ(Compose(), L"true: \\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;;d.jar;.");
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 // ---- a Java launcher ----

@@ -38,16 +38,12 @@ TEST_F(ClassPathTest, ThePiecesAreJoinedAndTheCurrentFolderIsAlwaysLast) {
   }
 }
 
-TEST_F(ClassPathTest, AConfiguredJdkGivesItsTwoLibrariesUnseen) {
-  qv::HostText path;
-  qv::AppendConfiguredLibraries(path, L"C:\\jdk 8");
-  EXPECT_EQ(path.View(), L"C:\\jdk 8\\JRE\\LIB\\rt.jar;C:\\jdk 8\\LIB\\tools.jar;");
-}
-
-TEST_F(ClassPathTest, AnAbsentJdkStillGivesTheTwoNames) {
-  qv::HostText path;
-  qv::AppendConfiguredLibraries(path, L"");
-  EXPECT_EQ(path.View(), L"\\JRE\\LIB\\rt.jar;\\LIB\\tools.jar;");
+TEST_F(ClassPathTest, AConfiguredJdkGivesItsTwoLibrariesUnseenAndAnAbsentOneTheirNames) {
+  for (const wchar_t* jdk : {L"C:\\jdk 8", L""}) {
+    qv::HostText path;
+    qv::AppendConfiguredLibraries(path, jdk);
+    EXPECT_EQ(path.View(), jdk + std::wstring(L"\\JRE\\LIB\\rt.jar;") + jdk + L"\\LIB\\tools.jar;");
+  }
 }
 
 TEST_F(ClassPathTest, APrivateRuntimeGivesItsLibraryWhenItIsThere) {
@@ -63,26 +59,24 @@ TEST_F(ClassPathTest, APrivateRuntimeGivesItsLibraryWhenItIsThere) {
   }
 }
 
-struct EntryCase {
-  const char* name;
-  const wchar_t* before;
-  int32_t index;
-  const wchar_t* entry;
-  bool installed;
-  const wchar_t* want;
-};
-
 TEST_F(ClassPathTest, AnEntryLiesBelowTheInstallFolderOrElseBelowTheHostsIdeFolder) {
-  for (const EntryCase& row :
-       {EntryCase{"the first, installed", L"", 0, L"\\a.jar", true, L"C:\\I\\a.jar"},
-        EntryCase{"the first, not installed", L"", 0, L"\\a.jar", false, L"D:\\H\\IDE\\a.jar"},
-        EntryCase{"the second", L"x", 1, L"\\lib\\b.jar", true, L"x;C:\\I\\lib\\b.jar"},
-        EntryCase{"the second, alone", L"", 1, L"\\b.jar", true, L";C:\\I\\b.jar"},
-        EntryCase{"the first behind the libraries", L"rt;", 0, L"\\a.jar", true, L"rt;C:\\I\\a.jar"},
-        EntryCase{"a later one behind the libraries", L"rt;", 5, L"\\a.jar", true, L"rt;;C:\\I\\a.jar"},
-        EntryCase{"an empty one", L"x", 2, L"", true, L"x;C:\\I"},
-        EntryCase{"an empty one that is not there", L"x", 2, L"", false, L"x;D:\\H\\IDE"},
-        EntryCase{"without a backslash", L"", 0, L"a.jar", true, L"C:\\Ia.jar"}}) {
+  const struct {
+    const char* name;
+    const wchar_t* before;
+    int32_t index;
+    const wchar_t* entry;
+    bool installed;
+    const wchar_t* want;
+  } rows[] = {{"the first, installed", L"", 0, L"\\a.jar", true, L"C:\\I\\a.jar"},
+              {"the first, not installed", L"", 0, L"\\a.jar", false, L"D:\\H\\IDE\\a.jar"},
+              {"the second", L"x", 1, L"\\lib\\b.jar", true, L"x;C:\\I\\lib\\b.jar"},
+              {"the second, alone", L"", 1, L"\\b.jar", true, L";C:\\I\\b.jar"},
+              {"the first behind the libraries", L"rt;", 0, L"\\a.jar", true, L"rt;C:\\I\\a.jar"},
+              {"a later one behind the libraries", L"rt;", 5, L"\\a.jar", true, L"rt;;C:\\I\\a.jar"},
+              {"an empty one", L"x", 2, L"", true, L"x;C:\\I"},
+              {"an empty one that is not there", L"x", 2, L"", false, L"x;D:\\H\\IDE"},
+              {"without a backslash", L"", 0, L"a.jar", true, L"C:\\Ia.jar"}};
+  for (const auto& row : rows) {
     qv::HostText path{row.before};
     std::vector<std::wstring> probes;
     qv::AppendListEntry(path, row.index, row.entry, L"C:\\I", L"D:\\H", [&](const wchar_t* file) {
@@ -96,22 +90,20 @@ TEST_F(ClassPathTest, AnEntryLiesBelowTheInstallFolderOrElseBelowTheHostsIdeFold
 
 TEST_F(ClassPathTest, WithoutMemoryAPieceFailsTheWholeText) {
   const auto there = [](const wchar_t*) { return true; };
-  for (const uint64_t n : {1u, 2u}) {
+  SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
     qv::HostText entry;
+    const FailAllocation fault(n, mode);
+    qv::AppendListEntry(entry, 0, L"\\a.jar", L"C:\\I", L"D:\\H", there);
+    EXPECT_EQ(entry.Ok(), !fault.Fired());
+    return fault.Fired();
+  });
+  SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
     qv::HostText library;
-    {
-      const FailAllocation fault(n, kQvshrFailOnce);
-      qv::AppendListEntry(entry, 0, L"\\a.jar", L"C:\\I", L"D:\\H", there);
-      EXPECT_TRUE(fault.Fired());
-    }
-    EXPECT_FALSE(entry.Ok()) << "entry, allocation " << n;
-    {
-      const FailAllocation fault(n, kQvshrFailOnce);
-      qv::AppendPrivateRuntimeLibrary(library, L"C:\\I", there);
-      EXPECT_TRUE(fault.Fired());
-    }
-    EXPECT_FALSE(library.Ok()) << "library, allocation " << n;
-  }
+    const FailAllocation fault(n, mode);
+    qv::AppendPrivateRuntimeLibrary(library, L"C:\\I", there);
+    EXPECT_EQ(library.Ok(), !fault.Fired());
+    return fault.Fired();
+  });
 }
 
 }  // namespace

@@ -91,37 +91,29 @@ void ExpectHost(const ConfigObject& config, const Kind& kind) {
 
 // Host recognition's own tests have the names; here it matters that the file's name is what counts.
 TEST_F(ConfigObjectTest, LoadRecognisesTheHostByItsFileNameInAnyLetterCase) {
-  const std::pair<const wchar_t*, Kind> rows[] = {{L"C:\\Q\\qv190.exe", kQuovant},
-                                                  {L"C:\\Q\\QW190.EXE", kQuovant},
-                                                  {L"C:\\Q\\Qr190.Exe", kQuovant},
-                                                  {L"D:/mixed\\qk190.exe", kQuovant},
-                                                  {L"qv190.exe", kQuovant},
-                                                  {L"C:\\T\\tk190.exe", kTablero},
-                                                  {L"C:\\T\\TN190.EXE", kTablero},
-                                                  {L"C:\\T\\Tn190.Exe", kTablero},
-                                                  {L"C:\\J\\bin\\javaw.exe", kJava},
-                                                  {L"C:\\J\\bin\\JAVAW.EXE", kJava},
-                                                  {L"C:\\J\\bin\\JavaW.exe", kJava},
-                                                  {L"C:\\E\\eclipse.exe", kJava},
-                                                  {L"C:\\E\\Eclipse.EXE", kJava},
-                                                  {L"C:\\J\\bin\\javaw", kUnknown},
-                                                  {L"C:\\Q\\qv190w.exe", kUnknown},
-                                                  {L"C:\\Q\\qv195.exe", kUnknown},
-                                                  {L"C:\\qv190.exe\\other.exe", kUnknown}};
+  const std::pair<Kind, std::vector<const wchar_t*>> rows[] = {
+      {kQuovant, {L"C:\\Q\\qv190.exe", L"C:\\Q\\QW190.EXE", L"C:\\Q\\Qr190.Exe", L"D:/mixed\\qk190.exe", L"qv190.exe"}},
+      {kTablero, {L"C:\\T\\tk190.exe", L"C:\\T\\TN190.EXE", L"C:\\T\\Tn190.Exe"}},
+      {kJava,
+       {L"C:\\J\\bin\\javaw.exe", L"C:\\J\\bin\\JAVAW.EXE", L"C:\\J\\bin\\JavaW.exe", L"C:\\E\\eclipse.exe",
+        L"C:\\E\\Eclipse.EXE"}},
+      {kUnknown, {L"C:\\J\\bin\\javaw", L"C:\\Q\\qv190w.exe", L"C:\\Q\\qv195.exe", L"C:\\qv190.exe\\other.exe"}}};
   RegistrySandbox registry;
   for (const wchar_t* root : {kQuovantRoot, kTableroRoot, kLoomhallRoot}) registry.CreateKey(Hive::Machine, root);
-  for (const auto& [path, kind] : rows) {
-    SCOPED_TRACE(ToUtf8(path));
-    const HostPath host(path);
-    const ConfigObject config;
-    EXPECT_TRUE(config->Load());
-    ExpectHost(config, kind);
-    EXPECT_STREQ(config->m_szServiceName, kind.serviceName);
-    EXPECT_TRUE(config->m_bLoaded);
-    EXPECT_FALSE(config->m_bFresh);
-    qv::KeyRef key;
-    EXPECT_TRUE(config->OpenRootKey(HKEY_LOCAL_MACHINE, 0x20019, key.Out()));
-    EXPECT_STREQ(config->m_szRegistryRoot, kind.root);
+  for (const auto& [kind, paths] : rows) {
+    for (const wchar_t* path : paths) {
+      SCOPED_TRACE(ToUtf8(path));
+      const HostPath host(path);
+      const ConfigObject config;
+      EXPECT_TRUE(config->Load());
+      ExpectHost(config, kind);
+      EXPECT_STREQ(config->m_szServiceName, kind.serviceName);
+      EXPECT_TRUE(config->m_bLoaded);
+      EXPECT_FALSE(config->m_bFresh);
+      qv::KeyRef key;
+      EXPECT_TRUE(config->OpenRootKey(HKEY_LOCAL_MACHINE, 0x20019, key.Out()));
+      EXPECT_STREQ(config->m_szRegistryRoot, kind.root);
+    }
   }
 }
 

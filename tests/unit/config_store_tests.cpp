@@ -1,13 +1,11 @@
 // The readers of the host product's registry keys, against the real registry with hives of the test's own.
 #include <atomic>
-#include <chrono>
-#include <future>
-#include <thread>
 #include <vector>
 
 #include "base/process_end.h"
 #include "store/config_store.h"
 #include "tests/support/message_box.h"
+#include "tests/support/threads.h"
 #include "tests/unit/fake_key.h"
 #include "tests/unit/unit_fixture.h"
 
@@ -27,6 +25,16 @@ class ConfigStoreTest : public LedgerTest {
   std::wstring Read(const Location& location) {
     return ResultAndText([&](IQvString** text) { return ((*m_config).*location.read)(text); });
   }
+  std::wstring UserClassPath() {
+    IQvString* list = nullptr;
+    m_config->ReadUserClassPath(&list);
+    return TakeText(list);
+  }
+  std::wstring LogPath() {
+    IQvString* path = nullptr;
+    m_config->GetLogFilePath(&path);
+    return TakeText(path);
+  }
   static std::wstring JavaKey(const wchar_t* root = kQuovantRoot) { return std::wstring(root) + L"\\Java"; }
 
   MessageBoxCatcher m_boxes;
@@ -36,31 +44,27 @@ class ConfigStoreTest : public LedgerTest {
 
 // ---- the root key ----
 
+constexpr std::pair<HostKind, const wchar_t*> kRoots[] = {{HostKind::Unknown, kQuovantRoot},
+                                                          {HostKind::Quovant, kQuovantRoot},
+                                                          {HostKind::Tablero, kTableroRoot},
+                                                          {HostKind::Loomhall, kLoomhallRoot}};
+
 TEST_F(ConfigStoreTest, OpenRootKeyOpensTheRootOfTheHostInTheHiveAsked) {
-  const struct {
-    bool quovant;
-    bool loomhall;
-    const wchar_t* root;
-  } rows[] = {{true, false, kQuovantRoot},
-              {true, true, kLoomhallRoot},
-              {false, false, kTableroRoot},
-              {false, true, kTableroRoot}};
-  for (const auto& row : rows) {
+  for (const auto& [host, root] : kRoots) {
     for (const bool machine : {true, false}) {
-      SCOPED_TRACE(ToUtf8(row.root) + (machine ? " of the machine" : " of the user"));
+      SCOPED_TRACE(ToUtf8(root) + (machine ? " of the machine" : " of the user"));
       HKEY const hive = machine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
-      m_config->m_bQuovantHost = row.quovant;
-      m_config->m_bLoomhallHost = row.loomhall;
+      SetHost(*m_config, host);
       IQvRegKey* key = nullptr;
       m_config->m_szRegistryRoot[0] = L'\0';
       EXPECT_FALSE(m_config->OpenRootKey(hive, 0x20019, &key)) << "it is not there yet";
       EXPECT_EQ(key, nullptr);
-      EXPECT_STREQ(m_config->m_szRegistryRoot, row.root);
-      m_registry.CreateKey(machine ? Hive::Machine : Hive::User, row.root);
+      EXPECT_STREQ(m_config->m_szRegistryRoot, root);
+      m_registry.CreateKey(machine ? Hive::Machine : Hive::User, root);
       EXPECT_TRUE(m_config->OpenRootKey(hive, 0x20019, &key));
       ASSERT_NE(key, nullptr);
       EXPECT_EQ(key->Release(), 0u);
-      m_registry.DeleteKey(machine ? Hive::Machine : Hive::User, row.root);
+      m_registry.DeleteKey(machine ? Hive::Machine : Hive::User, root);
     }
   }
 }
@@ -108,21 +112,18 @@ TEST_F(ConfigStoreTest, ARootThatOpensWithoutAnObjectIsNotOpen) {
 // ---- JDKLocation and JREBinLocation ----
 
 TEST_F(ConfigStoreTest, EachLocationIsReadFromTheKeyJavaBelowTheHostsRoot) {
-  const struct {
-    HostKind host;
-    const wchar_t* root;
-  } rows[] = {{HostKind::Unknown, kQuovantRoot},
-              {HostKind::Quovant, kQuovantRoot},
-              {HostKind::Tablero, kTableroRoot},
-              {HostKind::Loomhall, kLoomhallRoot}};
-  for (const auto& row : rows) {
-    m_registry.SetText(Hive::Machine, JavaKey(row.root), L"JDKLocation", std::wstring(L"C:\\jdk of ") + row.root);
-    m_registry.SetText(Hive::Machine, JavaKey(row.root), L"JREBinLocation", std::wstring(L"C:\\jre of ") + row.root);
+  for (const auto& [host, root] : kRoots) {
+    m_registry.SetLocations(root, std::wstring(L"C:\\jdk of ") + root, std::wstring(L"C:\\jre of ") + root);
   }
-  for (const auto& row : rows) {
-    SetHost(*m_config, row.host);
-    EXPECT_EQ(Read(kLocations[0]), std::wstring(L"true: C:\\jdk of ") + row.root);
-    EXPECT_EQ(Read(kLocations[1]), std::wstring(L"true: C:\\jre of ") + row.root);
+  // The user's are not looked at.
+  m_registry.SetText(Hive::User, JavaKey(), L"JDKLocation", L"C:\\users");
+  for (const auto& [host, root] : kRoots) {
+    SetHost(*m_config, host);
+    EXPECT_EQ(Read(kLocations[0]), std::wstring(L"true: C:\\jdk of ") + root);
+    EXPECT_EQ(Read(kLocations[1]), std::wstring(L"true: C:\\jre of ") + root);
+    m_registry.DeleteKey(Hive::Machine, root);
+    EXPECT_EQ(Read(kLocations[0]), L"false: <null>");
+    m_registry.SetLocations(root, std::wstring(L"C:\\jdk of ") + root, std::wstring(L"C:\\jre of ") + root);
   }
 }
 
@@ -142,11 +143,6 @@ TEST_F(ConfigStoreTest, AMissingRootKeyOrValueIsFalseAndShowsNoMessageBox) {
   EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
-TEST_F(ConfigStoreTest, ALocationIsReadFromTheMachineAndNeverFromTheUser) {
-  m_registry.SetText(Hive::User, JavaKey(), L"JDKLocation", L"C:\\users");
-  EXPECT_EQ(Read(kLocations[0]), L"false: <null>");
-}
-
 TEST_F(ConfigStoreTest, ALocationIsTakenFromWhateverBytesTheRegistryHolds) {
   for (const RegistryBytes& row : kRegistryBytes) {
     for (const Location& location : kLocations) {
@@ -154,13 +150,10 @@ TEST_F(ConfigStoreTest, ALocationIsTakenFromWhateverBytesTheRegistryHolds) {
       EXPECT_EQ(Read(location), row.text ? L"true: " + *row.text : L"false: <null>") << row.name;
     }
   }
-}
-
-TEST_F(ConfigStoreTest, ALocationOfOneMebibyteIsReadWhole) {
-  const std::wstring text(512 * 1024, L'\x4E2D');
+  const std::wstring mebibyte(512 * 1024, L'\x4E2D');
   for (const Location& location : kLocations) {
-    m_registry.SetText(Hive::Machine, JavaKey(), location.valueName, text);
-    EXPECT_TRUE(Read(location) == L"true: " + text) << ToUtf8(location.valueName);
+    m_registry.SetText(Hive::Machine, JavaKey(), location.valueName, mebibyte);
+    EXPECT_TRUE(Read(location) == L"true: " + mebibyte) << ToUtf8(location.valueName);
   }
 }
 
@@ -229,44 +222,30 @@ TEST_F(ConfigStoreTest, AValueThatTheHostLibraryFindsWithoutAnObjectIsTrueWithou
 // ---- the user's class path ----
 
 TEST_F(ConfigStoreTest, TheUserClassPathIsTheListBelowTheHostsRootInTheUsersHive) {
-  const struct {
-    HostKind host;
-    const wchar_t* root;
-  } rows[] = {
-      {HostKind::Quovant, kQuovantRoot}, {HostKind::Tablero, kTableroRoot}, {HostKind::Loomhall, kLoomhallRoot}};
-  for (const auto& row : rows) {
-    m_registry.SetList(Hive::User, std::wstring(row.root) + L"\\ClassPath", {row.root, L"C:\\b.jar"});
-    m_registry.SetList(Hive::Machine, std::wstring(row.root) + L"\\ClassPath", {L"the machine's"});
+  for (const auto& [host, root] : kRoots) {
+    m_registry.SetList(Hive::User, std::wstring(root) + L"\\ClassPath", {root, L"C:\\b.jar"});
+    m_registry.SetList(Hive::Machine, std::wstring(root) + L"\\ClassPath", {L"the machine's"});
   }
-  for (const auto& row : rows) {
-    SetHost(*m_config, row.host);
-    IQvString* list = nullptr;
-    m_config->ReadUserClassPath(&list);
-    EXPECT_EQ(TakeText(list), std::wstring(row.root) + L";C:\\b.jar");
+  for (const auto& [host, root] : kRoots) {
+    SetHost(*m_config, host);
+    EXPECT_EQ(UserClassPath(), std::wstring(root) + L";C:\\b.jar");
   }
 }
 
 TEST_F(ConfigStoreTest, AUserClassPathThatIsMissingIsEmptyAndQuiet) {
-  IQvString* list = nullptr;
-  m_config->ReadUserClassPath(&list);
-  EXPECT_EQ(TakeText(list), L"");
+  EXPECT_EQ(UserClassPath(), L"");
   m_registry.CreateKey(Hive::User, kQuovantRoot);
-  m_config->ReadUserClassPath(&list);
-  EXPECT_EQ(TakeText(list), L"");
+  EXPECT_EQ(UserClassPath(), L"");
   m_registry.SetText(Hive::User, std::wstring(kQuovantRoot) + L"\\ClassPath", L"0", L"no count");
-  m_config->ReadUserClassPath(&list);
-  EXPECT_EQ(TakeText(list), L"");
+  EXPECT_EQ(UserClassPath(), L"");
   EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 TEST_F(ConfigStoreTest, TheUserClassPathIsOpenedWithReadAccess) {
   FakeKey key;
-  key.values[L"Count"].text = L"1";
-  key.values[L"0"].text = L"a";
+  key.values = {{L"Count", {0, L"1"}}, {L"0", {0, L"a"}}};
   const FakeRegistry registry(key);
-  IQvString* list = nullptr;
-  m_config->ReadUserClassPath(&list);
-  EXPECT_EQ(TakeText(list), L"a");
+  EXPECT_EQ(UserClassPath(), L"a");
   EXPECT_EQ(registry.Requests(), (std::vector<FakeRegistry::Request>{{HKEY_CURRENT_USER, kQuovantRoot, 0x20019}}));
   EXPECT_EQ(key.opened, (std::vector<std::pair<std::wstring, uint32_t>>{{L"ClassPath", 0x20019}}));
 }
@@ -291,50 +270,40 @@ const auto* const g_endOfProcess = testing::AddGlobalTestEnvironment(new EndOfPr
 TEST_F(ConfigStoreTest, AtTheProcessesEndNobodyWaitsForAThreadThatIsGoneWithTheLock) {
   m_config->m_bRuntimeFound = true;
   m_registry.SetText(Hive::Machine, JavaKey(), L"JDKLocation", L"C:\\jdk");
-  std::promise<void> held;
-  std::promise<void> gone;
+  const Event held;
+  const Event gone;
   FakeString stored(L"log");
   std::atomic<bool> first = true;
   stored.onShare = [&] {
     if (!first.exchange(false)) return;
-    held.set_value();
-    gone.get_future().wait();
+    held.Set();
+    gone.Wait();
   };
   m_config->SetLogFilePath(&stored);
-  const auto readLog = [&] {
-    IQvString* path = nullptr;
-    m_config->GetLogFilePath(&path);
-    return TakeText(path);
-  };
-  std::thread holder(readLog);
-  held.get_future().wait();
+  const HostThread holder([&] { LogPath(); });
+  held.Wait();
   EndOfProcess::s_ending = true;
   std::atomic<int> returned = 0;
-  auto atTheEnd = std::async(std::launch::async, [&] {
-    EXPECT_EQ(readLog(), L"log");
+  const HostThread atTheEnd([&] {
+    EXPECT_EQ(LogPath(), L"log");
     ++returned;
     EXPECT_EQ(Read(kLocations[0]), L"true: C:\\jdk");
     ++returned;
     m_config->SetLogFilePath(nullptr);
     ++returned;
   });
-  atTheEnd.wait_for(std::chrono::seconds(20));
+  atTheEnd.Join(20000);
   EXPECT_EQ(returned, 3) << "GetLogFilePath, ReadJDKLocation, SetLogFilePath: the next one waits";
-  gone.set_value();
-  holder.join();
-  atTheEnd.wait();
+  gone.Set();
+  holder.Join();
+  atTheEnd.Join();
   EndOfProcess::s_ending = false;
 }
 
 // ---- the log path ----
 
 TEST_F(ConfigStoreTest, TheLogPathIsHandedOutAsANewObjectAndSettingOneReleasesTheOneBefore) {
-  const auto logPath = [&] {
-    IQvString* path = nullptr;
-    m_config->GetLogFilePath(&path);
-    return TakeText(path);
-  };
-  EXPECT_EQ(logPath(), L"vm.out") << "no path is stored";
+  EXPECT_EQ(LogPath(), L"vm.out") << "no path is stored";
   FakeString first(L"D:\\log.txt");
   FakeString second(L"second");
   m_config->SetLogFilePath(&first);
@@ -349,7 +318,7 @@ TEST_F(ConfigStoreTest, TheLogPathIsHandedOutAsANewObjectAndSettingOneReleasesTh
   EXPECT_EQ(second.references, 1u);
   m_config->SetLogFilePath(nullptr);
   EXPECT_EQ(second.references, 0u);
-  EXPECT_EQ(logPath(), L"vm.out") << "no path is stored now";
+  EXPECT_EQ(LogPath(), L"vm.out") << "no path is stored now";
 }
 
 }  // namespace

@@ -5,18 +5,17 @@
 
 #include "store/config_store.h"
 #include "store/default_tree.h"
+#include "tests/unit/fake_key.h"
 #include "tests/unit/unit_fixture.h"
 
 namespace qvtest {
 namespace {
 
-struct RecordCase {
+constexpr struct {
   int32_t kind;
   const wchar_t* name;
   const wchar_t* value;
-};
-
-constexpr RecordCase kRecords[] = {
+} kRecords[] = {
     {0, L"ROOT", nullptr},
     {0, L"Java", nullptr},
     {0, L"QVRTConfig", nullptr},
@@ -103,13 +102,9 @@ TEST_F(OpenedTreeTest, ThePathOfTheOptionListFindsTheKeyThatIsSpelledWithACapita
 }
 
 TEST_F(OpenedTreeTest, ValuesComeInRecordOrder) {
-  EXPECT_EQ(ValuesOf(L"Java\\QVRTConfig\\QVSysclasspath"),
-            (std::vector<std::wstring>{
-                L"Count=10", L"0=\\fop-0.20.5\\build\\fop.jar", L"1=\\fop-0.20.5\\lib\\batik.jar",
-                L"2=\\fop-0.20.5\\lib\\xalan-2.4.1.jar", L"3=\\fop-0.20.5\\lib\\xercesImpl-2.2.1.jar",
-                L"4=\\fop-0.20.5\\lib\\xml-apis.jar", L"5=\\fop-0.20.5\\lib\\avalon-framework-cvs-20020806.jar",
-                L"6=\\fop-0.20.5\\lib\\logkit-1.0.jar", L"7=\\fop-0.20.5\\lib\\jimi-1.0.jar", L"8=\\qvejbclient.jar",
-                L"9=\\qvjdbc12.jar"}));
+  std::vector<std::wstring> archives = {L"Count=10"};
+  for (size_t i = 5; i < 15; ++i) archives.push_back(std::wstring(kRecords[i].name) + L"=" + kRecords[i].value);
+  EXPECT_EQ(ValuesOf(L"Java\\QVRTConfig\\QVSysclasspath"), archives);
   EXPECT_EQ(ValuesOf(L"Java\\QVRTConfig\\QVJVMprops"), (std::vector<std::wstring>{L"java.compiler=NONE"}));
 }
 
@@ -120,6 +115,23 @@ TEST_F(OpenedTreeTest, PathsAreRelativeToTheRootKeyAndThereIsNoDevelopmentConfig
   EXPECT_FALSE(Opens(L"Java\\QVIDEConfig"));
   EXPECT_FALSE(Opens(L"Java\\QVRTConfig\\QVSysclasspath\\0"));
   EXPECT_FALSE(Opens(L"ClassPath"));
+}
+
+TEST_F(OpenedTreeTest, ATreeThatComesWithAPositiveStatusIsOpen) {
+  static FakeKey tree;
+  static int32_t status;
+  const auto open = [](const DefaultConfigRecord*, IQvRegKey** out) {
+    tree.AddRef();
+    *out = &tree;
+    return status;
+  };
+  const ImportHook hook(nullptr, "qvshr.dll", 5, reinterpret_cast<void*>(+open));
+  for (const auto& [answer, opens] : {std::pair(0, true), {1, true}, {INT32_MAX, true}, {-1, false}}) {
+    status = answer;
+    qv::KeyRef key;
+    EXPECT_EQ(qv::OpenDefaultTree(key), opens) << answer;
+  }
+  EXPECT_EQ(tree.references, 1u);
 }
 
 }  // namespace

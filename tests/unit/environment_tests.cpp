@@ -18,51 +18,42 @@ class EnvironmentReadTest : public LedgerTest {
   }
 };
 
-TEST_F(EnvironmentReadTest, AVariableIsReadUnitForUnit) {
-  for (const std::wstring& value :
-       {std::wstring(L"x"), std::wstring(L" leading and trailing "), std::wstring(L";;C:\\a;;\"C:\\b c\";"),
-        std::wstring(L"%PATH%"), std::wstring(L"a=b=c"), std::wstring(L"\x00DC\x4E2D\xFFFD"),
-        std::wstring(L"\xD83D\xDE00 whole, \xD83D alone, \xDE00 alone"), std::wstring(L"\xFFFF\x0001\t\n")}) {
-    const EnvironmentScope variable(kName, value);
-    EXPECT_EQ(Read(), L"true: " + value);
-  }
-}
-
-TEST_F(EnvironmentReadTest, AVariableOfAnyLengthIsReadWhole) {
+TEST_F(EnvironmentReadTest, AVariableIsReadUnitForUnitAndWhole) {
+  std::vector<std::wstring> values = {L"x",
+                                      L" leading and trailing ",
+                                      L";;C:\\a;;\"C:\\b c\";",
+                                      L"%PATH%",
+                                      L"a=b=c",
+                                      L"\x00DC\x4E2D\xFFFD",
+                                      L"\xD83D\xDE00 whole, \xD83D alone, \xDE00 alone",
+                                      L"\xFFFF\x0001\t\n"};
   for (const size_t units : {1u, 1022u, 1023u, 1024u, 1025u, 2047u, 2048u, 2049u, 20000u, 32766u}) {
-    const std::wstring value = std::wstring(units - 1, L'v') + L"E";
+    values.push_back(std::wstring(units - 1, L'v') + L"E");
+  }
+  for (const std::wstring& value : values) {
     const EnvironmentScope variable(kName, value);
-    EXPECT_TRUE(Read() == L"true: " + value) << units << " units";
+    EXPECT_TRUE(Read() == L"true: " + value) << value.size() << " units: " << ToUtf8(value.substr(0, 40));
   }
 }
 
-TEST_F(EnvironmentReadTest, AVariableOfExactly1024UnitsIsReadWithASecondBuffer) {
-  const std::wstring value(1024, L'v');
-  const EnvironmentScope variable(kName, value);
-  const LedgerCheck ledger;
-  qv::HostArray<wchar_t> text;
-  EXPECT_EQ(qv::ReadEnvironmentText(kName, text), qv::EnvironmentRead::Found);
-  EXPECT_TRUE(text.get() == value);
-  EXPECT_EQ(ledger.Allocations(), 2u);
-  text.reset();
-}
-
-TEST_F(EnvironmentReadTest, AVariableOf1023UnitsFitsTheFirstBuffer) {
-  const EnvironmentScope variable(kName, std::wstring(1023, L'v'));
-  const LedgerCheck ledger;
-  qv::HostArray<wchar_t> text;
-  EXPECT_EQ(qv::ReadEnvironmentText(kName, text), qv::EnvironmentRead::Found);
-  EXPECT_EQ(ledger.Allocations(), 1u);
-  text.reset();
+TEST_F(EnvironmentReadTest, AVariableOf1023UnitsFitsTheFirstBufferAndOneOf1024NeedsASecond) {
+  for (const auto& [units, buffers] : {std::pair(1023u, 1u), {1024u, 2u}}) {
+    const std::wstring value(units, L'v');
+    const EnvironmentScope variable(kName, value);
+    const LedgerCheck ledger;
+    qv::HostArray<wchar_t> text;
+    EXPECT_EQ(qv::ReadEnvironmentText(kName, text), qv::EnvironmentRead::Found);
+    EXPECT_TRUE(text.get() == value);
+    EXPECT_EQ(ledger.Allocations(), buffers) << units << " units";
+    text.reset();
+  }
 }
 
 TEST_F(EnvironmentReadTest, AnAbsentVariableAndAnEmptyOneReadAsAbsent) {
-  {
-    const EnvironmentScope variable(kName, std::nullopt);
+  for (const std::optional<std::wstring>& value : {std::optional<std::wstring>(), std::optional<std::wstring>(L"")}) {
+    const EnvironmentScope variable(kName, value);
     EXPECT_EQ(Read(), L"false: <null>");
   }
-  const EnvironmentScope variable(kName, L"");
-  EXPECT_EQ(Read(), L"false: <null>");
 }
 
 // What GetEnvironmentVariableW finds, one state for each call; the last one stays.
@@ -89,27 +80,24 @@ class ChangingVariable {
   ImportHook m_hook;
 };
 
-TEST_F(EnvironmentReadTest, AVariableThatGrowsBetweenTwoReadsIsReadAgain) {
-  const ChangingVariable variable(
-      {std::wstring(1500, L'a'), std::wstring(3000, L'b'), std::wstring(4500, L'c'), std::wstring(6000, L'd')});
-  EXPECT_TRUE(Read() == L"true: " + std::wstring(6000, L'd'));
-  EXPECT_EQ(variable.Calls(), 5u) << "one call for each size, and one that fits";
-}
-
-TEST_F(EnvironmentReadTest, AVariableThatGrowsToFillTheBufferExactlyIsReadAgain) {
-  const ChangingVariable variable({std::wstring(1500, L'a'), std::wstring(1502, L'b')});
-  EXPECT_TRUE(Read() == L"true: " + std::wstring(1502, L'b'));
-}
-
-TEST_F(EnvironmentReadTest, AVariableThatShrinksBetweenTwoReadsIsReadAsItIsThen) {
-  const ChangingVariable variable({std::wstring(1500, L'a'), L"short"});
-  EXPECT_EQ(Read(), L"true: short");
-}
-
-TEST_F(EnvironmentReadTest, AVariableThatVanishesBetweenTwoReadsIsAbsent) {
-  const ChangingVariable variable({std::wstring(1500, L'a'), L""});
-  EXPECT_EQ(Read(), L"false: <null>");
-  EXPECT_EQ(variable.Calls(), 2u);
+TEST_F(EnvironmentReadTest, AVariableThatChangesBetweenTwoReadsIsReadUntilItFits) {
+  const std::wstring a(1500, L'a');
+  const std::wstring b(1502, L'b');
+  const std::wstring d(6000, L'd');
+  const struct {
+    const char* name;
+    std::vector<std::wstring> states;
+    std::wstring want;
+    size_t calls;
+  } rows[] = {{"it grows", {a, std::wstring(3000, L'b'), std::wstring(4500, L'c'), d}, L"true: " + d, 5},
+              {"it grows to fill the buffer exactly", {a, b}, L"true: " + b, 3},
+              {"it shrinks", {a, L"short"}, L"true: short", 2},
+              {"it vanishes", {a, L""}, L"false: <null>", 2}};
+  for (const auto& row : rows) {
+    const ChangingVariable variable(row.states);
+    EXPECT_TRUE(Read() == row.want) << row.name;
+    EXPECT_EQ(variable.Calls(), row.calls) << row.name << ": one call for each size, and one that fits";
+  }
 }
 
 TEST_F(EnvironmentReadTest, WithoutMemoryForItsTextTheVariableStillExists) {
@@ -121,12 +109,10 @@ TEST_F(EnvironmentReadTest, WithoutMemoryForItsTextTheVariableStillExists) {
 TEST_F(EnvironmentReadTest, WithoutMemoryForABufferTheResultIsFalse) {
   const EnvironmentScope variable(kName, std::wstring(5000, L'v'));
   for (const uint64_t n : {1u, 2u}) {
-    const ConfigObject config;
-    IQvString* text = nullptr;
     const FailAllocation fault(n, kQvshrFailOnce);
-    EXPECT_FALSE(config->ReadEnvironmentVariable(kName, &text)) << "allocation " << n;
+    qv::HostArray<wchar_t> text;
+    EXPECT_EQ(qv::ReadEnvironmentText(kName, text), qv::EnvironmentRead::NoMemory) << "allocation " << n;
     EXPECT_TRUE(fault.Fired());
-    EXPECT_EQ(text, nullptr);
   }
 }
 
