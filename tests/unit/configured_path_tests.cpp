@@ -17,9 +17,9 @@ TEST_F(ConfiguredPathTest, EachKnownHostUsesTheLocationsBelowItsOwnRoot) {
   AddJvm(L"home\\bin\\client");
   AddJvm(L"install\\JRE\\bin\\client");
   RegisterCurrentRuntime(Home());
-  Configure(kQuovantRoot, L"C:\\jdk q", L"C:\\jre q");
-  Configure(kTableroRoot, L"C:\\jdk t", L"C:\\jre t");
-  Configure(kLoomhallRoot, L"C:\\jdk l", L"C:\\jre l");
+  m_registry.SetLocations(kQuovantRoot, L"C:\\jdk q", L"C:\\jre q");
+  m_registry.SetLocations(kTableroRoot, L"C:\\jdk t", L"C:\\jre t");
+  m_registry.SetLocations(kLoomhallRoot, L"C:\\jdk l", L"C:\\jre l");
   EXPECT_EQ(LocateAfresh(HostKind::Quovant), std::wstring(L"C:\\jdk q\\BIN;C:\\jre q;") + kOldPath);
   EXPECT_EQ(LocateAfresh(HostKind::Tablero), std::wstring(L"C:\\jdk t\\BIN;C:\\jre t;") + kOldPath);
   EXPECT_EQ(LocateAfresh(HostKind::Loomhall), std::wstring(L"C:\\jdk l\\BIN;C:\\jre l;") + kOldPath);
@@ -42,25 +42,17 @@ TEST_F(ConfiguredPathTest, AMissingLocationIsFalseWithoutASearchAndWithoutAMessa
   EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
-TEST_F(ConfiguredPathTest, AnEmptyLocationIsRefused) {
-  const struct {
-    const char* name;
-    const wchar_t* jdk;
-    const wchar_t* jre;
-  } rows[] = {{"JDKLocation", L"", L"C:\\jre"}, {"JREBinLocation", L"C:\\jdk", L""}, {"both", L"", L""}};
-  for (const auto& row : rows) {
-    Configure(kQuovantRoot, row.jdk, row.jre);
-    EXPECT_FALSE(m_config->PrepareConfiguredPath()) << row.name;
-    EXPECT_FALSE(m_config->m_bRuntimeFound) << row.name;
-    EXPECT_EQ(Path(), kOldPath) << row.name;
+TEST_F(ConfiguredPathTest, AnEmptyLocationOrOneThatIsNoTextIsRefused) {
+  for (const auto& [jdk, jre] : {std::pair(L"", L"C:\\jre"), {L"C:\\jdk", L""}, {L"", L""}, {L"bytes", L"C:\\jre"}}) {
+    SCOPED_TRACE(ToUtf8(jdk) + ", " + ToUtf8(jre));
+    m_registry.SetLocations(kQuovantRoot, jdk, jre);
+    if (std::wstring_view(jdk) == L"bytes") {
+      m_registry.SetRaw(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java", L"JDKLocation", REG_BINARY, {1, 2, 3});
+    }
+    EXPECT_FALSE(m_config->PrepareConfiguredPath());
+    EXPECT_FALSE(m_config->m_bRuntimeFound);
+    EXPECT_EQ(Path(), kOldPath);
   }
-}
-
-TEST_F(ConfiguredPathTest, ALocationThatIsNoTextIsMissing) {
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  m_registry.SetRaw(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java", L"JDKLocation", REG_BINARY, {1, 2, 3});
-  EXPECT_FALSE(m_config->PrepareConfiguredPath());
-  EXPECT_EQ(Path(), kOldPath);
 }
 
 TEST_F(ConfiguredPathTest, AnAbsentObjectPassesTheTestForAnEmptyText) {
@@ -73,29 +65,19 @@ TEST_F(ConfiguredPathTest, AnAbsentObjectPassesTheTestForAnEmptyText) {
   EXPECT_EQ(Path(), std::wstring(L"\\BIN;C:\\jre;") + kOldPath);
 }
 
-TEST_F(ConfiguredPathTest, TheOldPathIsKeptUnitForUnit) {
-  Configure(kQuovantRoot, L"C:\\j d k", L"\x4E2D\\bin");
-  for (const std::wstring& old : {std::wstring(L"C:\\a"), std::wstring(L";;"), std::wstring(L"\xD83D;\xDE00"),
-                                  std::wstring(1024, L'p'), std::wstring(30000, L'p')}) {
+TEST_F(ConfiguredPathTest, TheOldPathIsKeptUnitForUnitBehindASeparatorUnlessThereWasNone) {
+  m_registry.SetLocations(kQuovantRoot, L"C:\\j d k", L"\x4E2D\\bin");
+  for (const std::optional<std::wstring>& old : OldPaths()) {
     const EnvironmentScope path(L"PATH", old);
     const ConfigObject config;
     EXPECT_TRUE(config->PrepareConfiguredPath());
-    EXPECT_TRUE(Path() == L"C:\\j d k\\BIN;\x4E2D\\bin;" + old) << old.size() << " units";
-  }
-}
-
-TEST_F(ConfiguredPathTest, WithoutAPathNoSeparatorStandsAtTheEnd) {
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  for (const std::optional<std::wstring>& old : {std::optional<std::wstring>(), std::optional<std::wstring>(L"")}) {
-    const EnvironmentScope path(L"PATH", old);
-    const ConfigObject config;
-    EXPECT_TRUE(config->PrepareConfiguredPath());
-    EXPECT_EQ(Path(), L"C:\\jdk\\BIN;C:\\jre");
+    const std::wstring rest = old.value_or(L"").empty() ? L"" : L";" + *old;
+    EXPECT_TRUE(Path() == L"C:\\j d k\\BIN;\x4E2D\\bin" + rest) << ToUtf8(rest.substr(0, 40));
   }
 }
 
 TEST_F(ConfiguredPathTest, OnlyTheResult1OfSettingPathIsTrueAlthoughAnyOtherSuccessCountsAsFound) {
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
+  m_registry.SetLocations(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
   for (const BOOL result : {FALSE, 2}) {
     const PathWrites writes({result});
     EXPECT_FALSE(m_config->LocateJavaRuntime()) << result;
@@ -103,20 +85,14 @@ TEST_F(ConfiguredPathTest, OnlyTheResult1OfSettingPathIsTrueAlthoughAnyOtherSucc
   }
 }
 
-TEST_F(ConfiguredPathTest, ASecondCallAfterSuccessLeavesPathUnchanged) {
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  EXPECT_TRUE(m_config->LocateJavaRuntime());
-  const std::wstring found = Path();
-  Configure(kQuovantRoot, L"C:\\other", L"C:\\other");
-  EXPECT_TRUE(m_config->LocateJavaRuntime());
-  EXPECT_EQ(Path(), found);
-}
-
-TEST_F(ConfiguredPathTest, AFailedCallIsRepeatedByTheNext) {
+TEST_F(ConfiguredPathTest, AFailedCallIsRepeatedByTheNextAndOneAfterSuccessLeavesPathUnchanged) {
   EXPECT_FALSE(m_config->LocateJavaRuntime());
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
-  EXPECT_TRUE(m_config->LocateJavaRuntime());
-  EXPECT_EQ(Path(), std::wstring(L"C:\\jdk\\BIN;C:\\jre;") + kOldPath);
+  m_registry.SetLocations(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
+  for (int call = 0; call < 2; ++call) {
+    EXPECT_TRUE(m_config->LocateJavaRuntime());
+    EXPECT_EQ(Path(), std::wstring(L"C:\\jdk\\BIN;C:\\jre;") + kOldPath);
+    m_registry.SetLocations(kQuovantRoot, L"C:\\other", L"C:\\other");
+  }
 }
 
 }  // namespace

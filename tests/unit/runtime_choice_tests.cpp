@@ -52,19 +52,16 @@ Probed Find(const std::wstring& home, std::span<const std::wstring_view> folders
   return probed;
 }
 
-TEST_F(RuntimeChoiceTest, BelowAJavaHomeFivePlacesAreTriedInThisOrder) {
+TEST_F(RuntimeChoiceTest, BelowAJavaHomeFivePlacesAndBelowTheInstallFolderThreeAreTriedInThisOrder) {
   const Probed probed = Find(L"H", qv::kJavaHomeFolders, {});
   EXPECT_EQ(probed.result, qv::Discovery::NotFound);
   EXPECT_EQ(probed.folder, L"");
   EXPECT_EQ(probed.probes, (std::vector<std::wstring>{L"H\\BIN\\CLIENT\\JVM.DLL", L"H\\BIN\\SERVER\\JVM.DLL",
                                                       L"H\\JRE\\BIN\\CLIENT\\JVM.DLL", L"H\\JRE\\BIN\\SERVER\\JVM.DLL",
                                                       L"H\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
-}
-
-TEST_F(RuntimeChoiceTest, BelowTheInstallFolderThreePlacesAreTriedInThisOrder) {
-  const Probed probed = Find(L"C:\\I", qv::kInstallFolders, {});
-  EXPECT_EQ(probed.result, qv::Discovery::NotFound);
-  EXPECT_EQ(probed.probes,
+  const Probed installed = Find(L"C:\\I", qv::kInstallFolders, {});
+  EXPECT_EQ(installed.result, qv::Discovery::NotFound);
+  EXPECT_EQ(installed.probes,
             (std::vector<std::wstring>{L"C:\\I\\JRE\\BIN\\CLIENT\\JVM.DLL", L"C:\\I\\JRE\\BIN\\SERVER\\JVM.DLL",
                                        L"C:\\I\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
 }

@@ -26,12 +26,8 @@ class RuntimeLocateTest : public LedgerTest {
     m_registry.SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"1.8");
     m_registry.SetText(Hive::Machine, std::wstring(kJavaSoft) + L"\\1.8", L"JavaHome", home);
   }
-  void Configure(const wchar_t* root, const std::wstring& jdk, const std::wstring& jreBin) {
-    m_registry.SetText(Hive::Machine, std::wstring(root) + L"\\Java", L"JDKLocation", jdk);
-    m_registry.SetText(Hive::Machine, std::wstring(root) + L"\\Java", L"JREBinLocation", jreBin);
-  }
   static std::wstring Path() { return ReadVariable(L"PATH").value_or(L"<absent>"); }
-  // Locates with a fresh configuration object and the usual PATH; gives what PATH is then.
+  // Locates with a fresh configuration object and the usual PATH; gives what PATH is then. Nothing found is true too.
   std::wstring LocateAfresh(HostKind host = HostKind::Unknown) {
     const EnvironmentScope path(L"PATH", kOldPath);
     const ConfigObject config;
@@ -40,8 +36,23 @@ class RuntimeLocateTest : public LedgerTest {
     EXPECT_EQ(config->m_bRuntimeFound, Path() != kOldPath);
     return Path();
   }
-  // Locates and expects that nothing was found although the result is true.
-  void ExpectNothingFound(const char* what) { EXPECT_EQ(LocateAfresh(), kOldPath) << what; }
+
+  // What may have stood there before.
+  static std::vector<std::optional<std::wstring>> OldPaths() {
+    return {std::nullopt,
+            L"",
+            L"C:\\a",
+            L";",
+            L";;C:\\a;;",
+            L" C:\\a ; \"C:\\b c\" ",
+            L"%SystemRoot%;C:/x",
+            L"\xD83D;\xDE00;\x4E2D\xFFFF",
+            L"a=b",
+            std::wstring(1023, L'p'),
+            std::wstring(1024, L'p'),
+            std::wstring(1025, L'p'),
+            std::wstring(30000, L'p')};
+  }
 
   TempFolder m_folder;
   LoadedModule m_service{m_folder, L"install\\qvjvm.dll"};

@@ -22,26 +22,14 @@ TEST_F(RuntimeLocateTest, EachOfTheFivePlacesBelowJavaHomeIsFound) {
   }
 }
 
-TEST_F(RuntimeLocateTest, AJdkWithAJvmOnlyUnderJreBinClientGivesTheThirdCandidate) {
+TEST_F(RuntimeLocateTest, FoldersWithoutAJvmAreNoneAndAFolderNamedLikeTheJvmCountsToo) {
   const EnvironmentScope javaHome(L"JAVA_HOME", Home());
   m_folder.MakeFolder(L"home\\bin\\client");
   m_folder.MakeFolder(L"home\\bin\\server");
   AddJvm(L"home\\jre\\bin\\client");
   EXPECT_EQ(LocateAfresh(), Home() + L"\\JRE\\BIN\\CLIENT;" + kOldPath);
-}
-
-TEST_F(RuntimeLocateTest, AFolderNamedLikeTheJvmCountsToo) {
-  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
   m_folder.MakeFolder(L"home\\bin\\server\\jvm.dll");
   EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\SERVER;" + kOldPath);
-}
-
-TEST_F(RuntimeLocateTest, TheDiscoveredFolderIsRemembered) {
-  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
-  AddJvm(L"home\\bin\\server");
-  EXPECT_EQ(m_config->DiscoveredJvmFolder(), L"");
-  EXPECT_TRUE(m_config->LocateJavaRuntime());
-  EXPECT_EQ(m_config->DiscoveredJvmFolder(), Home() + L"\\BIN\\SERVER");
 }
 
 TEST_F(RuntimeLocateTest, AJavaHomeThatPointsNowhereKeepsTheRegistryUnaskedAndTheInstallFolderIsNext) {
@@ -53,19 +41,17 @@ TEST_F(RuntimeLocateTest, AJavaHomeThatPointsNowhereKeepsTheRegistryUnaskedAndTh
   EXPECT_EQ(QvshrLedgerCalls(kQvshrCallOpenRegistryKey), 0u);
 }
 
-TEST_F(RuntimeLocateTest, AnEmptyJavaHomeCountsAsAbsent) {
-  const EnvironmentScope javaHome(L"JAVA_HOME", L"");
-  AddJvm(L"home\\bin\\server");
-  RegisterCurrentRuntime(Home());
-  EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\SERVER;" + kOldPath);
-}
-
 TEST_F(RuntimeLocateTest, JavaHomeComesBeforeTheRegistryAndTheInstallFolder) {
-  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
   AddJvm(L"home\\jre\\bin\\classic");
   AddJvm(L"other\\bin\\client");
   AddJvm(L"install\\JRE\\bin\\client");
   RegisterCurrentRuntime(m_folder.Path(L"other"));
+  m_registry.SetText(Hive::Machine, std::wstring(kJavaSoft) + L"\\1.4", L"JavaHome", m_folder.Path(L"old"));
+  for (const std::optional<std::wstring>& home : {std::optional<std::wstring>(), std::optional<std::wstring>(L"")}) {
+    const EnvironmentScope javaHome(L"JAVA_HOME", home);
+    EXPECT_EQ(LocateAfresh(), m_folder.Path(L"other") + L"\\BIN\\CLIENT;" + kOldPath) << "an empty one is none";
+  }
+  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
   EXPECT_EQ(LocateAfresh(), Home() + L"\\JRE\\BIN\\CLASSIC;" + kOldPath);
 }
 
@@ -79,30 +65,22 @@ TEST_F(RuntimeLocateTest, ALongJavaHomeIsNotCut) {
 
 // ---- the registered current runtime ----
 
-TEST_F(RuntimeLocateTest, WithoutJavaHomeTheRegisteredCurrentRuntimeIsUsed) {
-  AddJvm(L"home\\bin\\client");
-  AddJvm(L"install\\JRE\\bin\\client");
-  RegisterCurrentRuntime(Home());
-  m_registry.SetText(Hive::Machine, std::wstring(kJavaSoft) + L"\\1.4", L"JavaHome", m_folder.Path(L"old"));
-  EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\CLIENT;" + kOldPath);
-}
-
 TEST_F(RuntimeLocateTest, EveryMissingStepInTheRegistryEndsTheSearchThere) {
   AddJvm(L"home\\bin\\client");
   const std::wstring key = kJavaSoft;
-  ExpectNothingFound("no key");
+  EXPECT_EQ(LocateAfresh(), kOldPath) << "no key";
   m_registry.SetText(Hive::Machine, key + L"\\1.8", L"JavaHome", Home());
-  ExpectNothingFound("no CurrentVersion");
+  EXPECT_EQ(LocateAfresh(), kOldPath) << "no CurrentVersion";
   m_registry.SetText(Hive::Machine, key, L"CurrentVersion", L"1.9");
-  ExpectNothingFound("no key of the current version");
+  EXPECT_EQ(LocateAfresh(), kOldPath) << "no key of the current version";
   m_registry.CreateKey(Hive::Machine, key + L"\\1.9");
-  ExpectNothingFound("no JavaHome");
+  EXPECT_EQ(LocateAfresh(), kOldPath) << "no JavaHome";
   m_registry.SetRaw(Hive::Machine, key + L"\\1.9", L"JavaHome", REG_BINARY, {'C', 0, ':', 0, 0, 0});
-  ExpectNothingFound("JavaHome is no text");
+  EXPECT_EQ(LocateAfresh(), kOldPath) << "JavaHome is no text";
   m_registry.SetText(Hive::Machine, key + L"\\1.9", L"JavaHome", L"");
-  ExpectNothingFound("JavaHome is empty");
+  EXPECT_EQ(LocateAfresh(), kOldPath) << "JavaHome is empty";
   m_registry.SetRaw(Hive::Machine, key, L"CurrentVersion", REG_DWORD, {8, 0, 0, 0});
-  ExpectNothingFound("CurrentVersion is no text");
+  EXPECT_EQ(LocateAfresh(), kOldPath) << "CurrentVersion is no text";
   m_registry.SetText(Hive::Machine, key, L"CurrentVersion", L"1.8");
   EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\CLIENT;" + kOldPath);
 }
@@ -137,7 +115,7 @@ TEST_F(RuntimeLocateTest, ACurrentVersionWithoutAnObjectEndsTheSearchThere) {
   key.values[L"CurrentVersion"].status = 0;
   key.values[L"JavaHome"].text = L"C:\\nowhere";
   const FakeRegistry registry(key);
-  ExpectNothingFound("CurrentVersion without an object");
+  EXPECT_EQ(LocateAfresh(), kOldPath) << "CurrentVersion without an object";
   EXPECT_EQ(key.queried, (std::vector<std::wstring>{L"CurrentVersion", L"JDKLocation"})) << "the last resort is next";
   EXPECT_EQ(key.references, 1u);
 }
@@ -156,26 +134,18 @@ TEST_F(RuntimeLocateTest, Setting1SkipsJavaHomeAndTheRegistry) {
   EXPECT_EQ(LocateAfresh(), privateRuntime);
 }
 
-TEST_F(RuntimeLocateTest, OtherSettingsKeepJavaHome) {
+TEST_F(RuntimeLocateTest, OtherSettingsKeepJavaHomeAndOfALongerOneTheFirstCharacterCounts) {
   const EnvironmentScope javaHome(L"JAVA_HOME", Home());
   AddJvm(L"home\\bin\\client");
   AddJvm(L"install\\JRE\\bin\\client");
   const std::wstring current = Home() + L"\\BIN\\CLIENT;" + kOldPath;
   EXPECT_EQ(LocateAfresh(), current) << "no setting at all";
-  for (const wchar_t* setting : {L"0", L"2", L"", L"x", L" 1", L"-1", L"01"}) {
+  for (const wchar_t* setting : {L"0", L"2", L"", L"x", L" 1", L"-1", L"01", L"21"}) {
     QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", setting);
     EXPECT_EQ(LocateAfresh(), current) << ToUtf8(setting);
   }
-}
-
-TEST_F(RuntimeLocateTest, OfALongerSettingTheFirstCharacterCounts) {
-  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
-  AddJvm(L"home\\bin\\client");
-  AddJvm(L"install\\JRE\\bin\\client");
   QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", L"10");
   EXPECT_EQ(LocateAfresh(), Install() + L"\\JRE\\BIN\\CLIENT;" + kOldPath);
-  QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", L"21");
-  EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\CLIENT;" + kOldPath);
 }
 
 TEST_F(RuntimeLocateTest, TheSettingIsAskedForOnceWithItsDefaultAndTwoCharacters) {
@@ -196,17 +166,14 @@ TEST_F(RuntimeLocateTest, TheSettingIsAskedForOnceWithItsDefaultAndTwoCharacters
 
 // ---- the install folder ----
 
-TEST_F(RuntimeLocateTest, EachOfTheThreePlacesBelowTheInstallFolderIsFound) {
+TEST_F(RuntimeLocateTest, EachOfTheThreePlacesBelowTheInstallFolderIsFoundAndBinRightBelowItIsNotTried) {
+  AddJvm(L"install\\bin\\client");
+  AddJvm(L"install\\bin\\server");
+  EXPECT_EQ(LocateAfresh(), kOldPath);
   for (const wchar_t* place : {L"\\JRE\\BIN\\CLASSIC", L"\\JRE\\BIN\\SERVER", L"\\JRE\\BIN\\CLIENT"}) {
     AddJvm(L"install" + std::wstring(place));
     EXPECT_EQ(LocateAfresh(), Install() + place + L";" + kOldPath);
   }
-}
-
-TEST_F(RuntimeLocateTest, BinRightBelowTheInstallFolderIsNotTried) {
-  AddJvm(L"install\\bin\\client");
-  AddJvm(L"install\\bin\\server");
-  ExpectNothingFound("a runtime that lies in the install folder itself");
 }
 
 TEST_F(RuntimeLocateTest, TheFilesTriedComeInThisOrder) {
@@ -247,36 +214,27 @@ TEST_F(RuntimeLocateTest, AServicePathThatFillsItsBufferIsNotReadPastItsEnd) {
 
 // ---- nothing found ----
 
-TEST_F(RuntimeLocateTest, NoRuntimeAnywhereIsTrueAndFindsNothing) {
+TEST_F(RuntimeLocateTest, TheConfiguredLocationsAreAnUnknownHostsLastResort) {
+  m_registry.SetLocations(kQuovantRoot, L"C:\\jdk", L"C:\\jre\\bin");
+  EXPECT_EQ(LocateAfresh(), std::wstring(L"C:\\jdk\\BIN;C:\\jre\\bin;") + kOldPath);
+}
+
+TEST_F(RuntimeLocateTest, NoRuntimeAnywhereIsTrueAndTheSearchIsRepeatedUntilOneIsFound) {
   EXPECT_TRUE(m_config->LocateJavaRuntime());
   EXPECT_FALSE(m_config->m_bRuntimeFound);
   EXPECT_EQ(Path(), kOldPath);
   EXPECT_EQ(m_config->DiscoveredJvmFolder(), L"");
   EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
-}
-
-TEST_F(RuntimeLocateTest, TheConfiguredLocationsAreAnUnknownHostsLastResort) {
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre\\bin");
-  EXPECT_EQ(LocateAfresh(), std::wstring(L"C:\\jdk\\BIN;C:\\jre\\bin;") + kOldPath);
-}
-
-TEST_F(RuntimeLocateTest, AFailedSearchIsRepeatedByTheNextCall) {
-  EXPECT_TRUE(m_config->LocateJavaRuntime());
-  EXPECT_FALSE(m_config->m_bRuntimeFound);
   AddJvm(L"install\\JRE\\bin\\server");
+  const std::wstring found = Install() + L"\\JRE\\BIN\\SERVER;" + kOldPath;
   EXPECT_TRUE(m_config->LocateJavaRuntime());
   EXPECT_TRUE(m_config->m_bRuntimeFound);
-  EXPECT_EQ(Path(), Install() + L"\\JRE\\BIN\\SERVER;" + kOldPath);
-}
-
-TEST_F(RuntimeLocateTest, ASecondCallAfterSuccessIsTrueAndLeavesPathUnchanged) {
-  AddJvm(L"install\\JRE\\bin\\server");
-  EXPECT_TRUE(m_config->LocateJavaRuntime());
-  const std::wstring found = Path();
+  EXPECT_EQ(m_config->DiscoveredJvmFolder(), Install() + L"\\JRE\\BIN\\SERVER");
+  EXPECT_EQ(Path(), found);
   const EnvironmentScope javaHome(L"JAVA_HOME", Home());
   AddJvm(L"home\\bin\\client");
   EXPECT_TRUE(m_config->LocateJavaRuntime());
-  EXPECT_EQ(Path(), found);
+  EXPECT_EQ(Path(), found) << "a call after success leaves it";
   SetHost(*m_config, HostKind::Quovant);
   EXPECT_TRUE(m_config->LocateJavaRuntime()) << "whatever the host is";
   EXPECT_EQ(Path(), found);
@@ -340,9 +298,9 @@ TEST_F(RuntimeLocateTest, ListenersHearWhatBecameOfTheConfiguredLocations) {
   SetHost(*m_config, HostKind::Quovant);
   HeardDecisions heard(*m_config);
   EXPECT_FALSE(m_config->LocateJavaRuntime());
-  Configure(kQuovantRoot, L"C:\\jdk", L"");
+  m_registry.SetLocations(kQuovantRoot, L"C:\\jdk", L"");
   EXPECT_FALSE(m_config->LocateJavaRuntime());
-  Configure(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
+  m_registry.SetLocations(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
   {
     const PathWrites writes({FALSE});
     EXPECT_FALSE(m_config->LocateJavaRuntime());
@@ -357,27 +315,14 @@ TEST_F(RuntimeLocateTest, ListenersHearWhatBecameOfTheConfiguredLocations) {
 
 // ---- PATH ----
 
-TEST_F(RuntimeLocateTest, TheOldPathIsKeptUnitForUnit) {
+TEST_F(RuntimeLocateTest, TheOldPathIsKeptUnitForUnitBehindASeparatorWhichStandsAlsoWithoutOne) {
   AddJvm(L"install\\JRE\\bin\\server");
-  const std::wstring runtime = Install() + L"\\JRE\\BIN\\SERVER;";
-  for (const std::wstring& old :
-       {std::wstring(L"C:\\a"), std::wstring(L";"), std::wstring(L";;C:\\a;;"), std::wstring(L" C:\\a ; \"C:\\b c\" "),
-        std::wstring(L"%SystemRoot%;C:/x"), std::wstring(L"\xD83D;\xDE00;\x4E2D\xFFFF"), std::wstring(L"a=b"),
-        std::wstring(1023, L'p'), std::wstring(1024, L'p'), std::wstring(1025, L'p'), std::wstring(30000, L'p')}) {
+  for (const std::optional<std::wstring>& old : OldPaths()) {
     const EnvironmentScope path(L"PATH", old);
     const ConfigObject config;
     EXPECT_TRUE(config->LocateJavaRuntime());
-    EXPECT_TRUE(Path() == runtime + old) << old.size() << " units: " << ToUtf8(old.substr(0, 40));
-  }
-}
-
-TEST_F(RuntimeLocateTest, WithoutAPathTheRuntimeStandsThereWithASeparatorBehindIt) {
-  AddJvm(L"install\\JRE\\bin\\server");
-  for (const std::optional<std::wstring>& old : {std::optional<std::wstring>(), std::optional<std::wstring>(L"")}) {
-    const EnvironmentScope path(L"PATH", old);
-    const ConfigObject config;
-    EXPECT_TRUE(config->LocateJavaRuntime());
-    EXPECT_EQ(Path(), Install() + L"\\JRE\\BIN\\SERVER;");
+    EXPECT_TRUE(Path() == Install() + L"\\JRE\\BIN\\SERVER;" + old.value_or(L""))
+        << ToUtf8(old.value_or(L"").substr(0, 40));
   }
 }
 
@@ -385,6 +330,14 @@ TEST_F(RuntimeLocateTest, APathThatCannotBeSetForJavaHomeIsTriedWithTheInstallFo
   const EnvironmentScope javaHome(L"JAVA_HOME", Home());
   AddJvm(L"home\\bin\\client");
   AddJvm(L"install\\JRE\\bin\\client");
+  {
+    const ConfigObject config;
+    const PathWrites writes({2});
+    EXPECT_TRUE(config->LocateJavaRuntime()) << "any success is enough";
+    EXPECT_TRUE(config->m_bRuntimeFound);
+    EXPECT_EQ(config->DiscoveredJvmFolder(), Home() + L"\\BIN\\CLIENT");
+    EXPECT_EQ(writes.Written(), (std::vector<std::wstring>{L"PATH=" + Home() + L"\\BIN\\CLIENT;" + kOldPath}));
+  }
   const PathWrites writes({FALSE, TRUE});
   EXPECT_TRUE(m_config->LocateJavaRuntime());
   EXPECT_TRUE(m_config->m_bRuntimeFound);
@@ -402,17 +355,6 @@ TEST_F(RuntimeLocateTest, TheInstallFolderNeedsTheResult1AlthoughAnyOtherSuccess
     EXPECT_EQ(config->m_bRuntimeFound, result != FALSE) << result;
     EXPECT_EQ(writes.Written().size(), 1u) << result;
   }
-}
-
-TEST_F(RuntimeLocateTest, AnySuccessOfSettingPathIsEnoughForJavaHome) {
-  const EnvironmentScope javaHome(L"JAVA_HOME", Home());
-  AddJvm(L"home\\bin\\client");
-  AddJvm(L"install\\JRE\\bin\\client");
-  const PathWrites writes({2});
-  EXPECT_TRUE(m_config->LocateJavaRuntime());
-  EXPECT_TRUE(m_config->m_bRuntimeFound);
-  EXPECT_EQ(writes.Written(), (std::vector<std::wstring>{L"PATH=" + Home() + L"\\BIN\\CLIENT;" + kOldPath}))
-      << "the install folder is not tried after it";
 }
 
 }  // namespace

@@ -54,16 +54,22 @@ class StartOptionsTest : public LedgerTest {
     EXPECT_TRUE(m_config->ComposeClassPath(&path));
     return "-Djava.class.path=" + ToUtf8(TakeText(path));
   }
-  void SetOptions(const std::wstring& config, const std::vector<std::wstring>& options) {
-    m_registry.SetList(Hive::Machine, Key(config, L"QVJVMconfig"), options);
+  // The keys of an unknown host, or after BecomeKnown those of a known one.
+  [[nodiscard]] std::wstring List() const { return m_key + L"QVJVMconfig"; }
+  [[nodiscard]] std::wstring Props() const { return m_key + L"QVJVMprops"; }
+  void SetOptions(const std::vector<std::wstring>& options) { m_registry.SetList(Hive::Machine, List(), options); }
+  void SetOption(const std::wstring& name, const std::wstring& text) {
+    m_registry.SetText(Hive::Machine, List(), name, text);
   }
-  static std::wstring Key(const std::wstring& config, const std::wstring& name, const wchar_t* root = kQuovantRoot) {
-    return std::wstring(root) + L"\\Java\\" + config + L"\\" + name;
+  void SetProperty(const std::wstring& name, const std::wstring& text) {
+    m_registry.SetText(Hive::Machine, Props(), name, text);
   }
+  void MakeProps() { m_registry.CreateKey(Hive::Machine, Props()); }
   // A known host with everything that it needs but the two keys of this file.
   void BecomeKnown() {
     SetHost(*m_config, HostKind::Quovant);
-    m_registry.SetList(Hive::Machine, Key(L"QVIDEConfig", L"QVSysclasspath"), {L"d.jar"});
+    m_key = std::wstring(kQuovantRoot) + L"\\Java\\QVIDEConfig\\";
+    m_registry.SetList(Hive::Machine, m_key + L"QVSysclasspath", {L"d.jar"});
   }
   // The properties as the reader gives them, or the reason why not.
   std::vector<std::wstring> ReadProperties() {
@@ -81,6 +87,7 @@ class StartOptionsTest : public LedgerTest {
     return texts;
   }
 
+  std::wstring m_key = std::wstring(kQuovantRoot) + L"\\Java\\QVRTConfig\\";
   TempFolder m_folder;
   LoadedModule m_service{m_folder, L"install\\qvjvm.dll"};
   MessageBoxCatcher m_boxes;
@@ -103,76 +110,54 @@ TEST_F(StartOptionsTest, AnUnknownHostWithoutARegistryGetsSevenOptions) {
                                 "vfprintf", "exit", "-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}));
 }
 
-TEST_F(StartOptionsTest, AnUnknownHostWithARootButNoListsGetsTheDefaults) {
+TEST_F(StartOptionsTest, AnUnknownHostGetsWhatIsRegisteredAndTheDefaultsForEachKeyThatIsMissing) {
   m_registry.CreateKey(Hive::Machine, kQuovantRoot);
-  EXPECT_EQ(Configured(), kDefaults);
+  EXPECT_EQ(Configured(), kDefaults) << "a root";
   m_registry.CreateKey(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java\\QVRTConfig");
-  EXPECT_EQ(Configured(), kDefaults);
+  EXPECT_EQ(Configured(), kDefaults) << "a key without lists";
+  SetOption(L"0", L"-Xint");
+  EXPECT_EQ(Configured(), kDefaults) << "a list without a Count";
+  m_registry.SetRaw(Hive::Machine, List(), L"Count", REG_DWORD, {1, 0, 0, 0});
+  EXPECT_EQ(Configured(), kDefaults) << "a Count that is no text";
+  SetOption(L"Count", L"2");
+  EXPECT_EQ(Configured(), (Texts{"false, count 7"})) << "entry 1 is missing: lists are never merged";
+  SetOptions({L"-Xint"});
+  EXPECT_EQ(Configured(), (Texts{"-Xint", "-Djava.compiler=NONE"})) << "options without properties";
+  SetOptions({});
+  EXPECT_EQ(Configured(), (Texts{"-Djava.compiler=NONE"})) << "a Count of 0";
+  EXPECT_EQ(Build().count, 5);
+  MakeProps();
+  EXPECT_EQ(Configured(), Texts{}) << "an empty key of properties is not replaced";
+  EXPECT_EQ(Build().count, 4);
+  m_registry.DeleteKey(Hive::Machine, List());
+  EXPECT_EQ(Configured(), (Texts{"-Xmx128m", "-verbose:jni"})) << "no options";
+  SetProperty(L"user.x", L"1");
+  EXPECT_EQ(Configured(), (Texts{"-Xmx128m", "-verbose:jni", "-Duser.x=1"})) << "properties without options";
   EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
-TEST_F(StartOptionsTest, RegisteredOptionsWithoutRegisteredPropertiesGetTheDefaultProperty) {
-  SetOptions(L"QVRTConfig", {L"-Xint"});
-  EXPECT_EQ(Configured(), (Texts{"-Xint", "-Djava.compiler=NONE"}));
-}
-
-TEST_F(StartOptionsTest, RegisteredPropertiesWithoutRegisteredOptionsGetTheDefaultOptions) {
-  m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMprops"), L"user.x", L"1");
-  EXPECT_EQ(Configured(), (Texts{"-Xmx128m", "-verbose:jni", "-Duser.x=1"}));
-}
-
-TEST_F(StartOptionsTest, AnEmptyKeyOfPropertiesIsNotReplacedByTheDefaults) {
-  m_registry.CreateKey(Hive::Machine, Key(L"QVRTConfig", L"QVJVMprops"));
-  EXPECT_EQ(Configured(), (Texts{"-Xmx128m", "-verbose:jni"}));
-}
-
-TEST_F(StartOptionsTest, AKeyOfOptionsWithoutACountIsReplacedByTheDefaults) {
-  m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMconfig"), L"0", L"-Xint");
-  EXPECT_EQ(Configured(), kDefaults);
-  m_registry.SetRaw(Hive::Machine, Key(L"QVRTConfig", L"QVJVMconfig"), L"Count", REG_DWORD, {1, 0, 0, 0});
-  EXPECT_EQ(Configured(), kDefaults) << "a Count that is no text";
-}
-
-TEST_F(StartOptionsTest, ARegisteredListIsNeverMergedWithTheDefaults) {
-  m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMconfig"), L"Count", L"2");
-  m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMconfig"), L"0", L"-Xint");
-  EXPECT_EQ(Configured(), (Texts{"false, count 7"})) << "entry 1 is missing; the property is the default one";
-}
-
-TEST_F(StartOptionsTest, ACountOf0GivesTheFixedOptionsAndTheProperties) {
-  SetOptions(L"QVRTConfig", {});
-  EXPECT_EQ(Configured(), (Texts{"-Djava.compiler=NONE"}));
-  EXPECT_EQ(Build().count, 5);
-  m_registry.CreateKey(Hive::Machine, Key(L"QVRTConfig", L"QVJVMprops"));
-  EXPECT_EQ(Configured(), Texts{});
-  EXPECT_EQ(Build().count, 4);
-}
-
 TEST_F(StartOptionsTest, ACountIsReadAsADecimalNumberAndANegativeOneIs0) {
-  const struct {
-    const wchar_t* count;
-    Texts want;
-  } rows[] = {{L"3", {"a", "b", "c"}},
-              {L"1", {"a"}},
-              {L"2abc", {"a", "b"}},
-              {L" 2", {"a", "b"}},
-              {L"-5", {}},
-              {L"abc", {}},
-              {L"", {}},
-              {L"4", {"false, count 8"}},
-              {L"1000", {"false, count 1004"}}};
-  SetOptions(L"QVRTConfig", {L"a", L"b", L"c"});
-  m_registry.CreateKey(Hive::Machine, Key(L"QVRTConfig", L"QVJVMprops"));
-  for (const auto& row : rows) {
-    m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMconfig"), L"Count", row.count);
-    EXPECT_EQ(Configured(), row.want) << ToUtf8(row.count);
+  const std::pair<const wchar_t*, Texts> rows[] = {{L"3", {"a", "b", "c"}},
+                                                   {L"1", {"a"}},
+                                                   {L"2abc", {"a", "b"}},
+                                                   {L" 2", {"a", "b"}},
+                                                   {L"-5", {}},
+                                                   {L"abc", {}},
+                                                   {L"", {}},
+                                                   {L"4", {"false, count 8"}},
+                                                   {L"1000", {"false, count 1004"}}};
+  SetOptions({L"a", L"b", L"c"});
+  MakeProps();
+  for (const auto& [count, want] : rows) {
+    SetOption(L"Count", count);
+    EXPECT_EQ(Configured(), want) << ToUtf8(count);
   }
 }
 
 TEST_F(StartOptionsTest, AHugeCountIsFalseWithNothingLeft) {
-  SetOptions(L"QVRTConfig", {L"a", L"b", L"c"});
+  SetOptions({L"a", L"b", L"c"});
   for (const wchar_t* count : {L"2147483647", L"2147483643", L"2147483000", L"1000000000", L"20000000"}) {
-    m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMconfig"), L"Count", count);
+    SetOption(L"Count", count);
     EXPECT_FALSE(Build().ok) << ToUtf8(count);
   }
 }
@@ -189,10 +174,10 @@ TEST_F(StartOptionsTest, MoreThanAMillionOptionsAreHandedOutWhenAllOfThemAreTher
 }
 
 TEST_F(StartOptionsTest, ACountThatNoIntegerHoldsIsFalseOrAWrappedCount) {
-  SetOptions(L"QVRTConfig", {L"a", L"b", L"c", L"d"});
-  m_registry.CreateKey(Hive::Machine, Key(L"QVRTConfig", L"QVJVMprops"));
+  SetOptions({L"a", L"b", L"c", L"d"});
+  MakeProps();
   for (const auto& [text, wrapped] : {std::pair(L"4294967300", 8), {L"4294967296", 4}, {L"99999999999999999999", 4}}) {
-    m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMconfig"), L"Count", text);
+    SetOption(L"Count", text);
     const Built built = Build();
     if (built.ok) {
       EXPECT_EQ(built.count, wrapped) << ToUtf8(text);
@@ -201,8 +186,8 @@ TEST_F(StartOptionsTest, ACountThatNoIntegerHoldsIsFalseOrAWrappedCount) {
 }
 
 TEST_F(StartOptionsTest, OptionsAreTakenFromWhateverBytesTheRegistryHolds) {
-  const std::wstring list = Key(L"QVRTConfig", L"QVJVMconfig");
-  m_registry.CreateKey(Hive::Machine, Key(L"QVRTConfig", L"QVJVMprops"));
+  const std::wstring list = List();
+  MakeProps();
   m_registry.SetRaw(Hive::Machine, list, L"Count", REG_SZ, {'3', 0});
   m_registry.SetRaw(Hive::Machine, list, L"0", REG_SZ, {'-', 0, 'a', 0});
   m_registry.SetRaw(Hive::Machine, list, L"1", REG_EXPAND_SZ, {'%', 0, 'b', 0, '%', 0, 'x'});
@@ -214,8 +199,8 @@ TEST_F(StartOptionsTest, OptionsAreTakenFromWhateverBytesTheRegistryHolds) {
 
 TEST_F(StartOptionsTest, AnOptionOfOneMebibyteIsKeptWhole) {
   const std::wstring large(512 * 1024, L'x');
-  SetOptions(L"QVRTConfig", {large});
-  m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMprops"), L"p", large);
+  SetOptions({large});
+  SetProperty(L"p", large);
   const Texts options = Configured();
   ASSERT_EQ(options.size(), 2u);
   EXPECT_TRUE(options[0] == std::string(large.size(), 'x'));
@@ -224,14 +209,10 @@ TEST_F(StartOptionsTest, AnOptionOfOneMebibyteIsKeptWhole) {
 
 // ---- the class path option ----
 
-TEST_F(StartOptionsTest, AnEmptyExtraClassPathIsIgnored) {
+TEST_F(StartOptionsTest, AnExtraClassPathComesFirstFollowedByASeparatorAndAnEmptyOneIsIgnored) {
   const std::string plain = Build(nullptr).texts.at(0);
   EXPECT_EQ(plain, ClassPathOption());
   EXPECT_EQ(Build(L"").texts.at(0), plain);
-}
-
-TEST_F(StartOptionsTest, AnExtraClassPathComesFirstFollowedByASeparator) {
-  const std::string plain = Build().texts.at(0);
   const std::string prefix = "-Djava.class.path=";
   EXPECT_EQ(Build(L"C:\\x y.jar;z").texts.at(0), prefix + "C:\\x y.jar;z;" + plain.substr(prefix.size()));
 }
@@ -250,72 +231,45 @@ TEST_F(StartOptionsTest, TheFixedOptionsAreOfferedWithTheBootClassPathOfTheRecor
 
 // ---- a known host ----
 
-TEST_F(StartOptionsTest, AKnownHostReadsItsDevelopmentConfiguration) {
+TEST_F(StartOptionsTest, AKnownHostReadsItsDevelopmentConfigurationAlone) {
+  SetOptions({L"-wrong"});
+  SetProperty(L"wrong", L"v");
   BecomeKnown();
-  SetOptions(L"QVIDEConfig", {L"-Xint", L"-Xrs"});
-  m_registry.SetText(Hive::Machine, Key(L"QVIDEConfig", L"QVJVMprops"), L"p", L"v");
-  SetOptions(L"QVRTConfig", {L"-wrong"});
-  m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMprops"), L"wrong", L"v");
-  EXPECT_EQ(Configured(), (Texts{"-Xint", "-Xrs", "-Dp=v"}));
-}
-
-TEST_F(StartOptionsTest, AKnownHostWithoutItsOptionListIsFalse) {
-  BecomeKnown();
-  m_registry.CreateKey(Hive::Machine, Key(L"QVIDEConfig", L"QVJVMprops"));
-  SetOptions(L"QVRTConfig", {L"-Xint"});
-  EXPECT_EQ(Configured(), (Texts{"false, count 0"}));
-}
-
-TEST_F(StartOptionsTest, AKnownHostWithoutItsPropertiesIsFalse) {
-  BecomeKnown();
-  SetOptions(L"QVIDEConfig", {L"-Xint"});
-  EXPECT_EQ(Configured(), (Texts{"false, count 0"}));
   EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"false, count 0"}));
-}
-
-TEST_F(StartOptionsTest, AKnownHostWithoutACountIsFalseAndTheCountIsLeftAsItWas) {
-  BecomeKnown();
-  m_registry.CreateKey(Hive::Machine, Key(L"QVIDEConfig", L"QVJVMprops"));
-  m_registry.SetText(Hive::Machine, Key(L"QVIDEConfig", L"QVJVMconfig"), L"0", L"-Xint");
+  SetOptions({L"-Xint", L"-Xrs"});
+  EXPECT_EQ(Configured(), (Texts{"false, count 0"})) << "no properties";
+  EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"false, count 0"}));
+  SetProperty(L"p", L"v");
+  EXPECT_EQ(Configured(), (Texts{"-Xint", "-Xrs", "-Dp=v"}));
+  SetOption(L"Count", L"3");
+  EXPECT_EQ(Configured(), (Texts{"false, count 8"})) << "a missing entry: the full count";
+  m_registry.DeleteKey(Hive::Machine, List());
+  EXPECT_EQ(Configured(), (Texts{"false, count 0"})) << "no options";
+  SetOption(L"0", L"-Xint");
   JavaVMOption* options = nullptr;
   int32_t count = -77;
-  EXPECT_FALSE(m_config->BuildJavaVMOptions(&options, &count, nullptr));
+  EXPECT_FALSE(m_config->BuildJavaVMOptions(&options, &count, nullptr)) << "no Count";
   EXPECT_EQ(options, nullptr);
-  EXPECT_EQ(count, -77);
+  EXPECT_EQ(count, -77) << "left as it was";
 }
 
-TEST_F(StartOptionsTest, AKnownHostWithAMissingEntryIsFalseWithTheFullCount) {
-  BecomeKnown();
-  m_registry.SetText(Hive::Machine, Key(L"QVIDEConfig", L"QVJVMprops"), L"p", L"v");
-  m_registry.SetText(Hive::Machine, Key(L"QVIDEConfig", L"QVJVMconfig"), L"Count", L"3");
-  m_registry.SetText(Hive::Machine, Key(L"QVIDEConfig", L"QVJVMconfig"), L"0", L"-Xint");
-  m_registry.SetText(Hive::Machine, Key(L"QVIDEConfig", L"QVJVMconfig"), L"2", L"-Xrs");
-  EXPECT_EQ(Configured(), (Texts{"false, count 8"}));
-}
-
-TEST_F(StartOptionsTest, AKnownHostWithoutItsRootIsFalse) {
+TEST_F(StartOptionsTest, AKnownHostWithoutItsRootIsFalseAndAJavaLauncherIsOneWithItsOwn) {
   SetHost(*m_config, HostKind::Tablero);
   EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"false, count 0"}));
   EXPECT_FALSE(Build().ok);
-}
-
-TEST_F(StartOptionsTest, AJavaLauncherIsAKnownHostWithItsOwnRoot) {
   SetHost(*m_config, HostKind::Loomhall);
   EXPECT_FALSE(Build().ok);
-  m_registry.CreateKey(Hive::Machine, Key(L"QVIDEConfig", L"QVJVMprops", kLoomhallRoot));
-  m_registry.SetList(Hive::Machine, Key(L"QVIDEConfig", L"QVJVMconfig", kLoomhallRoot), {L"-Xrs"});
+  m_key = std::wstring(kLoomhallRoot) + L"\\Java\\QVIDEConfig\\";
+  MakeProps();
+  SetOptions({L"-Xrs"});
   EXPECT_EQ(Configured(), (Texts{"-Xrs"}));
 }
 
 // ---- false for want of something else ----
 
-TEST_F(StartOptionsTest, WithoutAClassPathTheResultIsFalse) {
-  const FailCall fault(kQvshrCallOpenDefaultTree, 1);
+TEST_F(StartOptionsTest, WithoutTheBuiltInTreeThereIsNoClassPathAndAnUnknownHostHasNoProperties) {
+  const FailCall fault(kQvshrCallOpenDefaultTree, 1, kQvshrFailFromHere);
   EXPECT_EQ(Configured(), (Texts{"false, count 0"}));
-}
-
-TEST_F(StartOptionsTest, WithoutTheBuiltInTreeAnUnknownHostHasNoProperties) {
-  const FailCall fault(kQvshrCallOpenDefaultTree, 1);
   EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"false, count 0"}));
 }
 
@@ -323,8 +277,8 @@ TEST_F(StartOptionsTest, ABuiltInTreeWithoutTheKeyIsFalse) {
   const FakeDefaultTree tree(L"QVSysclasspath", {{L"Count", L"0"}});
   EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"false, count 0"}));
   EXPECT_FALSE(Build().ok);
-  m_registry.CreateKey(Hive::Machine, Key(L"QVRTConfig", L"QVJVMprops"));
-  m_registry.SetText(Hive::Machine, Key(L"QVRTConfig", L"QVJVMconfig"), L"0", L"no count");
+  MakeProps();
+  SetOption(L"0", L"no count");
   EXPECT_FALSE(Build().ok) << "and none to replace a list without a Count";
 }
 
@@ -332,23 +286,16 @@ TEST_F(StartOptionsTest, ABuiltInTreeWithoutTheKeyIsFalse) {
 
 TEST_F(StartOptionsTest, PropertiesComeInTheOrderOfTheKey) {
   FakeKey key;
-  key.values = {{L"b", {0, L"2"}}, {L"a", {0, L"1"}}, {L"c", {0, L""}}, {L"", {0, L"x"}}};
+  key.values = {{L"b", {0, L"2"}}, {L"a", {0, L"1"}}, {L"c", {0, L""}}, {L"", {0, L"x"}}, {L"d", {0, std::nullopt}}};
   const FakeRegistry registry(key);
-  EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"-D=x", L"-Da=1", L"-Db=2", L"-Dc="}));
+  EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"-D=x", L"-Da=1", L"-Db=2", L"-Dc=", L"-Dd="}));
   EXPECT_EQ(key.opened, (std::vector<std::pair<std::wstring, uint32_t>>{{L"Java\\QVRTConfig\\QVJVMprops", 0x20019}}));
   EXPECT_EQ(registry.Requests(), (std::vector<FakeRegistry::Request>{{HKEY_LOCAL_MACHINE, kQuovantRoot, 0x20019}}));
   EXPECT_EQ(key.references, 1u);
 }
 
-TEST_F(StartOptionsTest, APropertyWithoutAnObjectHasAnEmptyValue) {
-  FakeKey key;
-  key.values = {{L"a", {0, std::nullopt}}, {L"b", {0, L"2"}}};
-  const FakeRegistry registry(key);
-  EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"-Da=", L"-Db=2"}));
-}
-
 TEST_F(StartOptionsTest, ValuesThatAreNoTextAreNoProperties) {
-  const std::wstring key = Key(L"QVRTConfig", L"QVJVMprops");
+  const std::wstring key = Props();
   m_registry.SetRaw(Hive::Machine, key, L"number", REG_DWORD, {1, 0, 0, 0});
   m_registry.SetRaw(Hive::Machine, key, L"open", REG_SZ, {'v', 0});
   m_registry.SetRaw(Hive::Machine, key, L"bytes", REG_BINARY, std::vector<unsigned char>(3000, 1));
@@ -356,7 +303,7 @@ TEST_F(StartOptionsTest, ValuesThatAreNoTextAreNoProperties) {
 }
 
 TEST_F(StartOptionsTest, AThousandPropertiesAreAllRead) {
-  const std::wstring key = Key(L"QVRTConfig", L"QVJVMprops");
+  const std::wstring key = Props();
   std::vector<std::wstring> want;
   for (int i = 0; i < 1000; ++i) {
     const std::wstring number = std::to_wstring(i);
@@ -369,26 +316,20 @@ TEST_F(StartOptionsTest, AThousandPropertiesAreAllRead) {
   EXPECT_EQ(read, want);
 }
 
-TEST_F(StartOptionsTest, TheBuiltInPropertyStandsForAMissingKey) {
-  EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"-Djava.compiler=NONE"}));
-}
-
-TEST_F(StartOptionsTest, ACountFoundWithoutAnObjectIs0) {
-  FakeKey key;
-  key.values = {{L"Count", {0, std::nullopt}}, {L"0", {0, L"-Xint"}}};
-  const FakeRegistry registry(key);
-  EXPECT_EQ(Configured(), (Texts{"-D0=-Xint", "-DCount="})) << "one key stands for both lists";
-}
-
-TEST_F(StartOptionsTest, TheOptionListIsProbedForItsCountBeforeItIsUsed) {
+// One key stands for both lists.
+TEST_F(StartOptionsTest, TheOptionListIsProbedForItsCountBeforeItIsUsedAndACountWithoutAnObjectIs0) {
+  EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"-Djava.compiler=NONE"})) << "for a missing key";
   FakeKey key;
   key.values = {{L"0", {0, L"-Xint"}}};
   {
     const FakeRegistry registry(key);
     EXPECT_EQ(Configured(), (Texts{"-Xmx128m", "-verbose:jni", "-D0=-Xint"}))
-        << "one key stands for both lists: properties as they are, options replaced for want of a Count";
+        << "properties as they are, options replaced for want of a Count";
   }
   EXPECT_EQ(key.references, 1u);
+  key.values[L"Count"] = {0, std::nullopt};
+  const FakeRegistry registry(key);
+  EXPECT_EQ(Configured(), (Texts{"-D0=-Xint", "-DCount="}));
 }
 
 }  // namespace
