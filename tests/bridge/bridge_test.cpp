@@ -6,7 +6,6 @@
 #include <utility>
 
 namespace qvtest {
-
 namespace {
 
 FakeVm* g_created = nullptr;
@@ -68,6 +67,44 @@ Lines Entered(size_t slot) { return {SlotLine(slot), kEnvironment}; }
 Lines DirectLookup(const std::string& name) {
   return {"slot 12 FindClass", kEnvironment, "slot 58 ExceptionClear", "ExceptionClear()",
           "FindClass(\"" + name + "\")"};
+}
+
+// The path becomes a string, a file, a URL and an element; the references go, the URL's first.
+Lines UrlLines(const std::string& path, int index) {
+  const std::string string = '"' + path + '"';
+  const std::string file = "java/io/File(" + string + ")";
+  const std::string url = "url(" + file + ")";
+  return Entered(14) + Lines{"NewString(" + string + ", " + std::to_string(path.size()) + ")"} + Entered(18) +
+         Lines{"GetMethodID(java/io/File, \"<init>\", \"(Ljava/lang/String;)V\")",
+               "NewObjectV(java/io/File, <init>(Ljava/lang/String;)V, " + string + ")"} +
+         Entered(32) +
+         Lines{"GetMethodID(java/io/File, \"toURL\", \"()Ljava/net/URL;\")",
+               "CallObjectMethodV(" + file + ", toURL()Ljava/net/URL;)"} +
+         kNothingPending + Lines{"SetObjectArrayElement(array, " + std::to_string(index) + ", " + url + ")"} +
+         Deleted(url) + Deleted(file) + Deleted(string);
+}
+
+Lines MakeLoaderLines() {
+  return Entered(18) +
+         Lines{"GetMethodID(java/net/URLClassLoader, \"<init>\", \"([Ljava/net/URL;)V\")",
+               "NewObjectV(java/net/URLClassLoader, <init>([Ljava/net/URL;)V, array)"} +
+         Entered(13) + Lines{"NewGlobalRef(java/net/URLClassLoader(array))"} + Deleted("array") +
+         Deleted("java/net/URLClassLoader(array)");
+}
+
+Lines LoaderLookup(const std::string& dotted, bool loader) {
+  const std::string string = '"' + dotted + '"';
+  const Lines asked = {"slot 14 NewString",
+                       kEnvironment,
+                       "NewString(" + string + ", " + std::to_string(dotted.size()) + ")",
+                       "FindClass(\"java/net/URLClassLoader\")",
+                       "slot 33 CallObjectMethod2",
+                       kEnvironment};
+  if (!loader) return asked;
+  return asked + Lines{"GetMethodID(java/net/URLClassLoader, \"loadClass\", \"(Ljava/lang/String;)Ljava/lang/Class;\")",
+                       "CallObjectMethodV(global java/net/URLClassLoader(array), "
+                       "loadClass(Ljava/lang/String;)Ljava/lang/Class;, " +
+                           string + ")"};
 }
 
 Lines CharactersOf(const std::string& string) {

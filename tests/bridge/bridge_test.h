@@ -53,6 +53,13 @@ inline const std::string kEnvironment = "slot 60 AcquireThreadEnv";
 Lines Entered(size_t slot);
 // A look-up in the JVM itself, up to its answer.
 Lines DirectLookup(const std::string& name);
+// What a joined JVM's first unknown class looks for before it builds the loader, one path of the loader's with its
+// place, the loader of the paths, and a look-up through it up to its answer.
+inline const Lines kLoaderClasses = {"FindClass(\"java/net/URLClassLoader\")", "FindClass(\"java/net/URL\")",
+                                     "FindClass(\"java/io/File\")"};
+Lines UrlLines(const std::string& path, int index);
+Lines MakeLoaderLines();
+Lines LoaderLookup(const std::string& dotted, bool loader = true);
 // A string whose length is asked, and whose characters are taken and released.
 Lines CharactersOf(const std::string& string);
 // A byte array's elements, taken and given back in this mode.

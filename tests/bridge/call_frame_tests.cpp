@@ -1,5 +1,5 @@
 // What the typed calls, the field reads and the array operations share: the environment first, then the record of
-// before, and at the end a look for an exception.
+// before, and at the end a look for an exception. And what the operations share that do none of it.
 #include <algorithm>
 #include <functional>
 #include <string>
@@ -7,18 +7,18 @@
 #include "tests/bridge/operation_rows.h"
 
 namespace qvtest {
-
 namespace {
 
 constexpr size_t kNewStringArray = 43;  // looks for no exception: its look-up has dropped it
 
 class CallFrame : public OperationTest {
  protected:
+  static size_t SlotOf(const Operation& row) { return row.log.empty() ? 0 : std::stoul(row.log.front().substr(5)); }
   // Each of slots 20 to 47 as it succeeds, on a fresh object and VM.
   void ForEach(const std::function<void(const Operation& row, size_t slot)>& test) {
     size_t expected = 20;
     for (const Operation& row : Operations()) {
-      const size_t slot = row.log.empty() ? 0 : std::stoul(row.log.front().substr(5));
+      const size_t slot = SlotOf(row);
       if (slot < 20 || slot > 47 || row.end.status != S_OK) continue;
       SCOPED_TRACE(row.name);
       EXPECT_EQ(slot, expected++);
@@ -82,6 +82,41 @@ TEST_F(CallFrame, AnExceptionFromBeforeIsReportedWhenThereIsNoRecord) {
   });
 }
 
+TEST_F(CallFrame, ReferencesStringsAndConstructionLeaveTheRecordOfBefore) {
+  const RecordView before = Record(L"from before", 7);
+  for (const Operation& row : Operations()) {
+    const size_t slot = SlotOf(row);
+    if (slot < 7 || (slot > 19 && slot != 48) || slot == 12) continue;
+    SCOPED_TRACE(row.name);
+    for (const FaultRow& fault : row.faults + FaultRows{{"", 1, Fault::None, row.end}}) {
+      End expected = fault.end;
+      expected.record = before;
+      const End end = Run(row, [&] {
+        GiveObjectRecord(L"from before", 7);
+        Java().FailAt(fault.function, fault.n, fault.fault);
+        return 0;
+      });
+      EXPECT_EQ(end, expected) << fault.function;
+    }
+    if (slot <= 11) {
+      const End end = Run(row, [&] {
+        LeavePending();
+        return 0;
+      });
+      EXPECT_EQ(end, (End{S_OK, kNoRecord, row.end.locals, row.end.globals, true})) << "an exception from before stays";
+      EXPECT_EQ(m_log, row.log);
+    }
+    if (slot == 7) continue;
+    const End end = Run(row, [&] {
+      GiveObjectRecord(L"from before", 7);
+      TakeEnvironmentAway();
+      return 0;
+    });
+    EXPECT_EQ(end, (End{E_FAIL, before})) << "without an environment";
+    EXPECT_EQ(m_log, Entered(slot));
+  }
+}
+
 // A slot 59 that answers as it is told.
 int32_t g_answer = 0;
 ErrorRecord** g_where = nullptr;
@@ -115,5 +150,4 @@ TEST_F(CallFrame, Slot59GetsTheObjectsOwnRecordAndItsAnswerDecides) {
 }
 
 }  // namespace
-
 }  // namespace qvtest

@@ -10,7 +10,6 @@
 #include "tests/support/text.h"
 
 namespace qvtest {
-
 namespace {
 
 constexpr char kCanary = 0x5A;

@@ -9,7 +9,6 @@
 #include "tests/bridge/fake_jni_table.h"
 
 namespace qvtest {
-
 namespace {
 
 TEST(FakeJni, TheNamesCoverTheWholeTable) {
@@ -111,5 +110,4 @@ TEST(FakeJni, FaultsHitTheCallTheyAreMeantFor) {
 }
 
 }  // namespace
-
 }  // namespace qvtest

@@ -7,7 +7,6 @@
 #include "tests/support/text.h"
 
 namespace qvtest {
-
 namespace {
 
 FakeVm& OwnerOf(JavaVM* vm) { return *static_cast<FakeVm*>(vm); }

@@ -6,7 +6,6 @@
 #include "tests/bridge/bridge_test.h"
 
 namespace qvtest {
-
 namespace {
 
 class Loader : public BridgeTest {
@@ -27,9 +26,6 @@ class Loader : public BridgeTest {
   }
   // What the array held when the loader was made of it; "null" for an empty place.
   const Lines& Urls() { return m_urls; }
-  static bool Has(const Lines& log, const std::string& line) {
-    return std::find(log.begin(), log.end(), line) != log.end();
-  }
 
  private:
   static jvalue KeepUrls(FakeJni& jni, const Thing& cls, const std::vector<jvalue>& arguments) {
@@ -43,37 +39,12 @@ class Loader : public BridgeTest {
 };
 
 const Lines kBeforeTheBuild = DirectLookup("no/Such") + Lines{"slot 58 ExceptionClear", "ExceptionClear()"};
-const Lines kClasses = {"FindClass(\"java/net/URLClassLoader\")", "FindClass(\"java/net/URL\")",
-                        "FindClass(\"java/io/File\")"};
-const Lines kAskPath = {"slot 55 GetClassPath"};
-
-// One path becomes a string, a file, a URL and an element; the references go, the URL's first.
-Lines TokenLines(const std::string& path, int index) {
-  const std::string string = '"' + path + '"';
-  const std::string file = "java/io/File(" + string + ")";
-  const std::string url = "url(" + file + ")";
-  return Entered(14) + Lines{"NewString(" + string + ", " + std::to_string(path.size()) + ")"} + Entered(18) +
-         Lines{"GetMethodID(java/io/File, \"<init>\", \"(Ljava/lang/String;)V\")",
-               "NewObjectV(java/io/File, <init>(Ljava/lang/String;)V, " + string + ")"} +
-         Entered(32) +
-         Lines{"GetMethodID(java/io/File, \"toURL\", \"()Ljava/net/URL;\")",
-               "CallObjectMethodV(" + file + ", toURL()Ljava/net/URL;)"} +
-         kNothingPending +
-         Lines{std::string("SetObjectArrayElement(array, ").append(std::to_string(index)).append(", ") + url + ")"} +
-         Deleted(url) + Deleted(file) + Deleted(string);
-}
-
-const Lines kMakeLoader = Entered(18) +
-                          Lines{"GetMethodID(java/net/URLClassLoader, \"<init>\", \"([Ljava/net/URL;)V\")",
-                                "NewObjectV(java/net/URLClassLoader, <init>([Ljava/net/URL;)V, array)"} +
-                          Entered(13) + Lines{"NewGlobalRef(java/net/URLClassLoader(array))"} + Deleted("array") +
-                          Deleted("java/net/URLClassLoader(array)");
-
 TEST_F(Loader, TwoSeparatorsBetweenTwoPathsGiveTwoUrls) {
   SetClassPath(L"C:\\a.jar;;C:\\b b.jar");
   EXPECT_EQ(Find(), E_FAIL);
-  const Lines build = kBeforeTheBuild + kClasses + kAskPath + Lines{"NewObjectArray(2, java/net/URL, null)"} +
-                      TokenLines("C:\\a.jar", 0) + TokenLines("C:\\b b.jar", 1) + kMakeLoader;
+  const Lines build = kBeforeTheBuild + kLoaderClasses +
+                      Lines{"slot 55 GetClassPath", "NewObjectArray(2, java/net/URL, null)"} +
+                      UrlLines("C:\\a.jar", 0) + UrlLines("C:\\b b.jar", 1) + MakeLoaderLines();
   const Lines log = Log();
   ASSERT_GE(log.size(), build.size());
   EXPECT_EQ((Lines{log.begin(), log.begin() + static_cast<ptrdiff_t>(build.size())}), build);
@@ -87,7 +58,13 @@ TEST_F(Loader, OnlySemicolonsSeparateAndEmptyFieldsAreSkipped) {
     std::wstring path;
     std::vector<std::string> files;
   };
-  const Case kCases[] = {{L"a", {"a"}},
+  Case many;
+  for (int i = 0; i < 1000; ++i) {
+    many.files.push_back(std::to_string(i) + ".jar");
+    many.path += ToWide(many.files.back()) + L";";
+  }
+  const Case kCases[] = {many,
+                         {L"a", {"a"}},
                          {L"a;b;c", {"a", "b", "c"}},
                          {L";a", {"a"}},
                          {L"a;", {"a"}},
@@ -106,21 +83,9 @@ TEST_F(Loader, OnlySemicolonsSeparateAndEmptyFieldsAreSkipped) {
     }
     EXPECT_EQ(Urls(), expected);
     EXPECT_EQ(ObjectRecord(), Record(L"java.lang.ClassNotFoundException: no.Such", -1001));
+    EXPECT_EQ(LocalsLeft(), 3 + 4) << "however many paths";
     Renew();
   }
-}
-
-TEST_F(Loader, AThousandPathsAreAThousandUrlsInTheirOrder) {
-  std::wstring path;
-  Lines expected;
-  for (int i = 0; i < 1000; ++i) {
-    path += L"C:\\" + std::to_wstring(i) + L".jar;";
-    expected.push_back(std::string("url(java/io/File(\"C:\\").append(std::to_string(i)).append(".jar\"))"));
-  }
-  SetClassPath(path);
-  EXPECT_EQ(Find(), E_FAIL);
-  EXPECT_EQ(Urls(), expected);
-  EXPECT_EQ(LocalsLeft(), 3 + 4) << "however many paths";
 }
 
 TEST_F(Loader, WithoutAPathThereIsNoLoaderAndTheNextLookupTriesAgain) {
@@ -140,7 +105,9 @@ TEST_F(Loader, WithoutAPathThereIsNoLoaderAndTheNextLookupTriesAgain) {
   }
 }
 
-TEST_F(Loader, ASecondFailedLookupDoesNotBuildAgain) {
+TEST_F(Loader, OnlyTheFirstClassThatTheJvmDoesNotKnowBuildsOne) {
+  EXPECT_EQ(Find("java/lang/String"), S_OK);
+  EXPECT_EQ(ClassPathCalls(), 0);
   EXPECT_EQ(Find(), E_FAIL);
   EXPECT_EQ(ClassPathCalls(), 1);
   Java().loaderClasses = {"a.B"};
@@ -148,11 +115,6 @@ TEST_F(Loader, ASecondFailedLookupDoesNotBuildAgain) {
   EXPECT_EQ(Find("no/Other"), E_FAIL);
   EXPECT_EQ(ClassPathCalls(), 1);
   EXPECT_EQ(Java().Counts().globalsMade, 1);
-}
-
-TEST_F(Loader, AClassThatTheJvmKnowsBuildsNothing) {
-  EXPECT_EQ(Find("java/lang/String"), S_OK);
-  EXPECT_EQ(ClassPathCalls(), 0);
 }
 
 TEST_F(Loader, InACreatedJvmNothingIsBuilt) {
@@ -168,7 +130,7 @@ TEST_F(Loader, AMissingClassStopsTheBuildBeforeTheNextOne) {
     SetClassPath(L"a");
     Java().classes.erase(kNames[i]);
     EXPECT_EQ(Find(), E_FAIL);
-    const Lines looked(kClasses.begin(), kClasses.begin() + static_cast<ptrdiff_t>(i) + 1);
+    const Lines looked(kLoaderClasses.begin(), kLoaderClasses.begin() + static_cast<ptrdiff_t>(i) + 1);
     const std::string error = std::string("java.lang.NoClassDefFoundError: ").append(kNames[i]);
     EXPECT_EQ(Log(), kBeforeTheBuild + looked + CaptureOf("java.lang.NoClassDefFoundError", error));
     EXPECT_EQ(ObjectRecord(), Record(ToWide(error), 0));
@@ -181,7 +143,7 @@ TEST_F(Loader, WithoutAClassPathTheBuildStops) {
   for (const int32_t status : {E_FAIL, E_OUTOFMEMORY}) {
     SetClassPath(L"not to be used", status);
     EXPECT_EQ(Find(), E_FAIL);
-    EXPECT_EQ(Log(), kBeforeTheBuild + kClasses + kAskPath + kNothingPending);
+    EXPECT_EQ(Log(), kBeforeTheBuild + kLoaderClasses + Lines{"slot 55 GetClassPath"} + kNothingPending);
     EXPECT_EQ(ObjectRecord(), Record(L"Unable to find java no/Such class. Check CLASSPATH.", 0));
     EXPECT_EQ(LocalsLeft(), 3) << "the classes of the build";
     Renew();
@@ -255,22 +217,20 @@ TEST_F(Loader, WithoutTheObjectOrItsGlobalReferenceThereIsNoLoader) {
   }
 }
 
-TEST_F(Loader, TheObjectsEndDeletesTheLoaderThroughSlot11) {
-  EXPECT_EQ(Find(), E_FAIL);
-  Log();
-  Api().Destroy(0);
-  EXPECT_EQ(Log(), (Lines{"slot 57 Destroy", "slot 11 DeleteGlobalRef", kEnvironment,
-                          "DeleteGlobalRef(global java/net/URLClassLoader(array))"}));
-  EXPECT_EQ(GlobalsLeft(), 0);
-}
-
-TEST_F(Loader, TheObjectEndsEvenWhenItsLoaderCannotBeDeleted) {
-  EXPECT_EQ(Find(), E_FAIL);
-  TakeEnvironmentAway();
-  Log();
-  Api().Destroy(0);
-  EXPECT_EQ(Log(), (Lines{"slot 57 Destroy", "slot 11 DeleteGlobalRef", kEnvironment}));
-  EXPECT_EQ(ObjectRecord(), kNoRecord);
+TEST_F(Loader, TheObjectsEndDeletesTheLoaderThroughSlot11AndComesWithoutAnEnvironmentToo) {
+  for (const bool environment : {true, false}) {
+    EXPECT_EQ(Find(), E_FAIL);
+    if (!environment) TakeEnvironmentAway();
+    Log();
+    Api().Destroy(0);
+    const Lines deleted = {"DeleteGlobalRef(global java/net/URLClassLoader(array))"};
+    EXPECT_EQ(Log(),
+              (Lines{"slot 57 Destroy", "slot 11 DeleteGlobalRef", kEnvironment}) + (environment ? deleted : Lines{}));
+    EXPECT_EQ(GlobalsLeft(), environment ? 0 : 1);
+    EXPECT_EQ(ObjectRecord(), kNoRecord);
+    Renew();
+    SetClassPath(L"C:\\a.jar");
+  }
 }
 
 TEST_F(Loader, AnObjectWithoutALoaderEndsWithoutJava) {
@@ -279,5 +239,4 @@ TEST_F(Loader, AnObjectWithoutALoaderEndsWithoutJava) {
 }
 
 }  // namespace
-
 }  // namespace qvtest

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -17,11 +18,12 @@ struct End {
   RecordView record{};
   int locals = 0;
   int globals = 0;
+  bool pending = false;  // an exception
 
   friend bool operator==(const End&, const End&) = default;
   friend std::ostream& operator<<(std::ostream& out, const End& end) {
     return out << "status " << std::hex << end.status << std::dec << ", " << end.record << ", " << end.locals
-               << " local and " << end.globals << " global references more";
+               << " local and " << end.globals << " global references more" << (end.pending ? ", pending" : "");
   }
 };
 
@@ -30,19 +32,21 @@ struct FaultRow {
   int n;
   Fault fault;
   End end;
+  std::optional<Lines> then{};  // what is called after it
 };
 using FaultRows = std::vector<FaultRow>;
 
 struct WithoutMemory {
   End once;       // that one alone
   End fromThere;  // and every one after it
+  std::optional<Lines> log{};
 };
 
 struct Operation {
   std::string name;
   bool created = false;  // whether the JVM counts as the service's own
   End end{};
-  Lines log{};  // of the undisturbed run; empty where the tests of the operation have it
+  Lines log{};  // of the undisturbed run
   FaultRows faults{};
   std::function<void(FakeVm&, IQV_JavaVM&, SlotTable&)> prepare{};
   std::function<int32_t(IQV_JavaVM&, FakeJni&)> call{};
@@ -72,6 +76,7 @@ class OperationTest : public BridgeTest {
     Watch().FailAt(0, 0, nullptr);
     const ReferenceCounts after = Java().Counts();
     end.record = ObjectRecord();
+    end.pending = Jni().Pending() != nullptr;
     end.locals = after.localsMade - after.localsDeleted - before.localsMade + before.localsDeleted;
     end.globals = after.globalsMade - after.globalsDeleted - before.globalsMade + before.globalsDeleted;
     m_log = Log();

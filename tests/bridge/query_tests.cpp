@@ -5,10 +5,10 @@
 #include "service/output_log.h"
 #include "tests/bridge/bridge_test.h"
 #include "tests/support/environment.h"
+#include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 
 namespace qvtest {
-
 namespace {
 
 class Queries : public BridgeTest {
@@ -48,7 +48,7 @@ TEST_F(Queries, TheJavaLocationsAreThoseOfTheRegistry) {
     auto* text = reinterpret_cast<IQvString*>(this);
     EXPECT_EQ((Api().*value.get)(&text), E_FAIL);
     EXPECT_EQ(text, nullptr);
-    registry.SetText(Hive::Machine, L"Software\\Harlowe\\Quovant\\19.0\\Java", value.name,
+    registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java", value.name,
                      std::wstring(L"C:\\of ") + value.name);
     EXPECT_EQ((Api().*value.get)(&text), S_OK);
     EXPECT_EQ(TakeText(text), std::wstring(L"C:\\of ") + value.name);
@@ -58,22 +58,16 @@ TEST_F(Queries, TheJavaLocationsAreThoseOfTheRegistry) {
       << "no Java for it";
 }
 
-// Gives the configuration its log path back.
-class LogPathScope {
- public:
+// The configuration has no log path when it begins and when it ends.
+struct LogPathScope : private Pinned {
   LogPathScope() { JVMConfigInfo().SetLogFilePath(nullptr); }
   ~LogPathScope() { JVMConfigInfo().SetLogFilePath(nullptr); }
-  LogPathScope(const LogPathScope&) = delete;
-  LogPathScope& operator=(const LogPathScope&) = delete;
 };
 
-TEST_F(Queries, WithoutALogFileNameItIsVmOut) {
+TEST_F(Queries, SettingALogFileNameStartsANewLogAndSwitchesItOnAndWithoutOneItIsVmOut) {
   const LogPathScope scope;
   EXPECT_EQ(LogFileName(), L"vm.out");
-}
 
-TEST_F(Queries, SettingALogFileNameStartsANewLogAndSwitchesItOn) {
-  const LogPathScope scope;
   TakeEnvironmentAway();
   for (const wchar_t* const path : {L"C:\\first.log", L"C:\\second \x00E9.log", L""}) {
     g_bJvmLogStarted = true;
@@ -123,9 +117,8 @@ TEST_F(Queries, WhetherTheJvmWasCreatedIsTheProcesssFlag) {
 TEST_F(Queries, WithoutMemoryTheConfiguredValuesAreAbsentAndNothingIsLost) {
   RegistrySandbox registry(RegistrySandbox::Override::MachineAndUser);
   const EnvironmentScope variable(L"CLASSPATH", L"C:\\from the environment.jar");
-  for (const wchar_t* const name : {L"JDKLocation", L"JREBinLocation"}) {
-    registry.SetText(Hive::Machine, L"Software\\Harlowe\\Quovant\\19.0\\Java", name, L"C:\\jdk");
-  }
+  registry.SetLocations(kQuovantRoot, L"C:\\jdk", L"C:\\jdk");
+
   struct Query {
     const char* name;
     int32_t (IQV_JavaVM::*get)(IQvString**) noexcept;
@@ -136,28 +129,16 @@ TEST_F(Queries, WithoutMemoryTheConfiguredValuesAreAbsentAndNothingIsLost) {
                              {"GetLogFileName", &IQV_JavaVM::GetLogFileName, S_OK},
                              {"GetClassPath", &IQV_JavaVM::GetClassPath, E_FAIL}}) {
     SCOPED_TRACE(query.name);
-    for (const QvshrLedgerMode mode : {kQvshrFailOnce, kQvshrFailFromHere}) {
-      bool fired = true;
-      for (uint64_t n = 1; fired && n < 1000; ++n) {
-        SCOPED_TRACE(testing::Message() << "allocation " << n << " fails, " << NameOf(mode));
-        auto* text = reinterpret_cast<IQvString*>(this);
-        int32_t status = E_UNEXPECTED;
-        {
-          const FailAllocation fault(n, mode);
-          status = (Api().*query.get)(&text);
-          fired = fault.Fired();
-        }
-        // A piece of the class path that found no memory may count as empty; what comes back is whole all the same.
-        if (!fired || (text != nullptr && query.get == &IQV_JavaVM::GetClassPath)) {
-          EXPECT_EQ(status, S_OK);
-          EXPECT_NE(TakeText(text), L"<null>");
-        } else {
-          EXPECT_EQ(status, query.withoutMemory);
-          EXPECT_EQ(text, nullptr);
-        }
-      }
-      EXPECT_FALSE(fired);
-    }
+    SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
+      auto* text = reinterpret_cast<IQvString*>(this);
+      const FailAllocation fault(n, mode);
+      const int32_t status = (Api().*query.get)(&text);
+      // A piece of the class path that found no memory may count as empty; what comes back is whole all the same.
+      const bool answered = !fault.Fired() || (text != nullptr && query.get == &IQV_JavaVM::GetClassPath);
+      EXPECT_EQ(status, answered ? S_OK : query.withoutMemory);
+      EXPECT_EQ(TakeText(text) != L"<null>", answered);
+      return fault.Fired();
+    });
   }
 }
 
@@ -193,14 +174,6 @@ class Properties : public BridgeTest {
     return status;
   }
 };
-
-TEST_F(Properties, InACreatedJvmTheyAreThoseOfTheJvm) {
-  ForEach([&](const Property& row) {
-    std::wstring value;
-    EXPECT_EQ(Get(row, &value), S_OK);
-    EXPECT_EQ(value, L"the value");
-  });
-}
 
 TEST_F(Properties, APropertyThatIsNotThereIsAFailure) {
   ForEach([&](const Property& row) {
@@ -260,14 +233,7 @@ TEST_F(Properties, TheStatusOfSlot17IsHandedOn) {
   });
 }
 
-TEST_F(Properties, TheVersionNeedsAJvmOfTheServicesOwn) {
-  SetCreated(false);
-  Watch();
-  EXPECT_EQ(Get(kProperties[1]), E_FAIL);
-  EXPECT_EQ(Log(), (Lines{"slot 56 GetJavaVersion"}));
-}
-
-TEST_F(Properties, InAJoinedJvmTheClassPathIsTheConfiguredOne) {
+TEST_F(Properties, InAJoinedJvmTheClassPathIsTheConfiguredOneAndThereIsNoVersion) {
   const RegistrySandbox registry(RegistrySandbox::Override::MachineAndUser);
   const EnvironmentScope variable(L"CLASSPATH", L"C:\\from the environment.jar");
   Java().properties[L"java.class.path"] = L"C:\\the JVM's own.jar";
@@ -278,7 +244,8 @@ TEST_F(Properties, InAJoinedJvmTheClassPathIsTheConfiguredOne) {
   EXPECT_EQ(Get(kProperties[0], &value), S_OK);
   EXPECT_EQ(value, TakeText(configured));
   EXPECT_TRUE(value.ends_with(L";C:\\from the environment.jar;.")) << ToUtf8(value);
-  EXPECT_EQ(Log(), (Lines{"slot 55 GetClassPath"})) << "no Java for it";
+  EXPECT_EQ(Get(kProperties[1]), E_FAIL);
+  EXPECT_EQ(Log(), (Lines{"slot 55 GetClassPath", "slot 56 GetJavaVersion"})) << "no Java for them";
 }
 
 TEST_F(Properties, WithoutTheDefaultTreeThereIsNoConfiguredClassPath) {
@@ -287,5 +254,4 @@ TEST_F(Properties, WithoutTheDefaultTreeThereIsNoConfiguredClassPath) {
 }
 
 }  // namespace
-
 }  // namespace qvtest

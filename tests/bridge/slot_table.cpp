@@ -9,7 +9,6 @@
 #include <utility>
 
 namespace qvtest {
-
 namespace {
 
 SlotTable* g_watched = nullptr;

@@ -11,7 +11,6 @@
 #include "tests/support/threads.h"
 
 namespace qvtest {
-
 namespace {
 
 constexpr int kThreads = 4;
@@ -254,5 +253,4 @@ TEST_F(Threads, AnObjectWithALoaderMayEndOnAThreadThatNeverCalledIt) {
 }
 
 }  // namespace
-
 }  // namespace qvtest

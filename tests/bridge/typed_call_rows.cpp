@@ -7,7 +7,6 @@
 #include "tests/support/slot_call.h"
 
 namespace qvtest {
-
 namespace {
 
 constexpr TypedCall kRows[] = {

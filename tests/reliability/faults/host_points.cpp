@@ -9,7 +9,6 @@
 #include "tests/support/text.h"
 
 namespace qvtest {
-
 namespace {
 
 // ---- object tables ----

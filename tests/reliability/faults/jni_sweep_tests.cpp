@@ -15,7 +15,6 @@
 #include "tests/support/reliability.h"
 
 namespace qvtest {
-
 namespace {
 
 // The functions that cannot fail, and why.
@@ -36,10 +35,18 @@ const std::map<std::string, std::string> kSteady = {
 
 class Sweep : public OperationTest {};
 
-TEST_F(Sweep, EachOperationLeavesTheReferencesOfItsRow) {
+// What was called after the n-th call of the function.
+Lines After(const Lines& log, const std::string& function, int n) {
+  const auto found = std::find_if(
+      log.begin(), log.end(), [&](const std::string& line) { return line.starts_with(function + "(") && --n == 0; });
+  return found != log.end() ? Lines(found + 1, log.end()) : Lines{"it was not called"};
+}
+
+TEST_F(Sweep, UndisturbedEachOperationMakesTheCallsOfItsRowAndEndsSo) {
   for (const Operation& operation : Operations()) {
     SCOPED_TRACE(operation.name);
     EXPECT_EQ(Run(operation), operation.end);
+    EXPECT_TRUE(m_log == operation.log || operation.log.empty()) << testing::PrintToString(m_log);
     for (const std::string& line : m_log) {
       EXPECT_FALSE(line.ends_with(" !pending")) << line << " is illegal while an exception is pending";
     }
@@ -79,6 +86,7 @@ TEST_F(Sweep, EveryJniCallFailsInTurn) {
           });
           EXPECT_EQ(end, row->end);
           EXPECT_TRUE(m_fired);
+          EXPECT_EQ(After(m_log, function, n), row->then.value_or(After(m_log, function, n)));
           tally.faults.insert(fault == Fault::Null ? "null" : "exception");
           Count(tally, operation.end, row->end, end);
         }
@@ -120,13 +128,11 @@ TEST_F(Sweep, EveryAllocationFailsInTurn) {
       for (size_t n = 1; n <= operation.withoutMemory.size() + 1; ++n) {
         SCOPED_TRACE(testing::Message() << "allocation " << n << " fails, " << NameOf(mode));
         const bool fails = n <= operation.withoutMemory.size();
-        End expected = operation.end;
-        if (fails) {
-          const WithoutMemory& row = operation.withoutMemory[n - 1];
-          expected = mode == kQvshrFailOnce ? row.once : row.fromThere;
-        }
+        const WithoutMemory row = fails ? operation.withoutMemory[n - 1] : WithoutMemory{operation.end, operation.end};
+        const End& expected = mode == kQvshrFailOnce ? row.once : row.fromThere;
         const End end = Run(operation, [&] { return std::make_unique<FailAllocation>(n, mode); });
         EXPECT_EQ(end, expected);
+        EXPECT_EQ(m_log, row.log.value_or(m_log));
         EXPECT_EQ(m_fired, fails) << "as many rows as the operation makes allocations";
         if (fails) Count(group.tally, operation.end, expected, end);
       }
@@ -218,5 +224,4 @@ TEST_F(Sweep, ACaptureThatCannotBeMarkedHasNoTextAndDoesNotCaptureItself) {
 }
 
 }  // namespace
-
 }  // namespace qvtest

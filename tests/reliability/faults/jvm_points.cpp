@@ -5,7 +5,6 @@
 #include <utility>
 
 namespace qvtest {
-
 namespace {
 
 Point JvmPoint(const FakeJvm& jvm, const char* name, const char* fault, FakeJvmEntry entry,

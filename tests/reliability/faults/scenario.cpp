@@ -13,7 +13,6 @@
 #include "tests/support/text.h"
 
 namespace qvtest {
-
 namespace {
 
 constexpr wchar_t kSystemPath[] = L"C:\\windows\\system32;C:\\windows";

@@ -11,7 +11,6 @@
 #include "tests/support/reliability.h"
 
 namespace qvtest {
-
 namespace {
 
 constexpr int kLast = -1;
@@ -114,7 +113,7 @@ SlotRows MakeRows() {
   rows.push_back({"typed", 59, kAny, fails(0)});
   for (const char* name : {"* of a missing member", "SetObjectArrayElement out of bounds"}) {
     AddCapture(rows, name, E_FAIL, -1001, 0);
-    rows.push_back({name, 59, kAny, fails(0)});
+    rows.push_back({name, 59, kAny, {E_FAIL, kNoRecord, 0, 0, true}});
     rows.push_back({name, 60, 2, {E_FAIL, Unknown(-1001), 1}});
     rows.push_back({name, 60, kLast, {E_FAIL, Unknown(-1001), 3}});
   }
@@ -126,7 +125,7 @@ SlotRows MakeRows() {
 
   const std::string created = "FindClass, unknown in a created JVM";
   AddCapture(rows, created, E_FAIL, 0, 0);
-  rows.push_back({created, 59, kAny, {E_FAIL, kNotFound, 0}});
+  rows.push_back({created, 59, kAny, {E_FAIL, kNotFound, 0, 0, true}});
   rows.push_back({created, 60, 2, {E_FAIL, Unknown(0), 1}});
   rows.push_back({created, 60, kLast, {E_FAIL, Unknown(0), 3}});
 
@@ -269,5 +268,4 @@ TEST_F(SlotFaults, EachOperationOfTheObjectsOwnTableFailsInTurn) {
 }
 
 }  // namespace
-
 }  // namespace qvtest
