@@ -16,7 +16,6 @@
 #include "tests/real/running_vm.h"
 
 namespace qvtest {
-
 namespace {
 
 JavaVM* g_vmOfJavaProgram = nullptr;

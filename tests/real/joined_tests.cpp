@@ -9,12 +9,12 @@
 #include "tests/real/running_vm.h"
 #include "tests/support/environment.h"
 #include "tests/support/message_box.h"
+#include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 
 namespace qvtest {
 namespace {
 
-constexpr wchar_t kProductRoot[] = L"Software\\Harlowe\\Quovant\\19.0";
 constexpr wchar_t kJdk[] = L"C:\\some jdk";
 constexpr wchar_t kListed[] = L"C:\\listed.jar";
 constexpr wchar_t kOfUser[] = L"C:\\of user.jar";
@@ -46,11 +46,11 @@ struct Joined {
 
   void Configure() {
     registry.emplace(RegistrySandbox::Override::MachineAndUser);
-    const std::wstring java = Join(kProductRoot, L"Java");
+    const std::wstring java = Join(kQuovantRoot, L"Java");
     registry->SetText(Hive::Machine, java, L"JDKLocation", kJdk);
     registry->SetText(Hive::Machine, java, L"JREBinLocation", jreBin);
     registry->SetList(Hive::Machine, Join(java, L"QVIDEConfig\\QVSysclasspath"), {kListed});
-    registry->SetList(Hive::User, Join(kProductRoot, L"ClassPath"), {kOfUser});
+    registry->SetList(Hive::User, Join(kQuovantRoot, L"ClassPath"), {kOfUser});
   }
 };
 
@@ -201,7 +201,7 @@ TEST_F(JoinedVm, WithoutAConfiguredClassPathTheMessageSaysSo) {
     return;
   }
   IQV_JavaVM* const other = NewService();
-  const std::wstring list = Join(kProductRoot, L"Java\\QVIDEConfig\\QVSysclasspath");
+  const std::wstring list = Join(kQuovantRoot, L"Java\\QVIDEConfig\\QVSysclasspath");
   Process().registry->DeleteKey(Hive::Machine, list);
   EXPECT_TRUE(Fails(other, other->FindClass(Local(other).Out(), "outside/Greeter"),
                     {L"Unable to find java outside/Greeter class. Check CLASSPATH.", 0}));

@@ -10,14 +10,12 @@
 #include <sstream>
 
 #include "tests/support/environment.h"
+#include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
 
 namespace qvtest {
-
 namespace {
-
-constexpr wchar_t kRuntimeConfig[] = L"Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig";
 
 HMODULE OwnModule() {
   HMODULE module = nullptr;
@@ -54,13 +52,9 @@ std::wstring InstallFolder() {
 
 std::wstring DefaultArchives(const std::wstring& hostFolder) {
   std::wstring joined;
-  for (const wchar_t* entry :
-       {L"fop-0.20.5\\build\\fop.jar", L"fop-0.20.5\\lib\\batik.jar", L"fop-0.20.5\\lib\\xalan-2.4.1.jar",
-        L"fop-0.20.5\\lib\\xercesImpl-2.2.1.jar", L"fop-0.20.5\\lib\\xml-apis.jar",
-        L"fop-0.20.5\\lib\\avalon-framework-cvs-20020806.jar", L"fop-0.20.5\\lib\\logkit-1.0.jar",
-        L"fop-0.20.5\\lib\\jimi-1.0.jar", L"qvejbclient.jar", L"qvjdbc12.jar"}) {
-    const std::wstring installed = InstallFolder() + L"\\" + entry;
-    joined += (joined.empty() ? L"" : L";") + (FileExists(installed) ? installed : hostFolder + L"\\IDE\\" + entry);
+  for (const std::wstring entry : kBuiltInArchives) {
+    const std::wstring installed = InstallFolder() + entry;
+    joined += (joined.empty() ? L"" : L";") + (FileExists(installed) ? installed : hostFolder + L"\\IDE" + entry);
   }
   return joined;
 }
@@ -168,8 +162,9 @@ IQV_JavaVM* StartVm(const std::vector<std::wstring>& options) {
     std::optional<RegistrySandbox> registry;
     if (!jvmOptions.empty()) {
       registry.emplace();
-      registry->SetList(Hive::Machine, std::wstring(kRuntimeConfig) + L"\\QVJVMconfig", jvmOptions);
-      registry->CreateKey(Hive::Machine, std::wstring(kRuntimeConfig) + L"\\QVJVMprops");
+      const std::wstring config = std::wstring(kQuovantRoot) + L"\\Java\\QVRTConfig";
+      registry->SetList(Hive::Machine, config + L"\\QVJVMconfig", jvmOptions);
+      registry->CreateKey(Hive::Machine, config + L"\\QVJVMprops");
     }
     IQV_JavaVM* const made = NewService((InstallFolder() + L"\\qvtests.jar").c_str());
     if (made == nullptr) return nullptr;

@@ -2,57 +2,22 @@
 // thread that made them.
 // The JVM's own count of threads tells whether a thread that ended was detached.
 #include <atomic>
+#include <memory>
 #include <thread>
 
 #include "tests/real/running_vm.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 namespace {
 
 constexpr int kThreads = 16;
 
-// Opens when as many have arrived as it was made for. Plain Windows events: the condition variables under
-// std::latch lose wake-ups in some mingw runtimes.
-class Gate {
- public:
-  explicit Gate(int arrivals) : m_left(arrivals) {}
-  ~Gate() { CloseHandle(m_open); }
-  Gate(const Gate&) = delete;
-  Gate& operator=(const Gate&) = delete;
-
-  void Arrive() {
-    if (--m_left == 0) SetEvent(m_open);
-  }
-  void Wait() { WaitForSingleObject(m_open, INFINITE); }
-  void ArriveAndWait() {
-    Arrive();
-    Wait();
-  }
-
- private:
-  std::atomic<int> m_left;
-  HANDLE m_open = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-};
-
 class Threads : public RunningVmTest {
  protected:
   int32_t CountInJava() {
     const JavaClass threads(Vm(), "qvtest/Threads");
     return threads.CallInt(threads.New(), "count");
-  }
-
-  // Runs `work(number)` on threads that begin together; they have ended when this returns.
-  template <class Work>
-  void OnManyThreads(Work&& work) {
-    Gate ready(kThreads);
-    std::vector<std::thread> threads;
-    for (int number = 0; number < kThreads; ++number) {
-      threads.emplace_back([&, number] {
-        ready.ArriveAndWait();
-        work(number);
-      });
-    }
-    for (std::thread& thread : threads) thread.join();
   }
 };
 
@@ -76,7 +41,7 @@ bool RoundTrip(IQV_JavaVM* vm, qv_jclass cls, qv_jobject object, int32_t value) 
 TEST_F(Threads, ManyThroughOneObject) {
   constexpr int kCalls = 2000;
   std::atomic<int> right = 0;
-  OnManyThreads([&](int number) {
+  OnThreads(kThreads, [&](int number) {
     const Local cls = Find("qvtest/Echo");
     const Local object = NewDefaultObject(Vm(), cls);
     for (int i = 0; i < kCalls; ++i) right += RoundTrip(Vm(), cls, object, number * kCalls + i) ? 1 : 0;
@@ -88,7 +53,7 @@ TEST_F(Threads, FailingThroughOneObjectSharesItsRecordSafely) {
   constexpr int kCalls = 200;
   std::atomic<int> failed = 0;
   std::atomic<int> foreign = 0;
-  OnManyThreads([&](int number) {
+  OnThreads(kThreads, [&](int number) {
     const Local cls = Find("qvtest/Faults");
     const Local text = String(L"thread " + std::to_wstring(number));
     for (int i = 0; i < kCalls; ++i) {
@@ -105,7 +70,7 @@ TEST_F(Threads, FailingThroughOneObjectSharesItsRecordSafely) {
 TEST_F(Threads, RecordsOfObjectsOfTheirOwnNeverMix) {
   constexpr int kCalls = 200;
   std::atomic<int> right = 0;
-  OnManyThreads([&](int number) {
+  OnThreads(kThreads, [&](int number) {
     IQV_JavaVM* const own = NewService();
     {
       const Local cls = FindClass(own, "qvtest/Faults");
@@ -124,20 +89,14 @@ TEST_F(Threads, RecordsOfObjectsOfTheirOwnNeverMix) {
 TEST_F(Threads, AThreadThatEndsIsDetached) {
   const int32_t before = CountInJava();
   for (int round = 0; round < 3; ++round) {
-    Gate attached(kThreads + 1);
-    Gate counted(1);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-      threads.emplace_back([&] {
-        EXPECT_NE(QV_AcquireThreadEnv(Vm()), nullptr);
-        attached.ArriveAndWait();
-        counted.Wait();
-      });
+    {
+      std::vector<std::unique_ptr<WaitingThread>> threads;
+      for (int i = 0; i < kThreads; ++i) {
+        threads.push_back(std::make_unique<WaitingThread>([&] { EXPECT_NE(QV_AcquireThreadEnv(Vm()), nullptr); }));
+      }
+      EXPECT_EQ(CountInJava(), before + kThreads);
+      for (const auto& thread : threads) thread->Go();
     }
-    attached.ArriveAndWait();
-    EXPECT_EQ(CountInJava(), before + kThreads);
-    counted.Arrive();
-    for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(CountInJava(), before);
   }
 }

@@ -10,7 +10,6 @@
 #include "tests/support/threads.h"
 
 namespace qvtest {
-
 namespace {
 
 struct LessWithoutCase {

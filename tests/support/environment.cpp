@@ -6,7 +6,6 @@
 #include <utility>
 
 namespace qvtest {
-
 namespace {
 
 void Write(const std::wstring& name, const std::optional<std::wstring>& value) {

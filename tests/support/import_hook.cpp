@@ -10,7 +10,6 @@
 #include "tests/support/module_image.h"
 
 namespace qvtest {
-
 namespace {
 
 template <class Matches>

@@ -12,7 +12,6 @@
 #include "tests/support/text.h"
 
 namespace qvtest {
-
 namespace {
 
 std::string PlaceName(const void* address) {

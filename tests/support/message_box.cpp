@@ -6,7 +6,6 @@
 #include "tests/support/text.h"
 
 namespace qvtest {
-
 namespace {
 
 std::mutex g_lock;

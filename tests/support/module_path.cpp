@@ -7,7 +7,6 @@
 #include <utility>
 
 namespace qvtest {
-
 namespace {
 
 decltype(&GetModuleFileNameW) g_real = nullptr;

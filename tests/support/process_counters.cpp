@@ -12,7 +12,6 @@
 #include "base/procedure.h"
 
 namespace qvtest {
-
 namespace {
 
 constexpr NTSTATUS kTooSmall = static_cast<NTSTATUS>(0xC0000004);

@@ -7,7 +7,6 @@
 #include "tests/support/text.h"
 
 namespace qvtest {
-
 namespace {
 
 HKEY MakeKey(HKEY parent, const std::wstring& path) {

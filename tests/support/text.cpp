@@ -7,7 +7,6 @@
 #include <cwchar>
 
 namespace qvtest {
-
 namespace {
 
 bool IsHighSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }

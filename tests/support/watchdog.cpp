@@ -12,7 +12,6 @@
 #include "tests/support/module_image.h"
 
 namespace qvtest {
-
 namespace {
 
 constexpr size_t kMostFrames = 64;

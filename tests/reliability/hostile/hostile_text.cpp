@@ -9,7 +9,6 @@
 #include "tests/support/reliability.h"
 
 namespace qvtest {
-
 namespace {
 
 std::string Decoded(std::string_view line) {

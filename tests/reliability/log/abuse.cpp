@@ -11,7 +11,6 @@
 #include "tests/support/text.h"
 
 namespace qvtest {
-
 namespace {
 
 std::wstring g_refused;

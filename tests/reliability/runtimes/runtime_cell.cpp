@@ -5,7 +5,6 @@
 #include <sstream>
 
 namespace qvtest {
-
 namespace {
 
 // Wine 8 has no affinity of processor groups, which later JVMs ask for.

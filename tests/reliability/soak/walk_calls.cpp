@@ -10,7 +10,6 @@
 #include "tests/support/text.h"
 
 namespace qvtest {
-
 namespace {
 
 constexpr int32_t kFailed = QV_CODE_CALL_FAILED;

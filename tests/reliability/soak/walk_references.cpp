@@ -6,7 +6,6 @@
 #include "tests/support/text.h"
 
 namespace qvtest {
-
 namespace {
 
 constexpr wchar_t kCanary = 0xABCD;

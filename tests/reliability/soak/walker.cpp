@@ -9,7 +9,6 @@
 #include "tests/support/text.h"
 
 namespace qvtest {
-
 namespace {
 
 constexpr uint32_t kOperationsOfAFrame = 100;
