@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "tests/bridge/fake_jni_table.h"
 #include "tests/support/text.h"
 
 namespace qvtest {

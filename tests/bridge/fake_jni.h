@@ -190,6 +190,10 @@ class FakeVm : public JavaVM_ {
   ReferenceCounts m_counts;
 };
 
+const JNINativeInterface_* FakeJniTable();
+const JNIInvokeInterface_* FakeVmTable();
+std::map<std::string, FakeVm::Answer> StandardAnswers();
+
 // The names of JNI's function table in order, without the four reserved places in front. For messages.
 extern const char* const kJniNames[];
 extern const size_t kJniNameCount;

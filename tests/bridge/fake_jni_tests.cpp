@@ -6,7 +6,6 @@
 #include <thread>
 
 #include "tests/bridge/fake_jni.h"
-#include "tests/bridge/fake_jni_table.h"
 
 namespace qvtest {
 namespace {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "base/procedure.h"
-#include "host/qvshr.h"
+#include "host/host_ref.h"
 #include "tests/support/temp_folder.h"
 
 namespace hosttest {
@@ -51,37 +51,8 @@ struct HostApi {
   [[nodiscard]] Export ByOrdinal(WORD ordinal) const { return {module, ordinal}; }
 };
 
-/// Owns one reference of a host object.
-template <class T>
-class Owned {
- public:
-  Owned() = default;
-  explicit Owned(T* adopted) : m_object(adopted) {}
-  Owned(Owned&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
-  Owned& operator=(Owned other) noexcept {
-    std::swap(m_object, other.m_object);
-    return *this;
-  }
-  ~Owned() {
-    if (m_object != nullptr) m_object->Release();
-  }
-  T* Get() const { return m_object; }
-  T* operator->() const { return m_object; }
-  explicit operator bool() const { return m_object != nullptr; }
-  /// For a reference that the test has given back itself.
-  void Forget() { m_object = nullptr; }
-  /// For an out-parameter.
-  T** Out() {
-    *this = Owned();
-    return &m_object;
-  }
-
- private:
-  T* m_object = nullptr;
-};
-
-using Text = Owned<IQvString>;
-using Key = Owned<IQvRegKey>;
+using Text = qv::StringRef;
+using Key = qv::KeyRef;
 
 /// An address that no object has: out-parameters start with it, so that a test sees who wrote null.
 template <class T>
@@ -146,16 +117,12 @@ class HostTest : public testing::TestWithParam<HostBuild> {
     EXPECT_LT(key->OpenSubKey(nullptr, KEY_READ, &sub), 0);
     EXPECT_EQ(sub, nullptr);
     EXPECT_LT(key->OpenSubKey(text.Get(), KEY_READ, nullptr), 0);
-    IQvString* value = Untouched<IQvString>();
-    EXPECT_LT(key->QueryStringValue(nullptr, &value), 0);
-    EXPECT_EQ(value, nullptr);
     EXPECT_LT(key->QueryStringValue(text.Get(), nullptr), 0);
-    value = Untouched<IQvString>();
-    EXPECT_LT(key->EnumValue(0, nullptr, &value), 0);
-    EXPECT_EQ(value, nullptr);
-    value = Untouched<IQvString>();
-    EXPECT_LT(key->EnumValue(0, &value, nullptr), 0);
-    EXPECT_EQ(value, nullptr);
+    IQvString* values[] = {Untouched<IQvString>(), Untouched<IQvString>(), Untouched<IQvString>()};
+    EXPECT_LT(key->QueryStringValue(nullptr, &values[0]), 0);
+    EXPECT_LT(key->EnumValue(0, nullptr, &values[1]), 0);
+    EXPECT_LT(key->EnumValue(0, &values[2], nullptr), 0);
+    for (IQvString* const value : values) EXPECT_EQ(value, nullptr);
   }
 
   const HostApi host{LoadLibraryW((ProgramFolder() + GetParam().file).c_str())};

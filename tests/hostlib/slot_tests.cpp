@@ -28,6 +28,9 @@ void ExpectIdentitySlots(void* object) {
   EXPECT_EQ(CallSlot<uint32_t>(object, 2), 1u);
   EXPECT_EQ(CallSlot<int32_t>(object, 0, &kNobodysId, &answer), static_cast<int32_t>(0x80004002));
   EXPECT_EQ(answer, nullptr);
+  EXPECT_LT(CallSlot<int32_t>(object, 0, &kUnknownId, nullptr), 0);
+  EXPECT_EQ(CallSlot<uint32_t>(object, 1), 2u);
+  EXPECT_EQ(CallSlot<uint32_t>(object, 2), 1u);
 }
 
 TEST_P(SlotTest, StringTable) {
@@ -85,8 +88,7 @@ TEST_P(SlotTest, RegistryKeyTable) {
   registry.SetText(Hive::User, L"Sub", L"Name", L"value");
   Key key;
   ASSERT_EQ(host.OpenRegistryKey(HKEY_CURRENT_USER, MakeText(registry.Path(Hive::User)).Get(), KEY_READ, key.Out()), 0);
-  ExpectKeySlots(host, key.Get());
-  key.Forget();
+  ExpectKeySlots(host, key.Detach());
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 // The ledger build has the same twelve functions as the library that ships, under the same ordinals; link qv::ledger.
 // Environment, read when the DLL is loaded:
 //   QVSHR_LEDGER_GUARD=1          guard pages from the first block on
-//   QVSHR_LEDGER_FAIL_AT=N        allocation N fails
-//   QVSHR_LEDGER_FAIL_MODE=from   ... and every one after it ("once", the default: that one alone)
 //   QVSHR_LEDGER_REPORT=<path>    one line of JSON about what is left, written when the DLL is detached
 // Everything is process-wide and may be called from any thread.
 #pragma once
@@ -102,16 +100,13 @@ QVSHR_LEDGER_API void QvshrLedgerOverrideInt(uint32_t call, int32_t value) noexc
 /// Takes that script back.
 QVSHR_LEDGER_API void QvshrLedgerClearInt(uint32_t call) noexcept;
 
-/// Scripts a setting, whatever qvshr.ini says. A null section or key stands for any; the latest fitting script counts;
-/// a null text takes back the script that was made for just this section and key.
-/// @return 1, or 0 when all 16 places are taken or a text is longer than 1,023 (section and key: 63) characters.
-QVSHR_LEDGER_API int32_t QvshrLedgerOverrideSetting(const wchar_t* section, const wchar_t* key,
-                                                    const wchar_t* text) noexcept;
+/// Scripts a setting, whatever qvshr.ini says.
+QVSHR_LEDGER_API void QvshrLedgerOverrideSetting(const wchar_t* section, const wchar_t* key,
+                                                 const wchar_t* text) noexcept;
 
 /// Scripts the answer of GetSpecialFolder for `useDefault` 0 or 1, whatever folder is asked for. An empty text is a
 /// failure, a null text takes the script back. For a failure of one single call see QvshrLedgerFailCall.
-/// @return 1, or 0 when the text is longer than 1,023 characters or `useDefault` is neither.
-QVSHR_LEDGER_API int32_t QvshrLedgerOverrideFolder(int32_t useDefault, const wchar_t* text) noexcept;
+QVSHR_LEDGER_API void QvshrLedgerOverrideFolder(int32_t useDefault, const wchar_t* text) noexcept;
 /// The arguments of the latest GetSpecialFolder that had a buffer; all 0 when there was none.
 QVSHR_LEDGER_API void QvshrLedgerLastFolderRequest(QvshrLedgerFolderRequest* request) noexcept;
 

@@ -23,8 +23,8 @@ constexpr size_t kPage = 4096;
 constexpr size_t kArenaBytes = size_t{256} << 20;
 constexpr size_t kMaxArenas = 512;
 constexpr size_t kRedZone = 16;
-constexpr size_t kMostFilled = size_t{16}
-                               << 20;  // of a larger block the rest stays untouched, so that it costs no page
+// Of a larger block the rest stays untouched, so that it costs no page.
+constexpr size_t kMostFilled = size_t{16} << 20;
 constexpr int kFresh = 0xCD;           // what a new block holds: not initialised, and it shows
 constexpr int kFreed = 0xDD;           // what a freed heap block holds
 constexpr unsigned char kEdge = 0xA5;  // around a block
@@ -150,16 +150,6 @@ void GiveMemoryBack(const Record& record) noexcept {
 constexpr DWORD kReportPathUnits = 1024;
 wchar_t g_reportPath[kReportPathUnits];
 
-uint64_t NumberFromEnvironment(const wchar_t* name) noexcept {
-  wchar_t text[24];
-  const DWORD length = GetEnvironmentVariableW(name, text, 24);
-  uint64_t number = 0;
-  for (DWORD i = 0; length < 24 && i < length && text[i] >= L'0' && text[i] <= L'9'; ++i) {
-    number = number * 10 + static_cast<uint64_t>(text[i] - L'0');
-  }
-  return number;
-}
-
 }  // namespace
 
 void* AllocateBlock(size_t bytes, const void* caller) noexcept {
@@ -208,11 +198,9 @@ void NoteObjectBorn(ObjectKind kind) noexcept {
 void NoteObjectGone(ObjectKind kind) noexcept { --g_liveObjects[static_cast<size_t>(kind)]; }
 
 void BackendAttach() noexcept {
-  g_guard = NumberFromEnvironment(L"QVSHR_LEDGER_GUARD") != 0;
-  g_failAt = NumberFromEnvironment(L"QVSHR_LEDGER_FAIL_AT");
-  wchar_t mode[8] = {};
-  const DWORD modeLength = GetEnvironmentVariableW(L"QVSHR_LEDGER_FAIL_MODE", mode, 8);
-  g_failFrom = modeLength == 4 && CompareStringOrdinal(mode, 4, L"from", 4, TRUE) == CSTR_EQUAL;
+  wchar_t guard[2] = {};
+  GetEnvironmentVariableW(L"QVSHR_LEDGER_GUARD", guard, 2);
+  g_guard = guard[0] == L'1';
   const DWORD length = GetEnvironmentVariableW(L"QVSHR_LEDGER_REPORT", g_reportPath, kReportPathUnits);
   if (length >= kReportPathUnits) g_reportPath[0] = L'\0';
 }

@@ -4,7 +4,9 @@
 #include <windows.h>
 
 #include <atomic>
-#include <string_view>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "hostlib/backend.h"
 #include "hostlib/wide_text.h"
@@ -13,10 +15,6 @@
 
 namespace qvshr {
 namespace {
-
-constexpr size_t kNameUnits = 64;
-constexpr size_t kTextUnits = 1024;
-constexpr size_t kSettings = 16;
 
 struct CallScript {
   std::atomic<uint64_t> calls;
@@ -31,26 +29,17 @@ struct IntScript {
 };
 
 struct SettingScript {
-  uint64_t serial;  // 0: free
-  bool anySection;
-  bool anyKey;
-  wchar_t section[kNameUnits];
-  wchar_t key[kNameUnits];
-  wchar_t text[kTextUnits];
-};
-
-struct FolderScript {
-  bool on;
-  wchar_t text[kTextUnits];
+  std::wstring section, key, text;
 };
 
 CallScript g_calls[kQvshrCallLimit];
 IntScript g_ints[2];
 
 SRWLOCK g_lock = SRWLOCK_INIT;
-SettingScript g_settings[kSettings];
-uint64_t g_settingSerial = 0;
-FolderScript g_folders[2];  // the folder in use, its default place
+// Never destroyed: they are asked until the process is gone.
+std::vector<SettingScript>& g_settings = *new std::vector<SettingScript>();
+using FolderScripts = std::optional<std::wstring>[2];  // the folder in use, its default place
+std::optional<std::wstring>* const g_folders = new FolderScripts;
 QvshrLedgerFolderRequest g_lastFolder;
 
 IntScript* IntFor(uint32_t call) noexcept {
@@ -58,28 +47,10 @@ IntScript* IntFor(uint32_t call) noexcept {
   return call == kQvshrCallNoDetachQuery ? &g_ints[1] : nullptr;
 }
 
-bool Fits(const wchar_t* text, size_t units) noexcept {
-  return text == nullptr || std::wstring_view(text).size() < units;
-}
-
-void Store(const wchar_t* text, wchar_t* out, size_t units) noexcept {
-  CopyCut(text != nullptr ? text : L"", out, static_cast<int32_t>(units));
-}
-
-// The script that was made for just this section and key, where null stands for any.
-SettingScript* FindExact(const wchar_t* section, const wchar_t* key) noexcept {
-  for (SettingScript& script : g_settings) {
-    const bool sameSection =
-        script.anySection == (section == nullptr) && (section == nullptr || SameName(script.section, section));
-    const bool sameKey = script.anyKey == (key == nullptr) && (key == nullptr || SameName(script.key, key));
-    if (script.serial != 0 && sameSection && sameKey) return &script;
-  }
-  return nullptr;
-}
-
-SettingScript* FindFree() noexcept {
-  for (SettingScript& script : g_settings) {
-    if (script.serial == 0) return &script;
+// The latest one.
+const SettingScript* FindSetting(const wchar_t* section, const wchar_t* key) noexcept {
+  for (const SettingScript& script : g_settings) {
+    if (SameName(script.section, section) && SameName(script.key, key)) return &script;
   }
   return nullptr;
 }
@@ -105,14 +76,9 @@ bool ScriptedInt(QvshrCall call, int32_t* value) noexcept {
 bool ScriptedSetting(const wchar_t* section, const wchar_t* key, wchar_t* out, int32_t capacity,
                      int32_t* written) noexcept {
   const LedgerLock lock(g_lock);
-  const SettingScript* latest = nullptr;
-  for (const SettingScript& script : g_settings) {
-    const bool fits =
-        (script.anySection || SameName(script.section, section)) && (script.anyKey || SameName(script.key, key));
-    if (script.serial != 0 && fits && (latest == nullptr || latest->serial < script.serial)) latest = &script;
-  }
-  if (latest == nullptr) return false;
-  *written = CopyCut(latest->text, out, capacity);
+  const SettingScript* const script = FindSetting(section, key);
+  if (script == nullptr) return false;
+  *written = CopyCut(script->text, out, capacity);
   return true;
 }
 
@@ -120,9 +86,9 @@ bool ScriptedFolder(int32_t folderId, wchar_t* out, int32_t capacity, int32_t cr
                     int32_t* answer) noexcept {
   const LedgerLock lock(g_lock);
   g_lastFolder = {folderId, create, useDefault, capacity};
-  const FolderScript& script = g_folders[useDefault != 0 ? 1 : 0];
-  if (!script.on) return false;
-  *answer = CopyWhole(script.text, out, capacity) != 0 ? 1 : 0;
+  const std::optional<std::wstring>& script = g_folders[useDefault != 0 ? 1 : 0];
+  if (!script) return false;
+  *answer = CopyWhole(*script, out, capacity) != 0 ? 1 : 0;
   return true;
 }
 
@@ -135,8 +101,8 @@ void ResetScripts() noexcept {
   }
   for (IntScript& script : g_ints) script.on = false;
   const LedgerLock lock(g_lock);
-  for (SettingScript& script : g_settings) script.serial = 0;
-  for (FolderScript& script : g_folders) script.on = false;
+  g_settings.clear();
+  for (const int useDefault : {0, 1}) g_folders[useDefault].reset();
   g_lastFolder = {};
 }
 
@@ -172,33 +138,16 @@ extern "C" void QvshrLedgerClearInt(uint32_t call) noexcept {
   if (IntScript* const script = IntFor(call)) script->on = false;
 }
 
-extern "C" int32_t QvshrLedgerOverrideSetting(const wchar_t* section, const wchar_t* key,
-                                              const wchar_t* text) noexcept {
-  if (!Fits(section, kNameUnits) || !Fits(key, kNameUnits) || !Fits(text, kTextUnits)) return 0;
+extern "C" void QvshrLedgerOverrideSetting(const wchar_t* section, const wchar_t* key, const wchar_t* text) noexcept {
   const LedgerLock lock(g_lock);
-  SettingScript* script = FindExact(section, key);
-  if (text == nullptr) {
-    if (script != nullptr) script->serial = 0;
-    return 1;
-  }
-  if (script == nullptr) script = FindFree();
-  if (script == nullptr) return 0;
-  script->serial = ++g_settingSerial;
-  script->anySection = section == nullptr;
-  script->anyKey = key == nullptr;
-  Store(section, script->section, kNameUnits);
-  Store(key, script->key, kNameUnits);
-  Store(text, script->text, kTextUnits);
-  return 1;
+  g_settings.insert(g_settings.begin(), {section, key, text});
 }
 
-extern "C" int32_t QvshrLedgerOverrideFolder(int32_t useDefault, const wchar_t* text) noexcept {
-  if ((useDefault != 0 && useDefault != 1) || !Fits(text, kTextUnits)) return 0;
+extern "C" void QvshrLedgerOverrideFolder(int32_t useDefault, const wchar_t* text) noexcept {
   const LedgerLock lock(g_lock);
-  FolderScript& script = g_folders[useDefault];
-  script.on = text != nullptr;
-  Store(text, script.text, kTextUnits);
-  return 1;
+  std::optional<std::wstring>& script = g_folders[useDefault != 0 ? 1 : 0];
+  script.reset();
+  if (text != nullptr) script = text;
 }
 
 extern "C" void QvshrLedgerLastFolderRequest(QvshrLedgerFolderRequest* request) noexcept {
