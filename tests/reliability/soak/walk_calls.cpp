@@ -1,13 +1,13 @@
 // Slots 20 to 42: the typed calls, each with right calls, methods that throw, members that are not there, signatures
 // that are none, and null arguments.
 #include <algorithm>
-#include <cctype>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <type_traits>
 
+#include "tests/real/running_vm.h"
 #include "tests/reliability/soak/walker.h"
-#include "tests/support/text.h"
 
 namespace qvtest {
 namespace {
@@ -60,10 +60,8 @@ Way ChooseWay(Random& random, bool blocked) {
   return random.OneIn(8) ? Way::Missing : Way::Right;
 }
 
-}  // namespace
-
 // A member to call. Static ones have no object.
-struct Walker::Target {
+struct Target {
   qv_jclass cls;
   qv_jobject object;
   const char* method;
@@ -72,27 +70,27 @@ struct Walker::Target {
 
 // `call` hands a result's place and a target on to the slot, with the arguments that `right` takes.
 template <class Value, class Call, class Check>
-void Walker::CallTyped(int slot, const Target& right, const std::string& what, const Target& throwing,
-                       const wchar_t* thrown, const Target& missing, Call&& call, Check&& check) {
+void CallTyped(Walker& w, int slot, const Target& right, const std::string& what, const Target& throwing,
+               const wchar_t* thrown, const Target& missing, Call&& call, Check&& check) {
   Value untouched;
   std::memset(static_cast<void*>(&untouched), 0x5A, sizeof(untouched));
   Value result = untouched;
-  switch (const Way way = ChooseWay(m_random, Blocked())) {
+  switch (const Way way = ChooseWay(w.random, w.Blocked())) {
     case Way::Right:
-      Begin(slot, "%s %s", right.method, what.c_str());
-      Prologue();
-      Succeeds(call(&result, right));
+      w.Begin(slot, "%s %s", right.method, what.c_str());
+      w.Prologue();
+      w.Succeeds(call(&result, right));
       return check(result);
     case Way::Throws:
-      Begin(slot, "%s, which throws", throwing.method);
-      Prologue();
-      Fails(call(&result, throwing), {thrown, true, kFailed});
-      Is(std::is_empty_v<Value> || SameBits(result, Value{}), "the value of a call that threw");
+      w.Begin(slot, "%s, which throws", throwing.method);
+      w.Prologue();
+      w.Fails(call(&result, throwing), {thrown, true, kFailed});
+      w.Is(std::is_empty_v<Value> || SameBits(result, Value{}), "the value of a call that threw");
       return;
     case Way::Missing:
-      Begin(slot, "\"%s\" \"%s\", which is not there", missing.method, missing.signature);
-      Prologue();
-      Fails(call(&result, missing), {L"java.lang.NoSuchMethodError", false, kFailed});
+      w.Begin(slot, "\"%s\" \"%s\", which is not there", missing.method, missing.signature);
+      w.Prologue();
+      w.Fails(call(&result, missing), {L"java.lang.NoSuchMethodError", false, kFailed});
       break;
     default: {
       // Where there is no such argument the name is null.
@@ -105,207 +103,200 @@ void Walker::CallTyped(int slot, const Target& right, const std::string& what, c
       } else if (!noResult) {
         null.method = nullptr;
       }
-      Begin(slot, "null, way %d", static_cast<int>(way));
-      Prologue();
-      Rejects(call(noResult ? nullptr : &result, null));
+      w.Begin(slot, "null, way %d", static_cast<int>(way));
+      w.Prologue();
+      w.Rejects(call(noResult ? nullptr : &result, null));
     }
   }
-  Is(SameBits(result, untouched), "the result was touched");
+  w.Is(SameBits(result, untouched), "the result was touched");
 }
 
-Walker::Target Walker::MissingMethod() {
-  const Missing& missing = m_random.OneOf(kMissing);
-  return {m_world.echo, m_world.echoObject, missing.name, missing.signature};
+Target MissingMethod(Walker& w) {
+  const Missing& missing = w.random.OneOf(kMissing);
+  return {w.world.echo, w.world.echoObject, missing.name, missing.signature};
 }
 
-template <class Value, class Passed>
-void Walker::CallValue(const ValueCalls<Value>& calls, Passed passed, Value expected) {
-  std::string method = std::string("of") + calls.type;
-  method[2] = static_cast<char>(std::toupper(method[2]));
-  const std::string fault = std::string("()") + calls.letter;
-  const std::string echo = std::string("(") + calls.letter + ")" + calls.letter;
-  const uint32_t entry = m_random.Below(2);
-  uint64_t bits = 0;
-  std::memcpy(&bits, &expected, sizeof(expected));
-  CallTyped<Value>(
-      calls.slot + static_cast<int>(entry), {m_world.echo, m_world.echoObject, method.c_str(), echo.c_str()},
-      "with the bits " + std::to_string(bits), {m_world.faults, m_world.faultsObject, method.c_str(), fault.c_str()},
-      (L"java.lang.IllegalStateException: " + ToWide(calls.type)).c_str(), MissingMethod(),
-      [&](Value* result, const Target& of) {
-        return (m_vm->*calls.calls[entry])(result, of.cls, of.object, of.method, of.signature, passed);
-      },
-      [&](Value result) { Is(SameBits(result, expected), "another value"); });
+// A value of its type: all bits, or the edges of a floating-point one.
+template <class Value>
+Value RandomValue(Random& random) {
+  if constexpr (std::is_floating_point_v<Value>) {
+    using Limits = std::numeric_limits<Value>;
+    static constexpr Value kValues[] = {0,
+                                        -Value{0},
+                                        Value{3} / 2,
+                                        static_cast<Value>(0.1),
+                                        Limits::lowest(),
+                                        Limits::denorm_min(),
+                                        static_cast<Value>(16777217)};
+    return random.OneOf(kValues);
+  } else {
+    static constexpr Value kEdges[] = {0, -1, std::numeric_limits<Value>::min(), std::numeric_limits<Value>::max()};
+    return random.OneIn(4) ? random.OneOf(kEdges) : static_cast<Value>(random.Next());
+  }
 }
 
-void Walker::CallInt() {
-  static constexpr int32_t kEdges[] = {0, -1, INT32_MIN, INT32_MAX};
-  const int32_t value = m_random.OneIn(4) ? m_random.OneOf(kEdges) : static_cast<int32_t>(m_random.Next());
-  CallValue<int32_t>({20, {&IQV_JavaVM::CallIntMethod, &IQV_JavaVM::CallIntMethod2}, "int", 'I'}, value, value);
-}
-
-void Walker::CallShort() {
-  const auto value = static_cast<int16_t>(m_random.Next());
-  CallValue<int16_t>({22, {&IQV_JavaVM::CallShortMethod, &IQV_JavaVM::CallShortMethod2}, "short", 'S'},
-                     static_cast<int>(value), value);
-}
-
-void Walker::CallFloat() {
-  static constexpr float kValues[] = {0.0F, -0.0F, 1.5F, -3.25e38F, 1e-45F, 16777217.0F};
-  const float value = m_random.OneOf(kValues);
-  CallValue<float>({24, {&IQV_JavaVM::CallFloatMethod, &IQV_JavaVM::CallFloatMethod2}, "float", 'F'},
-                   static_cast<double>(value), value);
-}
-
-void Walker::CallDouble() {
-  static constexpr double kValues[] = {0.0, -0.0, 1.5, -1.7e308, 5e-324, 0.1};
-  const double value = m_random.OneOf(kValues);
-  CallValue<double>({26, {&IQV_JavaVM::CallDoubleMethod, &IQV_JavaVM::CallDoubleMethod2}, "double", 'D'}, value, value);
-}
-
-void Walker::CallByte() {
-  const auto value = static_cast<int8_t>(m_random.Next());
-  CallValue<int8_t>({28, {&IQV_JavaVM::CallByteMethod, &IQV_JavaVM::CallByteMethod2}, "byte", 'B'},
-                    static_cast<int>(value), value);
-}
-
-void Walker::CallBoolean() {
-  const int32_t value = m_random.OneIn(2) ? 1 : 0;
-  CallValue<int32_t>({34, {&IQV_JavaVM::CallBooleanMethod, &IQV_JavaVM::CallBooleanMethod2}, "boolean", 'Z'}, value,
-                     value);
-}
-
-void Walker::CallLong() {
-  const auto value = static_cast<int64_t>(m_random.Next());
-  CallValue<int64_t>({36, {&IQV_JavaVM::CallLongMethod, &IQV_JavaVM::CallLongMethod2}, "long", 'J'}, value, value);
+// One of the seven primitive types.
+void CallPrimitive(Walker& w) {
+  static constexpr int kSlots[] = {28, 22, 20, 36, 24, 26, 34};  // in the order in which they are visited
+  const uint32_t which = w.random.Below(7);
+  uint32_t visited = 0;
+  ForEachTypedCall([&](auto first, auto second, const TypeName& type, auto one) {
+    if (visited++ != which) return;
+    using Value = decltype(one);
+    Value value = RandomValue<Value>(w.random);
+    if (type.name == std::wstring_view(L"boolean")) value = w.random.OneIn(2) ? 1 : 0;
+    const bool isSecond = w.random.OneIn(2);
+    const auto call = isSecond ? second : first;
+    uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof(value));
+    CallTyped<Value>(
+        w, kSlots[which] + (isSecond ? 1 : 0), {w.world.echo, w.world.echoObject, type.method, type.toItself},
+        "with the bits " + std::to_string(bits), {w.world.faults, w.world.faultsObject, type.method, type.fromNothing},
+        (std::wstring(L"java.lang.IllegalStateException: ") + type.name).c_str(), MissingMethod(w),
+        [&](Value* result, const Target& of) {
+          return (w.vm->*call)(result, of.cls, of.object, of.method, of.signature, value);
+        },
+        [&](Value result) { w.Is(SameBits(result, value), "another value"); });
+  });
 }
 
 // On an object that remembers; nothing is made while an exception is pending.
-void Walker::CallVoid() {
-  const bool second = m_random.OneIn(2);
+void CallVoid(Walker& w) {
+  const bool second = w.random.OneIn(2);
   const auto call = second ? &IQV_JavaVM::CallVoidMethod2 : &IQV_JavaVM::CallVoidMethod;
-  const Held* const held = m_pending ? nullptr : &Some(Kind::Tracked);
-  const int64_t value = held != nullptr ? static_cast<int32_t>(m_random.Next()) : 0;
-  Target right{m_world.echo, m_world.echoObject, "keep", "(Ljava/lang/String;)V"};
-  if (held != nullptr) right = {m_world.tracked, held->reference, "put", "(I)V"};
+  const Held* const held = w.pending ? nullptr : &w.Some(Held::Kind::Tracked);
+  const int64_t value = held != nullptr ? static_cast<int32_t>(w.random.Next()) : 0;
+  Target right{w.world.echo, w.world.echoObject, "keep", "(Ljava/lang/String;)V"};
+  if (held != nullptr) right = {w.world.tracked, held->reference, "put", "(I)V"};
   CallTyped<None>(
-      second ? 31 : 30, right, std::to_string(value), {m_world.faults, m_world.faultsObject, "ofVoid", "()V"},
-      L"java.lang.IllegalStateException: void", MissingMethod(),
-      [&](None*, const Target& of) { return (m_vm->*call)(of.cls, of.object, of.method, of.signature, value); },
+      w, second ? 31 : 30, right, std::to_string(value), {w.world.faults, w.world.faultsObject, "ofVoid", "()V"},
+      L"java.lang.IllegalStateException: void", MissingMethod(w),
+      [&](None*, const Target& of) { return (w.vm->*call)(of.cls, of.object, of.method, of.signature, value); },
       [&](None) {
         if (held == nullptr) return;
         int32_t seen = 0;
-        Succeeds(m_vm->CallIntMethod(&seen, m_world.tracked, held->reference, "get", "()I"));
-        Is(seen == value, "another value was put");
-        Succeeds(m_vm->CallIntMethod(&seen, m_world.tracked, held->reference, "id", "()I"));
-        Is(seen == held->id, "another object");
+        w.Succeeds(w.vm->CallIntMethod(&seen, w.world.tracked, held->reference, "get", "()I"));
+        w.Is(seen == value, "another value was put");
+        w.Succeeds(w.vm->CallIntMethod(&seen, w.world.tracked, held->reference, "id", "()I"));
+        w.Is(seen == held->id, "another object");
       });
 }
 
 // The object that came back, which is the one that went.
-void Walker::IsAndGoes(qv_jobject result, qv_jobject expected) {
-  const bool right = expected == nullptr ? result == nullptr : result != nullptr && Same(result, expected);
-  if (Is(right, "another object")) m_env->DeleteLocalRef(static_cast<jobject>(result));
+void IsAndGoes(Walker& w, qv_jobject result, qv_jobject expected) {
+  const bool right = expected == nullptr ? result == nullptr : result != nullptr && w.Same(result, expected);
+  if (w.Is(right, "another object")) w.Forget(result);
 }
 
-void Walker::CallObject() {
-  const bool second = m_random.OneIn(2);
+void CallObject(Walker& w) {
+  const bool second = w.random.OneIn(2);
   const auto call = second ? &IQV_JavaVM::CallObjectMethod2 : &IQV_JavaVM::CallObjectMethod;
-  const bool null = m_pending || m_random.OneIn(8);
-  qv_jobject const argument = null ? nullptr : Some(m_random.OneIn(2) ? Kind::Bytes : Kind::Tracked).reference;
+  const bool null = w.pending || w.random.OneIn(8);
+  qv_jobject const argument =
+      null ? nullptr : w.Some(w.random.OneIn(2) ? Held::Kind::Bytes : Held::Kind::Tracked).reference;
   CallTyped<qv_jobject>(
-      second ? 33 : 32, {m_world.echo, m_world.echoObject, "ofObject", kObjectToObject}, null ? "null" : "an object",
-      {m_world.faults, m_world.faultsObject, "ofObject", "()Ljava/lang/Object;"},
-      L"java.lang.IllegalStateException: object", MissingMethod(),
+      w, second ? 33 : 32, {w.world.echo, w.world.echoObject, "ofObject", kObjectToObject}, null ? "null" : "an object",
+      {w.world.faults, w.world.faultsObject, "ofObject", "()Ljava/lang/Object;"},
+      L"java.lang.IllegalStateException: object", MissingMethod(w),
       [&](qv_jobject* result, const Target& of) {
-        return (m_vm->*call)(result, of.cls, of.object, of.method, of.signature, argument);
+        return (w.vm->*call)(result, of.cls, of.object, of.method, of.signature, argument);
       },
-      [&](qv_jobject result) { IsAndGoes(result, argument); });
+      [&](qv_jobject result) { IsAndGoes(w, result, argument); });
 }
 
 // -- static: an instance method is not there --
 
-void Walker::CallStaticBoolean() {
-  const int32_t value = m_random.OneIn(2) ? 1 : 0;
+void CallStaticBoolean(Walker& w) {
+  const int32_t value = w.random.OneIn(2) ? 1 : 0;
   CallTyped<int32_t>(
-      38, {m_world.echo, nullptr, "staticBoolean", "(Z)Z"}, std::to_string(value),
-      {m_world.faults, nullptr, "ofStaticBoolean", "()Z"}, L"java.lang.IllegalStateException: static boolean",
-      {m_world.echo, nullptr, "ofBoolean", "(Z)Z"},
+      w, 38, {w.world.echo, nullptr, "staticBoolean", "(Z)Z"}, std::to_string(value),
+      {w.world.faults, nullptr, "ofStaticBoolean", "()Z"}, L"java.lang.IllegalStateException: static boolean",
+      {w.world.echo, nullptr, "ofBoolean", "(Z)Z"},
       [&](int32_t* result, const Target& of) {
-        return m_vm->CallStaticBooleanMethod(result, of.cls, of.method, of.signature, value);
+        return w.vm->CallStaticBooleanMethod(result, of.cls, of.method, of.signature, value);
       },
-      [&](int32_t result) { Is(result == value, "another value"); });
+      [&](int32_t result) { w.Is(result == value, "another value"); });
 }
 
-void Walker::CallStaticObject() {
+void CallStaticObject(Walker& w) {
   CallTyped<qv_jobject>(
-      39, {m_world.echo, nullptr, "staticObject", kObjectToObject}, "an object",
-      {m_world.faults, nullptr, "ofStaticObject", "()Ljava/lang/Object;"},
-      L"java.lang.IllegalStateException: static object", {m_world.echo, nullptr, "ofString", kTextToText},
+      w, 39, {w.world.echo, nullptr, "staticObject", kObjectToObject}, "an object",
+      {w.world.faults, nullptr, "ofStaticObject", "()Ljava/lang/Object;"},
+      L"java.lang.IllegalStateException: static object", {w.world.echo, nullptr, "ofString", kTextToText},
       [&](qv_jobject* result, const Target& of) {
-        return m_vm->CallStaticObjectMethod(result, of.cls, of.method, of.signature, m_world.integerObject);
+        return w.vm->CallStaticObjectMethod(result, of.cls, of.method, of.signature, w.world.integerObject);
       },
-      [&](qv_jobject result) { IsAndGoes(result, m_world.integerObject); });
+      [&](qv_jobject result) { IsAndGoes(w, result, w.world.integerObject); });
 }
 
 // What throws is an exception whose text cannot be had.
-void Walker::CallStaticVoid() {
+void CallStaticVoid(Walker& w) {
   CallTyped<None>(
-      40, {m_world.echo, nullptr, "staticKeep", "(Ljava/lang/String;)V"}, "null",
-      {m_world.faults, nullptr, m_random.OneIn(2) ? "throwNullText" : "throwFailingText", "()V"},
-      L"QVJava Unknown Exception", {m_world.echo, nullptr, "keep", "(Ljava/lang/String;)V"},
+      w, 40, {w.world.echo, nullptr, "staticKeep", "(Ljava/lang/String;)V"}, "null",
+      {w.world.faults, nullptr, w.random.OneIn(2) ? "throwNullText" : "throwFailingText", "()V"},
+      L"QVJava Unknown Exception", {w.world.echo, nullptr, "keep", "(Ljava/lang/String;)V"},
       [&](None*, const Target& of) {
-        return m_vm->CallStaticVoidMethod(of.cls, of.method, of.signature, static_cast<qv_jobject>(nullptr));
+        return w.vm->CallStaticVoidMethod(of.cls, of.method, of.signature, static_cast<qv_jobject>(nullptr));
       },
       [](None) {});
 }
 
 // A text of the caller's becomes the record, cut where a record ends.
-void Walker::ThrowText() {
-  const Held text = MakeString(RandomText());
-  Begin(40, "throwText of %zu units", text.text.size());
-  Prologue();
-  Fails(m_vm->CallStaticVoidMethod(m_world.faults, "throwText", "(Ljava/lang/String;)V", text.reference),
-        {text.text.substr(0, 511), true, kFailed});
-  m_env->DeleteLocalRef(static_cast<jobject>(text.reference));
+void ThrowText(Walker& w) {
+  const Held text = w.MakeString(w.RandomText());
+  w.Begin(40, "throwText of %zu units", text.text.size());
+  w.Prologue();
+  w.Fails(w.vm->CallStaticVoidMethod(w.world.faults, "throwText", "(Ljava/lang/String;)V", text.reference),
+          {text.text.substr(0, 511), true, kFailed});
+  w.Forget(text.reference);
 }
 
 template <class Value>
-void Walker::GetField(int slot, int32_t (IQV_JavaVM::*get)(Value*, qv_jclass, const char*) noexcept,
-                      std::initializer_list<std::pair<const char*, Value>> fields,
-                      std::initializer_list<const char*> missing) {
+void GetField(Walker& w, int slot, int32_t (IQV_JavaVM::*get)(Value*, qv_jclass, const char*) noexcept,
+              std::initializer_list<std::pair<const char*, Value>> fields, std::initializer_list<const char*> missing) {
   Value result = 7;
-  const auto& [name, value] = m_random.OneOf(fields);
-  if (Blocked() || m_random.OneIn(8)) {
-    const uint32_t which = m_random.Below(3);
-    Begin(slot, "null, argument %u", which);
-    Prologue();
-    Rejects(
-        (m_vm->*get)(which == 0 ? nullptr : &result, which == 1 ? nullptr : m_world.echo, which == 2 ? nullptr : name));
-  } else if (m_random.OneIn(8)) {
-    const char* const none = m_random.OneOf(missing);
-    Begin(slot, "\"%s\", which is not there", none);
-    Prologue();
-    Fails((m_vm->*get)(&result, m_world.echo, none), {L"java.lang.NoSuchFieldError", false, kFailed});
+  const auto& [name, value] = w.random.OneOf(fields);
+  if (w.Blocked() || w.random.OneIn(8)) {
+    const uint32_t which = w.random.Below(3);
+    w.Begin(slot, "null, argument %u", which);
+    w.Prologue();
+    w.Rejects(
+        (w.vm->*get)(which == 0 ? nullptr : &result, which == 1 ? nullptr : w.world.echo, which == 2 ? nullptr : name));
+  } else if (w.random.OneIn(8)) {
+    const char* const none = w.random.OneOf(missing);
+    w.Begin(slot, "\"%s\", which is not there", none);
+    w.Prologue();
+    w.Fails((w.vm->*get)(&result, w.world.echo, none), {L"java.lang.NoSuchFieldError", false, kFailed});
   } else {
-    Begin(slot, "\"%s\"", name);
-    Prologue();
-    Succeeds((m_vm->*get)(&result, m_world.echo, name));
-    Is(result == value, "another value");
+    w.Begin(slot, "\"%s\"", name);
+    w.Prologue();
+    w.Succeeds((w.vm->*get)(&result, w.world.echo, name));
+    w.Is(result == value, "another value");
     return;
   }
-  Is(result == 7, "the result was touched");
+  w.Is(result == 7, "the result was touched");
 }
 
-void Walker::GetStaticInt() {
-  GetField<int32_t>(41, &IQV_JavaVM::GetStaticIntField,
+void GetStaticInt(Walker& w) {
+  GetField<int32_t>(w, 41, &IQV_JavaVM::GetStaticIntField,
                     {{"intSmallest", INT32_MIN}, {"intLargest", INT32_MAX}, {"intMinusOne", -1}},
                     {"isNotThere", "shortLargest", "", "made"});
 }
 
-void Walker::GetStaticShort() {
-  GetField<int16_t>(42, &IQV_JavaVM::GetStaticShortField,
+void GetStaticShort(Walker& w) {
+  GetField<int16_t>(w, 42, &IQV_JavaVM::GetStaticShortField,
                     {{"shortSmallest", int16_t{INT16_MIN}}, {"shortLargest", int16_t{INT16_MAX}}},
                     {"isNotThere", "intMinusOne", "", "made"});
+}
+
+}  // namespace
+
+std::vector<OperationRow> CallRows() {
+  return {
+      {28, true, CallPrimitive},    {6, true, CallVoid},         {6, true, CallObject},
+      {4, true, CallStaticBoolean}, {4, true, CallStaticObject}, {4, true, CallStaticVoid},
+      {4, true, GetStaticInt},      {4, true, GetStaticShort},   {3, false, ThrowText},
+  };
 }
 
 }  // namespace qvtest

@@ -66,17 +66,6 @@ struct Held {
   int32_t id = 0;
 };
 
-// The two slots of a primitive type. Echo has a method of the type's name that gives its argument back, and Faults one
-// of the same name without an argument that throws that name.
-template <class Value>
-struct ValueCalls {
-  using Call = int32_t (IQV_JavaVM::*)(Value*, qv_jclass, qv_jobject, const char*, const char*, ...) noexcept;
-  int slot;
-  std::array<Call, 2> calls;
-  const char* type;
-  char letter;
-};
-
 class Walker {
  public:
   // `origin` names the seed, the thread and which of its lives this is.
@@ -90,32 +79,27 @@ class Walker {
   // The operation it is in.
   [[nodiscard]] std::string Where() const;
 
- private:
-  friend struct OperationRow;
   using Kind = Held::Kind;
 
   // -- the frame of an operation --
-  void Step();
   // Which operation with which arguments; for the report.
   [[gnu::format(gnu_printf, 3, 4)]] void Begin(int slot, const char* format, ...);
   bool Is(bool right, const char* what);
   void StatusIs(int32_t status, int32_t wanted);
-  void Verify();
   void Drop(std::vector<Held>& held, size_t index);
-  void NewFrame();
 
   // -- the model of the own object --
-  [[nodiscard]] bool OnOwn() const { return m_vm == m_own; }
+  [[nodiscard]] bool OnOwn() const { return vm == own; }
   // An exception that no prologue would clear: Java must not be called.
-  [[nodiscard]] bool Blocked() const { return OnOwn() && m_pending && !m_record; }
+  [[nodiscard]] bool Blocked() const { return OnOwn() && pending && !record; }
   // What every typed call and array operation does first.
   void Prologue();
   void Succeeds(int32_t status) { StatusIs(status, QV_S_OK); }
-  void Fails(int32_t status, Expected record);
+  void Fails(int32_t status, Expected expected);
   void Rejects(int32_t status);
   void FailsSilently(int32_t status) { StatusIs(status, QV_E_FAIL); }
   void LeavesPending(const std::wstring& text, bool whole);
-  void NothingPending() { m_pending.reset(); }
+  void NothingPending() { pending.reset(); }
 
   // -- things to work with --
   std::wstring RandomText();
@@ -123,94 +107,40 @@ class Walker {
   Held& Some(Kind kind);
   Held& Keep(Held held);
   Held MakeString(const std::wstring& text);
+  void Forget(qv_jobject local) { env->DeleteLocalRef(static_cast<jobject>(local)); }
   bool Same(qv_jobject left, qv_jobject right);
   bool TextIs(qv_jstring string, const std::wstring& text);
 
-  // -- identity, lifetime, errors: walk_service.cpp --
-  void QueryInterface();
-  void AddRefAndRelease();
-  void Holds();
-  void GetErrorText();
-  void GetErrorCode();
-  void GetJNIEnv();
-  void AcquireThreadEnv();
-  void Locations();
-  void LogFileName();
-  void LogEnabled();
-  void IsCreated();
-  void GetClassPath();
-  void GetJavaVersion();
-  void Destroy();
-  void ExceptionClear();
-  void CaptureException();
+  World& world;
+  Random random;
+  IQV_JavaVM* own = nullptr;
+  IQV_JavaVM* vm = nullptr;  // of this operation: the own object or the shared one
+  JNIEnv* env = nullptr;
+  std::vector<Held> locals;
+  std::vector<Held> globals;
+  std::optional<Expected> record;
+  std::optional<Expected> pending;
+  uint32_t references = 1;
 
-  // -- references, strings, objects, arrays: walk_references.cpp --
-  template <class Out, class Call>
-  void WithNull(int slot, const Out* out, Call&& call);
-  void Delete(int slot, int32_t (IQV_JavaVM::*call)(qv_jobject) noexcept, std::vector<Held>& held);
-  int32_t RandomCount(size_t bytes);
-  void CastReference();
-  void DeleteLocal();
-  void DeleteGlobal();
-  void FindClass();
-  void NewGlobal();
-  void NewString();
-  void GetStringLength();
-  void GetStringChars();
-  void GetStringValue();
-  void NewObject();
-  void NewDefaultObject();
-  void NewStringArray();
-  void SetObjectArrayElement();
-  void NewByteArray();
-  void GetBytes();
-  void SetBytes();
-  void Track();
+ private:
+  void Step();
+  void Verify();
+  void NewFrame();
 
-  // -- typed calls: walk_calls.cpp --
-  struct Target;
-  template <class Value, class Call, class Check>
-  void CallTyped(int slot, const Target& right, const std::string& what, const Target& throwing, const wchar_t* thrown,
-                 const Target& missing, Call&& call, Check&& check);
-  Target MissingMethod();
-  void IsAndGoes(qv_jobject result, qv_jobject expected);
-  template <class Value>
-  void GetField(int slot, int32_t (IQV_JavaVM::*get)(Value*, qv_jclass, const char*) noexcept,
-                std::initializer_list<std::pair<const char*, Value>> fields,
-                std::initializer_list<const char*> missing);
-  template <class Value, class Passed>
-  void CallValue(const ValueCalls<Value>& calls, Passed passed, Value expected);
-  void CallInt();
-  void CallShort();
-  void CallFloat();
-  void CallDouble();
-  void CallByte();
-  void CallVoid();
-  void CallObject();
-  void CallBoolean();
-  void CallLong();
-  void CallStaticBoolean();
-  void CallStaticObject();
-  void CallStaticVoid();
-  void GetStaticInt();
-  void GetStaticShort();
-  void ThrowText();
-
-  World& m_world;
-  Random m_random;
   std::string m_origin;
-  IQV_JavaVM* m_own = nullptr;
-  IQV_JavaVM* m_vm = nullptr;  // of this operation: the own object or the shared one
-  JNIEnv* m_env = nullptr;
-  std::vector<Held> m_locals;
-  std::vector<Held> m_globals;
-  std::optional<Expected> m_record;
   bool m_recordIsNew = false;
-  std::optional<Expected> m_pending;
-  uint32_t m_references = 1;
   uint32_t m_step = 0;
   int m_slot = -1;
   char m_arguments[200] = "";
 };
+
+struct OperationRow {
+  int weight;
+  bool withException;  // also while one is pending that the operation does not clear by itself
+  void (*run)(Walker& walker);
+};
+std::vector<OperationRow> CallRows();
+std::vector<OperationRow> ReferenceRows();
+std::vector<OperationRow> ServiceRows();
 
 }  // namespace qvtest
