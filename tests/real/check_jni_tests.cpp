@@ -123,14 +123,9 @@ void CallWhatThrows(IQV_JavaVM* vm) {
   EXPECT_EQ(vm->CallStaticVoidMethod(cls, "ofStaticVoid", "()V"), QV_E_FAIL);
 }
 
-void CallStatic(IQV_JavaVM* vm, const char* method) {
-  EXPECT_EQ(vm->CallStaticVoidMethod(FindClass(vm, "qvtest/Faults"), method, "()V"), QV_E_FAIL);
-}
-
-void ThrowLongText(IQV_JavaVM* vm) {
-  const Local cls = FindClass(vm, "qvtest/Faults");
-  const Local length = NewString(vm, L"5000");
-  EXPECT_EQ(vm->CallStaticVoidMethod(cls, "throwTextOfLength", kTextToVoid, length.Get()), QV_E_FAIL);
+template <class... Arguments>
+void CallStatic(IQV_JavaVM* vm, const char* method, const char* signature, Arguments... arguments) {
+  EXPECT_EQ(vm->CallStaticVoidMethod(FindClass(vm, "qvtest/Faults"), method, signature, arguments...), QV_E_FAIL);
 }
 
 // What is pending when a record exists is cleared; without one it stays.
@@ -186,9 +181,11 @@ const Scenario kScenarios[] = {
      [](IQV_JavaVM* vm) { EXPECT_EQ(vm->FindClass(Local(vm).Out(), "no/such/Thing"), QV_E_FAIL); }},
     {"missing methods and fields", {{kTextUnchecked, 3}}, MissMethodsAndFields},
     {"methods that throw", {{kTextUnchecked, 4}}, CallWhatThrows},
-    {"an exception without a text", {}, [](IQV_JavaVM* vm) { CallStatic(vm, "throwNullText"); }},
-    {"an exception whose text throws", {}, [](IQV_JavaVM* vm) { CallStatic(vm, "throwFailingText"); }},
-    {"an exception with a long text", {{kTextUnchecked, 1}}, ThrowLongText},
+    {"an exception without a text", {}, [](IQV_JavaVM* vm) { CallStatic(vm, "throwNullText", "()V"); }},
+    {"an exception whose text throws", {}, [](IQV_JavaVM* vm) { CallStatic(vm, "throwFailingText", "()V"); }},
+    {"an exception with a long text",
+     {{kTextUnchecked, 1}},
+     [](IQV_JavaVM* vm) { CallStatic(vm, "throwTextOfLength", kTextToVoid, NewString(vm, L"5000").Get()); }},
     {"arrays that fail", {{kTextUnchecked, 3}}, FailWithArrays},
     {"a pending exception and a record", {}, [](IQV_JavaVM* vm) { LeaveAnExceptionAndCall(vm, true); }},
     {"a pending exception and no record",

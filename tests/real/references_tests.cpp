@@ -43,13 +43,6 @@ class References : public testing::Test {
   // How many references live in a frame of their own after `work`.
   int LeftBy(const std::function<void()>& work) { return m_wholeRoom - RoomAfter(work); }
 
-  [[nodiscard]] IQV_JavaVM* Vm() const { return m_vm; }
-  [[nodiscard]] JNIEnv* Env() const { return m_env; }
-  [[nodiscard]] qv_jclass Echo() const { return m_echo; }
-  [[nodiscard]] qv_jclass Faults() const { return m_faults; }
-  [[nodiscard]] qv_jobject Object() const { return m_object; }
-  [[nodiscard]] qv_jstring Text() const { return m_text; }
-
  private:
   int RoomAfter(const std::function<void()>& work) {
     const std::wstring report = m_folder.Path(L"report.log");
@@ -69,19 +62,21 @@ class References : public testing::Test {
   }
 
   TempFolder m_folder;
+  int m_wholeRoom = 0;
+
+ protected:
   IQV_JavaVM* m_vm = nullptr;
   JNIEnv* m_env = nullptr;
   qv_jclass m_echo = nullptr;
   qv_jclass m_faults = nullptr;
   qv_jobject m_object = nullptr;
   qv_jstring m_text = nullptr;
-  int m_wholeRoom = 0;
 };
 
 TEST_F(References, AreCountedByTheJvm) {
   EXPECT_EQ(LeftBy([] {}), 0);
   EXPECT_EQ(LeftBy([&] {
-              for (int i = 0; i < 7; ++i) Env()->NewLocalRef(static_cast<jobject>(Text()));
+              for (int i = 0; i < 7; ++i) m_env->NewLocalRef(static_cast<jobject>(m_text));
             }),
             7);
 }
@@ -90,81 +85,69 @@ TEST_F(References, EachOperationLeavesExactlySoMany) {
   struct Row {
     const char* name;
     int left;
-    std::function<void()> run;
+    std::function<int32_t()> run;
+    int32_t status = QV_S_OK;
   };
   char bytes[4] = {};
   int32_t result = 0;
-  const Local array = [&] {
-    Local made(Vm());
-    EXPECT_TRUE(Ok(Vm(), Vm()->NewByteArray(made.Out(), 4)));
-    return made;
-  }();
-  const auto throwBy = [&](const char* method) {
-    EXPECT_EQ(Vm()->CallStaticVoidMethod(Faults(), method, "()V"), QV_E_FAIL);
-  };
-  const auto readText = [&](int32_t (IQV_JavaVM::*query)(IQvString**) noexcept) {
+  Local array(m_vm);
+  EXPECT_TRUE(Ok(m_vm, m_vm->NewByteArray(array.Out(), 4)));
+  const auto throwBy = [&](const char* method) { return m_vm->CallStaticVoidMethod(m_faults, method, "()V"); };
+  const auto readText = [&](auto query, auto... of) {
     IQvString* text = nullptr;
-    EXPECT_EQ((Vm()->*query)(&text), QV_S_OK);
+    const int32_t status = (m_vm->*query)(&text, of...);
     TakeText(text);
+    return status;
   };
   const Row rows[] = {
-      {"FindClass", 0, [&] { FindClass(Vm(), "java/util/ArrayList"); }},
-      {"FindClass of a missing class", kCaptured,
-       [&] { EXPECT_EQ(Vm()->FindClass(Local(Vm()).Out(), "no/such/Thing"), QV_E_FAIL); }},
-      {"NewString", 0, [&] { NewString(Vm(), L"text"); }},
-      {"GetStringLength and GetStringChars", 0, [&] { EXPECT_EQ(TextOf(Vm(), Text()), L"some text"); }},
-      {"GetStringValue", 0,
-       [&] {
-         IQvString* text = nullptr;
-         EXPECT_EQ(Vm()->GetStringValue(&text, Text()), QV_S_OK);
-         TakeText(text);
-       }},
-      {"NewObject", 0, [&] { EXPECT_EQ(Vm()->NewObject(Local(Vm()).Out(), Echo(), "()"), QV_S_OK); }},
-      {"NewDefaultObject", 0, [&] { NewDefaultObject(Vm(), Echo()); }},
+      {"FindClass", 0, [&] { return m_vm->FindClass(Local(m_vm).Out(), "java/util/ArrayList"); }},
+      {"FindClass of a missing class", kCaptured, [&] { return m_vm->FindClass(Local(m_vm).Out(), "no/such/Thing"); },
+       QV_E_FAIL},
+      {"NewString", 0, [&] { return m_vm->NewString(Local(m_vm).Out(), L"text"); }},
+      {"GetStringLength and GetStringChars", 0, [&] { return TextOf(m_vm, m_text) == L"some text" ? QV_S_OK : 1; }},
+      {"GetStringValue", 0, [&] { return readText(&IQV_JavaVM::GetStringValue, m_text); }},
+      {"NewObject", 0, [&] { return m_vm->NewObject(Local(m_vm).Out(), m_echo, "()"); }},
+      {"NewDefaultObject", 0, [&] { return m_vm->NewDefaultObject(Local(m_vm).Out(), m_echo); }},
       {"NewObject with a constructor that throws", kUnfinished,
        [&] {
-         EXPECT_EQ(Vm()->NewObject(Local(Vm()).Out(), Faults(), "(Ljava/lang/String;)", Text()), QV_S_OK);
-         Vm()->ExceptionClear(Env());
+         const int32_t status = m_vm->NewObject(Local(m_vm).Out(), m_faults, "(Ljava/lang/String;)", m_text);
+         m_vm->ExceptionClear(m_env);
+         return status;
        }},
       {"NewGlobalRef", 0,
        [&] {
          qv_jobject global = nullptr;
-         EXPECT_EQ(Vm()->NewGlobalRef(&global, Text()), QV_S_OK);
-         EXPECT_EQ(Vm()->DeleteGlobalRef(global), QV_S_OK);
+         EXPECT_EQ(m_vm->NewGlobalRef(&global, m_text), QV_S_OK);
+         return m_vm->DeleteGlobalRef(global);
        }},
-      {"CallIntMethod", 0,
-       [&] { EXPECT_EQ(Vm()->CallIntMethod(&result, Echo(), Object(), "ofInt", "(I)I", 1), QV_S_OK); }},
+      {"CallIntMethod", 0, [&] { return m_vm->CallIntMethod(&result, m_echo, m_object, "ofInt", "(I)I", 1); }},
       {"CallObjectMethod", 0,
-       [&] {
-         EXPECT_EQ(Vm()->CallObjectMethod(Local(Vm()).Out(), Echo(), Object(), "ofString", kTextToText, Text()),
-                   QV_S_OK);
-       }},
+       [&] { return m_vm->CallObjectMethod(Local(m_vm).Out(), m_echo, m_object, "ofString", kTextToText, m_text); }},
       {"CallStaticObjectMethod", 0,
        [&] {
-         EXPECT_EQ(Vm()->CallStaticObjectMethod(Local(Vm()).Out(), Echo(), "staticKeepAndTell", kTextToText, Text()),
-                   QV_S_OK);
+         return m_vm->CallStaticObjectMethod(Local(m_vm).Out(), m_echo, "staticKeepAndTell", kTextToText, m_text);
        }},
       {"CallStaticVoidMethod", 0,
-       [&] { EXPECT_EQ(Vm()->CallStaticVoidMethod(Echo(), "staticKeep", kTextToVoid, Text()), QV_S_OK); }},
+       [&] { return m_vm->CallStaticVoidMethod(m_echo, "staticKeep", kTextToVoid, m_text); }},
       {"CallStaticVoidMethod of a method with a result", 1,
-       [&] { EXPECT_EQ(Vm()->CallStaticVoidMethod(Echo(), "staticKeepAndTell", kTextToText, Text()), QV_S_OK); }},
-      {"GetStaticIntField", 0, [&] { EXPECT_EQ(Vm()->GetStaticIntField(&result, Echo(), "intLargest"), QV_S_OK); }},
-      {"a method that throws", kCaptured, [&] { throwBy("ofStaticVoid"); }},
-      {"a method that is missing", kCaptured, [&] { throwBy("isNotThere"); }},
-      {"a rejected call", 0, [&] { EXPECT_EQ(Vm()->CallVoidMethod(nullptr, nullptr, "", ""), QV_E_FAIL); }},
-      {"an exception without a text", kCapturedWithoutText, [&] { throwBy("throwNullText"); }},
-      {"an exception whose text throws", kCapturedWithoutText, [&] { throwBy("throwFailingText"); }},
-      {"NewStringArray", 1, [&] { EXPECT_EQ(Vm()->NewStringArray(Local(Vm()).Out(), 3), QV_S_OK); }},
-      {"NewByteArray", 0, [&] { EXPECT_EQ(Vm()->NewByteArray(Local(Vm()).Out(), 3), QV_S_OK); }},
-      {"SetByteArrayData", 0, [&] { EXPECT_EQ(Vm()->SetByteArrayData(array, 0, bytes, 4), QV_S_OK); }},
-      {"GetByteArrayData", 0, [&] { EXPECT_EQ(Vm()->GetByteArrayData(array, 0, 4, bytes), QV_S_OK); }},
-      {"GetClassPath", 3, [&] { readText(&IQV_JavaVM::GetClassPath); }},
-      {"GetJavaVersion", 3, [&] { readText(&IQV_JavaVM::GetJavaVersion); }},
+       [&] { return m_vm->CallStaticVoidMethod(m_echo, "staticKeepAndTell", kTextToText, m_text); }},
+      {"GetStaticIntField", 0, [&] { return m_vm->GetStaticIntField(&result, m_echo, "intLargest"); }},
+      {"a method that throws", kCaptured, [&] { return throwBy("ofStaticVoid"); }, QV_E_FAIL},
+      {"a method that is missing", kCaptured, [&] { return throwBy("isNotThere"); }, QV_E_FAIL},
+      {"a rejected call", 0, [&] { return m_vm->CallVoidMethod(nullptr, nullptr, "", ""); }, QV_E_FAIL},
+      {"an exception without a text", kCapturedWithoutText, [&] { return throwBy("throwNullText"); }, QV_E_FAIL},
+      {"an exception whose text throws", kCapturedWithoutText, [&] { return throwBy("throwFailingText"); }, QV_E_FAIL},
+      {"NewStringArray", 1, [&] { return m_vm->NewStringArray(Local(m_vm).Out(), 3); }},
+      {"NewByteArray", 0, [&] { return m_vm->NewByteArray(Local(m_vm).Out(), 3); }},
+      {"SetByteArrayData", 0, [&] { return m_vm->SetByteArrayData(array, 0, bytes, 4); }},
+      {"GetByteArrayData", 0, [&] { return m_vm->GetByteArrayData(array, 0, 4, bytes); }},
+      {"GetClassPath", 3, [&] { return readText(&IQV_JavaVM::GetClassPath); }},
+      {"GetJavaVersion", 3, [&] { return readText(&IQV_JavaVM::GetJavaVersion); }},
   };
   constexpr int kTimes = 10;
   for (const Row& row : rows) {
     const int left = LeftBy([&] {
-      for (int i = 0; i < kTimes; ++i) row.run();
+      for (int i = 0; i < kTimes; ++i) EXPECT_EQ(row.run(), row.status) << row.name;
     });
     EXPECT_EQ(left, row.left * kTimes) << row.name << ", " << kTimes << " times";
   }
@@ -178,26 +161,23 @@ TEST_F(References, AMillionOperationsLeaveWhatTheirFailuresLeave) {
   const auto operate = [&](int number) {
     int32_t result = 0;
     const auto expect = [&](bool right) { wrong += right ? 0 : 1; };
-    switch (number % 1000) {
-      case 0:
-        return expect(Vm()->FindClass(Local(Vm()).Out(), "no/such/Thing") == QV_E_FAIL);
-      case 1:
-        return expect(Vm()->CallIntMethod(&result, Echo(), Object(), "isNotThere", "()I") == QV_E_FAIL);
-      default:
-        break;
+    if (number % 1000 == 0) return expect(m_vm->FindClass(Local(m_vm).Out(), "no/such/Thing") == QV_E_FAIL);
+    if (number % 1000 == 1) {
+      return expect(m_vm->CallIntMethod(&result, m_echo, m_object, "isNotThere", "()I") == QV_E_FAIL);
     }
+
     if (number % 10 == 2) {
-      Local string(Vm());
+      Local string(m_vm);
       IQvString* text = nullptr;
-      expect(Vm()->NewString(string.Out(), L"there and back") == QV_S_OK);
-      expect(Vm()->GetStringValue(&text, string) == QV_S_OK);
+      expect(m_vm->NewString(string.Out(), L"there and back") == QV_S_OK);
+      expect(m_vm->GetStringValue(&text, string) == QV_S_OK);
       return expect(TakeText(text) == L"there and back");
     }
     if (number % 10 == 3) {
-      return expect(Vm()->CallObjectMethod(Local(Vm()).Out(), Echo(), Object(), "ofString", kTextToText, Text()) ==
+      return expect(m_vm->CallObjectMethod(Local(m_vm).Out(), m_echo, m_object, "ofString", kTextToText, m_text) ==
                     QV_S_OK);
     }
-    expect(Vm()->CallIntMethod(&result, Echo(), Object(), "ofInt", "(I)I", number) == QV_S_OK && result == number);
+    expect(m_vm->CallIntMethod(&result, m_echo, m_object, "ofInt", "(I)I", number) == QV_S_OK && result == number);
   };
   for (int done = 0; done < kOperations; done += kPerFrame) {
     const int left = LeftBy([&] {

@@ -160,7 +160,6 @@ IQV_JavaVM* StartVm(const std::vector<std::wstring>& options = {});
 class RunningVmTest : public testing::Test {
  protected:
   void SetUp() override {
-    m_vm = StartVm();
     ASSERT_NE(m_vm, nullptr);
     ForgetRecord();
   }
@@ -176,7 +175,7 @@ class RunningVmTest : public testing::Test {
   [[nodiscard]] Local String(const std::wstring& text) const { return NewString(m_vm, text); }
 
  private:
-  IQV_JavaVM* m_vm = nullptr;
+  IQV_JavaVM* const m_vm = StartVm();
 };
 
 }  // namespace qvtest

@@ -16,13 +16,8 @@ constexpr wchar_t kPattern[] = L"text \xD834\xDD1E \x00FC \x6F22 ";
 
 class Texts : public RunningVmTest {
  protected:
-  void SetUp() override {
-    RunningVmTest::SetUp();
-    m_class.emplace(Vm(), "qvtest/Texts");
-  }
-
   std::wstring UnitsInJava(qv_jstring string) {
-    return TextOf(Vm(), Class().CallStatic("unitsOf", kTextToText, string));
+    return TextOf(Vm(), m_class.CallStatic("unitsOf", kTextToText, string));
   }
 
   // What GetStringValue gives.
@@ -32,10 +27,7 @@ class Texts : public RunningVmTest {
     return TakeText(value);
   }
 
-  [[nodiscard]] const JavaClass& Class() const { return *m_class; }
-
- private:
-  std::optional<JavaClass> m_class;
+  const JavaClass m_class{Vm(), "qvtest/Texts"};
 };
 
 TEST_F(Texts, GoThereAndBackUnitForUnit) {
@@ -64,7 +56,7 @@ TEST_F(Texts, GoThereAndBackUnitForUnit) {
 }
 
 TEST_F(Texts, EmbeddedNullEndsTheHostStringAlone) {
-  const Local string = Class().CallStatic("withEmbeddedNull", "()Ljava/lang/String;");
+  const Local string = m_class.CallStatic("withEmbeddedNull", "()Ljava/lang/String;");
   EXPECT_EQ(TextOf(Vm(), string), std::wstring(L"before\0after", 12));
   EXPECT_EQ(ValueOf(string), L"before");
 }
@@ -76,30 +68,25 @@ TEST_F(Texts, AHundredThousandUnits) {
   const Local string = String(text);
   int32_t same = 0;
   EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticBooleanMethod(
-                           &same, Class(), "isOfLength", "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)Z",
+                           &same, m_class, "isOfLength", "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)Z",
                            string.Get(), String(kPattern).Get(), String(std::to_wstring(kLongText)).Get())));
   EXPECT_EQ(same, 1) << "Java received another text";
-  const Local made = Class().CallStatic("ofLength", "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;",
+  const Local made = m_class.CallStatic("ofLength", "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;",
                                         String(kPattern), String(std::to_wstring(kLongText)));
   EXPECT_TRUE(TextOf(Vm(), made) == text);
   EXPECT_TRUE(ValueOf(made) == text);
 }
 
-TEST_F(Texts, EmptyStringGivesAnEmptyBuffer) {
-  const Local string = String(L"");
+TEST_F(Texts, AnEmptyStringGivesAnEmptyBufferAndANullOneFailsWithoutHarm) {
   std::array<wchar_t, 3> buffer{L'x', L'y', L'z'};
-  int32_t size = static_cast<int32_t>(buffer.size());
-  EXPECT_TRUE(Ok(Vm(), Vm()->GetStringChars(buffer.data(), &size, string)));
+  int32_t number = 3;
+  EXPECT_TRUE(Ok(Vm(), Vm()->GetStringChars(buffer.data(), &number, String(L""))));
   EXPECT_EQ(buffer, (std::array<wchar_t, 3>{L'\0', L'y', L'z'}));
-  int32_t length = -1;
-  EXPECT_TRUE(Ok(Vm(), Vm()->GetStringLength(&length, string)));
-  EXPECT_EQ(length, 0);
-}
-
-TEST_F(Texts, NullStringFailsWithoutHarm) {
-  std::array<wchar_t, 2> buffer{L'x', L'y'};
-  int32_t number = 7;
+  EXPECT_TRUE(Ok(Vm(), Vm()->GetStringLength(&number, String(L""))));
+  EXPECT_EQ(number, 0);
+  buffer[0] = L'x';
   IQvString* value = nullptr;
+
   EXPECT_EQ(Vm()->GetStringLength(&number, nullptr), QV_E_FAIL);
   EXPECT_EQ(Vm()->GetStringChars(buffer.data(), &number, nullptr), QV_E_FAIL);
   EXPECT_EQ(buffer[0], L'\0');

@@ -1,6 +1,7 @@
 // Every typed call of the interface carries the extremes of its type to Java and back, on instances, on classes and in
 // static fields. A result is never written wider than its type, and the second entry of a pair does what the first
 // does.
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -24,30 +25,17 @@ struct Guarded {
   uint8_t after[8] = {0x5A, 0x5A, 0x5A, 0x5A, 0x5A, 0x5A, 0x5A, 0x5A};
 
   [[nodiscard]] bool Intact() const {
-    for (const uint8_t byte : after) {
-      if (byte != 0x5A) return false;
-    }
-    return before == kPattern;
+    return before == kPattern && std::all_of(std::begin(after), std::end(after), [](uint8_t b) { return b == 0x5A; });
   }
 };
 
 class Values : public RunningVmTest {
  protected:
-  void SetUp() override {
-    RunningVmTest::SetUp();
-    m_class.emplace(Vm(), "qvtest/Echo");
-    m_object.emplace(m_class->New());
-  }
-
   // What Echo kept of the last call.
-  std::wstring Kept() { return TextOf(Vm(), Class().Call(Object(), "kept", "()Ljava/lang/String;")); }
+  std::wstring Kept() { return TextOf(Vm(), m_class.Call(m_object, "kept", "()Ljava/lang/String;")); }
 
-  [[nodiscard]] const JavaClass& Class() const { return *m_class; }
-  [[nodiscard]] qv_jobject Object() const { return *m_object; }
-
- private:
-  std::optional<JavaClass> m_class;
-  std::optional<Local> m_object;
+  const JavaClass m_class{Vm(), "qvtest/Echo"};
+  const Local m_object = m_class.New();
 };
 
 template <class Value>
@@ -87,7 +75,7 @@ TEST_F(Values, EveryTypedCallCarriesTheExtremesOfItsType) {
       for (const Value value : values) {
         SCOPED_TRACE(testing::Message() << type.method << " of " << value);
         Guarded<Value> result;
-        EXPECT_TRUE(Ok(Vm(), (Vm()->*call)(&result.value, Class(), Object(), type.method, type.toItself, value)));
+        EXPECT_TRUE(Ok(Vm(), (Vm()->*call)(&result.value, m_class, m_object, type.method, type.toItself, value)));
         EXPECT_TRUE(result.Intact()) << "wrote beside its result";
         EXPECT_EQ(std::isnan(static_cast<double>(value)), std::isnan(static_cast<double>(result.value)));
         if (std::isnan(static_cast<double>(value))) continue;
@@ -101,12 +89,12 @@ TEST_F(Values, EveryTypedCallCarriesTheExtremesOfItsType) {
 TEST_F(Values, FloatingPointArgumentsArriveBitForBit) {
   for (const float value : Extremes<float>()) {
     int32_t bits = 0;
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallIntMethod(&bits, Class(), Object(), "bitsOfFloat", "(F)I", double{value})));
+    EXPECT_TRUE(Ok(Vm(), Vm()->CallIntMethod(&bits, m_class, m_object, "bitsOfFloat", "(F)I", double{value})));
     EXPECT_EQ(static_cast<uint32_t>(bits), std::bit_cast<uint32_t>(value)) << value;
   }
   for (const double value : Extremes<double>()) {
     int64_t bits = 0;
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallLongMethod(&bits, Class(), Object(), "bitsOfDouble", "(D)J", value)));
+    EXPECT_TRUE(Ok(Vm(), Vm()->CallLongMethod(&bits, m_class, m_object, "bitsOfDouble", "(D)J", value)));
     EXPECT_EQ(static_cast<uint64_t>(bits), std::bit_cast<uint64_t>(value)) << value;
   }
 }
@@ -114,7 +102,7 @@ TEST_F(Values, FloatingPointArgumentsArriveBitForBit) {
 TEST_F(Values, StaticBooleanMethodsWidenToThirtyTwoBits) {
   for (const int value : {0, 1}) {
     Guarded<int32_t> result{.value = -1};
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticBooleanMethod(&result.value, Class(), "staticBoolean", "(Z)Z", value)));
+    EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticBooleanMethod(&result.value, m_class, "staticBoolean", "(Z)Z", value)));
     EXPECT_EQ(result.value, value);
     EXPECT_TRUE(result.Intact());
   }
@@ -124,32 +112,26 @@ TEST_F(Values, ObjectMethodsGiveTheObjectOrNull) {
   const Local text = String(L"an object");
   for (const auto call : {&IQV_JavaVM::CallObjectMethod, &IQV_JavaVM::CallObjectMethod2}) {
     Local result(Vm());
-    EXPECT_TRUE(Ok(Vm(), (Vm()->*call)(result.Out(), Class(), Object(), "ofObject", kObjectToObject, text.Get())));
+    EXPECT_TRUE(Ok(Vm(), (Vm()->*call)(result.Out(), m_class, m_object, "ofObject", kObjectToObject, text.Get())));
     EXPECT_NE(result.Get(), text.Get()) << "a new local reference is expected";
     EXPECT_EQ(TextOf(Vm(), result), L"an object");
-    EXPECT_TRUE(Ok(Vm(), (Vm()->*call)(result.Out(), Class(), Object(), "ofObject", kObjectToObject, nullptr)));
+    EXPECT_TRUE(Ok(Vm(), (Vm()->*call)(result.Out(), m_class, m_object, "ofObject", kObjectToObject, nullptr)));
     EXPECT_EQ(result.Get(), nullptr);
   }
-}
-
-TEST_F(Values, StaticObjectMethodsGiveTheObjectOrNull) {
-  const Local text = String(L"an object");
-  EXPECT_EQ(TextOf(Vm(), Class().CallStatic("staticObject", kObjectToObject, text)), L"an object");
-  EXPECT_EQ(Class().CallStatic("staticObject", kObjectToObject, nullptr).Get(), nullptr);
+  EXPECT_EQ(TextOf(Vm(), m_class.CallStatic("staticObject", kObjectToObject, text)), L"an object");
+  EXPECT_EQ(m_class.CallStatic("staticObject", kObjectToObject, nullptr).Get(), nullptr);
 }
 
 TEST_F(Values, VoidMethodsRun) {
   const char* const signature = "(Ljava/lang/String;)V";
-  EXPECT_TRUE(Ok(Vm(), Vm()->CallVoidMethod(Class(), Object(), "keep", signature, String(L"first").Get())));
+  EXPECT_TRUE(Ok(Vm(), Vm()->CallVoidMethod(m_class, m_object, "keep", signature, String(L"first").Get())));
   EXPECT_EQ(Kept(), L"first");
-  EXPECT_TRUE(Ok(Vm(), Vm()->CallVoidMethod2(Class(), Object(), "keep", signature, String(L"second").Get())));
+  EXPECT_TRUE(Ok(Vm(), Vm()->CallVoidMethod2(m_class, m_object, "keep", signature, String(L"second").Get())));
   EXPECT_EQ(Kept(), L"second");
-  EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticVoidMethod(Class(), "staticKeep", signature, String(L"third").Get())));
+  EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticVoidMethod(m_class, "staticKeep", signature, String(L"third").Get())));
   EXPECT_EQ(Kept(), L"third");
-}
-
-TEST_F(Values, StaticVoidCallDropsTheResultOfAMethodThatHasOne) {
-  EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticVoidMethod(Class(), "staticKeepAndTell",
+  // The result of a method that has one is dropped.
+  EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticVoidMethod(m_class, "staticKeepAndTell",
                                                   "(Ljava/lang/String;)Ljava/lang/String;", String(L"kept").Get())));
   EXPECT_EQ(Kept(), L"kept");
 }
@@ -157,7 +139,7 @@ TEST_F(Values, StaticVoidCallDropsTheResultOfAMethodThatHasOne) {
 TEST_F(Values, StaticFields) {
   const auto reads = [&](auto get, const char* name, auto value) {
     Guarded<decltype(value)> result;
-    EXPECT_TRUE(Ok(Vm(), (Vm()->*get)(&result.value, Class(), name))) << name;
+    EXPECT_TRUE(Ok(Vm(), (Vm()->*get)(&result.value, m_class, name))) << name;
     EXPECT_EQ(result.value, value) << name;
     EXPECT_TRUE(result.Intact()) << name;
   };
@@ -182,29 +164,26 @@ auto WithEveryKind(qv_jstring given, Call&& call) {
 TEST_F(Values, OneCallWithEveryKindOfArgument) {
   const Local given = String(L"given");
   const Local told =
-      WithEveryKind(given, [&](auto... all) { return Class().Call(Object(), "describe", kEveryKind, all...); });
+      WithEveryKind(given, [&](auto... all) { return m_class.Call(m_object, "describe", kEveryKind, all...); });
   EXPECT_EQ(TextOf(Vm(), told), kEveryKindTold);
   const Local toldByClass =
-      WithEveryKind(given, [&](auto... all) { return Class().CallStatic("staticDescribe", kEveryKind, all...); });
+      WithEveryKind(given, [&](auto... all) { return m_class.CallStatic("staticDescribe", kEveryKind, all...); });
   EXPECT_EQ(TextOf(Vm(), toldByClass), kEveryKindTold);
-}
-
-TEST_F(Values, ArgumentsBeyondTheRegisters) {
-  const Local told = Class().Call(Object(), "many", "(IDJFIDJFID)Ljava/lang/String;", 1, 2.5, int64_t{-3}, 4.5, 5, 6.5,
-                                  int64_t{7000000000}, 8.5, -9, 10.5);
-  EXPECT_EQ(TextOf(Vm(), told), L"1 2.5 -3 4.5 5 6.5 7000000000 8.5 -9 10.5");
+  const Local beyondTheRegisters = m_class.Call(m_object, "many", "(IDJFIDJFID)Ljava/lang/String;", 1, 2.5, int64_t{-3},
+                                                4.5, 5, 6.5, int64_t{7000000000}, 8.5, -9, 10.5);
+  EXPECT_EQ(TextOf(Vm(), beyondTheRegisters), L"1 2.5 -3 4.5 5 6.5 7000000000 8.5 -9 10.5");
 }
 
 TEST_F(Values, ConstructorSignaturesNameTheArgumentsAlone) {
   const Local given = String(L"given");
   Local made(Vm());
-  const auto told = [&] { return TextOf(Vm(), Class().Call(made, "made", "()Ljava/lang/String;")); };
+  const auto told = [&] { return TextOf(Vm(), m_class.Call(made, "made", "()Ljava/lang/String;")); };
   EXPECT_TRUE(Ok(Vm(), WithEveryKind(given, [&](auto... all) {
-                   return Vm()->NewObject(made.Out(), Class(), "(ZBCSIJFDLjava/lang/Object;Ljava/lang/String;)",
+                   return Vm()->NewObject(made.Out(), m_class, "(ZBCSIJFDLjava/lang/Object;Ljava/lang/String;)",
                                           all...);
                  })));
   EXPECT_EQ(told(), kEveryKindTold);
-  EXPECT_TRUE(Ok(Vm(), Vm()->NewObject(made.Out(), Class(), "()")));
+  EXPECT_TRUE(Ok(Vm(), Vm()->NewObject(made.Out(), m_class, "()")));
   EXPECT_EQ(told(), L"made with nothing");
 }
 

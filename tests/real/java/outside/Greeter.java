@@ -12,8 +12,4 @@ public class Greeter extends Base {
   public static Object greet(String name) {
     return "Hello " + name;
   }
-
-  public static boolean isOurs() {
-    return Greeter.class.getClassLoader() == Base.class.getClassLoader();
-  }
 }
