@@ -14,6 +14,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/handle.h"
+
 namespace {
 
 constexpr int32_t kEnvironments = 2048;
@@ -56,34 +58,16 @@ class Locked {
   bool m_held;
 };
 
-const char* NameOf(int32_t entry) {
-  constexpr const char* kNames[] = {"JNI_GetDefaultJavaVMInitArgs",
-                                    "JNI_CreateJavaVM",
-                                    "JNI_GetCreatedJavaVMs",
-                                    "DestroyJavaVM",
-                                    "AttachCurrentThread",
-                                    "DetachCurrentThread",
-                                    "GetEnv",
-                                    "AttachCurrentThreadAsDaemon",
-                                    "ExceptionCheck",
-                                    "ExceptionClear",
-                                    "DeleteGlobalRef",
-                                    "DeleteLocalRef"};
-  return kNames[entry];
-}
-
 void AppendToLog(const FakeJvmCall& call) {
   if (g_logPath[0] == L'\0') return;
   char line[128];
-  const int length = std::snprintf(line, sizeof(line), "%s vm=%d thread=%lu result=%d\n", NameOf(call.entry),
+  const int length = std::snprintf(line, sizeof(line), "%s vm=%d thread=%lu result=%d\n", kFakeEntryNames[call.entry],
                                    static_cast<int>(call.vm), static_cast<unsigned long>(call.threadId),
                                    static_cast<int>(call.result));
-  HANDLE const file = CreateFileW(g_logPath, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return;
+  const qv::Handle file(CreateFileW(g_logPath, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   DWORD written = 0;
-  WriteFile(file, line, static_cast<DWORD>(length), &written, nullptr);
-  CloseHandle(file);
+  WriteFile(file.Get(), line, static_cast<DWORD>(length), &written, nullptr);
 }
 
 FakeJvmCall NewCall(FakeJvmEntry entry, int32_t vm) {
@@ -167,34 +151,27 @@ Environment* Attach(int32_t vm) {
   return &made;
 }
 
-// ---- the environment's functions that start-up and teardown may use ----
-
-int32_t RecordEnvCall(FakeJvmEntry entry, const JNIEnv* env, const void* reference = nullptr) {
+// The one function of an environment that start-up and teardown may use.
+void JNICALL DeleteGlobalRef(JNIEnv* env, jobject reference) {
   const Locked lock;
-  FakeJvmCall call = NewCall(entry, reinterpret_cast<const Environment*>(env)->vm);
+  const auto* const environment = reinterpret_cast<const Environment*>(env);
+  FakeJvmCall call = NewCall(kFakeDeleteGlobalRef, environment->vm);
   call.env = env;
   call.reference = reference;
-  if (reinterpret_cast<const Environment*>(env)->threadId != call.threadId) {
-    EndTest("a call through another thread's environment", 0);
-  }
-  return Record(call);
+  if (environment->threadId != call.threadId) EndTest("a call through another thread's environment", 0);
+  Record(call);
 }
-
-jboolean JNICALL ExceptionCheck(JNIEnv* env) { return static_cast<jboolean>(RecordEnvCall(kFakeExceptionCheck, env)); }
-void JNICALL ExceptionClear(JNIEnv* env) { RecordEnvCall(kFakeExceptionClear, env); }
-void JNICALL DeleteGlobalRef(JNIEnv* env, jobject reference) { RecordEnvCall(kFakeDeleteGlobalRef, env, reference); }
-void JNICALL DeleteLocalRef(JNIEnv* env, jobject reference) { RecordEnvCall(kFakeDeleteLocalRef, env, reference); }
 
 // ---- the invocation interface ----
 
-jint JNICALL DestroyJavaVM(JavaVM* vm) {
-  const Locked lock;
-  return Record(NewCall(kFakeDestroyVM, IndexOf(vm)));
+template <class... Arguments>
+jint JNICALL NeverCalled(JavaVM*, Arguments...) {
+  EndTest("a call of the invocation interface that start-up has no business with", 0);
 }
 
-jint AttachThread(JavaVM* vm, void** env, void* arguments, FakeJvmEntry entry) {
+jint JNICALL AttachCurrentThread(JavaVM* vm, void** env, void* arguments) {
   const Locked lock;
-  FakeJvmCall call = NewCall(entry, IndexOf(vm));
+  FakeJvmCall call = NewCall(kFakeAttach, IndexOf(vm));
   call.result = g_state.script.attachResult;
   const auto* const args = static_cast<const JavaVMAttachArgs*>(arguments);
   call.argumentsNull = args == nullptr;
@@ -211,21 +188,14 @@ jint AttachThread(JavaVM* vm, void** env, void* arguments, FakeJvmEntry entry) {
   return Record(call);
 }
 
-jint JNICALL AttachCurrentThread(JavaVM* vm, void** env, void* arguments) {
-  return AttachThread(vm, env, arguments, kFakeAttach);
-}
-jint JNICALL AttachCurrentThreadAsDaemon(JavaVM* vm, void** env, void* arguments) {
-  return AttachThread(vm, env, arguments, kFakeAttachAsDaemon);
-}
-
 jint JNICALL DetachCurrentThread(JavaVM* vm) {
   const FakeJvmScript script = g_state.script;
   if (script.duringDetach != nullptr) script.duringDetach(script.duringDetachContext);
   const Locked lock;
   FakeJvmCall call = NewCall(kFakeDetach, IndexOf(vm));
   call.result = g_state.script.detachResult;
-  if (call.result != JNI_OK) return Record(call);
-  if (Environment* const attached = FindEnvironment(call.vm, call.threadId)) {
+  Environment* const attached = FindEnvironment(call.vm, call.threadId);
+  if (call.result == JNI_OK && attached != nullptr) {
     attached->attached = false;
     attached->env.functions = &g_deadFunctions;
     call.env = attached;
@@ -234,25 +204,14 @@ jint JNICALL DetachCurrentThread(JavaVM* vm) {
   return Record(call);
 }
 
-jint JNICALL GetEnv(JavaVM* vm, void** env, jint version) {
-  const Locked lock;
-  FakeJvmCall call = NewCall(kFakeGetEnv, IndexOf(vm));
-  Environment* const attached = FindEnvironment(call.vm, call.threadId);
-  *env = attached;
-  call.env = attached;
-  call.version = version;
-  call.result = attached != nullptr ? JNI_OK : JNI_EDETACHED;
-  return Record(call);
-}
-
 const JNIInvokeInterface_ g_invoke = {nullptr,
                                       nullptr,
                                       nullptr,
-                                      DestroyJavaVM,
+                                      NeverCalled<>,  // DestroyJavaVM
                                       AttachCurrentThread,
                                       DetachCurrentThread,
-                                      GetEnv,
-                                      AttachCurrentThreadAsDaemon};
+                                      NeverCalled<void**, jint>,    // GetEnv
+                                      NeverCalled<void**, void*>};  // AttachCurrentThreadAsDaemon
 
 // ---- creating ----
 
@@ -290,38 +249,20 @@ void RaiseAsScripted(int32_t what) {
 
 // ---- script from outside ----
 
-struct ScriptField {
-  const char* name;
-  int32_t FakeJvmScript::*value;
-};
-constexpr ScriptField kScriptFields[] = {
-    {"existing", &FakeJvmScript::existing},
-    {"firstVmNull", &FakeJvmScript::firstVmNull},
-    {"defaultArgsResult", &FakeJvmScript::defaultArgsResult},
-    {"getCreatedResult", &FakeJvmScript::getCreatedResult},
-    {"createResult", &FakeJvmScript::createResult},
-    {"createRaises", &FakeJvmScript::createRaises},
-    {"createWithoutEnv", &FakeJvmScript::createWithoutEnv},
-    {"createPrints", &FakeJvmScript::createPrints},
-    {"attachResult", &FakeJvmScript::attachResult},
-    {"attachWithoutEnv", &FakeJvmScript::attachWithoutEnv},
-    {"detachResult", &FakeJvmScript::detachResult},
-};
-
-void ReadScript(char* text) {
-  for (char* field = std::strtok(text, ";"); field != nullptr; field = std::strtok(nullptr, ";")) {
-    char* const equals = std::strchr(field, '=');
-    bool known = false;
-    if (equals != nullptr) {
-      *equals = '\0';
-      for (const ScriptField& candidate : kScriptFields) {
-        if (std::strcmp(candidate.name, field) != 0) continue;
-        g_state.script.*candidate.value = std::atoi(equals + 1);
-        known = true;
-      }
-    }
-    if (!known) EndTest("FAKEJVM_SCRIPT names no field of its script", 0);
+void ReadScript(char* field) {
+  constexpr std::pair<const char*, int32_t FakeJvmScript::*> kFields[] = {
+      {"existing", &FakeJvmScript::existing},
+      {"createResult", &FakeJvmScript::createResult},
+      {"createRaises", &FakeJvmScript::createRaises},
+      {"createPrints", &FakeJvmScript::createPrints}};
+  char* const equals = std::strchr(field, '=');
+  if (equals != nullptr) *equals = '\0';
+  for (const auto& [name, value] : kFields) {
+    if (equals == nullptr || std::strcmp(name, field) != 0) continue;
+    g_state.script.*value = std::atoi(equals + 1);
+    return;
   }
+  EndTest("FAKEJVM_SCRIPT names no field of its script", 0);
 }
 
 }  // namespace
@@ -396,10 +337,7 @@ FakeJvmState* FakeJvmGetState(int32_t reset) {
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
   if (reason != DLL_PROCESS_ATTACH) return TRUE;
   FillTables(std::make_index_sequence<kFunctions>());
-  g_functions.ExceptionCheck = ExceptionCheck;
-  g_functions.ExceptionClear = ExceptionClear;
   g_functions.DeleteGlobalRef = DeleteGlobalRef;
-  g_functions.DeleteLocalRef = DeleteLocalRef;
   char script[512] = {};
   const DWORD length = GetEnvironmentVariableA("FAKEJVM_SCRIPT", script, sizeof(script));
   if (length != 0 && length < sizeof(script)) ReadScript(script);

@@ -1,10 +1,10 @@
 // The fake jvm.dll's own interface: what it was asked, and what it is to answer. It exports JNI's three invocation
-// functions (a variant lacks one of them) and FakeJvmGetState.
+// functions (a variant lacks one of them) and FakeJvmGetState. Whatever start-up has no business with ends the process.
 // The state is the DLL's and goes with it; a test that wants the record afterwards keeps the DLL loaded
 // (fake_jvm_user.h). Plain data only, because the DLL and its users have runtimes of their own. For a process whose
 // test cannot reach in, environment variables, read when the DLL is loaded:
-//   FAKEJVM_SCRIPT=field=number;...   fields of FakeJvmScript by name ("existing=2;attachResult=-1")
-//   FAKEJVM_LOG=<path>                one line appended for each call, at once, at process end too
+//   FAKEJVM_SCRIPT=field=number   a field of FakeJvmScript by name ("existing=2")
+//   FAKEJVM_LOG=<path>            one line appended for each call, at once, at process end too
 #pragma once
 
 #include <cstdint>
@@ -13,16 +13,12 @@ enum FakeJvmEntry : int32_t {
   kFakeGetDefaultArgs,  // JNI_GetDefaultJavaVMInitArgs
   kFakeCreateVM,        // JNI_CreateJavaVM
   kFakeGetCreatedVMs,   // JNI_GetCreatedJavaVMs
-  kFakeDestroyVM,       // from here on functions of a JavaVM
-  kFakeAttach,
-  kFakeDetach,
-  kFakeGetEnv,
-  kFakeAttachAsDaemon,
-  kFakeExceptionCheck,  // from here on functions of a JNIEnv
-  kFakeExceptionClear,
-  kFakeDeleteGlobalRef,
-  kFakeDeleteLocalRef,
+  kFakeAttach,          // a JavaVM's AttachCurrentThread
+  kFakeDetach,          // and its DetachCurrentThread
+  kFakeDeleteGlobalRef  // a JNIEnv's
 };
+inline constexpr const char* kFakeEntryNames[] = {"GetDefaultArgs", "CreateVM", "GetCreatedVMs",
+                                                  "Attach",         "Detach",   "DeleteGlobalRef"};
 
 enum FakeJvmRaise : int32_t {
   kRaiseNothing,
@@ -58,7 +54,7 @@ struct FakeJvmCall {
   uint32_t threadId;
   int32_t vm;       // 0 to 2, the VM that was called; -1 for an exported function
   const void* env;  // the environment that came back or that was called
-  int32_t version;  // of the arguments; of GetEnv its argument; 0 without any
+  int32_t version;  // of the arguments; 0 without any
   int32_t ignoreUnrecognized;
   int32_t optionCount;  // of CreateVM
   const FakeJvmOption* options;
@@ -67,7 +63,7 @@ struct FakeJvmCall {
   int32_t argumentsNull;   // of Attach: no argument structure
   const char* threadName;  // of Attach; "<null>" for none
   const void* threadGroup;
-  const void* reference;  // of DeleteGlobalRef and DeleteLocalRef
+  const void* reference;  // of DeleteGlobalRef
   int32_t result;
 };
 

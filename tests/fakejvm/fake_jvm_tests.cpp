@@ -15,6 +15,7 @@
 #include "tests/support/environment.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 namespace {
@@ -47,20 +48,12 @@ bool WalkIntoTrap() {
   const Started started = CreateVM(jvm);
   auto* const env = static_cast<JNIEnv*>(started.env);
   if (trap == L"unexpected") env->GetVersion();
+  if (trap == L"destroyed") started.vm->DestroyJavaVM();
   if (trap == L"detached") {
     started.vm->DetachCurrentThread();
-    env->ExceptionClear();
+    env->DeleteGlobalRef(nullptr);
   }
-  if (trap == L"other thread") {
-    HANDLE const thread = CreateThread(
-        nullptr, 0,
-        [](void* others) -> DWORD {
-          static_cast<JNIEnv*>(others)->ExceptionClear();
-          return 0;
-        },
-        env, 0, nullptr);
-    WaitForSingleObject(thread, INFINITE);
-  }
+  if (trap == L"other thread") OnThread([&] { env->DeleteGlobalRef(nullptr); });
   ExitProcess(0);
 }
 const bool g_isChild = WalkIntoTrap();
@@ -72,26 +65,21 @@ ChildResult RunSelf(std::map<std::wstring, std::optional<std::wstring>> environm
 }
 
 TEST(FakeJvm, TrapsEndTheProcessAndSayWhy) {
-  struct Row {
+  const struct {
     const wchar_t* trap;
+    const wchar_t* script;
     const char* says;
-  };
-  for (const Row& row : {
-           Row{L"unexpected", "a call that start-up has no business with, JNI function 4"},
-           Row{L"detached", "through the environment of a thread that was detached, JNI function 17"},
-           Row{L"other thread", "through another thread's environment"},
-       }) {
-    const ChildResult result = RunSelf({{kTrap, row.trap}});
+  } rows[] = {{L"unexpected", L"existing=0", "a call that start-up has no business with, JNI function 4"},
+              {L"destroyed", L"existing=0", "a call of the invocation interface that start-up has no business with"},
+              {L"detached", L"existing=0", "through the environment of a thread that was detached, JNI function 22"},
+              {L"other thread", L"existing=0", "through another thread's environment"},
+              {L"none of them", L"exisitng=2", "names no field"}};
+  for (const auto& row : rows) {
+    const ChildResult result = RunSelf({{kTrap, row.trap}, {L"FAKEJVM_SCRIPT", row.script}});
     EXPECT_EQ(result.exitCode, kTrapped) << ToUtf8(row.trap);
     EXPECT_NE(result.output.find(row.says), std::string::npos) << result.output;
   }
   EXPECT_EQ(RunSelf({{kTrap, L"none of them"}}).exitCode, 0u) << "the way to the traps is free";
-}
-
-TEST(FakeJvm, ScriptThatNamesNoFieldEndsTheProcess) {
-  const ChildResult result = RunSelf({{kTrap, L"none of them"}, {L"FAKEJVM_SCRIPT", L"existing=1;exisitng=2"}});
-  EXPECT_EQ(result.exitCode, kTrapped);
-  EXPECT_NE(result.output.find("names no field"), std::string::npos) << result.output;
 }
 
 TEST(FakeJvm, RecordHasCopiesOfTheOptionsAndForgetsThemWhenReset) {
@@ -109,34 +97,23 @@ TEST(FakeJvm, RecordHasCopiesOfTheOptionsAndForgetsThemWhenReset) {
   EXPECT_EQ(jvm.AttachedThreads(), 0);
 }
 
-TEST(FakeJvm, InvocationInterfaceKeepsEnvironmentsByThread) {
+TEST(FakeJvm, InvocationInterfaceKeepsEnvironmentsByThreadAndGivesEachOutOnce) {
   const FakeJvm jvm;
   const Started started = CreateVM(jvm);
   void* env = nullptr;
-  EXPECT_EQ(started.vm->GetEnv(&env, JNI_VERSION_1_6), JNI_OK);
+  EXPECT_EQ(started.vm->AttachCurrentThread(&env, nullptr), JNI_OK);
   EXPECT_EQ(env, started.env);
-  EXPECT_EQ(started.vm->DetachCurrentThread(), JNI_OK);
-  EXPECT_EQ(started.vm->GetEnv(&env, JNI_VERSION_1_6), JNI_EDETACHED);
-  EXPECT_EQ(env, nullptr);
-  EXPECT_EQ(started.vm->AttachCurrentThreadAsDaemon(&env, nullptr), JNI_OK);
-  EXPECT_NE(env, started.env) << "an environment is given out once";
-  EXPECT_EQ(started.vm->DestroyJavaVM(), JNI_OK);
-  EXPECT_EQ(jvm.Story(),
-            (std::vector<std::string>{"CreateVM", "GetEnv", "Detach", "GetEnv", "AttachAsDaemon", "DestroyVM"}));
-  EXPECT_EQ(jvm.Calls(kFakeGetEnv).at(0).version, JNI_VERSION_1_6);
-  EXPECT_EQ(jvm.Calls(kFakeAttachAsDaemon).at(0).argumentsNull, 1);
-}
-
-TEST(FakeJvm, DetachingCanFailAndLeavesTheThreadAttached) {
-  const FakeJvm jvm;
-  const Started started = CreateVM(jvm, {});
   jvm.Script().detachResult = -3;
   EXPECT_EQ(started.vm->DetachCurrentThread(), -3);
   EXPECT_EQ(jvm.AttachedThreads(), 1);
   EXPECT_EQ(jvm.Calls(kFakeDetach).at(0).result, -3);
   jvm.Script().detachResult = 0;
-  EXPECT_EQ(started.vm->DetachCurrentThread(), 0);
+  EXPECT_EQ(started.vm->DetachCurrentThread(), JNI_OK);
   EXPECT_EQ(jvm.AttachedThreads(), 0);
+  EXPECT_EQ(started.vm->AttachCurrentThread(&env, nullptr), JNI_OK);
+  EXPECT_NE(env, started.env);
+  EXPECT_EQ(jvm.Story(), (std::vector<std::string>{"CreateVM", "Attach", "Detach", "Detach", "Attach"}));
+  EXPECT_EQ(jvm.Calls(kFakeAttach).at(0).argumentsNull, 1);
 }
 
 TEST(FakeJvm, EachVariantLacksItsEntryPointAlone) {
@@ -160,8 +137,7 @@ TEST(FakeJvm, LogOutsideHasALineForEachCall) {
     FreeLibrary(module);
     EXPECT_EQ(CreateVM(jvm).result, -4);
   }
-  EXPECT_EQ(ReadWholeFile(log),
-            "JNI_CreateJavaVM vm=-1 thread=" + std::to_string(GetCurrentThreadId()) + " result=-4\n");
+  EXPECT_EQ(ReadWholeFile(log), "CreateVM vm=-1 thread=" + std::to_string(GetCurrentThreadId()) + " result=-4\n");
 }
 
 }  // namespace

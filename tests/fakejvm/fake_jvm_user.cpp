@@ -3,50 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "base/procedure.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
-
-namespace {
-
-FakeJvmState g_unusable;  // stands in after a failure that the test already has
-
-FakeJvmState* GetUnusable(int32_t) { return &g_unusable; }
-
-const char* NameOf(int32_t entry) {
-  switch (entry) {
-    case kFakeGetDefaultArgs:
-      return "GetDefaultArgs";
-    case kFakeCreateVM:
-      return "CreateVM";
-    case kFakeGetCreatedVMs:
-      return "GetCreatedVMs";
-    case kFakeDestroyVM:
-      return "DestroyVM";
-    case kFakeAttach:
-      return "Attach";
-    case kFakeDetach:
-      return "Detach";
-    case kFakeGetEnv:
-      return "GetEnv";
-    case kFakeAttachAsDaemon:
-      return "AttachAsDaemon";
-    case kFakeExceptionCheck:
-      return "ExceptionCheck";
-    case kFakeExceptionClear:
-      return "ExceptionClear";
-    case kFakeDeleteGlobalRef:
-      return "DeleteGlobalRef";
-    case kFakeDeleteLocalRef:
-      return "DeleteLocalRef";
-    default:
-      return "?";
-  }
-}
-
-}  // namespace
 
 FakeJvm::FakeJvm(const std::wstring& path) : m_module(LoadLibraryW(path.c_str())) {
   EXPECT_NE(m_module, nullptr) << "cannot load " << ToUtf8(path) << ": error " << GetLastError();
@@ -66,8 +29,7 @@ FakeJvm::~FakeJvm() {
 
 void FakeJvm::Connect() {
   m_getState = qv::FindProcedure<FakeJvmGetStateFn>(m_module, "FakeJvmGetState");
-  EXPECT_NE(m_getState, nullptr) << "this jvm.dll is not the fake one";
-  if (m_getState == nullptr) m_getState = &GetUnusable;
+  if (m_getState == nullptr) throw std::logic_error("this jvm.dll is not the fake one");
   m_state = m_getState(0);
 }
 
@@ -84,7 +46,7 @@ std::vector<FakeJvmCall> FakeJvm::Calls(FakeJvmEntry entry) const {
 
 std::vector<std::string> FakeJvm::Story() const {
   std::vector<std::string> story;
-  for (const FakeJvmCall& call : Calls()) story.emplace_back(NameOf(call.entry));
+  for (const FakeJvmCall& call : Calls()) story.emplace_back(kFakeEntryNames[call.entry]);
   return story;
 }
 
