@@ -34,7 +34,6 @@ class ThreadOwners : public RunningVmTest {
     auto* const env = static_cast<JNIEnv*>(QV_AcquireThreadEnv(Vm()));
     ASSERT_EQ(env->GetJavaVM(&m_java), JNI_OK);
     m_attached = Global(Find("qvtest/Attached"));
-    m_thread = Global(Find("java/lang/Thread"));
     EXPECT_TRUE(Ok(Vm(), Vm()->SetJvmLogEnabled(0)));
   }
 
@@ -48,17 +47,12 @@ class ThreadOwners : public RunningVmTest {
     void* env = nullptr;
     return m_java->GetEnv(&env, JNI_VERSION_1_2) == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
   }
-  Local CurrentThread() {
-    Local thread(Vm());
-    EXPECT_TRUE(
-        Ok(Vm(), Vm()->CallStaticObjectMethod(thread.Out(), m_thread, "currentThread", "()Ljava/lang/Thread;")));
-    return thread;
+  [[nodiscard]] Local CurrentThread() const {
+    return JavaClass(Vm(), "java/lang/Thread").CallStatic("currentThread", "()Ljava/lang/Thread;");
   }
-  std::wstring NameOfThread() {
-    const Local thread = CurrentThread();
-    Local name(Vm());
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallObjectMethod(name.Out(), m_thread, thread, "getName", "()Ljava/lang/String;")));
-    return TextOf(Vm(), name);
+  [[nodiscard]] std::wstring NameOfThread() const {
+    const JavaClass thread(Vm(), "java/lang/Thread");
+    return TextOf(Vm(), thread.Call(CurrentThread(), "getName", "()Ljava/lang/String;"));
   }
   // As a host does it that knows JNI.
   JNIEnv* AttachByHost(const char* name) {
@@ -68,13 +62,15 @@ class ThreadOwners : public RunningVmTest {
     return static_cast<JNIEnv*>(env);
   }
   // `work` on so many threads, one after the other, some before anything is counted. Then nothing of them is left.
-  Remains Flat(const std::function<void()>& work) {
-    for (int i = 0; i < 20; ++i) HostThread(work).Join();
+  void Flat(const std::function<void()>& work) {
+    for (int i = 0; i < 20; ++i) OnThread(work);
     const Remains before = CountRemains(Vm());
-    for (int i = 0; i < kThreads; ++i, ++g_progress) HostThread(work).Join();
-    const Remains after = CountRemains(Vm());
-    ExpectFlat(before, after);
-    return after;
+    for (int i = 0; i < kThreads; ++i, ++g_progress) OnThread(work);
+    ExpectFlat(before, CountRemains(Vm()));
+  }
+  // How many of this run's threads it was.
+  [[nodiscard]] std::string Of(int count) const {
+    return ": " + std::to_string(count) + " of " + std::to_string(kThreads);
   }
   void Tell(const char* key, const char* what, const std::string& result) {
     const std::string runtime = RuntimeOf(Vm());
@@ -85,7 +81,6 @@ class ThreadOwners : public RunningVmTest {
   const Watchdog m_watchdog{g_progress, kHangMs};
   JavaVM* m_java = nullptr;
   qv_jclass m_attached = nullptr;
-  qv_jclass m_thread = nullptr;
 };
 
 TEST_F(ThreadOwners, AHostsOwnAttachmentIsUsedAndStaysUntilTheThreadEnds) {
@@ -100,8 +95,7 @@ TEST_F(ThreadOwners, AHostsOwnAttachmentIsUsedAndStaysUntilTheThreadEnds) {
     EXPECT_NE(env->FindClass("java/lang/String"), nullptr);
   });
   Tell("1", "the host attached it, then it called the service",
-       "stays attached while it lives, detached when it ends: " + std::to_string(kThreads) + " of " +
-           std::to_string(kThreads));
+       "stays attached while it lives, detached when it ends" + Of(kThreads));
 }
 
 TEST_F(ThreadOwners, AHostThatDetachesByItselfIsLeftAlone) {
@@ -111,8 +105,7 @@ TEST_F(ThreadOwners, AHostThatDetachesByItselfIsLeftAlone) {
     EXPECT_EQ(m_java->DetachCurrentThread(), JNI_OK);
     EXPECT_EQ(KnownToJava(), nullptr);
   });
-  Tell("2", "the host attached it and detached it again",
-       "its end does no harm: " + std::to_string(kThreads) + " of " + std::to_string(kThreads));
+  Tell("2", "the host attached it and detached it again", "its end does no harm" + Of(kThreads));
 }
 
 TEST_F(ThreadOwners, AttachingWhatTheServiceHasJoinedChangesNothing) {
@@ -122,8 +115,7 @@ TEST_F(ThreadOwners, AttachingWhatTheServiceHasJoinedChangesNothing) {
     EXPECT_EQ(AttachByHost("too late"), joined);
     EXPECT_EQ(NameOfThread(), name);
   });
-  Tell("3", "the service joined it, then the host attached it too",
-       "one attachment, gone at its end: " + std::to_string(kThreads) + " of " + std::to_string(kThreads));
+  Tell("3", "the service joined it, then the host attached it too", "one attachment, gone at its end" + Of(kThreads));
 }
 
 TEST_F(ThreadOwners, AThreadThatTheServiceNeverSawIsNotItsBusiness) {
@@ -176,9 +168,8 @@ TEST_F(ThreadOwners, TheHandlerOfAnUncaughtExceptionMayCallTheService) {
   auto* const cls = static_cast<jclass>(static_cast<jobject>(m_attached));
   const jint handled = env->CallStaticIntMethod(cls, env->GetStaticMethodID(cls, "handled", "()I"));
   EXPECT_EQ(handled, kThreads + 20);
-  Tell(
-      "6", "ends with an exception, whose handler in Java calls the service",
-      "the handler's calls work, nothing is left: " + std::to_string(handled - 20) + " of " + std::to_string(kThreads));
+  Tell("6", "ends with an exception, whose handler in Java calls the service",
+       "the handler's calls work, nothing is left" + Of(handled - 20));
 }
 
 TEST_F(ThreadOwners, JavasOwnThreadsCallTheServiceAndGoOnInJava) {
@@ -198,8 +189,7 @@ TEST_F(ThreadOwners, JavasOwnThreadsCallTheServiceAndGoOnInJava) {
   Remains after = CountRemains(Vm());
   for (int i = 0; i < 200 && !IsFlat(before, after); ++i, Sleep(50)) after = CountRemains(Vm());
   ExpectFlat(before, after);
-  Tell("4", "Java's own, calls the service from a native method",
-       "goes on in Java, leaves nothing: " + std::to_string(kThreads) + " of " + std::to_string(kThreads));
+  Tell("4", "Java's own, calls the service from a native method", "goes on in Java, leaves nothing" + Of(kThreads));
 }
 
 // -- the loader lock --
@@ -215,34 +205,28 @@ TEST_F(ThreadOwners, AThreadLeavesTheJvmWhileAnotherKeepsTheLoaderLockAndWaitsFo
   Remains before;
   for (int round = -1; round < rounds; ++round) {
     if (round == 0) before = CountRemains(Vm());  // the first round loads what Java needs for all this
-    Event held(heldName);
-    Event go(goName);
-    Event joined;
-    Event mayEnd;
-    Event watching;
+    const Event held(heldName);
+    const Event go(goName);
+    const Event mayEnd;
     qv_jobject thread = nullptr;
-    HostThread leaver([&] {
-      thread = Global(CurrentThread());
-      joined.Set();
-      mayEnd.Wait();
-    });
-    joined.Wait();
+    const WaitingThread leaver([&] { thread = Global(CurrentThread()); }, [&] { mayEnd.Wait(); });
+    leaver.Go();
     // Java tells when the leaver is no longer attached; its thread is attached before the lock is taken.
-    HostThread watcher([&] {
-      EXPECT_NE(QV_AcquireThreadEnv(Vm()), nullptr);
-      watching.Set();
-      EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticVoidMethod(m_attached, "awaitEnd", "(Ljava/lang/Thread;)V", thread)));
-      go.Set();
-    });
-    watching.Wait();
+    const WaitingThread watcher(
+        [&] { EXPECT_NE(QV_AcquireThreadEnv(Vm()), nullptr); },
+        [&] {
+          EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticVoidMethod(m_attached, "awaitEnd", "(Ljava/lang/Thread;)V", thread)));
+          go.Set();
+        });
+    watcher.Go();
     HMODULE loaded = nullptr;
-    HostThread holder([&] { loaded = LoadLibraryW(library.c_str()); });
+    const HostThread holder([&] { loaded = LoadLibraryW(library.c_str()); });
     held.Wait();
     mayEnd.Set();
     if (!go.Wait(kLoaderLockLimitMs / 2)) ADD_FAILURE() << "round " << round << "\n" << StacksOfOtherThreads();
     holder.Join();
-    leaver.Join();
-    watcher.Join();
+    leaver.LetGo();
+    watcher.LetGo();
     EXPECT_NE(loaded, nullptr) << "while the loader lock was held, the thread that ended stayed attached";
     if (loaded != nullptr) FreeLibrary(loaded);
     EXPECT_EQ(Vm()->DeleteGlobalRef(thread), QV_S_OK);

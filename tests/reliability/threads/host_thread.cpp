@@ -22,10 +22,8 @@ Remains CountRemains(IQV_JavaVM* vm) {
   EXPECT_TRUE(Ok(vm, vm->NewByteArray(Local(vm).Out(), 0)));
   const JavaClass threads(vm, "qvtest/Threads");
   remains.javaThreads = threads.CallInt(threads.New(), "count");
-  QvshrLedgerState books{};
-  QvshrLedgerSnapshot(&books);
-  remains.blocks = static_cast<int64_t>(books.liveBlocks);
-  remains.heapErrors = static_cast<int64_t>(books.errors);
+  remains.blocks = static_cast<int64_t>(Books().liveBlocks);
+  remains.heapErrors = static_cast<int64_t>(Books().errors);
   remains.handles = INT64_MAX;
   for (int i = 0; i < 5; ++i, Sleep(20)) remains.handles = std::min<int64_t>(remains.handles, CountProcess().handles);
   return remains;

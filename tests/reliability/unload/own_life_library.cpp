@@ -1,6 +1,7 @@
 // A library of the host's that has the service for its own life: loads it when it is loaded, frees it when it is freed.
 #include <windows.h>
 
+#include "base/procedure.h"
 #include "tests/reliability/unload/other_libraries.h"
 
 namespace {
@@ -19,8 +20,7 @@ void LoadServiceBeside(HMODULE self) {
 }  // namespace
 
 extern "C" __declspec(dllexport) int32_t OtherCreate(IQV_JavaVM** vm) {
-  const auto create =
-      reinterpret_cast<QV_CreateJavaVMFn>(reinterpret_cast<void*>(GetProcAddress(g_service, "QV_CreateJavaVM")));
+  const auto create = qv::FindProcedure<QV_CreateJavaVMFn>(g_service, "QV_CreateJavaVM");
   return create != nullptr ? create(vm, nullptr) : QV_E_FAIL;
 }
 

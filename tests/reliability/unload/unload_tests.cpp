@@ -8,9 +8,9 @@
 #include <atomic>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "base/procedure.h"
 #include "qvjvm/qvjvm.h"
 #include "tests/real/joined_host.h"
 #include "tests/real/running_vm.h"
@@ -20,6 +20,7 @@
 #include "tests/support/process_counters.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/reliability.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 namespace {
@@ -31,7 +32,7 @@ constexpr char kLoadLock[] = "the lock of the configuration's load is never dele
 
 template <class Function>
 Function Find(HMODULE module, const char* name) {
-  const auto function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+  const auto function = qv::FindProcedure<Function>(module, name);
   EXPECT_NE(function, nullptr) << name;
   return function;
 }
@@ -44,14 +45,15 @@ HMODULE Load(const std::wstring& path) {
 
 bool IsLoaded(const std::wstring& path) { return GetModuleHandleW(path.c_str()) != nullptr; }
 
-// As often as it takes, and more often than that.
-void FreeToZero(const std::wstring& path) {
-  for (int i = 0; i < 10 && IsLoaded(path); ++i) FreeLibrary(GetModuleHandleW(path.c_str()));
-}
-
 const std::wstring& ServicePath() {
   static const std::wstring path = InstallFolder() + L"\\qvjvm.dll";
   return path;
+}
+
+// As often as it takes, and more often than that; it stays.
+void ExpectStays(const std::wstring& path = ServicePath()) {
+  for (int i = 0; i < 10 && IsLoaded(path); ++i) FreeLibrary(GetModuleHandleW(path.c_str()));
+  EXPECT_TRUE(IsLoaded(path));
 }
 
 // The same library in a folder of its own.
@@ -59,6 +61,24 @@ std::wstring SecondPath() { return InstallFolder() + L"\\second\\qvjvm.dll"; }
 
 int32_t Create(HMODULE service, IQV_JavaVM** vm) {
   return Find<QV_CreateJavaVMFn>(service, "QV_CreateJavaVM")(vm, nullptr);
+}
+
+// The object of a start that must work; null when it does not.
+IQV_JavaVM* Start(HMODULE service) {
+  IQV_JavaVM* vm = nullptr;
+  EXPECT_EQ(Create(service, &vm), QV_S_OK);
+  return vm;
+}
+IQV_JavaVM* StartThrough(HMODULE other) {
+  IQV_JavaVM* vm = nullptr;
+  EXPECT_EQ(Find<OtherCreateFn>(other, "OtherCreate")(&vm), QV_S_OK);
+  return vm;
+}
+
+bool CreatedTheJvm(IQV_JavaVM* vm) {
+  int32_t created = -1;
+  EXPECT_EQ(vm->IsJVMCreated(&created), QV_S_OK);
+  return created == 1;
 }
 
 void ExpectJavaWorks(IQV_JavaVM* vm) {
@@ -69,39 +89,34 @@ void ExpectJavaWorks(IQV_JavaVM* vm) {
 }
 
 // Loads the service as if for the first time and uses it.
-void ExpectLoadsAndWorks() {
-  IQV_JavaVM* vm = nullptr;
-  EXPECT_EQ(Create(Load(ServicePath()), &vm), QV_S_OK);
-  ExpectJavaWorks(vm);
-}
+void ExpectLoadsAndWorks() { ExpectJavaWorks(Start(Load(ServicePath()))); }
 
 // Threads come, call and end; the JVM must know none of them afterwards.
 void ExpectThreadsComeAndGo(const std::vector<IQV_JavaVM*>& vms) {
   const auto count = [&] {
-    IQV_JavaVM* const vm = vms.front();
-    int32_t threads = 0;
-    const Local cls = FindClass(vm, "java/lang/Thread");
-    Local current(vm);
-    Local group(vm);
-    EXPECT_TRUE(Ok(vm, vm->CallStaticObjectMethod(current.Out(), cls, "currentThread", "()Ljava/lang/Thread;")));
-    EXPECT_TRUE(Ok(vm, vm->CallObjectMethod(group.Out(), cls, current, "getThreadGroup", "()Ljava/lang/ThreadGroup;")));
-    EXPECT_TRUE(
-        Ok(vm, vm->CallIntMethod(&threads, FindClass(vm, "java/lang/ThreadGroup"), group, "activeCount", "()I")));
-    return threads;
+    const JavaClass thread(vms.front(), "java/lang/Thread");
+    const JavaClass group(vms.front(), "java/lang/ThreadGroup");
+    const Local current = thread.CallStatic("currentThread", "()Ljava/lang/Thread;");
+    return group.CallInt(thread.Call(current, "getThreadGroup", "()Ljava/lang/ThreadGroup;"), "activeCount");
   };
   const int32_t before = count();
   for (int i = 0; i < 10; ++i) {
-    std::thread([&] {
+    OnThread([&] {
       for (IQV_JavaVM* vm : vms) ExpectJavaWorks(vm);
-    }).join();
+    });
   }
   EXPECT_EQ(count(), before);
 }
 
-uint64_t LiveBlocks() {
-  QvshrLedgerState now{};
-  QvshrLedgerSnapshot(&now);
-  return now.liveBlocks;
+// What the work leaves: a block for each load of the service, and no more.
+template <class Work>
+std::string LeftBy(Work&& work, uint64_t loads = 1) {
+  LedgerCheck ledger;
+  const uint64_t before = Books().liveBlocks;
+  work();
+  ledger.ExpectLeft(loads, kLoadLock);
+  const uint64_t left = Books().liveBlocks - before;
+  return std::to_string(left) + (left == 1 ? " block" : " blocks");
 }
 
 const char* StateOf(const std::wstring& path) { return IsLoaded(path) ? "stays" : "gone"; }
@@ -113,8 +128,6 @@ void Record(const char* key, const std::string& name, const std::string& module,
   RecordRow("unload", key, {name, module, left, later});
 }
 
-std::string Blocks(uint64_t count) { return std::to_string(count) + (count == 1 ? " block" : " blocks"); }
-
 constexpr char kNothing[] = "nothing: it is in use";
 constexpr char kAgain[] = "loaded again, it starts Java";
 constexpr char kGoesOn[] = "goes on working";
@@ -122,47 +135,36 @@ constexpr char kGoesOn[] = "goes on working";
 TEST(Unload, BeforeAnyStartUp) {
   const int rounds = IsNightly() ? 1000 : 50;
   int64_t handlesBefore = 0;
-  uint64_t blocksBefore = 0;
+  std::string left;
   for (int round = 0; round < rounds; ++round) {
-    if (round == 1) {  // the first may make what the system keeps
-      handlesBefore = CountProcess().handles;
-      blocksBefore = LiveBlocks();
-    }
-    LedgerCheck ledger;
-    const HMODULE service = Load(ServicePath());
-    EXPECT_EQ(FreeLibrary(service), TRUE);
-    ASSERT_FALSE(IsLoaded(ServicePath())) << "round " << round;
-    ledger.ExpectLeft(1, kLoadLock);
+    if (round == 1) handlesBefore = CountProcess().handles;  // the first may make what the system keeps
+    left = LeftBy([&] {
+      EXPECT_EQ(FreeLibrary(Load(ServicePath())), TRUE);
+      EXPECT_FALSE(IsLoaded(ServicePath())) << "round " << round;
+    });
+    ASSERT_FALSE(HasFailure());
   }
   const int64_t handles = CountProcess().handles - handlesBefore;
   EXPECT_EQ(handles, 0);
-  const uint64_t blocks = (LiveBlocks() - blocksBefore) / static_cast<uint64_t>(rounds - 1);
-  const std::string name = "before any start-up, " + std::to_string(rounds) + " times";
-  const std::string left =
-      Blocks(blocks) + " each time, " + (handles == 0 ? "no" : std::to_string(handles)) + " handles";
   const char* const state = StateOf(ServicePath());
   ExpectLoadsAndWorks();
-  Record("01", name, state, left, kAgain);
+  Record("01", "before any start-up, " + std::to_string(rounds) + " times", state,
+         left + " each time, " + (handles == 0 ? "no" : std::to_string(handles)) + " handles", kAgain);
 }
 
 TEST(Unload, AfterAStartUpWithoutARuntime) {
   const std::wstring lonely = SecondPath();  // no private runtime lies beside it
-  uint64_t left = 0;
-  {
+  const std::string left = LeftBy([&] {
     const RegistrySandbox registry;
     const EnvironmentScope home(L"JAVA_HOME", std::nullopt);
-    LedgerCheck ledger;
-    const uint64_t before = LiveBlocks();
     const HMODULE service = Load(lonely);
     IQV_JavaVM* vm = nullptr;
     EXPECT_EQ(Create(service, &vm), QV_E_FAIL);
     FreeLibrary(service);
     EXPECT_FALSE(IsLoaded(lonely));
-    left = LiveBlocks() - before;
-    ledger.ExpectLeft(1, kLoadLock);
-  }
+  });
   ExpectLoadsAndWorks();
-  Record("02", "after a start-up that found no runtime", StateOf(lonely), Blocks(left), kAgain);
+  Record("02", "after a start-up that found no runtime", StateOf(lonely), left, kAgain);
 }
 
 // The runtime knows the hooks already when it meets the option that it refuses, and prints through them the next time.
@@ -176,8 +178,7 @@ TEST(Unload, AfterAStartUpThatTheRuntimeRefused) {
     EXPECT_EQ(Create(service, &vm), QV_E_FAIL);
     EXPECT_TRUE(IsLoaded(L"jvm.dll"));
   }
-  FreeToZero(ServicePath());
-  ASSERT_TRUE(IsLoaded(ServicePath()));
+  ExpectStays();
   const EnvironmentScope printed(L"JAVA_TOOL_OPTIONS", L"-Dprinted=before the new hooks are known");
   ExpectLoadsAndWorks();
   const std::string runtime = ToUtf8(ReadVariable(L"QV_TEST_RUNTIME").value_or(L"?"));
@@ -188,11 +189,9 @@ TEST(Unload, AfterAStartUpThatTheRuntimeRefused) {
 TEST(Unload, AfterCreation) {
   const HMODULE service = Load(ServicePath());
   const auto create = Find<QV_CreateJavaVMFn>(service, "QV_CreateJavaVM");
-  IQV_JavaVM* vm = nullptr;
-  ASSERT_EQ(create(&vm, nullptr), QV_S_OK);
-  LedgerCheck ledger;
-  FreeToZero(ServicePath());
-  ASSERT_TRUE(IsLoaded(ServicePath()));
+  IQV_JavaVM* const vm = Start(service);
+  const LedgerCheck ledger;
+  ExpectStays();
   ExpectJavaWorks(vm);
   ExpectThreadsComeAndGo({vm});
   IQV_JavaVM* second = nullptr;
@@ -203,48 +202,36 @@ TEST(Unload, AfterCreation) {
 
 TEST(Unload, AfterCreationWhileThreadsCall) {
   const HMODULE service = Load(ServicePath());
-  IQV_JavaVM* vm = nullptr;
-  ASSERT_EQ(Create(service, &vm), QV_S_OK);
+  IQV_JavaVM* const vm = Start(service);
   std::atomic<bool> stop = false;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
+  {
+    const Crew callers(4, [&](int) {
       while (!stop) ExpectJavaWorks(vm);
     });
+    for (int i = 0; i < 200; ++i) {
+      FreeLibrary(service);
+      Load(ServicePath());
+      if (i % 20 == 0) ExpectStays();
+    }
+    stop = true;
   }
-  for (int i = 0; i < 200; ++i) {
-    FreeLibrary(service);
-    Load(ServicePath());
-    if (i % 20 == 0) FreeToZero(ServicePath());
-  }
-  stop = true;
-  for (std::thread& thread : threads) thread.join();
-  FreeToZero(ServicePath());
-  EXPECT_TRUE(IsLoaded(ServicePath()));
+  ExpectStays();
   ExpectJavaWorks(vm);
   Record("05", "after it created the JVM, while four threads call", StateOf(ServicePath()), kNothing, kGoesOn);
 }
 
 TEST(Unload, AfterAJoin) {
   ASSERT_NE(HostVm(), nullptr);
-  const HMODULE service = Load(ServicePath());
-  IQV_JavaVM* vm = nullptr;
-  ASSERT_EQ(Create(service, &vm), QV_S_OK);
-  int32_t created = 1;
-  EXPECT_EQ(vm->IsJVMCreated(&created), QV_S_OK);
-  EXPECT_EQ(created, 0);
-  FreeToZero(ServicePath());
-  ASSERT_TRUE(IsLoaded(ServicePath()));
+  IQV_JavaVM* const vm = Start(Load(ServicePath()));
+  EXPECT_FALSE(CreatedTheJvm(vm));
+  ExpectStays();
   ExpectJavaWorks(vm);
   ExpectThreadsComeAndGo({vm});
   Record("06", "after it joined the host's JVM", StateOf(ServicePath()), kNothing, kGoesOn);
 }
 
 TEST(Unload, LoadedTwice) {
-  uint64_t left = 0;
-  {
-    LedgerCheck ledger;
-    const uint64_t before = LiveBlocks();
+  const std::string left = LeftBy([] {
     const HMODULE first = Load(ServicePath());
     const HMODULE second = Load(L"qvjvm.dll");
     EXPECT_EQ(first, second);
@@ -253,110 +240,83 @@ TEST(Unload, LoadedTwice) {
     EXPECT_EQ(Find<int32_t (*)()>(first, "DllRegisterServer")(), 0);
     FreeLibrary(first);
     EXPECT_FALSE(IsLoaded(ServicePath()));
-    left = LiveBlocks() - before;
-    ledger.ExpectLeft(1, kLoadLock);
-  }
+  });
   const char* const state = StateOf(ServicePath());
   ExpectLoadsAndWorks();
-  Record("07", "loaded twice: the same module, two counts", state, Blocks(left), kAgain);
+  Record("07", "loaded twice: the same module, two counts", state, left, kAgain);
 }
 
 TEST(Unload, FromAnotherLibrary) {
   const std::wstring path = InstallFolder() + L"\\own_life_library.dll";
-  uint64_t left = 0;
-  {
-    LedgerCheck ledger;
-    const uint64_t before = LiveBlocks();
+  const std::string left = LeftBy([&] {
     const HMODULE other = Load(path);
     EXPECT_TRUE(IsLoaded(ServicePath()));
     FreeLibrary(other);
     EXPECT_FALSE(IsLoaded(path));
     EXPECT_FALSE(IsLoaded(ServicePath()));
-    left = LiveBlocks() - before;
-    ledger.ExpectLeft(1, kLoadLock);
-  }
+  });
   const char* const state = StateOf(ServicePath());
   const HMODULE other = Load(path);
-  IQV_JavaVM* vm = nullptr;
-  ASSERT_EQ(Find<OtherCreateFn>(other, "OtherCreate")(&vm), QV_S_OK);
+  IQV_JavaVM* const vm = StartThrough(other);
   FreeLibrary(other);
   EXPECT_FALSE(IsLoaded(path));
   ASSERT_TRUE(IsLoaded(ServicePath()));
   ExpectJavaWorks(vm);
   ExpectThreadsComeAndGo({vm});
-  Record("08", "loaded and freed in another DLL's attach and detach", state, Blocks(left), kAgain);
+  Record("08", "loaded and freed in another DLL's attach and detach", state, left, kAgain);
   Record("09", "the same, after the other DLL created the JVM", StateOf(ServicePath()), kNothing, kGoesOn);
 }
 
 TEST(Unload, DelayLoaded) {
   const HMODULE other = Load(InstallFolder() + L"\\delay_library.dll");
   EXPECT_FALSE(IsLoaded(ServicePath())) << "nothing called it yet";
-  uint64_t left = 0;
-  {
-    LedgerCheck ledger;
-    const uint64_t before = LiveBlocks();
+  const std::string left = LeftBy([&] {
     Find<OtherTouchFn>(other, "OtherTouch")();
     EXPECT_TRUE(IsLoaded(ServicePath())) << "the first call loads it";
     FreeLibrary(GetModuleHandleW(ServicePath().c_str()));
     EXPECT_FALSE(IsLoaded(ServicePath()));
-    left = LiveBlocks() - before;
-    ledger.ExpectLeft(1, kLoadLock);
-  }
+  });
   const char* const state = StateOf(ServicePath());
   ExpectLoadsAndWorks();  // the import itself still has the address of what is gone
-  Record("10", "linked with a delay, before any start-up", state, Blocks(left), kAgain);
+  Record("10", "linked with a delay, before any start-up", state, left, kAgain);
 }
 
 TEST(Unload, DelayLoadedAndStarted) {
   const HMODULE other = Load(InstallFolder() + L"\\delay_library.dll");
-  IQV_JavaVM* vm = nullptr;
-  ASSERT_EQ(Find<OtherCreateFn>(other, "OtherCreate")(&vm), QV_S_OK);
-  FreeToZero(ServicePath());
-  ASSERT_TRUE(IsLoaded(ServicePath()));
+  IQV_JavaVM* const vm = StartThrough(other);
+  ExpectStays();
   ExpectJavaWorks(vm);
-  IQV_JavaVM* second = nullptr;
-  EXPECT_EQ(Find<OtherCreateFn>(other, "OtherCreate")(&second), QV_S_OK);
-  EXPECT_EQ(second->Release(), 0u);
+  EXPECT_EQ(StartThrough(other)->Release(), 0u);
   Record("11", "linked with a delay, after it created the JVM", StateOf(ServicePath()), kNothing, kGoesOn);
 }
 
 TEST(Unload, TwoPaths) {
   const std::wstring copy = SecondPath();
-  uint64_t left = 0;
-  {
-    LedgerCheck ledger;
-    const uint64_t before = LiveBlocks();
-    const HMODULE spare = Load(copy);
-    const HMODULE service = Load(ServicePath());
-    EXPECT_NE(spare, service);
-    FreeLibrary(spare);
-    EXPECT_FALSE(IsLoaded(copy));
-    EXPECT_TRUE(IsLoaded(ServicePath())) << "the other module is none of its business";
-    FreeLibrary(service);
-    left = LiveBlocks() - before;
-    ledger.ExpectLeft(2, kLoadLock);
-  }
+  const std::string left = LeftBy(
+      [&] {
+        const HMODULE spare = Load(copy);
+        const HMODULE service = Load(ServicePath());
+        EXPECT_NE(spare, service);
+        FreeLibrary(spare);
+        EXPECT_FALSE(IsLoaded(copy));
+        EXPECT_TRUE(IsLoaded(ServicePath())) << "the other module is none of its business";
+        FreeLibrary(service);
+      },
+      2);
   const char* const state = StateOf(copy);
-  IQV_JavaVM* creator = nullptr;
-  IQV_JavaVM* joiner = nullptr;
-  ASSERT_EQ(Create(Load(ServicePath()), &creator), QV_S_OK);
-  ASSERT_EQ(Create(Load(copy), &joiner), QV_S_OK);
-  int32_t created = 0;
-  EXPECT_EQ(creator->IsJVMCreated(&created), QV_S_OK);
-  EXPECT_EQ(created, 1);
-  EXPECT_EQ(joiner->IsJVMCreated(&created), QV_S_OK);
-  EXPECT_EQ(created, 0) << "it joined the first one's";
-  FreeToZero(copy);
-  FreeToZero(ServicePath());
-  EXPECT_TRUE(IsLoaded(ServicePath()));
-  EXPECT_TRUE(IsLoaded(copy));
+  IQV_JavaVM* const creator = Start(Load(ServicePath()));
+  IQV_JavaVM* const joiner = Start(Load(copy));
+  EXPECT_TRUE(CreatedTheJvm(creator));
+  EXPECT_FALSE(CreatedTheJvm(joiner)) << "it joined the first one's";
+  ExpectStays(copy);
+  ExpectStays();
   ExpectJavaWorks(creator);
   ExpectJavaWorks(joiner);
   ExpectThreadsComeAndGo({creator, joiner});
   ExpectThreadsComeAndGo({joiner, creator});
   EXPECT_EQ(joiner->Release(), 0u);
   ExpectJavaWorks(creator);
-  Record("12", "a second one from another folder, neither started", state, Blocks(left) + " for two", kAgain);
+  Record("12", "a second one from another folder, neither started", state, left + " for two", kAgain);
   Record("13", "a second one from another folder, which joins the first one's JVM", StateOf(copy), kNothing, kGoesOn);
 }
 
