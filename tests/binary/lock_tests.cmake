@@ -1,11 +1,11 @@
 # Who holds which lock, as clang's analysis reads it from the annotations of base/compiler.h. A test for each folder of
 # the service, one for the headers, which are read once for all, and one in which a violation must be refused.
-separate_arguments(system_headers UNIX_COMMAND "${cxx_headers} ${c_headers}")
 get_target_property(definitions qv_rules INTERFACE_COMPILE_DEFINITIONS)
 list(TRANSFORM definitions PREPEND -D)
 set(lock_options
     --target=${clang_target_mingw}
-    ${system_headers}
+    ${cxx_headers}
+    ${c_headers}
     -isystem ${QV_JNI_INCLUDE}
     -isystem ${QV_JNI_MD_INCLUDE}
     -I${PROJECT_SOURCE_DIR}

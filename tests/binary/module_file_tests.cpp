@@ -31,7 +31,7 @@ std::set<uint16_t> FromTo(uint16_t first, uint16_t last) {
 
 // ---- exports ----
 
-TEST(ServiceExportsTest, AreTheFourFunctionsUndecorated) {
+TEST(ServiceExportsTest, AreTheFourFunctionsUndecoratedAndUnregisteringIsTheSameAsRegistering) {
   const PeFile file = ReadPeFile(ServiceFile());
   std::vector<std::string> names;
   for (const auto& [name, address] : file.namedExports) names.push_back(name);
@@ -39,27 +39,19 @@ TEST(ServiceExportsTest, AreTheFourFunctionsUndecorated) {
                                              "QV_SetJavaVMDebugMode"}));
   EXPECT_EQ(file.exports.size(), 4u) << "an export without a name";
   EXPECT_EQ(file.forwardedExports, std::set<std::string>{});
-}
-
-TEST(ServiceExportsTest, UnregisteringIsTheSameFunctionAsRegistering) {
-  const PeFile file = ReadPeFile(ServiceFile());
   EXPECT_EQ(file.namedExports.at("DllUnregisterServer"), file.namedExports.at("DllRegisterServer"));
   EXPECT_NE(file.namedExports.at("QV_CreateJavaVM"), file.namedExports.at("QV_SetJavaVMDebugMode"));
 }
 
-TEST(HostLibraryExportsTest, AreTheTwelveOrdinalsWithoutNames) {
-  const PeFile file = ReadPeFile(HostLibraryFile());
-  EXPECT_EQ(Ordinals(file), FromTo(1, 12));
-  EXPECT_TRUE(file.namedExports.empty());
-  EXPECT_EQ(file.forwardedExports, std::set<std::string>{});
-}
-
-TEST(HostLibraryExportsTest, OfTheLedgerBuildHaveItsControlsBehindThem) {
-  const PeFile file = ReadPeFile(LedgerFile());
-  std::set<uint16_t> want = FromTo(1, 12);
-  want.merge(FromTo(100, 115));
-  EXPECT_EQ(Ordinals(file), want);
-  EXPECT_TRUE(file.namedExports.empty());
+TEST(HostLibraryExportsTest, AreTheTwelveOrdinalsWithoutNamesAndInTheLedgerBuildItsControlsBehindThem) {
+  for (const std::wstring& path : {HostLibraryFile(), LedgerFile()}) {
+    const PeFile file = ReadPeFile(path);
+    std::set<uint16_t> want = FromTo(1, 12);
+    if (path == LedgerFile()) want.merge(FromTo(100, 115));
+    EXPECT_EQ(Ordinals(file), want);
+    EXPECT_TRUE(file.namedExports.empty());
+    EXPECT_EQ(file.forwardedExports, std::set<std::string>{});
+  }
 }
 
 // ---- imports ----
@@ -67,23 +59,23 @@ TEST(HostLibraryExportsTest, OfTheLedgerBuildHaveItsControlsBehindThem) {
 // What every 64-bit Windows has; a C++ or thread runtime of a compiler is not among them.
 const std::set<std::string> kSystemModules = {"advapi32.dll", "kernel32.dll", "msvcrt.dll", "user32.dll"};
 
-TEST(ServiceImportsTest, AreSystemModulesAndTheHostLibrary) {
-  const PeFile file = ReadPeFile(ServiceFile());
-  for (const auto& [dll, imports] : file.imports) {
-    EXPECT_TRUE(dll == "qvshr.dll" || kSystemModules.contains(dll)) << dll;
+TEST(ImportsTest, AreSystemModulesAndOfTheServiceTheHostLibrarysOrdinals) {
+  for (const std::wstring& path : {ServiceFile(), HostLibraryFile(), LedgerFile()}) {
+    const PeFile file = ReadPeFile(path);
+    const bool service = path == ServiceFile();
+    for (const auto& [dll, imports] : file.imports) {
+      EXPECT_TRUE((service && dll == "qvshr.dll") || kSystemModules.contains(dll)) << dll;
+    }
+    EXPECT_TRUE(file.imports.contains(service ? "kernel32.dll" : "advapi32.dll")) << "nothing was read";
+    EXPECT_FALSE(file.hasDelayImports);
+    if (!service) continue;
+    const PeImports& host = file.imports.at("qvshr.dll");
+    EXPECT_EQ(host.names, std::set<std::string>{});
+    EXPECT_EQ(host.ordinals, FromTo(1, 12));
   }
-  EXPECT_TRUE(file.imports.contains("kernel32.dll")) << "nothing was read";
-  EXPECT_FALSE(file.hasDelayImports);
 }
 
-TEST(ServiceImportsTest, OfTheHostLibraryAreOrdinalsAlone) {
-  const PeFile file = ReadPeFile(ServiceFile());
-  const PeImports& host = file.imports.at("qvshr.dll");
-  EXPECT_EQ(host.names, std::set<std::string>{});
-  EXPECT_EQ(host.ordinals, FromTo(1, 12));
-}
-
-TEST(ServiceImportsTest, HoldNothingThatWritesTheRegistryOrEndsThreads) {
+TEST(ImportsTest, OfTheServiceHoldNothingThatWritesTheRegistryOrEndsThreads) {
   const PeFile file = ReadPeFile(ServiceFile());
   for (const auto& [dll, imports] : file.imports) {
     for (const std::string& name : imports.names) {
@@ -91,15 +83,6 @@ TEST(ServiceImportsTest, HoldNothingThatWritesTheRegistryOrEndsThreads) {
       EXPECT_NE(name, "TerminateThread");
       EXPECT_NE(name, "DisableThreadLibraryCalls") << "the static runtime needs the calls";
     }
-  }
-}
-
-TEST(HostLibraryImportsTest, AreSystemModules) {
-  for (const std::wstring& path : {HostLibraryFile(), LedgerFile()}) {
-    const PeFile file = ReadPeFile(path);
-    for (const auto& [dll, imports] : file.imports) EXPECT_TRUE(kSystemModules.contains(dll)) << dll;
-    EXPECT_TRUE(file.imports.contains("advapi32.dll")) << "nothing was read";
-    EXPECT_FALSE(file.hasDelayImports);
   }
 }
 
@@ -117,87 +100,65 @@ TEST(ModuleFlagsTest, BothModulesMoveInTheWholeAddressSpaceAndKeepDataFromBeingE
     EXPECT_EQ(file.fileFlags & IMAGE_FILE_RELOCS_STRIPPED, 0) << "without relocations it cannot move";
     EXPECT_TRUE(file.hasRelocations) << "without relocations it cannot move";
     EXPECT_NE(file.fileFlags & IMAGE_FILE_LARGE_ADDRESS_AWARE, 0) << "high addresses are not for it";
-  }
-}
-
-TEST(ModuleFlagsTest, NoSectionIsBothWritableAndExecutable) {
-  for (const std::wstring& path : {ServiceFile(), HostLibraryFile()}) {
-    const PeFile file = ReadPeFile(path);
     EXPECT_GE(file.sections.size(), 4u) << "nothing was read";
     for (const PeSection& section : file.sections) {
       const bool both = (section.flags & IMAGE_SCN_MEM_WRITE) != 0 && (section.flags & IMAGE_SCN_MEM_EXECUTE) != 0;
-      EXPECT_FALSE(both) << ToUtf8(path) << ", section " << section.name;
+      EXPECT_FALSE(both) << "section " << section.name << " is both writable and executable";
     }
   }
 }
 
 // ---- version resources ----
 
-class VersionResource {
- public:
-  explicit VersionResource(const std::wstring& path) {
-    DWORD ignored = 0;
-    m_block.resize(GetFileVersionInfoSizeW(path.c_str(), &ignored));
-    if (!m_block.empty()) GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(m_block.size()), m_block.data());
-  }
-  [[nodiscard]] std::wstring Text(const std::wstring& name) const {
-    wchar_t* text = nullptr;
-    UINT units = 0;
-    const std::wstring place = L"\\StringFileInfo\\040904B0\\" + name;
-    if (m_block.empty() || !VerQueryValueW(m_block.data(), place.c_str(), reinterpret_cast<void**>(&text), &units)) {
-      return L"<none>";
-    }
-    return text;
-  }
-  [[nodiscard]] std::vector<DWORD> Numbers() const {
-    VS_FIXEDFILEINFO* fixed = nullptr;
-    UINT bytes = 0;
-    if (m_block.empty() || !VerQueryValueW(m_block.data(), L"\\", reinterpret_cast<void**>(&fixed), &bytes)) return {};
-    return {fixed->dwFileVersionMS, fixed->dwFileVersionLS, fixed->dwFileType};
-  }
-
- private:
-  std::vector<char> m_block;
-};
+// A value of a version resource; null when there is none.
+template <class Value>
+const Value* VersionValue(const std::vector<char>& resource, const std::wstring& place) {
+  void* value = nullptr;
+  UINT size = 0;
+  return !resource.empty() && VerQueryValueW(resource.data(), place.c_str(), &value, &size) != FALSE
+             ? static_cast<const Value*>(value)
+             : nullptr;
+}
 
 TEST(VersionResourceTest, BothModulesSayWhatTheyAre) {
-  const struct {
-    std::wstring path;
-    const wchar_t* fileName;
-  } rows[] = {{ServiceFile(), L"qvjvm.dll"}, {HostLibraryFile(), L"qvshr.dll"}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(ToUtf8(row.path));
-    const VersionResource version(row.path);
-    EXPECT_EQ(version.Numbers(), (std::vector<DWORD>{0x00010000, 0, VFT_DLL}));
-    EXPECT_EQ(version.Text(L"FileVersion"), L"1.0.0.0");
-    EXPECT_EQ(version.Text(L"ProductVersion"), L"1.0.0.0");
-    EXPECT_EQ(version.Text(L"OriginalFilename"), row.fileName);
+  for (const auto& [path, fileName] :
+       {std::pair(ServiceFile(), L"qvjvm.dll"), std::pair(HostLibraryFile(), L"qvshr.dll")}) {
+    SCOPED_TRACE(ToUtf8(path));
+    DWORD ignored = 0;
+    std::vector<char> resource(GetFileVersionInfoSizeW(path.c_str(), &ignored));
+    GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(resource.size()), resource.data());
+    const auto* const fixed = VersionValue<VS_FIXEDFILEINFO>(resource, L"\\");
+    ASSERT_NE(fixed, nullptr);
+    EXPECT_EQ(fixed->dwFileVersionMS, 0x00010000u);
+    EXPECT_EQ(fixed->dwFileVersionLS, 0u);
+    EXPECT_EQ(fixed->dwFileType, DWORD{VFT_DLL});
+    const auto text = [&](const std::wstring& name) {
+      const auto* const found = VersionValue<wchar_t>(resource, L"\\StringFileInfo\\040904B0\\" + name);
+      return std::wstring(found != nullptr ? found : L"");
+    };
+    EXPECT_EQ(text(L"FileVersion"), L"1.0.0.0");
+    EXPECT_EQ(text(L"ProductVersion"), L"1.0.0.0");
+    EXPECT_EQ(text(L"OriginalFilename"), fileName);
     for (const wchar_t* name : {L"FileDescription", L"ProductName", L"InternalName"}) {
-      EXPECT_GT(version.Text(name).size(), 0u) << ToUtf8(name);
-      EXPECT_NE(version.Text(name), L"<none>") << ToUtf8(name);
+      EXPECT_NE(text(name), L"") << ToUtf8(name);
     }
   }
 }
 
 // ---- the reader itself ----
 
-TEST(PeFileTest, ReadsAModuleThatIsKnown) {
-  // The test program: it imports the host library by ordinal and the system by name, and exports nothing.
+TEST(PeFileTest, ReadsTheTestProgramAndNamedAndForwardedExportsOfTheSystem) {
   wchar_t path[1024] = {};
   GetModuleFileNameW(nullptr, path, 1024);
-  const PeFile file = ReadPeFile(path);
-  EXPECT_EQ(file.fileFlags & IMAGE_FILE_DLL, 0);
-  EXPECT_TRUE(file.imports.at("version.dll").names.contains("VerQueryValueW"));
-  EXPECT_TRUE(file.imports.at("kernel32.dll").names.contains("GetModuleFileNameW"));
-  EXPECT_TRUE(file.namedExports.empty());
-}
-
-TEST(PeFileTest, ReadsNamedAndForwardedExports) {
-  wchar_t folder[MAX_PATH] = {};
-  GetSystemDirectoryW(folder, MAX_PATH);
-  const PeFile file = ReadPeFile(std::wstring(folder) + L"\\kernel32.dll");
-  EXPECT_TRUE(file.namedExports.contains("GetProcAddress"));
-  EXPECT_FALSE(file.forwardedExports.empty());
+  const PeFile program = ReadPeFile(path);
+  EXPECT_EQ(program.fileFlags & IMAGE_FILE_DLL, 0);
+  EXPECT_TRUE(program.imports.at("version.dll").names.contains("VerQueryValueW"));
+  EXPECT_TRUE(program.imports.at("kernel32.dll").names.contains("GetModuleFileNameW"));
+  EXPECT_TRUE(program.namedExports.empty());
+  GetSystemDirectoryW(path, 1024);
+  const PeFile kernel = ReadPeFile(std::wstring(path) + L"\\kernel32.dll");
+  EXPECT_TRUE(kernel.namedExports.contains("GetProcAddress"));
+  EXPECT_FALSE(kernel.forwardedExports.empty());
 }
 
 }  // namespace

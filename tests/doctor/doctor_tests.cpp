@@ -7,8 +7,11 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <initializer_list>
 #include <memory>
+#include <sstream>
 
+#include "base/handle.h"
 #include "doctor/collect.h"
 #include "doctor/judge.h"
 #include "doctor/print.h"
@@ -17,6 +20,8 @@
 #include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
+#include "tests/support/pinned.h"
+#include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
@@ -25,17 +30,17 @@ namespace qvtest {
 namespace {
 
 constexpr size_t kFirstScreen = 24;
-const std::wstring kQuovant = L"Software\\Harlowe\\Quovant\\19.0";
+const std::wstring kQuovant = kQuovantRoot;
+const std::wstring kJava = kQuovant + L"\\Java";
 const std::wstring kConfig = kQuovant + L"\\Java\\QVIDEConfig";
 
 // A machine on which both kinds of host start: a runtime, and a known host's settings.
-class SoundMachine {
+class SoundMachine : private Pinned {
  public:
   SoundMachine() {
     folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm.dll", L"service\\qvjvm.dll");
     MakeRuntime(L"java", "17.0.9");
-    registry.SetText(Hive::Machine, kQuovant + L"\\Java", L"JDKLocation", folder.Path(L"java"));
-    registry.SetText(Hive::Machine, kQuovant + L"\\Java", L"JREBinLocation", folder.Path(L"java\\bin\\server"));
+    registry.SetLocations(kQuovant, folder.Path(L"java"), folder.Path(L"java\\bin\\server"));
     registry.SetList(Hive::Machine, kConfig + L"\\QVSysclasspath", {L"C:\\one.jar"});
     SetOptions({L"-Xmx128m"});
     registry.CreateKey(Hive::Machine, kConfig + L"\\QVJVMprops");
@@ -46,12 +51,7 @@ class SoundMachine {
     SetVariable(L"CLASSPATH", std::nullopt);
   }
 
-  ~SoundMachine() {
-    if (held != INVALID_HANDLE_VALUE) CloseHandle(held);
-    SetFileAttributesW(folder.Path(L"log\\vm.out").c_str(), FILE_ATTRIBUTE_NORMAL);
-  }
-  SoundMachine(const SoundMachine&) = delete;
-  SoundMachine& operator=(const SoundMachine&) = delete;
+  ~SoundMachine() { SetFileAttributesW(folder.Path(L"log\\vm.out").c_str(), FILE_ATTRIBUTE_NORMAL); }
 
   void MakeRuntime(const std::wstring& name, const std::string& version) const {
     folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm.dll", name + L"\\bin\\server\\jvm.dll");
@@ -70,28 +70,19 @@ class SoundMachine {
     QvshrLedgerOverrideFolder(1, path.c_str());
   }
   [[nodiscard]] std::wstring JvmDll() const { return folder.Path(L"java\\bin\\server\\jvm.dll"); }
+  void ChangeJvm(const std::function<std::string(const std::string& content)>& change) const {
+    folder.WriteFile(L"java\\bin\\server\\jvm.dll", change(ReadWholeFile(JvmDll())));
+  }
 
   TempFolder folder;
   RegistrySandbox registry;
-  HANDLE held = INVALID_HANDLE_VALUE;  // a file that nobody else may open
+  qv::Handle held;  // a file that nobody else may open
 
  private:
   std::vector<std::unique_ptr<EnvironmentScope>> m_variables;
 };
 
-void Overwrite(const std::wstring& path, const std::string& content) {
-  FILE* const file = _wfopen(path.c_str(), L"wb");
-  std::fwrite(content.data(), 1, content.size(), file);
-  std::fclose(file);
-}
-
-void SetMachine(const std::wstring& path, unsigned short machine) {
-  Overwrite(path, ForMachine(ReadWholeFile(path), machine));
-}
-
 using Break = std::function<void(SoundMachine&)>;
-
-const std::wstring kJava = kQuovant + L"\\Java";
 
 Break Variable(const wchar_t* name, std::optional<std::wstring> value) {
   return [=](SoundMachine& machine) { machine.SetVariable(name, value); };
@@ -101,10 +92,12 @@ Break JavaHomeBelow(const wchar_t* before, const wchar_t* relative, const wchar_
       [=](SoundMachine& machine) { machine.SetVariable(L"JAVA_HOME", before + machine.folder.Path(relative) + after); };
 }
 Break JvmFor(unsigned short processor) {
-  return [=](SoundMachine& machine) { SetMachine(machine.JvmDll(), processor); };
+  return [=](SoundMachine& machine) {
+    machine.ChangeJvm([=](const std::string& content) { return ForMachine(content, processor); });
+  };
 }
 Break JvmHolds(std::string content) {
-  return [=](SoundMachine& machine) { Overwrite(machine.JvmDll(), content); };
+  return [=](SoundMachine& machine) { machine.ChangeJvm([=](const std::string&) { return content; }); };
 }
 Break FileGone(const wchar_t* relative) {
   return [=](SoundMachine& machine) { std::filesystem::remove_all(machine.folder.Path(relative)); };
@@ -164,13 +157,15 @@ const Case kCases[] = {
     {"AnArmRuntime", kUnknown, JvmFor(0xAA64), L"is for ARM64, not x64"},
     {"AnEmptyJvm", kUnknown, JvmHolds(""), L"is damaged"},
     {"ATruncatedJvm", kUnknown,
-     [](SoundMachine& machine) { Overwrite(machine.JvmDll(), ReadWholeFile(machine.JvmDll()).substr(0, 600)); },
+     [](SoundMachine& machine) {
+       machine.ChangeJvm([](const std::string& content) { return content.substr(0, 600); });
+     },
      L"is damaged"},
     {"ATextInTheJvmsPlace", kUnknown, JvmHolds(std::string(10000, 'x')), L"is damaged"},
     {"AJvmThatCannotBeRead", kUnknown,
      [](SoundMachine& machine) {
-       machine.held =
-           CreateFileW(machine.JvmDll().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+       machine.held.Reset(
+           CreateFileW(machine.JvmDll().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
      },
      L"cannot be read"},
     {"ARuntimeWithoutLib", kUnknown, FileGone(L"java\\lib"), L"the runtime has no folder lib"},
@@ -237,13 +232,11 @@ class DoctorCase : public testing::TestWithParam<Case> {};
 
 // The first screen as one line: findings are wrapped at any blank.
 std::wstring FirstScreen(const std::wstring& text) {
+  std::wistringstream lines(text);
   std::wstring screen;
-  size_t begin = 0;
-  for (size_t line = 0; line < kFirstScreen && begin < text.size(); ++line) {
-    const size_t end = std::min(text.find(L'\n', begin), text.size());
-    const size_t first = std::min(text.find_first_not_of(L' ', begin), end);
-    screen += text.substr(first, end - first) + L" ";
-    begin = end + 1;
+  std::wstring line;
+  for (size_t number = 0; number < kFirstScreen && std::getline(lines, line); ++number) {
+    screen += line.substr(std::min(line.find_first_not_of(L' '), line.size())) + L" ";
   }
   return screen;
 }
@@ -268,23 +261,22 @@ TEST_P(DoctorCase, NamesTheCauseOnItsFirstScreen) {
 INSTANTIATE_TEST_SUITE_P(Machines, DoctorCase, testing::ValuesIn(kCases),
                          [](const testing::TestParamInfo<Case>& one) { return std::string(one.param.name); });
 
+void ExpectParts(const std::wstring& text, std::initializer_list<const wchar_t*> parts) {
+  for (const wchar_t* const part : parts) {
+    EXPECT_NE(text.find(part), std::wstring::npos) << ToUtf8(part) << " is missing in:\n" << ToUtf8(text);
+  }
+}
+
 TEST(Doctor, TellsEachSettingWithItsOrigin) {
   SoundMachine machine;
   machine.SetVariable(L"CLASSPATH", std::wstring(L"C:\\x.jar"));
-  const doctor::Facts facts = Examine(machine, L"qv190.exe");
-  const std::wstring text = doctor::AsText(facts, false);
-  for (const wchar_t* const part :
-       {L"Quovant", L"[environment]", L"[registry", L"the service", L"registry Java\\QVIDEConfig\\QVJVMconfig",
-        L"C:\\x.jar  (missing)", L"+ .\n", L"17.0.9"}) {
-    EXPECT_NE(text.find(part), std::wstring::npos) << ToUtf8(part) << " is missing in:\n" << ToUtf8(text);
-  }
-  size_t begin = 0;
-  for (size_t end = text.find(L'\n'); end != std::wstring::npos; begin = end + 1, end = text.find(L'\n', begin)) {
-    const std::wstring line = text.substr(begin, end - begin);
+  const std::wstring text = doctor::AsText(Examine(machine, L"qv190.exe"), false);
+  ExpectParts(text, {L"Quovant", L"[environment]", L"[registry", L"the service",
+                     L"registry Java\\QVIDEConfig\\QVJVMconfig", L"C:\\x.jar  (missing)", L"+ .\n", L"17.0.9"});
+  std::wistringstream lines(text);
+  for (std::wstring line; std::getline(lines, line);) {
     // Only a path or an option, which is there to be copied, may be longer than a line.
-    if (line.size() > 80) {
-      EXPECT_NE(line.find(L'\\'), std::wstring::npos) << ToUtf8(line);
-    }
+    EXPECT_TRUE(line.size() <= 80 || line.find(L'\\') != std::wstring::npos) << ToUtf8(line);
   }
 }
 
@@ -294,11 +286,9 @@ TEST(Doctor, TellsOfEachListWhereTheServiceTookItFrom) {
   // A list without a Count: the service takes the built-in one.
   machine.registry.SetText(Hive::Machine, config + L"\\QVJVMconfig", L"0", L"-Xint");
   machine.registry.SetText(Hive::Machine, config + L"\\QVJVMprops", L"p", L"v");
-  const std::wstring text = doctor::AsText(Examine(machine, kUnknown), false);
-  for (const wchar_t* const part : {L"-Xmx128m\n      default tree Java\\QVRTConfig\\QVJVMconfig\n",
-                                    L"-Dp=v\n      registry Java\\QVRTConfig\\QVJVMprops\n"}) {
-    EXPECT_NE(text.find(part), std::wstring::npos) << ToUtf8(part) << " is missing in:\n" << ToUtf8(text);
-  }
+  ExpectParts(doctor::AsText(Examine(machine, kUnknown), false),
+              {L"-Xmx128m\n      default tree Java\\QVRTConfig\\QVJVMconfig\n",
+               L"-Dp=v\n      registry Java\\QVRTConfig\\QVJVMprops\n"});
 }
 
 TEST(Doctor, AWrongJavaHomeIsTheCauseWhenNoRuntimeIsFound) {

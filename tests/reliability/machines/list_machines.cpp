@@ -22,32 +22,28 @@ Machine Unconfigured(const char* name, Break breakIt, const Host& host = kUnknow
           .host = host};
 }
 
-Machine Configured(const char* name, Break breakIt, const char* note = "", const Host& host = kUnknownHost) {
-  return {.name = name, .breakIt = std::move(breakIt), .first = First::Starts, .note = note, .host = host};
-}
-
 // A value of the options' list, of the archives' or of the product's key.
 Break RawOption(const wchar_t* value, DWORD type, const Bytes& bytes) {
   return [=](World& world) {
     world.Configure();
-    world.BreakValue(world.ConfigKey(kOptions), value, type, bytes);
+    world.Spoil().SetRaw(Hive::Machine, world.ConfigKey(kOptions), value, type, bytes);
   };
 }
 Break OptionCount(const wchar_t* count) {
   return [=](World& world) {
     world.Configure();
-    world.BreakText(world.ConfigKey(kOptions), L"Count", count);
+    world.Spoil().SetText(Hive::Machine, world.ConfigKey(kOptions), L"Count", count);
   };
 }
 Break ArchiveCount(const wchar_t* count) {
-  return [=](World& world) { world.BreakText(world.ConfigKey(kArchives), L"Count", count); };
+  return [=](World& world) { world.Spoil().SetText(Hive::Machine, world.ConfigKey(kArchives), L"Count", count); };
 }
 Break WithoutKey(const wchar_t* list) {
-  return [=](World& world) { world.DropKey(world.ConfigKey(list)); };
+  return [=](World& world) { world.Spoil().DeleteKey(Hive::Machine, world.ConfigKey(list)); };
 }
 
 void WithoutProduct(World& world) {
-  world.DropKey(world.ProductRoot());
+  world.Spoil().DeleteKey(Hive::Machine, world.host.root);
   world.NotFound();
 }
 
@@ -58,22 +54,22 @@ Bytes Odd(std::wstring_view text) {
 }
 
 const Machine kLists[] = {
-    Configured("option Count -5", OptionCount(L"-5")),
-    Configured("option Count 0", OptionCount(L"0")),
-    Configured("option Count 1x", OptionCount(L"1x"), "is 1"),
-    Configured("option Count is no number", OptionCount(L"many"), "is 0"),
-    Configured(
+    Works("option Count -5", OptionCount(L"-5")),
+    Works("option Count 0", OptionCount(L"0")),
+    Works("option Count 1x", OptionCount(L"1x"), "is 1"),
+    Works("option Count is no number", OptionCount(L"many"), "is 0"),
+    Works(
         "option Count is missing",
         [](World& world) {
           world.Configure();
-          world.Registry().DeleteValue(Hive::Machine, world.ConfigKey(kOptions), L"Count");
+          world.registry.DeleteValue(Hive::Machine, world.ConfigKey(kOptions), L"Count");
         },
         "the built-in options"),
-    Configured("option Count is a DWORD", RawOption(L"Count", REG_DWORD, {1, 0, 0, 0}), "the built-in options"),
+    Works("option Count is a DWORD", RawOption(L"Count", REG_DWORD, {1, 0, 0, 0}), "the built-in options"),
     Unconfigured("option Count 5, 3 present",
                  [](World& world) {
                    world.Options({L"-Xmx64m", L"-Xint", L"-Da=b"});
-                   world.BreakText(world.ConfigKey(kOptions), L"Count", L"5");
+                   world.Spoil().SetText(Hive::Machine, world.ConfigKey(kOptions), L"Count", L"5");
                  }),
     Unconfigured("option Count 12abc", OptionCount(L"12abc")),
     Unconfigured("option Count 2147483647", OptionCount(L"2147483647")),
@@ -81,46 +77,49 @@ const Machine kLists[] = {
     Unconfigured("option Count 1000000", OptionCount(L"1000000")),
     Unconfigured("an option is a DWORD", RawOption(L"0", REG_DWORD, {1, 0, 0, 0})),
     Unconfigured("an option is binary", RawOption(L"0", REG_BINARY, Unterminated(L"-Xmx64m"))),
-    Configured("an option without its terminator", RawOption(L"0", REG_SZ, Unterminated(L"-Xmx64m"))),
-    Configured("an option of an odd number of bytes", RawOption(L"0", REG_SZ, Odd(L"-Xmx64m"))),
+    Works("an option without its terminator", RawOption(L"0", REG_SZ, Unterminated(L"-Xmx64m"))),
+    Works("an option of an odd number of bytes", RawOption(L"0", REG_SZ, Odd(L"-Xmx64m"))),
     Unconfigured("an option of 0 bytes", RawOption(L"0", REG_SZ, {})),
-    Configured("an option of 1 MiB", RawOption(L"0", REG_SZ, Unterminated(L"-Dlong=" + std::wstring(524281, L'v')))),
-    Configured("100 properties, one of 1 MiB",
-               [](World& world) {
-                 world.Configure();
-                 for (int i = 0; i < 100; ++i) {
-                   world.BreakText(world.ConfigKey(kProperties), L"name" + std::to_wstring(i), std::to_wstring(i));
-                 }
-                 world.BreakText(world.ConfigKey(kProperties), L"long", std::wstring(524287, L'v'));
-               }),
+    Works("an option of 1 MiB", RawOption(L"0", REG_SZ, Unterminated(L"-Dlong=" + std::wstring(524281, L'v')))),
+    Works("100 properties, one of 1 MiB",
+          [](World& world) {
+            world.Configure();
+            for (int i = 0; i < 100; ++i) {
+              world.Spoil().SetText(Hive::Machine, world.ConfigKey(kProperties), L"name" + std::to_wstring(i),
+                                    std::to_wstring(i));
+            }
+            world.Spoil().SetText(Hive::Machine, world.ConfigKey(kProperties), L"long", std::wstring(524287, L'v'));
+          }),
 
-    Configured("archive Count -5", ArchiveCount(L"-5"), "", kQuovantHost),
-    Configured("archive Count 12abc", ArchiveCount(L"12abc"), "is 12, 2 present", kQuovantHost),
-    Configured("archive Count 2147483647", ArchiveCount(L"2147483647"), "", kQuovantHost),
-    Configured("archive Count 4294967300", ArchiveCount(L"4294967300"), "", kQuovantHost),
-    Configured(
+    Works("archive Count -5", ArchiveCount(L"-5"), "", kQuovantHost),
+    Works("archive Count 12abc", ArchiveCount(L"12abc"), "is 12, 2 present", kQuovantHost),
+    Works("archive Count 2147483647", ArchiveCount(L"2147483647"), "", kQuovantHost),
+    Works("archive Count 4294967300", ArchiveCount(L"4294967300"), "", kQuovantHost),
+    Works(
         "archive Count 5, 3 present",
         [](World& world) {
-          world.Registry().SetText(Hive::Machine, world.ConfigKey(kArchives), L"4", L"C:\\five.jar");
-          world.BreakText(world.ConfigKey(kArchives), L"Count", L"5");
+          world.registry.SetText(Hive::Machine, world.ConfigKey(kArchives), L"4", L"C:\\five.jar");
+          world.Spoil().SetText(Hive::Machine, world.ConfigKey(kArchives), L"Count", L"5");
         },
         "", kQuovantHost),
-    Configured(
+    Works(
         "an archive of 1 MiB",
         [](World& world) {
-          world.BreakValue(world.ConfigKey(kArchives), L"1", REG_SZ, Unterminated(std::wstring(524288, L'a')));
+          world.Spoil().SetRaw(Hive::Machine, world.ConfigKey(kArchives), L"1", REG_SZ,
+                               Unterminated(std::wstring(524288, L'a')));
         },
         "", kQuovantHost),
-    Configured(
+    Works(
         "the user's list with a Count of 2147483647",
         [](World& world) {
           const std::wstring list = std::wstring(kQuovantHost.root) + L"\\ClassPath";
-          world.Registry().SetText(Hive::User, list, L"Count", L"2147483647");
-          world.Registry().SetText(Hive::User, list, L"0", L"C:\\mine.jar");
+          world.registry.SetText(Hive::User, list, L"Count", L"2147483647");
+          world.registry.SetText(Hive::User, list, L"0", L"C:\\mine.jar");
         },
         "", kQuovantHost),
     Unconfigured(
-        "archive Count is missing", [](World& world) { world.DropValue(world.ConfigKey(kArchives), L"Count"); },
+        "archive Count is missing",
+        [](World& world) { world.Spoil().DeleteValue(Hive::Machine, world.ConfigKey(kArchives), L"Count"); },
         kQuovantHost, 1),
     Unconfigured("the archive list is missing", WithoutKey(kArchives), kQuovantHost, 1),
     Unconfigured("the option list is missing", WithoutKey(kOptions), kQuovantHost),
@@ -129,22 +128,22 @@ const Machine kLists[] = {
     Unconfigured(
         "JDKLocation is empty",
         [](World& world) {
-          world.BreakText(world.ProductKey(), L"JDKLocation", L"");
+          world.Spoil().SetText(Hive::Machine, world.ProductKey(), L"JDKLocation", L"");
           world.NotFound();
         },
         kQuovantHost),
     Unconfigured(
         "JREBinLocation is a DWORD",
         [](World& world) {
-          world.BreakValue(world.ProductKey(), L"JREBinLocation", REG_DWORD, {1, 0, 0, 0});
+          world.Spoil().SetRaw(Hive::Machine, world.ProductKey(), L"JREBinLocation", REG_DWORD, {1, 0, 0, 0});
           world.NotFound();
         },
         kQuovantHost),
-    Configured(
+    Works(
         "JREBinLocation without its terminator",
         [](World& world) {
-          const Bytes folder = Unterminated(world.Runtime() + L"\\bin\\server");
-          world.BreakValue(world.ProductKey(), L"JREBinLocation", REG_SZ, folder);
+          const Bytes folder = Unterminated(world.runtime + L"\\bin\\server");
+          world.Spoil().SetRaw(Hive::Machine, world.ProductKey(), L"JREBinLocation", REG_SZ, folder);
         },
         "", kQuovantHost),
 };
@@ -163,8 +162,8 @@ const Machine kHosts[] = {
     On(
         kQuovantHost, "qv190.exe, folders that lead nowhere",
         [](World& world) {
-          world.BreakText(world.ProductKey(), L"JDKLocation", L"C:\\gone");
-          world.BreakText(world.ProductKey(), L"JREBinLocation", L"C:\\gone\\bin");
+          world.Spoil().SetText(Hive::Machine, world.ProductKey(), L"JDKLocation", L"C:\\gone");
+          world.Spoil().SetText(Hive::Machine, world.ProductKey(), L"JREBinLocation", L"C:\\gone\\bin");
           world.PathFront(L"C:\\gone\\BIN;C:\\gone\\bin;");
         },
         First::Fails, Second::NotTriedAgain),
@@ -173,13 +172,13 @@ const Machine kHosts[] = {
     On(
         kJavaHost, "javaw.exe, no runtime on PATH",
         [](World& world) {
-          world.Break(L"PATH", kSystemPath, world.Runtime() + L"\\bin\\server;" + kSystemPath);
-          world.PathFrontAfterRepair(world.Runtime() + L"\\bin\\server;");
+          world.Break(L"PATH", kSystemPath, world.runtime + L"\\bin\\server;" + kSystemPath);
+          world.frontAfterRepair = world.runtime + L"\\bin\\server;";
         },
         First::Fails, Second::NotTriedAgain),
     On(kJavaHost, "javaw.exe, its option list is missing", WithoutKey(kOptions), First::Fails, Second::Starts),
-    On(kEclipseHost, "eclipse.exe, a runtime on PATH"),
-    On(kOlderHost, "qv195.exe, which is no known host, without a registry"),
+    On({L"eclipse.exe", Host::JavaProgram, kLoomhallRoot}, "eclipse.exe, a runtime on PATH"),
+    On({L"qv195.exe", Host::Unknown, kQuovantRoot}, "qv195.exe, which is no known host, without a registry"),
 };
 
 QV_MACHINES(HostMachines, 5, kHosts);

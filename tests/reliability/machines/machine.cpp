@@ -64,35 +64,35 @@ Bytes Unterminated(std::wstring_view text) {
   return {first, first + text.size() * sizeof(wchar_t)};
 }
 
-World::World(int runtime, const Host& host) : m_version(runtime), m_host(host) {
+World::World(int javaVersion, const Host& program) : version(javaVersion), host(program) {
   const std::wstring bin = ProgramFolder();
   for (const auto& [source, name] : {std::pair(bin + L"\\..\\qvjvm.dll", std::wstring(L"qvjvm.dll")),
                                      std::pair(bin + L"\\qvshr.dll", std::wstring(L"qvshr.dll")),
-                                     std::pair(bin + L"\\machine_host.exe", std::wstring(m_host.name))}) {
-    m_folder.CopyIn(source, L"host\\" + name);
+                                     std::pair(bin + L"\\machine_host.exe", std::wstring(host.name))}) {
+    folder.CopyIn(source, L"host\\" + name);
   }
-  m_folder.MakeFolder(L"log");
-  m_workFolder = m_folder.MakeFolder(L"work");
-  m_folder.MakeFolder(L"aside");
+  folder.MakeFolder(L"log");
+  workFolder = folder.MakeFolder(L"work");
+  folder.MakeFolder(L"aside");
   Variable(L"PATH", kSystemPath);
   Variable(L"CLASSPATH", std::nullopt);
   for (const wchar_t* name : {L"JAVA_TOOL_OPTIONS", L"_JAVA_OPTIONS", L"JDK_JAVA_OPTIONS"})
     Variable(name, std::nullopt);
-  UseRuntime(InstalledRuntime(runtime));
+  UseRuntime(InstalledRuntime(version));
 }
 
 World::~World() {
-  for (const HANDLE file : m_locked) CloseHandle(file);
+  m_locked.clear();
   // What is too deep for the folder's own end; a program that just ended may still be leaving its files.
   for (int attempt = 0; m_ownRuntime && attempt < 200; ++attempt) {
-    RemoveTree(m_runtime);
-    if (!FileExists(Long(m_runtime))) break;
+    RemoveTree(runtime);
+    if (!FileExists(Long(runtime))) break;
     Sleep(50);
   }
 }
 
-std::wstring World::InstalledRuntime(int version) {
-  return ReadVariable(L"QV_TEST_INSTALLATIONS").value_or(L"") + L"\\" + std::to_wstring(version) + L"\\JRE";
+std::wstring World::InstalledRuntime(int javaVersion) {
+  return ReadVariable(L"QV_TEST_INSTALLATIONS").value_or(L"") + L"\\" + std::to_wstring(javaVersion) + L"\\JRE";
 }
 
 namespace {
@@ -116,13 +116,13 @@ std::wstring CopiedRuntime(int version) {
 }  // namespace
 
 void World::MakeRuntime(const std::wstring& place) const {
-  const std::wstring source = CopiedRuntime(m_version);
+  const std::wstring source = CopiedRuntime(version);
   EXPECT_TRUE(FileExists(source + L"\\bin\\server\\jvm.dll")) << ToUtf8(source);
   for (size_t slash = place.find(L'\\', 3); slash != std::wstring::npos; slash = place.find(L'\\', slash + 1)) {
     CreateDirectoryW(Long(place.substr(0, slash)).c_str(), nullptr);
   }
   CreateDirectoryW(Long(place).c_str(), nullptr);
-  for (const wchar_t* folder : {L"\\bin", L"\\conf", L"\\lib"}) LinkTree(source + folder, place + folder);
+  for (const wchar_t* part : {L"\\bin", L"\\conf", L"\\lib"}) LinkTree(source + part, place + part);
 }
 
 std::wstring World::OwnRuntimeAt(const std::wstring& place) {
@@ -133,37 +133,32 @@ std::wstring World::OwnRuntimeAt(const std::wstring& place) {
 }
 
 void World::UseRuntime(const std::wstring& home) {
-  m_runtime = home;
-  if (m_host.kind == Host::JavaProgram) {
+  runtime = home;
+  if (host.kind == Host::JavaProgram) {
     Variable(L"PATH", home + L"\\bin\\server;" + kSystemPath);
-  } else if (m_host.kind == Host::Known) {
+  } else if (host.kind == Host::Known) {
     PathFront(home + L"\\BIN;" + home + L"\\bin\\server;");
   } else {
     Variable(L"JAVA_HOME", home);
     PathFront(home + L"\\BIN\\SERVER;");
   }
-  if (m_host.kind != Host::Unknown) Configure();
+  if (host.kind != Host::Unknown) Configure();
 }
 
 void World::Configure() {
-  m_registry.SetList(Hive::Machine, ConfigKey(L"QVSysclasspath"), {L"C:\\product\\one.jar", L"C:\\product\\two.jar"});
-  m_registry.SetList(Hive::Machine, ConfigKey(L"QVJVMconfig"), {L"-Xmx64m"});
-  m_registry.SetText(Hive::Machine, ConfigKey(L"QVJVMprops"), L"any.property", L"1");
-  if (m_host.kind != Host::Unknown) ConfigureFolders();
-}
-
-void World::ConfigureFolders() {
-  m_registry.SetText(Hive::Machine, ProductKey(), L"JDKLocation", m_runtime);
-  m_registry.SetText(Hive::Machine, ProductKey(), L"JREBinLocation", m_runtime + L"\\bin\\server");
+  registry.SetList(Hive::Machine, ConfigKey(L"QVSysclasspath"), {L"C:\\product\\one.jar", L"C:\\product\\two.jar"});
+  registry.SetList(Hive::Machine, ConfigKey(L"QVJVMconfig"), {L"-Xmx64m"});
+  registry.SetText(Hive::Machine, ConfigKey(L"QVJVMprops"), L"any.property", L"1");
+  if (host.kind != Host::Unknown) ConfigureFolders();
 }
 
 void World::Remove(const std::wstring& relative) {
   if (!m_ownRuntime) OwnRuntime();
-  const std::wstring place = m_runtime + L"\\" + relative;
-  const std::wstring aside = m_folder.Path(L"aside\\" + std::to_wstring(m_hidden++));
+  const std::wstring place = runtime + L"\\" + relative;
+  const std::wstring aside = folder.Path(L"aside\\" + std::to_wstring(m_hidden++));
   Move(place, aside);
   // A library that was mapped cannot be deleted, but renamed.
-  Repair([place, aside] {
+  repairs.push_back([place, aside] {
     if (FileExists(place)) Move(place, aside + L".broken");
     Move(aside, place);
   });
@@ -171,36 +166,27 @@ void World::Remove(const std::wstring& relative) {
 
 void World::Replace(const std::wstring& relative, const std::string& content) {
   Remove(relative);
-  const HANDLE file = CreateFileW((m_runtime + L"\\" + relative).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  const qv::Handle file(CreateFileW((runtime + L"\\" + relative).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr));
   DWORD written = 0;
-  EXPECT_NE(WriteFile(file, content.data(), static_cast<DWORD>(content.size()), &written, nullptr), FALSE);
-  CloseHandle(file);
+  EXPECT_NE(WriteFile(file.Get(), content.data(), static_cast<DWORD>(content.size()), &written, nullptr), FALSE);
 }
 
 void World::ReplaceByFolder(const std::wstring& relative) {
   Remove(relative);
-  EXPECT_NE(CreateDirectoryW((m_runtime + L"\\" + relative).c_str(), nullptr), FALSE);
+  EXPECT_NE(CreateDirectoryW((runtime + L"\\" + relative).c_str(), nullptr), FALSE);
 }
 
 void World::Copy(const std::wstring& source, const std::wstring& relative) {
   Remove(relative);
-  EXPECT_NE(CopyFileW(source.c_str(), (m_runtime + L"\\" + relative).c_str(), TRUE), FALSE) << GetLastError();
+  EXPECT_NE(CopyFileW(source.c_str(), (runtime + L"\\" + relative).c_str(), TRUE), FALSE) << GetLastError();
 }
 
 void World::Lock(const std::wstring& relative) {
-  const HANDLE file = CreateFileW((m_runtime + L"\\" + relative).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                  OPEN_EXISTING, 0, nullptr);
-  ASSERT_NE(file, INVALID_HANDLE_VALUE) << GetLastError();
-  m_locked.push_back(file);
-  Repair([this] {
-    for (const HANDLE locked : m_locked) CloseHandle(locked);
-    m_locked.clear();
-  });
-}
-
-void World::Variable(const std::wstring& name, const std::optional<std::wstring>& value) {
-  m_environment[name] = value;
+  const std::wstring path = runtime + L"\\" + relative;
+  m_locked.emplace_back(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+  EXPECT_TRUE(m_locked.back()) << GetLastError();
+  repairs.push_back([this] { m_locked.clear(); });
 }
 
 void World::Break(const std::wstring& name, const std::optional<std::wstring>& value,
@@ -214,86 +200,33 @@ void World::Break(const std::wstring& name, const std::optional<std::wstring>& v
 }
 
 std::wstring World::ConfigKey(const std::wstring& list) const {
-  return ProductKey() + (m_host.kind == Host::Unknown ? L"\\QVRTConfig\\" : L"\\QVIDEConfig\\") + list;
+  return ProductKey() + (host.kind == Host::Unknown ? L"\\QVRTConfig\\" : L"\\QVIDEConfig\\") + list;
 }
 
-void World::BreakValue(const std::wstring& key, const std::wstring& name, DWORD type, const Bytes& bytes) {
-  m_registry.SetRaw(Hive::Machine, key, name, type, bytes);
-  Repair([this] { Configure(); });
-}
-
-void World::BreakText(const std::wstring& key, const std::wstring& name, const std::wstring& text) {
-  m_registry.SetText(Hive::Machine, key, name, text);
-  Repair([this] { Configure(); });
-}
-
-void World::DropValue(const std::wstring& key, const std::wstring& name) {
-  m_registry.DeleteValue(Hive::Machine, key, name);
-  Repair([this] { Configure(); });
-}
-
-void World::DropKey(const std::wstring& key) {
-  m_registry.DeleteKey(Hive::Machine, key);
-  Repair([this] { Configure(); });
+RegistrySandbox& World::Spoil() {
+  repairs.push_back([this] { Configure(); });
+  return registry;
 }
 
 void World::Options(const std::vector<std::wstring>& options) {
   Configure();
-  m_registry.SetList(Hive::Machine, ConfigKey(L"QVJVMconfig"), options);
-  Repair([this] { Configure(); });
+  Spoil().SetList(Hive::Machine, ConfigKey(L"QVJVMconfig"), options);
 }
 
 ChildOptions World::Child() const {
   ChildOptions options;
-  options.environment = m_environment;
-  options.workFolder = m_workFolder;
+  options.environment = environment;
+  options.workFolder = workFolder;
   options.limitMs = 120000;
-  options.arguments = {L"machine", m_registry.Path(Hive::Machine), L"user", m_registry.Path(Hive::User),
-                       L"log",     m_folder.Path(L"log")};
-  for (const auto& [key, value] : m_arguments) options.arguments.insert(options.arguments.end(), {key, value});
+  options.arguments = {L"machine", registry.Path(Hive::Machine), L"user", registry.Path(Hive::User),
+                       L"log",     folder.Path(L"log")};
+  for (const auto& [key, value] : arguments) options.arguments.insert(options.arguments.end(), {key, value});
   return options;
 }
 
 std::string World::Log() const {
-  const std::wstring log = m_folder.Path(L"log\\vm.out");
+  const std::wstring log = folder.Path(L"log\\vm.out");
   return FileExists(log) ? ReadWholeFile(log) : "";
-}
-
-Machine NotLoaded(const char* name, Break breakIt) {
-  return {.name = name, .breakIt = std::move(breakIt), .first = First::Fails, .second = Second::NotTriedAgain};
-}
-
-Machine Ended(const char* name, Break breakIt, int startsFrom) {
-  return {.name = name,
-          .breakIt = std::move(breakIt),
-          .first = First::EndsTheProcess,
-          .dependsOnRuntime = true,
-          .startsFrom = startsFrom};
-}
-
-Machine Works(const char* name, Break breakIt, const char* note) {
-  return {.name = name, .breakIt = std::move(breakIt), .first = First::Starts, .note = note};
-}
-
-Machine OnEach(Machine machine) {
-  machine.dependsOnRuntime = true;
-  return machine;
-}
-
-Break Remove(const wchar_t* relative) {
-  return [=](World& world) { world.Remove(relative); };
-}
-Break Replace(const wchar_t* relative, const std::string& content) {
-  return [=](World& world) { world.Replace(relative, content); };
-}
-Break Options(const std::vector<std::wstring>& options) {
-  return [=](World& world) { world.Options(options); };
-}
-Break Variable(const wchar_t* name, const std::optional<std::wstring>& value) {
-  return [=](World& world) { world.Variable(name, value); };
-}
-Break ClassPath(const std::wstring& path) {
-  return [=](World& world) { world.Argument(L"classpath", path); };
 }
 
 }  // namespace qvtest

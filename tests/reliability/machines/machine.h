@@ -13,7 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "base/handle.h"
 #include "tests/support/child_process.h"
+#include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
 
@@ -27,13 +29,10 @@ struct Host {
   Kind kind;
   const wchar_t* root;
 };
-inline constexpr Host kUnknownHost{L"report.exe", Host::Unknown, L"Software\\Harlowe\\Quovant\\19.0"};
-inline constexpr Host kOlderHost{L"qv195.exe", Host::Unknown, L"Software\\Harlowe\\Quovant\\19.0"};
-inline constexpr Host kQuovantHost{L"qv190.exe", Host::Known, L"Software\\Harlowe\\Quovant\\19.0"};
-inline constexpr Host kTableroHost{L"tk190.exe", Host::Known, L"Software\\Harlowe\\Tablero\\19.0"};
-inline constexpr Host kJavaHost{L"javaw.exe", Host::JavaProgram, L"Software\\Harlowe\\Loomhall\\2.0\\DBComponents"};
-inline constexpr Host kEclipseHost{L"eclipse.exe", Host::JavaProgram,
-                                   L"Software\\Harlowe\\Loomhall\\2.0\\DBComponents"};
+inline constexpr Host kUnknownHost{L"report.exe", Host::Unknown, kQuovantRoot};
+inline constexpr Host kQuovantHost{L"qv190.exe", Host::Known, kQuovantRoot};
+inline constexpr Host kTableroHost{L"tk190.exe", Host::Known, kTableroRoot};
+inline constexpr Host kJavaHost{L"javaw.exe", Host::JavaProgram, kLoomhallRoot};
 
 inline const std::wstring kJavaSoft = L"Software\\JavaSoft\\Java Runtime Environment";
 inline constexpr wchar_t kSystemPath[] = L"C:\\windows\\system32;C:\\windows";
@@ -43,24 +42,19 @@ using Bytes = std::vector<unsigned char>;
 Bytes Unterminated(std::wstring_view text);
 
 // A sound machine until it is broken. Each break brings its own repair, which the host is given between its two calls.
-class World {
+class World : private Pinned {
  public:
   World(int runtime, const Host& host);
   ~World();
-  World(const World&) = delete;
-  World& operator=(const World&) = delete;
 
   // ---- the runtime ----
   // Makes a runtime that may be broken and uses it from now on (JAVA_HOME, the settings of a known host). Breaking a
   // file makes one by itself.
-  std::wstring OwnRuntime() { return OwnRuntimeAt(m_folder.Path(L"java")); }
+  std::wstring OwnRuntime() { return OwnRuntimeAt(folder.Path(L"java")); }
   std::wstring OwnRuntimeAt(const std::wstring& place);
   void MakeRuntime(const std::wstring& place) const;
-  void UseRuntime(const std::wstring& home);
-  [[nodiscard]] const std::wstring& Runtime() const { return m_runtime; }
   [[nodiscard]] static std::wstring InstalledRuntime(int version);
-  [[nodiscard]] int Version() const { return m_version; }
-  [[nodiscard]] std::wstring JvmDll() const { return m_runtime + L"\\bin\\server\\jvm.dll"; }
+  [[nodiscard]] std::wstring JvmDll() const { return runtime + L"\\bin\\server\\jvm.dll"; }
 
   // ---- files, below the runtime in use ----
   void Remove(const std::wstring& relative);
@@ -71,55 +65,47 @@ class World {
   void Lock(const std::wstring& relative);
 
   // ---- environment, registry, arguments ----
-  void Variable(const std::wstring& name, const std::optional<std::wstring>& value);
+  void Variable(const std::wstring& name, const std::optional<std::wstring>& value) { environment[name] = value; }
   // A break of the environment that is repaired: `sound` is what the host sets before its second call.
   void Break(const std::wstring& name, const std::optional<std::wstring>& value,
              const std::optional<std::wstring>& sound);
-  RegistrySandbox& Registry() { return m_registry; }
   // The key of the folders, and the lists below it.
-  [[nodiscard]] std::wstring ProductRoot() const { return m_host.root; }
-  [[nodiscard]] std::wstring ProductKey() const { return ProductRoot() + L"\\Java"; }
+  [[nodiscard]] std::wstring ProductKey() const { return std::wstring(host.root) + L"\\Java"; }
   [[nodiscard]] std::wstring ConfigKey(const std::wstring& list) const;
   // Sound settings in the registry. A known host has them from the start.
   void Configure();
-  void ConfigureFolders();
-  void BreakValue(const std::wstring& key, const std::wstring& name, DWORD type, const Bytes& bytes);
-  void BreakText(const std::wstring& key, const std::wstring& name, const std::wstring& text);
-  void DropValue(const std::wstring& key, const std::wstring& name);
-  void DropKey(const std::wstring& key);
+  void ConfigureFolders() { registry.SetLocations(host.root, runtime, runtime + L"\\bin\\server"); }
+  // For a break of these settings, which Configure repairs.
+  RegistrySandbox& Spoil();
   void Options(const std::vector<std::wstring>& options);
-  void Argument(const std::wstring& name, const std::wstring& value) { m_arguments.emplace_back(name, value); }
-  void Repair(std::function<void()> step) { m_repairs.push_back(std::move(step)); }
-  // The program starts in this folder.
-  void WorkFolder(const std::wstring& folder) { m_workFolder = folder; }
+  void Argument(const std::wstring& name, const std::wstring& value) { arguments.emplace_back(name, value); }
 
   // ---- what PATH begins with after the calls; without a front it is as it was ----
-  void PathFront(const std::wstring& front) { m_front = m_frontAfterRepair = front; }
-  void NotFound() { m_front.clear(); }
-  void PathFrontAfterRepair(const std::wstring& front) { m_frontAfterRepair = front; }
+  void PathFront(const std::wstring& begin) { front = frontAfterRepair = begin; }
+  void NotFound() { front.clear(); }
 
-  TempFolder& Folder() { return m_folder; }
   // How machine_host.exe is started on this machine, and what the JVM wrote to its log.
-  [[nodiscard]] std::wstring Program() const { return InstallFolder() + L"\\" + m_host.name; }
+  [[nodiscard]] std::wstring Program() const { return InstallFolder() + L"\\" + host.name; }
   [[nodiscard]] ChildOptions Child() const;
   [[nodiscard]] std::string Log() const;
-  [[nodiscard]] std::wstring InstallFolder() const { return m_folder.Path(L"host"); }
+  [[nodiscard]] std::wstring InstallFolder() const { return folder.Path(L"host"); }
+
+  const int version;
+  const Host host;
+  TempFolder folder;
+  RegistrySandbox registry{RegistrySandbox::Override::Nothing};
+  std::wstring runtime;  // the one in use
+  std::wstring front;
+  std::wstring frontAfterRepair;
+  std::wstring workFolder;  // where the program starts
+  std::map<std::wstring, std::optional<std::wstring>> environment;
+  std::vector<std::pair<std::wstring, std::wstring>> arguments;
+  std::vector<std::function<void()>> repairs;
 
  private:
-  friend class MachineRun;
+  void UseRuntime(const std::wstring& home);
 
-  int m_version;
-  Host m_host;
-  TempFolder m_folder;
-  RegistrySandbox m_registry{RegistrySandbox::Override::Nothing};
-  std::wstring m_runtime;
-  std::wstring m_front;
-  std::wstring m_frontAfterRepair;
-  std::wstring m_workFolder;
-  std::map<std::wstring, std::optional<std::wstring>> m_environment;
-  std::vector<std::pair<std::wstring, std::wstring>> m_arguments;
-  std::vector<std::function<void()>> m_repairs;
-  std::vector<HANDLE> m_locked;
+  std::vector<qv::Handle> m_locked;
   bool m_ownRuntime = false;
   int m_hidden = 0;
 };
@@ -155,21 +141,43 @@ struct Machine {
 };
 
 // The service finds a jvm.dll, or none, and the system cannot load it.
-Machine NotLoaded(const char* name, Break breakIt);
+inline Machine NotLoaded(const char* name, Break breakIt) {
+  return {.name = name, .breakIt = std::move(breakIt), .first = First::Fails, .second = Second::NotTriedAgain};
+}
 // The JVM is created, says why it cannot start and ends the process.
-Machine Ended(const char* name, Break breakIt, int startsFrom = 1000);
+inline Machine Ended(const char* name, Break breakIt, int startsFrom = 1000) {
+  return {.name = name,
+          .breakIt = std::move(breakIt),
+          .first = First::EndsTheProcess,
+          .dependsOnRuntime = true,
+          .startsFrom = startsFrom};
+}
 // Nothing is missed.
-Machine Works(const char* name, Break breakIt, const char* note = "");
-
+inline Machine Works(const char* name, Break breakIt, const char* note = "", const Host& host = kUnknownHost) {
+  return {.name = name, .breakIt = std::move(breakIt), .first = First::Starts, .note = note, .host = host};
+}
 // What happens is the runtime's doing: measured with each.
-Machine OnEach(Machine machine);
+inline Machine OnEach(Machine machine) {
+  machine.dependsOnRuntime = true;
+  return machine;
+}
 
 // Breaks of one step.
-Break Remove(const wchar_t* relative);
-Break Replace(const wchar_t* relative, const std::string& content);
-Break Options(const std::vector<std::wstring>& options);
-Break Variable(const wchar_t* name, const std::optional<std::wstring>& value);
-Break ClassPath(const std::wstring& path);
+inline Break Remove(const wchar_t* relative) {
+  return [=](World& world) { world.Remove(relative); };
+}
+inline Break Replace(const wchar_t* relative, const std::string& content) {
+  return [=](World& world) { world.Replace(relative, content); };
+}
+inline Break Options(const std::vector<std::wstring>& options) {
+  return [=](World& world) { world.Options(options); };
+}
+inline Break Variable(const wchar_t* name, const std::optional<std::wstring>& value) {
+  return [=](World& world) { world.Variable(name, value); };
+}
+inline Break ClassPath(const std::wstring& path) {
+  return [=](World& world) { world.Argument(L"classpath", path); };
+}
 
 // Breaks, runs, repairs, compares, and records the row; `order` is its place in the table.
 void RunMachine(const Machine& machine, const std::string& order);

@@ -24,13 +24,14 @@
 
 #include "base/procedure.h"
 #include "qvjvm/qvjvm.h"
-#include "tests/ledger/ledger.h"
 #include "tests/support/environment.h"
+#include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
 #include "tests/support/process_counters.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
+#include "tests/support/threads.h"
 
 namespace {
 
@@ -46,13 +47,6 @@ std::wstring DllFolder() {
   std::wstring folder(32768, L'\0');
   folder.resize(GetDllDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
   return folder;
-}
-
-json Books() {
-  QvshrLedgerState state;
-  QvshrLedgerSnapshot(&state);
-  return {
-      {"blocks", state.liveBlocks}, {"strings", state.liveStrings}, {"keys", state.liveKeys}, {"errors", state.errors}};
 }
 
 // What the JVM answers; empty when it does not.
@@ -137,12 +131,8 @@ void WarmUp() {
 }
 
 void WaitForRepair(const std::wstring& name) {
-  const HANDLE asked = OpenEventW(EVENT_MODIFY_STATE, FALSE, (name + L".asked").c_str());
-  const HANDLE done = OpenEventW(SYNCHRONIZE, FALSE, (name + L".done").c_str());
-  SetEvent(asked);
-  WaitForSingleObject(done, INFINITE);
-  CloseHandle(asked);
-  CloseHandle(done);
+  Event((name + L".asked").c_str()).Set();
+  Event((name + L".done").c_str()).Wait();
 }
 
 void RepairEnvironment(const Arguments& arguments) {
@@ -172,7 +162,7 @@ int wmain(int argc, wchar_t** argv) {
   WarmUp();
   Print({{"dllFolder", ToUtf8(DllFolder())}});
   const int64_t handlesBefore = CountProcess().handles;
-  const json booksBefore = Books();
+  const QvshrLedgerState before = Books();
 
   Service service = LoadService();
   if (service.createVM == nullptr) return 92;
@@ -185,13 +175,15 @@ int wmain(int argc, wchar_t** argv) {
   }
   if (running) return 5;
   FreeLibrary(service.module);
-  json left = Books();
+  const QvshrLedgerState left = Books();
   // The lock of the configuration's load is never deleted; that is one block for each load of the service.
-  left["blocks"] = left["blocks"].get<int64_t>() - booksBefore["blocks"].get<int64_t>();
-  left["handles"] = CountProcess().handles - handlesBefore;
-  left["service"] = GetModuleHandleW(L"qvjvm.dll") != nullptr;
-  left["library"] = GetModuleHandleW(L"jvm.dll") != nullptr;
-  Print(left);
+  Print({{"blocks", left.liveBlocks - before.liveBlocks},
+         {"strings", left.liveStrings},
+         {"keys", left.liveKeys},
+         {"errors", left.errors},
+         {"handles", CountProcess().handles - handlesBefore},
+         {"service", GetModuleHandleW(L"qvjvm.dll") != nullptr},
+         {"library", GetModuleHandleW(L"jvm.dll") != nullptr}});
   if (arguments.Find(L"reload") == nullptr) return 6;
   service = LoadService();
   return Call(arguments, service) ? 7 : 8;

@@ -5,12 +5,12 @@
 
 #include <algorithm>
 #include <sstream>
-#include <thread>
 
 #include "tests/reliability/machines/machine.h"
 #include "tests/support/child_process.h"
 #include "tests/support/reliability.h"
 #include "tests/support/text.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 
@@ -24,18 +24,6 @@ constexpr int32_t kFail = static_cast<int32_t>(0x80004005);
 constexpr DWORD kRuns = 5;
 constexpr DWORD kNeverRan = 6;
 constexpr DWORD kRunsAfterReloading = 7;
-
-class Event {
- public:
-  explicit Event(const std::wstring& name) : m_handle(CreateEventW(nullptr, TRUE, FALSE, name.c_str())) {}
-  ~Event() { CloseHandle(m_handle); }
-  Event(const Event&) = delete;
-  Event& operator=(const Event&) = delete;
-  operator HANDLE() const { return m_handle; }
-
- private:
-  HANDLE m_handle;
-};
 
 // How a JVM says that it ends the process; after the first two the reason follows in a line of its own.
 const std::string kLastWords[] = {"Error occurred during initialization of VM",
@@ -64,16 +52,15 @@ std::string LastWords(std::string text, const std::string& folder) {
 
 // What a row of the page says; equal rows of several runtimes are one.
 struct Row {
-  std::string result;
-  std::string process;
-  std::string left;
-  std::string after;
-  std::vector<int> runtimes;
-  std::optional<uint64_t> ms;
-
-  [[nodiscard]] bool Like(const Row& other) const {
-    return result == other.result && process == other.process && left == other.left && after == other.after;
-  }
+  struct Told {
+    std::string result;
+    std::string process;
+    std::string left;
+    std::string after;
+    friend bool operator==(const Told&, const Told&) = default;
+  } told{};
+  std::vector<int> runtimes{};
+  std::optional<uint64_t> ms{};
 };
 
 const char* Why(Second second) {
@@ -104,16 +91,15 @@ class MachineRun {
         m_world(runtime, machine.host) {}
 
   Row Run() {
-    Row row;
-    row.runtimes = {m_world.Version()};
+    Row row{.runtimes = {m_world.version}};
     m_machine.breakIt(m_world);
-    m_oldPath = m_world.m_environment[L"PATH"];
+    m_oldPath = m_world.environment[L"PATH"];
     RunHost();
     EXPECT_FALSE(m_child.hung);
     ReadOutput();
     if (testing::Test::HasFatalFailure()) return row;
     m_log = m_world.Log();
-    row.after = Why(m_machine.second);
+    row.told.after = Why(m_machine.second);
     CheckFirst(row);
     if (!testing::Test::HasFatalFailure()) CheckSecond();
     if (!testing::Test::HasFatalFailure()) CheckLeft(row);
@@ -121,8 +107,8 @@ class MachineRun {
       EXPECT_THAT(m_log + m_child.output, testing::HasSubstr(m_machine.says));
     }
     if (testing::Test::HasFailure()) {
-      row.after = "failed";
-      ADD_FAILURE() << "Java " << m_world.Version() << "\n" << m_child.output << "\n" << m_log.substr(0, 2000);
+      row.told.after = "failed";
+      ADD_FAILURE() << "Java " << m_world.version << "\n" << m_child.output << "\n" << m_log.substr(0, 2000);
     }
     return row;
   }
@@ -142,25 +128,21 @@ class MachineRun {
 
   void RunHost() {
     const std::wstring name = L"qvtests-" + std::to_wstring(GetCurrentProcessId());
-    const Event asked(name + L".asked");
-    const Event done(name + L".done");
-    const Event ended(L"");
+    const Event asked((name + L".asked").c_str());
+    const Event done((name + L".done").c_str());
+    const Event ended;
     ChildOptions options = m_world.Child();
-    const auto add = [&](const std::wstring& key, const std::wstring& value) {
-      options.arguments.insert(options.arguments.end(), {key, value});
-    };
-    if (CallsTwice()) add(L"repair", name);
-    if (Reloads()) add(L"reload", L"1");
-    std::thread host([&] {
+    if (CallsTwice()) options.arguments.insert(options.arguments.end(), {L"repair", name});
+    if (Reloads()) options.arguments.insert(options.arguments.end(), {L"reload", L"1"});
+    const HostThread host([&] {
       m_child = RunChild(m_world.Program(), options);
-      SetEvent(ended);
+      ended.Set();
     });
-    const HANDLE either[] = {ended, asked};
+    const HANDLE either[] = {ended.Handle(), asked.Handle()};
     if (WaitForMultipleObjects(2, either, FALSE, INFINITE) == WAIT_OBJECT_0 + 1) {
-      for (auto step = m_world.m_repairs.rbegin(); step != m_world.m_repairs.rend(); ++step) (*step)();
-      SetEvent(done);
+      for (auto step = m_world.repairs.rbegin(); step != m_world.repairs.rend(); ++step) (*step)();
+      done.Set();
     }
-    host.join();
   }
 
   void ReadOutput() {
@@ -176,7 +158,7 @@ class MachineRun {
     if (!m_oldPath || m_oldPath->empty()) {
       // Discovery writes its separator always, the configured folders none at the end.
       if (front.empty()) return m_oldPath ? "" : "<none>";
-      return ToUtf8(m_world.m_host.kind == Host::Known ? front.substr(0, front.size() - 1) : front);
+      return ToUtf8(m_world.host.kind == Host::Known ? front.substr(0, front.size() - 1) : front);
     }
     return ToUtf8(front + *m_oldPath);
   }
@@ -187,7 +169,7 @@ class MachineRun {
     EXPECT_EQ(call.value("dllFolder", "?"), m_lines[0].value("dllFolder", "??"));
     EXPECT_EQ(call.value("outUntouched", false), status != 0);
     if (status == 0) {
-      EXPECT_EQ(call.value("java", "").substr(0, 2), std::to_string(m_world.Version()));
+      EXPECT_EQ(call.value("java", "").substr(0, 2), std::to_string(m_world.version));
     }
   }
 
@@ -195,22 +177,22 @@ class MachineRun {
     if (m_first == First::EndsTheProcess) {
       EXPECT_EQ(m_lines.size(), 1u) << "the call came back";
       EXPECT_EQ(m_child.exitCode, 1u);
-      row.result = "-";
-      const std::string folder = ToUtf8(m_world.m_folder.Path());
+      row.told.result = "-";
+      const std::string folder = ToUtf8(m_world.folder.Path());
       const std::string inLog = LastWords(m_log, folder);
       const std::string onConsole = LastWords(m_child.output, folder);
       EXPECT_FALSE(inLog.empty() && onConsole.empty()) << "the JVM did not say why";
-      row.process =
+      row.told.process =
           "ended by the JVM with 1, " + (inLog.empty() ? "on the console: " + onConsole : "in the log: " + inLog);
       return;
     }
     ASSERT_GE(m_lines.size(), 2u) << "the call did not come back; exit code " << m_child.exitCode << "\n" << m_log;
     const bool starts = m_first == First::Starts;
-    CheckCall(m_lines[1], starts ? 0 : kFail, m_world.m_front);
+    CheckCall(m_lines[1], starts ? 0 : kFail, m_world.front);
     EXPECT_EQ(m_lines[1].value("boxes", 99u), m_machine.boxes);
     const int32_t status = m_lines[1].value("status", -1);
-    row.result = status == 0 ? "S_OK" : status == kFail ? "E_FAIL" : std::to_string(status);
-    row.process = "goes on";
+    row.told.result = status == 0 ? "S_OK" : status == kFail ? "E_FAIL" : std::to_string(status);
+    row.told.process = "goes on";
     row.ms = m_lines[1].value("ms", uint64_t{0});
   }
 
@@ -218,7 +200,7 @@ class MachineRun {
     if (!CallsTwice()) return;
     ASSERT_GE(m_lines.size(), 3u) << "the second call did not come back; exit code " << m_child.exitCode;
     const bool starts = m_machine.second == Second::Starts;
-    const std::wstring& front = m_world.m_front.empty() ? m_world.m_frontAfterRepair : m_world.m_front;
+    const std::wstring& front = m_world.front.empty() ? m_world.frontAfterRepair : m_world.front;
     CheckCall(m_lines[2], starts ? 0 : kFail, front);
   }
 
@@ -226,7 +208,7 @@ class MachineRun {
   [[nodiscard]] std::string LeftBehind() const {
     if (m_first == First::Starts) return "the JVM";
     const bool library = m_lines.at(1).value("library", false);
-    if (m_world.m_front.empty()) return library ? "the library" : "nothing";
+    if (m_world.front.empty()) return library ? "the library" : "nothing";
     return library ? "PATH, the library" : "PATH";
   }
 
@@ -234,11 +216,11 @@ class MachineRun {
   void CheckLeft(Row& row) {
     const bool running = m_first == First::Starts || m_machine.second == Second::Starts;
     if (m_first == First::EndsTheProcess) {
-      row.left = "-";
+      row.told.left = "-";
       return;
     }
     EXPECT_EQ(m_child.exitCode, running ? kRuns : Reloads() ? kRunsAfterReloading : kNeverRan);
-    row.left = LeftBehind();
+    row.told.left = LeftBehind();
     if (running) return;
     const size_t at = CallsTwice() ? 3 : 2;
     ASSERT_GT(m_lines.size(), at);
@@ -248,7 +230,7 @@ class MachineRun {
     EXPECT_EQ(left.value("service", !HadJvm()), HadJvm());
     EXPECT_EQ(left.value("library", !HadJvm()), HadJvm());
     if (HadJvm()) {
-      row.left += ", the service, handles of the JVM's own";
+      row.told.left += ", the service, handles of the JVM's own";
       return;
     }
     // The lock of the configuration's load, which is never deleted.
@@ -271,9 +253,8 @@ void RunMachine(const Machine& machine, const std::string& order) {
   if (machine.dependsOnRuntime && IsNightly()) runtimes = {11, 17, 21, 25};
   std::vector<Row> rows;
   for (const int runtime : runtimes) {
-    MachineRun run(machine, runtime);
-    const Row row = run.Run();
-    const auto same = std::find_if(rows.begin(), rows.end(), [&](const Row& other) { return row.Like(other); });
+    const Row row = MachineRun(machine, runtime).Run();
+    const auto same = std::find_if(rows.begin(), rows.end(), [&](const Row& other) { return row.told == other.told; });
     if (same == rows.end()) {
       rows.push_back(row);
     } else {
@@ -290,7 +271,8 @@ void RunMachine(const Machine& machine, const std::string& order) {
     }
     if (*machine.note != '\0') name += std::string(" (") + machine.note + ")";
     RecordRow("machines", order + "." + std::to_string(row.runtimes[0]),
-              {name, row.result, row.process, row.left, row.after, row.ms ? std::to_string(*row.ms) + " ms" : "-"});
+              {name, row.told.result, row.told.process, row.told.left, row.told.after,
+               row.ms ? std::to_string(*row.ms) + " ms" : "-"});
   }
 }
 
@@ -298,12 +280,9 @@ std::string TestName(std::string_view machine) {
   std::string name;
   bool upper = true;
   for (const char letter : machine) {
-    if (std::isalnum(static_cast<unsigned char>(letter)) != 0) {
-      name += upper ? static_cast<char>(std::toupper(static_cast<unsigned char>(letter))) : letter;
-      upper = false;
-    } else {
-      upper = true;
-    }
+    const bool word = std::isalnum(static_cast<unsigned char>(letter)) != 0;
+    if (word) name += upper ? static_cast<char>(std::toupper(static_cast<unsigned char>(letter))) : letter;
+    upper = !word;
   }
   return name;
 }

@@ -63,7 +63,7 @@ const Machine kOptions[] = {
     Works("a class path of missing archives", ClassPath(L"C:\\gone.jar;Q:\\gone.jar;\\\\nowhere.invalid\\s\\gone.jar")),
     Works("a class path with a corrupt archive",
           [](World& world) {
-            world.Argument(L"classpath", world.Folder().WriteFile(L"corrupt.jar", "PK\3\4 and nothing of an archive"));
+            world.Argument(L"classpath", world.folder.WriteFile(L"corrupt.jar", "PK\3\4 and nothing of an archive"));
           }),
     Works("a class path outside the code page", ClassPath(L"C:\\\u65e5\u672c\u8a9e.jar")),
     Works("a class path of separators and quotes", ClassPath(L";;\";\";:*?<>|;")),

@@ -10,7 +10,7 @@ namespace {
 // A runtime whose jvm.dll has a full path of so many characters.
 void UseLongPath(World& world, size_t characters) {
   const std::wstring below = L"\\bin\\server\\jvm.dll";
-  std::wstring home = world.Folder().Path(L"long");
+  std::wstring home = world.folder.Path(L"long");
   while (home.size() + below.size() < characters) {
     const size_t left = characters - home.size() - below.size();
     home += left == 1 ? L"x" : L"\\" + std::wstring(std::min<size_t>(left - 1, left == 52 ? 40 : 50), L'd');
@@ -19,7 +19,7 @@ void UseLongPath(World& world, size_t characters) {
 }
 
 void SetHome(World& world, const std::optional<std::wstring>& home) {
-  world.Break(L"JAVA_HOME", home, world.Runtime());
+  world.Break(L"JAVA_HOME", home, world.runtime);
   world.NotFound();
 }
 Break Home(const std::wstring& home) {
@@ -28,13 +28,13 @@ Break Home(const std::wstring& home) {
 
 // What the machine names as its current runtime.
 void Register(World& world) {
-  world.Registry().SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"17");
-  world.Registry().CreateKey(Hive::Machine, kJavaSoft + L"\\17");
+  world.registry.SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"17");
+  world.registry.CreateKey(Hive::Machine, kJavaSoft + L"\\17");
 }
 
 // A runtime in this folder below the machine's.
 Break RuntimeIn(const wchar_t* folder) {
-  return [=](World& world) { world.OwnRuntimeAt(world.Folder().Path(folder)); };
+  return [=](World& world) { world.OwnRuntimeAt(world.folder.Path(folder)); };
 }
 Break LongPath(size_t characters) {
   return [=](World& world) { UseLongPath(world, characters); };
@@ -47,11 +47,11 @@ void WriteHome(World& world, const std::wstring& home) {
 }
 
 const Machine kPlaces[] = {
-    NotLoaded("JAVA_HOME in quotes", [](World& world) { SetHome(world, L"\"" + world.Runtime() + L"\""); }),
+    NotLoaded("JAVA_HOME in quotes", [](World& world) { SetHome(world, L"\"" + world.runtime + L"\""); }),
     NotLoaded("JAVA_HOME that leads nowhere", Home(L"C:\\gone\\java")),
     NotLoaded("JAVA_HOME on a missing drive", Home(L"Q:\\java")),
     NotLoaded("JAVA_HOME on a missing server", Home(L"\\\\nowhere.invalid\\share\\java")),
-    NotLoaded("JAVA_HOME is its bin folder", [](World& world) { SetHome(world, world.Runtime() + L"\\bin"); }),
+    NotLoaded("JAVA_HOME is its bin folder", [](World& world) { SetHome(world, world.runtime + L"\\bin"); }),
     NotLoaded("JAVA_HOME is a file", [](World& world) { SetHome(world, world.JvmDll()); }),
     NotLoaded("JAVA_HOME of 30,000 characters", Home(L"C:\\" + std::wstring(30000, L'j'))),
     NotLoaded("JAVA_HOME with characters that no name may have", Home(L"C:\\<java>|?*")),
@@ -66,49 +66,49 @@ const Machine kPlaces[] = {
                 world.Argument(L"setting", L"1");
                 world.NotFound();
                 const std::wstring beside = world.InstallFolder() + L"\\JRE";
-                world.PathFrontAfterRepair(beside + L"\\BIN\\SERVER;");
-                world.Repair([&world, beside] { world.MakeRuntime(beside); });
+                world.frontAfterRepair = beside + L"\\BIN\\SERVER;";
+                world.repairs.push_back([&world, beside] { world.MakeRuntime(beside); });
               }),
     Works("JAVA_HOME is empty, a runtime is registered",
           [](World& world) {
             world.Variable(L"JAVA_HOME", L"");
             Register(world);
-            world.Registry().SetText(Hive::Machine, kJavaSoft + L"\\17", L"JavaHome", world.Runtime());
+            world.registry.SetText(Hive::Machine, kJavaSoft + L"\\17", L"JavaHome", world.runtime);
           }),
     Works("JAVA_HOME that leads nowhere, folders configured",
           [](World& world) {
             world.Variable(L"JAVA_HOME", L"C:\\gone\\java");
             world.ConfigureFolders();
-            world.PathFront(world.Runtime() + L"\\BIN;" + world.Runtime() + L"\\bin\\server;");
+            world.PathFront(world.runtime + L"\\BIN;" + world.runtime + L"\\bin\\server;");
           }),
     Works("JAVA_HOME that leads nowhere, PATH reaches a runtime",
           [](World& world) {
             world.Variable(L"JAVA_HOME", L"C:\\gone\\java");
-            world.Variable(L"PATH", world.Runtime() + L"\\bin\\server;" + kSystemPath);
+            world.Variable(L"PATH", world.runtime + L"\\bin\\server;" + kSystemPath);
             world.NotFound();
           }),
-    Works("JAVA_HOME ends with a backslash", [](World& world) { WriteHome(world, world.Runtime() + L"\\"); }),
+    Works("JAVA_HOME ends with a backslash", [](World& world) { WriteHome(world, world.runtime + L"\\"); }),
     Works("JAVA_HOME with slashes",
           [](World& world) {
-            std::wstring home = world.Runtime();
+            std::wstring home = world.runtime;
             std::replace(home.begin(), home.end(), L'\\', L'/');
             WriteHome(world, home);
           }),
     Works("JAVA_HOME is relative",
           [](World& world) {
             world.OwnRuntime();
-            world.WorkFolder(world.Folder().Path());
+            world.workFolder = world.folder.Path();
             WriteHome(world, L"java");
           }),
-    Works("JAVA_HOME with dots in it", [](World& world) { WriteHome(world, world.Runtime() + L"\\lib\\..\\."); }),
-    Works("JAVA_HOME with \\\\?\\ before it", [](World& world) { WriteHome(world, L"\\\\?\\" + world.Runtime()); }),
+    Works("JAVA_HOME with dots in it", [](World& world) { WriteHome(world, world.runtime + L"\\lib\\..\\."); }),
+    Works("JAVA_HOME with \\\\?\\ before it", [](World& world) { WriteHome(world, L"\\\\?\\" + world.runtime); }),
     Works("a runtime in a folder with blanks", RuntimeIn(L"Program Files (Java) & more\\jre 1")),
     OnEach(Works("a runtime in a folder with umlauts", RuntimeIn(L"Z\u00fcrich \u00c5\u00e9"))),
     Ended("a runtime in a folder outside the code page", RuntimeIn(L"\u65e5\u672c\u8a9e")),
     NotLoaded("a runtime in a folder with ; in its name",
               [](World& world) {
-                const std::wstring sound = world.Runtime();
-                world.Break(L"JAVA_HOME", world.OwnRuntimeAt(world.Folder().Path(L"a;b")), sound);
+                const std::wstring sound = world.runtime;
+                world.Break(L"JAVA_HOME", world.OwnRuntimeAt(world.folder.Path(L"a;b")), sound);
               }),
     OnEach(Works("jvm.dll at 259 characters", LongPath(259))),
     OnEach(Works("jvm.dll at 260 characters", LongPath(260))),

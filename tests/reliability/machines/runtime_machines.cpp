@@ -17,12 +17,11 @@ constexpr wchar_t kJava[] = L"bin\\java.dll";
 
 // A file of the runtime's, changed.
 Break Changed(const wchar_t* relative, std::string (*change)(const std::string& content)) {
-  return [=](World& world) { world.Replace(relative, change(ReadWholeFile(world.Runtime() + L"\\" + relative))); };
+  return [=](World& world) { world.Replace(relative, change(ReadWholeFile(world.runtime + L"\\" + relative))); };
 }
 Break Cut(const wchar_t* relative, size_t bytes) {
-  return [=](World& world) {
-    world.Replace(relative, ReadWholeFile(world.Runtime() + L"\\" + relative).substr(0, bytes));
-  };
+  return
+      [=](World& world) { world.Replace(relative, ReadWholeFile(world.runtime + L"\\" + relative).substr(0, bytes)); };
 }
 Break FolderInstead(const wchar_t* relative) {
   return [=](World& world) { world.ReplaceByFolder(relative); };
@@ -32,7 +31,7 @@ std::string ForX86(const std::string& library) { return ForMachine(library, kX86
 const Machine kRuntimes[] = {
     NotLoaded("no runtime anywhere",
               [](World& world) {
-                world.Break(L"JAVA_HOME", std::nullopt, world.Runtime());
+                world.Break(L"JAVA_HOME", std::nullopt, world.runtime);
                 world.NotFound();
               }),
     NotLoaded("jvm.dll for 32-bit programs", Changed(kJvm, ForX86)),
@@ -46,13 +45,13 @@ const Machine kRuntimes[] = {
     NotLoaded("a folder as jvm.dll", FolderInstead(kJvm)),
     NotLoaded("jvm.dll open elsewhere and not shared",
               [](World& world) {
-                world.Copy(world.InstalledRuntime(world.Version()) + L"\\" + kJvm, kJvm);
+                world.Copy(world.InstalledRuntime(world.version) + L"\\" + kJvm, kJvm);
                 world.Lock(kJvm);
               }),
     NotLoaded("jvm.dll wants a DLL that nobody has",
               Changed(kJvm, [](const std::string& library) { return WithMissingImport(library, "VCRUNTIME140.dll"); })),
-    {"another DLL as jvm.dll", [](World& world) { world.Copy(world.Runtime() + L"\\bin\\zip.dll", kJvm); },
-     First::Fails, Second::WrongLibrary},
+    {"another DLL as jvm.dll", [](World& world) { world.Copy(world.runtime + L"\\bin\\zip.dll", kJvm); }, First::Fails,
+     Second::WrongLibrary},
     NotLoaded("a broken private runtime beside the service",
               [](World& world) {
                 world.OwnRuntimeAt(world.InstallFolder() + L"\\JRE");
@@ -62,9 +61,9 @@ const Machine kRuntimes[] = {
     NotLoaded("a broken client VM before a sound server VM",
               [](World& world) {
                 CreateDirectoryW((world.OwnRuntime() + L"\\bin\\client").c_str(), nullptr);
-                CopyFileW(world.JvmDll().c_str(), (world.Runtime() + L"\\bin\\client\\jvm.dll").c_str(), TRUE);
+                CopyFileW(world.JvmDll().c_str(), (world.runtime + L"\\bin\\client\\jvm.dll").c_str(), TRUE);
                 world.Replace(L"bin\\client\\jvm.dll", "");
-                world.PathFront(world.Runtime() + L"\\BIN\\CLIENT;");
+                world.PathFront(world.runtime + L"\\BIN\\CLIENT;");
               }),
     NotLoaded("bin is missing",
               [](World& world) {
@@ -80,7 +79,7 @@ const Machine kRuntimes[] = {
     Ended("lib\\modules cut in the middle", Cut(kModules, 1 << 20)),
     Ended("lib\\modules of another Java",
           [](World& world) {
-            world.Copy(world.InstalledRuntime(world.Version() == 21 ? 17 : 21) + L"\\" + kModules, kModules);
+            world.Copy(world.InstalledRuntime(world.version == 21 ? 17 : 21) + L"\\" + kModules, kModules);
           }),
     OnEach(Works("lib\\jvm.cfg is missing", Remove(L"lib\\jvm.cfg"), "only the java launcher reads it")),
     Ended("java.dll is missing", Remove(kJava)),
