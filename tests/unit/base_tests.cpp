@@ -3,7 +3,6 @@
 
 #include <array>
 #include <stdexcept>
-#include <thread>
 #include <vector>
 
 #include "base/bounded_text.h"
@@ -13,6 +12,7 @@
 #include "base/thread_slot.h"
 #include "host/host_list.h"
 #include "host/host_text.h"
+#include "tests/support/threads.h"
 #include "tests/unit/unit_fixture.h"
 
 namespace qvtest {
@@ -35,12 +35,9 @@ TEST(BoundedTextTest, ACopyIsAlwaysTerminatedAndSaysWhetherItWasCut) {
     EXPECT_STREQ(buffer.data(), row.want);
     for (size_t i = row.capacity; i < buffer.size(); ++i) EXPECT_EQ(buffer[i], L'#') << "written past the end";
   }
-}
-
-TEST(BoundedTextTest, NothingIsWrittenWhereNothingFits) {
   wchar_t unit = L'#';
   EXPECT_FALSE(qv::CopyBounded(std::span(&unit, 0), L""));
-  EXPECT_EQ(unit, L'#');
+  EXPECT_EQ(unit, L'#') << "nothing is written where nothing fits";
 }
 
 // ---- memory ----
@@ -63,17 +60,7 @@ TEST_F(HostMemoryTest, AStringThatCannotBeMadeIsAnEmptyReference) {
 
 class HostTextTest : public LedgerTest {};
 
-TEST_F(HostTextTest, PiecesAreAppendedUnitForUnit) {
-  qv::HostText text{L"a", L"", L"\xD83D"};
-  EXPECT_TRUE(text.Append(L"\xDE00").Append({L"b", L"c"}).Ok());
-  EXPECT_EQ(text.View(),
-            L"a\xD83D\xDE00"
-            L"bc");
-  EXPECT_EQ(text.Length(), 5u);
-  EXPECT_EQ(text.Text()[5], L'\0');
-}
-
-TEST_F(HostTextTest, AnEmptyTextNeedsNoMemory) {
+TEST_F(HostTextTest, PiecesAreAppendedUnitForUnitAndAnEmptyTextNeedsNoMemory) {
   const LedgerCheck ledger;
   qv::HostText text;
   text.Append(L"").Append({});
@@ -82,6 +69,13 @@ TEST_F(HostTextTest, AnEmptyTextNeedsNoMemory) {
   EXPECT_STREQ(text.Text(), L"");
   EXPECT_EQ(text.DetachBlock(), nullptr);
   EXPECT_EQ(ledger.Allocations(), 0u);
+  EXPECT_TRUE(text.Append({L"a", L"", L"\xD83D"}).Append(L"\xDE00").Append({L"b", L"c"}).Ok());
+  EXPECT_EQ(text.View(), L"a\xD83D\xDE00" + std::wstring(L"bc"));
+  EXPECT_EQ(text.Length(), 5u);
+  EXPECT_EQ(text.Text()[5], L'\0');
+  EXPECT_STREQ(text.DetachBlock().get(), (L"a\xD83D\xDE00" + std::wstring(L"bc")).c_str());
+  EXPECT_TRUE(text.Empty()) << "a block is handed out once";
+  EXPECT_EQ(text.DetachBlock(), nullptr);
 }
 
 TEST_F(HostTextTest, ATextOfManyPiecesGrowsInFewSteps) {
@@ -140,14 +134,6 @@ TEST_F(HostTextTest, WhatIsMovedFromIsEmptyAndUsable) {
   EXPECT_TRUE(failed.Ok());
 }
 
-TEST_F(HostTextTest, ABlockIsHandedOutOnceAndTerminated) {
-  qv::HostText text{L"text"};
-  const qv::HostArray<wchar_t> block = text.DetachBlock();
-  EXPECT_STREQ(block.get(), L"text");
-  EXPECT_TRUE(text.Empty());
-  EXPECT_EQ(text.DetachBlock(), nullptr);
-}
-
 // ---- lists ----
 
 class HostListTest : public LedgerTest {
@@ -196,44 +182,31 @@ TEST_F(HostListTest, WithoutMemoryTheListStaysAsItIs) {
 
 // ---- the guard ----
 
-enum class Outcome { Returns, ReadsNull, RaisesCode, ThrowsCpp, DividesByZero };
+using Work = int32_t (*)(void* context);
 
-int32_t Play(void* context) {
-  switch (*static_cast<Outcome*>(context)) {
-    case Outcome::Returns:
-      return 42;
-    case Outcome::ReadsNull: {
-      volatile int* volatile nowhere = nullptr;
-      return *nowhere;
-    }
-    case Outcome::RaisesCode:
-      RaiseException(0xE1234567, 0, 0, nullptr);
-      return 1;
-    case Outcome::ThrowsCpp:
-      throw std::runtime_error("thrown");
-    case Outcome::DividesByZero:
-      RaiseException(EXCEPTION_INT_DIVIDE_BY_ZERO, 0, 0, nullptr);
-      return 2;
-  }
-  return 3;
-}
-
-TEST(GuardTest, ACallThatReturnsGivesItsValue) {
-  Outcome outcome = Outcome::Returns;
-  int32_t value = -1;
-  EXPECT_TRUE(qv::CallGuarded(&Play, &outcome, &value));
-  EXPECT_EQ(value, 42);
-}
-
-TEST(GuardTest, WhateverACallRaisesIsCaughtAndLeavesTheValue) {
-  for (Outcome outcome : {Outcome::ReadsNull, Outcome::RaisesCode, Outcome::ThrowsCpp, Outcome::DividesByZero}) {
+TEST(GuardTest, ACallThatReturnsGivesItsValueAndWhateverOneRaisesIsCaughtAndLeavesTheValue) {
+  const Work returns = [](void* context) -> int32_t { return *static_cast<int32_t*>(context); };
+  const Work raising[] = {[](void*) -> int32_t {
+                            volatile int* volatile nowhere = nullptr;
+                            return *nowhere;
+                          },
+                          [](void*) -> int32_t {
+                            RaiseException(0xE1234567, 0, 0, nullptr);
+                            return 1;
+                          },
+                          [](void*) -> int32_t { throw std::runtime_error("thrown"); },
+                          [](void*) -> int32_t {
+                            RaiseException(EXCEPTION_INT_DIVIDE_BY_ZERO, 0, 0, nullptr);
+                            return 2;
+                          }};
+  int32_t given = 42;
+  for (const Work& raise : raising) {
     int32_t value = -1;
-    EXPECT_FALSE(qv::CallGuarded(&Play, &outcome, &value)) << static_cast<int>(outcome);
-    EXPECT_EQ(value, -1) << static_cast<int>(outcome);
+    EXPECT_FALSE(qv::CallGuarded(raise, nullptr, &value)) << &raise - raising;
+    EXPECT_EQ(value, -1) << &raise - raising;
+    EXPECT_TRUE(qv::CallGuarded(returns, &given, &value)) << "after a caught exception";
+    EXPECT_EQ(value, 42);
   }
-  Outcome outcome = Outcome::Returns;
-  int32_t value = -1;
-  EXPECT_TRUE(qv::CallGuarded(&Play, &outcome, &value)) << "after a caught exception";
 }
 
 #ifdef QV_TRAPS_UNDEFINED
@@ -257,7 +230,7 @@ TEST(SanitizeTest, UndefinedBehaviourEndsAtATrap) {
 
 void* ReadOnAnotherThread(const qv::ThreadSlot& slot) {
   void* value = &value;
-  std::thread([&] { value = slot.Get(); }).join();
+  OnThread([&] { value = slot.Get(); });
   return value;
 }
 
@@ -290,7 +263,7 @@ TEST(ThreadFlagTest, EachThreadHasItsOwn) {
   EXPECT_FALSE(flag.IsSet());
   flag.Set(true);
   bool other = true;
-  std::thread([&] { other = flag.IsSet(); }).join();
+  OnThread([&] { other = flag.IsSet(); });
   EXPECT_TRUE(flag.IsSet());
   EXPECT_FALSE(other);
   flag.Set(false);

@@ -190,17 +190,15 @@ TEST_F(RuntimeLocateTest, TheFilesTriedComeInThisOrder) {
 
 TEST_F(RuntimeLocateTest, WithoutThePathOrTheFolderOfTheServiceTheResultIsFalse) {
   AddJvm(L"install\\JRE\\bin\\client");
-  const auto expectNothing = [&](const char* missing) {
-    EXPECT_FALSE(m_config->LocateJavaRuntime()) << missing;
-    EXPECT_FALSE(m_config->m_bRuntimeFound) << missing;
-    EXPECT_EQ(Path(), kOldPath) << missing;
-  };
-  {
-    const UnterminatedModulePath unknown(L"");
-    expectNothing("the path");
+  for (const bool folder : {true, false}) {
+    std::optional<UnterminatedModulePath> noPath;
+    std::optional<FailCall> noFolder;
+    if (folder) noFolder.emplace(kQvshrCallGetDirectory, 1);
+    if (!folder) noPath.emplace(L"");
+    EXPECT_FALSE(m_config->LocateJavaRuntime()) << folder;
+    EXPECT_FALSE(m_config->m_bRuntimeFound) << folder;
+    EXPECT_EQ(Path(), kOldPath) << folder;
   }
-  const FailCall fault(kQvshrCallGetDirectory, 1);
-  expectNothing("the folder");
 }
 
 TEST_F(RuntimeLocateTest, AServicePathThatFillsItsBufferIsNotReadPastItsEnd) {
@@ -272,26 +270,17 @@ TEST_F(RuntimeLocateTest, ListenersHearOfEachPlaceInItsOrder) {
 }
 
 TEST_F(RuntimeLocateTest, ListenersHearWhyASourceWasNotSearched) {
-  const std::wstring nothing = L": not there";
   const std::wstring install = L"beside the service " + Install() + L"\\JRE\\BIN\\";
-  const std::vector<std::wstring> last = {install + L"CLIENT" + nothing, install + L"SERVER" + nothing,
-                                          install + L"CLASSIC" + nothing,
-                                          L"configured JREBinLocation : not used: JDKLocation or JREBinLocation is "
-                                          L"missing"};
-  const auto linesWith = [&](std::vector<std::wstring> first) {
-    first.insert(first.end(), last.begin(), last.end());
-    return first;
-  };
-  {
+  for (const wchar_t* why : {L"not set", L"not tried: QVJRENOTUSECURRENT is 1"}) {
     HeardDecisions heard(*m_config);
     EXPECT_TRUE(m_config->LocateJavaRuntime());
-    EXPECT_EQ(heard.lines, linesWith({L"JAVA_HOME : not set", L"registry : not set"}));
+    EXPECT_EQ(heard.lines,
+              (std::vector<std::wstring>{
+                  std::wstring(L"JAVA_HOME : ") + why, std::wstring(L"registry : ") + why,
+                  install + L"CLIENT: not there", install + L"SERVER: not there", install + L"CLASSIC: not there",
+                  L"configured JREBinLocation : not used: JDKLocation or JREBinLocation is missing"}));
+    QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", L"1");
   }
-  QvshrLedgerOverrideSetting(L"QV", L"QVJRENOTUSECURRENT", L"1");
-  HeardDecisions heard(*m_config);
-  EXPECT_TRUE(m_config->LocateJavaRuntime());
-  EXPECT_EQ(heard.lines, linesWith({L"JAVA_HOME : not tried: QVJRENOTUSECURRENT is 1",
-                                    L"registry : not tried: QVJRENOTUSECURRENT is 1"}));
 }
 
 TEST_F(RuntimeLocateTest, ListenersHearWhatBecameOfTheConfiguredLocations) {
