@@ -178,9 +178,8 @@ TEST(OutputLog, FormatsOfTheJVMAreKnownAndMessagesOfAnyLengthArriveWhole) {
 TEST(OutputLog, PointersAreWrittenInHexadecimal) {
   const LogWorld world;
   Print("%p", reinterpret_cast<void*>(uintptr_t{0x1234ABCD5678}));
-  std::string text = ReadWholeFile(world.log);
-  for (char& c : text) c = static_cast<char>(std::toupper(c));
-  EXPECT_NE(text.find("1234ABCD5678"), std::string::npos) << text;
+  const std::string text = ReadWholeFile(world.log);
+  EXPECT_TRUE(text.find("1234ABCD5678") != std::string::npos || text.find("1234abcd5678") != std::string::npos) << text;
 }
 
 TEST(OutputLog, WithoutAPathItIsVmOutInTheCurrentFolder) {
@@ -223,13 +222,6 @@ TEST(OutputLog, WithoutMemoryForThePathNothingIsWritten) {
   EXPECT_EQ(Print("lost"), -1);
   EXPECT_FALSE(FileExists(world.log));
   EXPECT_FALSE(g_bJvmLogStarted);
-}
-
-TEST(OutputLog, JVMThatPrintsWhileItIsCreatedReachesTheFile) {
-  const StartupWorld world;
-  world.jvm.Script().createPrints = 1;
-  ASSERT_EQ(CreateVM().status, 0);
-  EXPECT_EQ(ReadWholeFile(world.folder.Path(L"vm.out")), std::string(kHeader) + "fake output 42\r\n");
 }
 
 TEST(ExitHook, DoesNothing) {

@@ -224,36 +224,31 @@ TEST(Start, DiscoveryThatFailsLoadsNothingAndIsTriedAgain) {
   EXPECT_EQ(loads.Names(), Strings{"jvm.dll"});
 }
 
-TEST(Start, LibraryThatIsNowhereIsLookedForOnceUnderEachName) {
-  const StartupScene scene;
-  const EnvironmentScope noHome(L"JAVA_HOME", std::nullopt);
-  const LoadWatch loads;
-  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
-  EXPECT_EQ(loads.Names(), (Strings{"jvm.dll", "client\\jvm.dll"}));
-  EXPECT_EQ(Now(), (Flags{0, 0, 0, 0}));
-  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
-  EXPECT_EQ(loads.Names(), (Strings{"jvm.dll", "client\\jvm.dll"})) << "names that failed are not loaded again";
-}
-
-TEST(Start, LibraryInTheClientFolderIsTheFallback) {
-  const StartupScene scene;
-  const EnvironmentScope noHome(L"JAVA_HOME", std::nullopt);
-  const std::wstring library = scene.folder.CopyIn(FakeJvm::DefaultPath(), L"vm\\client\\jvm.dll");
-  const EnvironmentScope path(L"PATH", scene.folder.Path(L"vm") + L";C:\\windows\\system32");
-  const LoadWatch loads;
-  EXPECT_EQ(CreateVM().status, 0);
-  EXPECT_EQ(loads.Names(), (Strings{"jvm.dll", "client\\jvm.dll"}));
-  const FakeJvm jvm = FakeJvm::AlreadyLoaded();
-  ExpectLoadedFrom(library);
-  EXPECT_EQ(jvm.Options().at(1).text, "-Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar")
-      << "the library is known under its other name, so no folder of its stands there";
+TEST(Start, LibraryInTheClientFolderIsTheFallbackAndEachNameIsTriedOnce) {
+  for (const bool present : {false, true}) {
+    const StartupScene scene;
+    const EnvironmentScope noHome(L"JAVA_HOME", std::nullopt);
+    const std::wstring library = scene.folder.Path(L"vm\\client\\jvm.dll");
+    if (present) scene.folder.CopyIn(FakeJvm::DefaultPath(), L"vm\\client\\jvm.dll");
+    const EnvironmentScope path(L"PATH", scene.folder.Path(L"vm") + L";C:\\windows\\system32");
+    const LoadWatch loads;
+    for (int call = 0; call < 2; ++call) {
+      EXPECT_EQ(CreateVM().status, present ? 0 : QV_E_FAIL);
+      EXPECT_EQ(loads.Names(), (Strings{"jvm.dll", "client\\jvm.dll"}));
+    }
+    EXPECT_EQ(Now(), present ? (Flags{1, 1, 1, 0}) : (Flags{0, 0, 0, 0}));
+    if (!present) continue;
+    const FakeJvm jvm = FakeJvm::AlreadyLoaded();
+    ExpectLoadedFrom(library);
+    EXPECT_EQ(jvm.Options().at(1).text, "-Xbootclasspath/a:\\deploy.jar;\\javaws.jar;\\plugin.jar")
+        << "the library is known under its other name, so no folder of its stands there";
+  }
 }
 
 TEST(Start, LibraryIsFoundThroughTheDiscoveredFolder) {
   const StartupScene scene;
   EXPECT_EQ(CreateVM().status, 0);
-  const FakeJvm jvm = FakeJvm::AlreadyLoaded();
-  EXPECT_EQ(jvm.Count(kFakeCreateVM), 1u);
+  EXPECT_EQ(FakeJvm::AlreadyLoaded().Count(kFakeCreateVM), 1u);
   EXPECT_EQ(ReadVariable(L"PATH"), FakeJvm::Home() + L"\\BIN\\SERVER;C:\\windows\\system32;C:\\windows");
 }
 

@@ -164,19 +164,24 @@ TEST(ModuleCache, BrokenLibraryStopsNobodyAtADialog) {
 
 // ---- the end of a thread ----
 
-TEST(ThreadEnd, DetachesTheThreadOnItselfAndForgetsIt) {
-  const JoinedWorld world;
-  const DWORD threadId = OnThread([&] {
-    EXPECT_NE(QV_AcquireThreadEnv(world.vm.get()), nullptr);
-    EXPECT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(GetCurrentThreadId(), L"C:\\thread.jar"));
-  });
-  const std::vector<FakeJvmCall> detached = world.jvm.Calls(kFakeDetach);
-  ASSERT_EQ(detached.size(), 1u);
-  EXPECT_EQ(detached[0].threadId, threadId);
-  EXPECT_NE(detached[0].env, nullptr) << "it was attached until then";
-  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(threadId), nullptr);
-  EXPECT_EQ(g_pThreadRegistry->FindThreadClassPath(threadId), nullptr);
-  EXPECT_EQ(world.jvm.AttachedThreads(), 1) << "the main thread";
+TEST(ThreadEnd, DetachesTheThreadOnItselfUnlessTheHostForbidsItAndForgetsIt) {
+  for (const bool forbidden : {false, true}) {
+    const JoinedWorld world;
+    if (forbidden) QvshrLedgerOverrideInt(kQvshrCallNoDetachQuery, 1);
+    const DWORD threadId = OnThread([&] {
+      EXPECT_NE(QV_AcquireThreadEnv(world.vm.get()), nullptr);
+      EXPECT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(GetCurrentThreadId(), L"C:\\thread.jar"));
+    });
+    QvshrLedgerClearInt(kQvshrCallNoDetachQuery);
+    EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(threadId), nullptr);
+    EXPECT_EQ(g_pThreadRegistry->FindThreadClassPath(threadId), nullptr);
+    const std::vector<FakeJvmCall> detached = world.jvm.Calls(kFakeDetach);
+    ASSERT_EQ(detached.size(), forbidden ? 0u : 1u);
+    if (forbidden) continue;
+    EXPECT_EQ(detached[0].threadId, threadId);
+    EXPECT_NE(detached[0].env, nullptr) << "it was attached until then";
+    EXPECT_EQ(world.jvm.AttachedThreads(), 1) << "the main thread";
+  }
 }
 
 TEST(ThreadEnd, ThreadThatNeverJoinedLeavesTheRegistryUnchanged) {
@@ -201,28 +206,16 @@ TEST(ThreadEnd, ClassPathOfAFailedStartGoesWithItsThread) {
   EXPECT_EQ(g_pThreadRegistry->FindThreadClassPath(threadId), nullptr);
 }
 
-TEST(ThreadEnd, HostThatForbidsDetachingIsObeyed) {
-  const JoinedWorld world;
-  QvshrLedgerOverrideInt(kQvshrCallNoDetachQuery, 1);
-  const DWORD threadId = OnThread([&] { QV_AcquireThreadEnv(world.vm.get()); });
-  EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u);
-  EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(threadId), nullptr) << "forgotten all the same";
-  QvshrLedgerClearInt(kQvshrCallNoDetachQuery);
-}
-
-TEST(ThreadEnd, NotificationOfTheLibraryAndCallbackDetachOnce) {
+TEST(ThreadEnd, NotificationAndCallbackDetachOnceAndAThreadThatComesBackBetweenThemAgain) {
   const JoinedWorld world;
   OnThread([&] {
     QV_AcquireThreadEnv(world.vm.get());
-    qv::OnThreadNotification();
-    EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
-    qv::OnThreadNotification();
+    for (int time = 0; time < 2; ++time) {
+      qv::OnThreadNotification();
+      EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
+    }
   });
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
-}
-
-TEST(ThreadEnd, ThreadThatComesBackAfterItsNotificationIsAttachedAndDetachedAgain) {
-  const JoinedWorld world;
   OnThread([&] {
     const qv_jnienv first = QV_AcquireThreadEnv(world.vm.get());
     EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), first) << "from here on it is remembered";
@@ -231,7 +224,7 @@ TEST(ThreadEnd, ThreadThatComesBackAfterItsNotificationIsAttachedAndDetachedAgai
     EXPECT_NE(second, nullptr);
     EXPECT_NE(second, first) << "the environment of before is dead";
   });
-  EXPECT_EQ(world.jvm.Count(kFakeDetach), 2u);
+  EXPECT_EQ(world.jvm.Count(kFakeDetach), 3u);
 }
 
 int g_ownCallbacks = 0;

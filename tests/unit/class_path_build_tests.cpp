@@ -2,7 +2,6 @@
 #include <vector>
 
 #include "tests/support/import_hook.h"
-#include "tests/support/message_box.h"
 #include "tests/unit/fake_key.h"
 #include "tests/unit/fake_system.h"
 #include "tests/unit/unit_fixture.h"
@@ -10,7 +9,7 @@
 namespace qvtest {
 namespace {
 
-class ClassPathBuildTest : public LedgerTest {
+class ClassPathBuildTest : public ConfigTest {
  protected:
   [[nodiscard]] std::wstring Install() const { return m_folder.Path(L"install"); }
   // Below it lie the entries that are not installed.
@@ -27,10 +26,7 @@ class ClassPathBuildTest : public LedgerTest {
 
   TempFolder m_folder;
   LoadedModule m_service{m_folder, L"install\\qvjvm.dll"};
-  MessageBoxCatcher m_boxes;
-  RegistrySandbox m_registry{RegistrySandbox::Override::MachineAndUser};
   EnvironmentScope m_classPath{L"CLASSPATH", std::nullopt};
-  ConfigObject m_config;
 };
 
 // ---- an unknown host ----
@@ -98,7 +94,6 @@ TEST_F(ClassPathBuildTest, TheEntriesOfTheListThatAreThereComeBehindTheRuntimesL
       EXPECT_EQ(Build(), L"true: " + (library ? Install() + L"\\JRE\\LIB\\rt.jar;" : L"") + want);
     }
   }
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 TEST_F(ClassPathBuildTest, AnEmptySystemClassPathStillHasASeparatorBehindIt) {
@@ -132,7 +127,6 @@ TEST_F(ClassPathBuildTest, WithoutTheBuiltInTreeOrTheListInItThereIsNoClassPathA
   const FakeDefaultTree tree(L"QVSomethingElse", {{L"Count", L"1"}, {L"0", L"\\a.jar"}});
   EXPECT_EQ(Build(), L"false: <null>");
   EXPECT_EQ(Compose(), L"false: <null>");
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 // ---- a known host ----
@@ -161,7 +155,6 @@ TEST_F(ClassPathBuildTest, AKnownHostGetsItsJdksLibrariesTheEntriesAndTheListsOf
   expect(L"T\\JRE\\LIB\\rt.jar;T\\LIB\\tools.jar;;t.jar", L";u1;u2;e;.");
   SetDevelopmentList(kTableroRoot, {});
   expect(L"T\\JRE\\LIB\\rt.jar;T\\LIB\\tools.jar;;", L";u1;u2;e;.");
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 // The texts are in counted_list_tests.cpp.
@@ -173,6 +166,7 @@ TEST_F(ClassPathBuildTest, AKnownHostWithoutItsListHasNoClassPathAndSeesWhatIsMi
   m_registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java\\QVIDEConfig\\QVSysclasspath", L"0", L"a");
   EXPECT_EQ(Build(), L"false: <null>");
   const std::vector<ShownBox> shown = m_boxes.Shown();
+  m_expectedBoxes = 3;
   ASSERT_EQ(shown.size(), 3u);
   EXPECT_TRUE(shown[0].text.ends_with(L"Registry key:\nHKEY_LOCAL_MACHINE\\" + std::wstring(kQuovantRoot) + L"\\"));
   EXPECT_TRUE(shown[1].text.ends_with(L"\\Java\\QVIDEConfig\\QVSysclasspath"));

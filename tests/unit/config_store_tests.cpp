@@ -4,7 +4,6 @@
 
 #include "base/process_end.h"
 #include "store/config_store.h"
-#include "tests/support/message_box.h"
 #include "tests/support/threads.h"
 #include "tests/unit/fake_key.h"
 #include "tests/unit/unit_fixture.h"
@@ -12,7 +11,7 @@
 namespace qvtest {
 namespace {
 
-class ConfigStoreTest : public LedgerTest {
+class ConfigStoreTest : public ConfigTest {
  protected:
   using Reader = bool (CQV_JVMConfigInfo::*)(IQvString**) noexcept;
   struct Location {
@@ -36,10 +35,6 @@ class ConfigStoreTest : public LedgerTest {
     return TakeText(path);
   }
   static std::wstring JavaKey(const wchar_t* root = kQuovantRoot) { return std::wstring(root) + L"\\Java"; }
-
-  MessageBoxCatcher m_boxes;
-  RegistrySandbox m_registry{RegistrySandbox::Override::MachineAndUser};
-  ConfigObject m_config;
 };
 
 // ---- the root key ----
@@ -140,7 +135,6 @@ TEST_F(ConfigStoreTest, AMissingRootKeyOrValueIsFalseAndShowsNoMessageBox) {
     EXPECT_STREQ(m_config->m_szRegistryRoot, kQuovantRoot);
     m_registry.DeleteKey(Hive::Machine, kQuovantRoot);
   }
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 TEST_F(ConfigStoreTest, ALocationIsTakenFromWhateverBytesTheRegistryHolds) {
@@ -238,7 +232,6 @@ TEST_F(ConfigStoreTest, AUserClassPathThatIsMissingIsEmptyAndQuiet) {
   EXPECT_EQ(UserClassPath(), L"");
   m_registry.SetText(Hive::User, std::wstring(kQuovantRoot) + L"\\ClassPath", L"0", L"no count");
   EXPECT_EQ(UserClassPath(), L"");
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 TEST_F(ConfigStoreTest, TheUserClassPathIsOpenedWithReadAccess) {

@@ -39,7 +39,6 @@ TEST_F(ConfiguredPathTest, AMissingLocationIsFalseWithoutASearchAndWithoutAMessa
   EXPECT_FALSE(m_config->LocateJavaRuntime()) << "no JDKLocation";
   EXPECT_FALSE(m_config->m_bRuntimeFound);
   EXPECT_EQ(Path(), kOldPath);
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 TEST_F(ConfiguredPathTest, AnEmptyLocationOrOneThatIsNoTextIsRefused) {

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "store/counted_list.h"
-#include "tests/support/message_box.h"
 #include "tests/unit/fake_key.h"
 #include "tests/unit/unit_fixture.h"
 
@@ -55,7 +54,7 @@ TEST(IndexTextTest, OnlyTheExactTextOfAnIndexStandsForIt) {
 
 const std::wstring kList = std::wstring(kQuovantRoot) + L"\\Java\\QVIDEConfig\\QVSysclasspath";
 
-class CountedListTest : public LedgerTest {
+class CountedListTest : public ConfigTest {
  protected:
   using Values = std::vector<std::pair<std::wstring, std::wstring>>;
 
@@ -70,10 +69,6 @@ class CountedListTest : public LedgerTest {
       return m_config->ReadCountedList(HKEY_LOCAL_MACHINE, L"Java\\QVIDEConfig\\QVSysclasspath", 0x20019, list, quiet);
     });
   }
-
-  MessageBoxCatcher m_boxes;
-  RegistrySandbox m_registry;
-  ConfigObject m_config;
 };
 
 const std::vector<std::pair<std::wstring, std::wstring>> kFive = {
@@ -123,7 +118,6 @@ TEST_F(CountedListTest, TheEntriesBelowTheCountComeInIndexOrderJoinedBySemicolon
     SetList(row.count, row.values);
     EXPECT_EQ(Read(), std::wstring(L"true: ") + row.want) << row.name;
   }
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 TEST_F(CountedListTest, ACountThatNoIntegerHoldsSaturatesOrWraps) {
@@ -225,79 +219,65 @@ TEST_F(CountedListTest, EntriesOfOneMebibyteAreReadWhole) {
 
 // ---- messages ----
 
-constexpr wchar_t kKeyMessage[] = L"Error initializing Java VM.\nCould not find Registry key:\nHKEY_LOCAL_MACHINE\\";
-constexpr wchar_t kValueMessage[] =
-    L"Error initializing Java VM.\nCould not find Registry value:\nHKEY_LOCAL_MACHINE\\";
-
-class ListMessageTest : public LedgerTest {
+class ListMessageTest : public ConfigTest {
  protected:
   ListMessageTest() { lstrcpynW(m_config->m_szServiceName, L"Quovant Java VM Service", 30); }
 
-  // Reads, expects a failure with an empty list, and gives what was shown.
-  std::vector<ShownBox> ShownFor(HKEY hive, const std::wstring& subKey, bool quiet) {
-    const MessageBoxCatcher boxes;
+  // Reads, expects a failure with an empty list, and this to be shown; nothing when the text is null.
+  void ExpectShown(const std::optional<std::wstring>& text, HKEY hive, const std::wstring& subKey, bool quiet = false) {
     const std::wstring read = ResultAndText(
         [&](IQvString** list) { return m_config->ReadCountedList(hive, subKey.c_str(), 0x20019, list, quiet); });
     EXPECT_EQ(read, L"false: ");
-    return boxes.Shown();
+    if (text) m_expectedBoxes += 1;
+    ASSERT_EQ(m_boxes.Shown().size(), m_expectedBoxes) << ToUtf8(subKey);
+    if (text) {
+      EXPECT_EQ(m_boxes.Shown().back(), (ShownBox{*text, m_config->m_szServiceName, MB_OK | MB_ICONERROR, false}));
+    }
   }
-  static std::vector<ShownBox> Box(const std::wstring& text, const wchar_t* title = L"Quovant Java VM Service") {
-    return {{text, title, MB_OK | MB_ICONERROR, false}};
-  }
-
-  RegistrySandbox m_registry{RegistrySandbox::Override::MachineAndUser};
-  ConfigObject m_config;
 };
+
+const std::wstring kMissingKey = L"Error initializing Java VM.\nCould not find Registry key:\nHKEY_LOCAL_MACHINE\\";
+const std::wstring kMissingValue = L"Error initializing Java VM.\nCould not find Registry value:\nHKEY_LOCAL_MACHINE\\";
 
 TEST_F(ListMessageTest, WhatIsMissingIsNamedAndQuietReadersShowNothing) {
   const std::wstring list = std::wstring(kQuovantRoot) + L"\\Java\\L";
-  const auto expectShown = [&](const char* missing, const std::wstring& text) {
-    EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"Java\\L", false), Box(text)) << missing;
-    EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"Java\\L", true), std::vector<ShownBox>{}) << missing;
+  const auto expectShown = [&](const std::wstring& text) {
+    ExpectShown(text, HKEY_LOCAL_MACHINE, L"Java\\L");
+    ExpectShown(std::nullopt, HKEY_LOCAL_MACHINE, L"Java\\L", true);
   };
-  expectShown("the root, with a bare backslash behind it", std::wstring(kKeyMessage) + kQuovantRoot + L"\\");
+  expectShown(kMissingKey + kQuovantRoot + L"\\");
   m_registry.CreateKey(Hive::Machine, kQuovantRoot);
-  expectShown("the key of the list, with its path", kKeyMessage + list);
+  expectShown(kMissingKey + list);
   m_registry.SetText(Hive::Machine, list, L"0", L"a");
-  expectShown("the Count, as a value", kValueMessage + list + L"\\Count");
+  expectShown(kMissingValue + list + L"\\Count");
 }
 
 TEST_F(ListMessageTest, TheTextsSayTheMachineWhateverHiveWasRead) {
-  EXPECT_EQ(ShownFor(HKEY_CURRENT_USER, L"L", false), Box(std::wstring(kKeyMessage) + kQuovantRoot + L"\\"));
+  ExpectShown(kMissingKey + kQuovantRoot + L"\\", HKEY_CURRENT_USER, L"L");
   m_registry.CreateKey(Hive::User, std::wstring(kQuovantRoot) + L"\\L");
-  EXPECT_EQ(ShownFor(HKEY_CURRENT_USER, L"L", false), Box(std::wstring(kValueMessage) + kQuovantRoot + L"\\L\\Count"));
+  ExpectShown(kMissingValue + kQuovantRoot + L"\\L\\Count", HKEY_CURRENT_USER, L"L");
 }
 
 TEST_F(ListMessageTest, TheTitleIsTheServicesNameAndTheRootIsTheHosts) {
-  SetHost(*m_config, HostKind::Tablero);
   lstrcpynW(m_config->m_szServiceName, L"Tablero Java VM Service", 30);
-  EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"L", false),
-            Box(std::wstring(kKeyMessage) + kTableroRoot + L"\\", L"Tablero Java VM Service"));
+  SetHost(*m_config, HostKind::Tablero);
+  ExpectShown(kMissingKey + kTableroRoot + L"\\", HKEY_LOCAL_MACHINE, L"L");
   SetHost(*m_config, HostKind::Loomhall);
-  EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"L", false),
-            Box(std::wstring(kKeyMessage) + kLoomhallRoot + L"\\", L"Tablero Java VM Service"));
+  ExpectShown(kMissingKey + kLoomhallRoot + L"\\", HKEY_LOCAL_MACHINE, L"L");
+  EXPECT_EQ(m_boxes.Shown().back().title, L"Tablero Java VM Service");
 }
 
-TEST_F(ListMessageTest, WithoutItsResourceAMessageIsEmpty) {
-  const ImportHook strings(
-      nullptr, "LoadStringW", +[](HINSTANCE, UINT, LPWSTR, int) WINAPI { return 0; });
-  EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"L", false), Box(L""));
-}
-
-TEST_F(ListMessageTest, FormatSignsInAPathAreShownAsTheyAre) {
+TEST_F(ListMessageTest, AMessageIsCutTo511UnitsHasFormatSignsAsTheyAreAndIsEmptyWithoutItsResource) {
   m_registry.CreateKey(Hive::Machine, kQuovantRoot);
-  EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, L"100%s%n%d", false),
-            Box(std::wstring(kKeyMessage) + kQuovantRoot + L"\\100%s%n%d"));
-}
-
-TEST_F(ListMessageTest, AMessageIsCutTo511Units) {
-  m_registry.CreateKey(Hive::Machine, kQuovantRoot);
+  ExpectShown(kMissingKey + kQuovantRoot + L"\\100%s%n%d", HKEY_LOCAL_MACHINE, L"100%s%n%d");
   for (const size_t units : {480u, 1000u, 2000u}) {
     std::wstring path = L"k";
     while (path.size() < units) path += L"\\key";
-    const std::wstring whole = std::wstring(kKeyMessage) + kQuovantRoot + L"\\" + path;
-    EXPECT_EQ(ShownFor(HKEY_LOCAL_MACHINE, path, false), Box(whole.substr(0, 511))) << units << " units";
+    ExpectShown((kMissingKey + kQuovantRoot + L"\\" + path).substr(0, 511), HKEY_LOCAL_MACHINE, path);
   }
+  const ImportHook strings(
+      nullptr, "LoadStringW", +[](HINSTANCE, UINT, LPWSTR, int) WINAPI { return 0; });
+  ExpectShown(L"", HKEY_LOCAL_MACHINE, L"L");
 }
 
 }  // namespace

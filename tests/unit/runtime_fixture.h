@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "tests/support/import_hook.h"
-#include "tests/support/message_box.h"
 #include "tests/unit/unit_fixture.h"
 
 namespace qvtest {
@@ -17,7 +16,7 @@ inline constexpr wchar_t kJavaSoft[] = L"Software\\JavaSoft\\Java Runtime Enviro
 inline constexpr wchar_t kOldPath[] = L"C:\\old;D:\\older";
 
 // An unknown host, the service in "install", nothing that leads to a runtime.
-class RuntimeLocateTest : public LedgerTest {
+class RuntimeLocateTest : public ConfigTest {
  protected:
   [[nodiscard]] std::wstring Home() const { return m_folder.Path(L"home"); }
   [[nodiscard]] std::wstring Install() const { return m_folder.Path(L"install"); }
@@ -56,11 +55,8 @@ class RuntimeLocateTest : public LedgerTest {
 
   TempFolder m_folder;
   LoadedModule m_service{m_folder, L"install\\qvjvm.dll"};
-  MessageBoxCatcher m_boxes;
-  RegistrySandbox m_registry;
   EnvironmentScope m_path{L"PATH", kOldPath};
   EnvironmentScope m_javaHome{L"JAVA_HOME", std::nullopt};
-  ConfigObject m_config;
 };
 
 // SetEnvironmentVariableW with a result of the test's own for each call; what is not listed goes through.

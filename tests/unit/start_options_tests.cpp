@@ -2,7 +2,6 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/message_box.h"
 #include "tests/unit/fake_key.h"
 #include "tests/unit/unit_fixture.h"
 
@@ -11,7 +10,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-class StartOptionsTest : public LedgerTest {
+class StartOptionsTest : public ConfigTest {
  protected:
   StartOptionsTest() {
     m_config->m_pfnVfprintfHook = &m_vfprintf;
@@ -90,12 +89,9 @@ class StartOptionsTest : public LedgerTest {
   std::wstring m_key = std::wstring(kQuovantRoot) + L"\\Java\\QVRTConfig\\";
   TempFolder m_folder;
   LoadedModule m_service{m_folder, L"install\\qvjvm.dll"};
-  MessageBoxCatcher m_boxes;
-  RegistrySandbox m_registry{RegistrySandbox::Override::MachineAndUser};
   EnvironmentScope m_classPath{L"CLASSPATH", std::nullopt};
   int m_vfprintf = 0;
   int m_exit = 0;
-  ConfigObject m_config;
 };
 
 const Texts kDefaults = {"-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"};
@@ -133,7 +129,6 @@ TEST_F(StartOptionsTest, AnUnknownHostGetsWhatIsRegisteredAndTheDefaultsForEachK
   EXPECT_EQ(Configured(), (Texts{"-Xmx128m", "-verbose:jni"})) << "no options";
   SetProperty(L"user.x", L"1");
   EXPECT_EQ(Configured(), (Texts{"-Xmx128m", "-verbose:jni", "-Duser.x=1"})) << "properties without options";
-  EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
 
 TEST_F(StartOptionsTest, ACountIsReadAsADecimalNumberAndANegativeOneIs0) {
@@ -257,6 +252,7 @@ TEST_F(StartOptionsTest, AKnownHostWithoutItsRootIsFalseAndAJavaLauncherIsOneWit
   SetHost(*m_config, HostKind::Tablero);
   EXPECT_EQ(ReadProperties(), (std::vector<std::wstring>{L"false, count 0"}));
   EXPECT_FALSE(Build().ok);
+  m_expectedBoxes = 1;  // its class path list is missing as well
   SetHost(*m_config, HostKind::Loomhall);
   EXPECT_FALSE(Build().ok);
   m_key = std::wstring(kLoomhallRoot) + L"\\Java\\QVIDEConfig\\";

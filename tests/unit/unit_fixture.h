@@ -10,9 +10,12 @@
 #include <string>
 #include <vector>
 
+#include "base/handle.h"
 #include "config/jvm_config_info.h"
 #include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
+#include "tests/support/message_box.h"
+#include "tests/support/pinned.h"
 #include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
@@ -30,18 +33,28 @@ class LedgerTest : public testing::Test {
 };
 
 // A configuration object in a host block; its own destruction gives the block back.
-class ConfigObject {
+class ConfigObject : private Pinned {
  public:
   ConfigObject() : m_config(new CQV_JVMConfigInfo()) {}
   ~ConfigObject() { m_config->Destroy(1); }
-  ConfigObject(const ConfigObject&) = delete;
-  ConfigObject& operator=(const ConfigObject&) = delete;
 
   CQV_JVMConfigInfo* operator->() const { return m_config; }
   CQV_JVMConfigInfo& operator*() const { return *m_config; }
 
  private:
   CQV_JVMConfigInfo* m_config;
+};
+
+// Such a test with a registry and a configuration object of its own. It fails when a message box was shown that it does
+// not expect.
+class ConfigTest : public LedgerTest {
+ protected:
+  void TearDown() override { EXPECT_EQ(m_boxes.Shown().size(), m_expectedBoxes); }
+
+  MessageBoxCatcher m_boxes;
+  size_t m_expectedBoxes = 0;
+  RegistrySandbox m_registry{RegistrySandbox::Override::MachineAndUser};
+  ConfigObject m_config;
 };
 
 enum class HostKind { Unknown, Quovant, Tablero, Loomhall };
@@ -77,23 +90,16 @@ inline const RegistryBytes kRegistryBytes[] = {
 };
 
 // A module with nothing in it, copied to a path and loaded from there.
-class LoadedModule {
+class LoadedModule : private Pinned {
  public:
   LoadedModule(const TempFolder& folder, const std::wstring& relative)
-      : m_path(folder.CopyIn(ProgramFolder() + L"\\unit_module.dll", relative)),
-        m_module(LoadLibraryW(m_path.c_str())) {
-    EXPECT_NE(m_module, nullptr) << "cannot load " << ToUtf8(m_path) << ": error " << GetLastError();
+      : m_module(LoadLibraryW(folder.CopyIn(ProgramFolder() + L"\\unit_module.dll", relative).c_str())) {
+    EXPECT_TRUE(m_module) << "cannot load " << ToUtf8(relative) << ": error " << GetLastError();
   }
-  ~LoadedModule() { FreeLibrary(m_module); }
-  LoadedModule(const LoadedModule&) = delete;
-  LoadedModule& operator=(const LoadedModule&) = delete;
-
-  [[nodiscard]] HMODULE Handle() const { return m_module; }
-  [[nodiscard]] const std::wstring& Path() const { return m_path; }
+  [[nodiscard]] HMODULE Handle() const { return m_module.Get(); }
 
  private:
-  std::wstring m_path;
-  HMODULE m_module;
+  qv::Library m_module;
 };
 
 // The result and the text of a reader: "true: text", "false: <null>".
