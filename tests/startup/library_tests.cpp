@@ -258,38 +258,29 @@ TEST_F(LibraryTest, WithoutASlotForThreadEndsTheEntryRoutineDetaches) {
 
 // A thread of fibres that asked for a class path and whose start failed before anything was loaded; it ends, under the
 // loader lock, while another one loads the runtime under the registry's lock.
-struct EndDuringALoad {
-  Event failed;
-  Event loading;
-  HostThread* thread = nullptr;
-  bool ended = false;
-  decltype(&LoadLibraryA) load = nullptr;
-} * g_end;
-HMODULE WINAPI LoadWhenTheFiberThreadIsGone(const char* name) {
-  g_end->loading.Set();
-  g_end->ended = g_end->thread->Join(5000);
-  return g_end->load(name);
-}
-
 TEST_F(LoadedLibraryTest, ThreadOfFibersThatEndsDuringTheLoadWaitsForNobody) {
-  EndDuringALoad end;
-  g_end = &end;
-  HostThread thread([&] {
+  const Event failed;
+  const Event loading;
+  const HostThread thread([&] {
     ConvertThreadToFiber(nullptr);
     {
       const FailAllocation nothing(1, kQvshrFailFromHere);
       IQV_JavaVM* vm = nullptr;
       EXPECT_EQ(m_library.Create(&vm, L"C:\\mine.jar"), kFail);
     }
-    end.failed.Set();
-    end.loading.Wait();
+    failed.Set();
+    loading.Wait();
   });
-  end.thread = &thread;
-  end.failed.Wait();
-  const ImportHook hook(GetModuleHandleW(L"qvjvm.dll"), "LoadLibraryA", &LoadWhenTheFiberThreadIsGone);
-  end.load = hook.Original<decltype(end.load)>();
+  failed.Wait();
+  bool ended = false;
+  const auto loadWhenItIsGone = [&](const char* name) {
+    loading.Set();
+    ended = thread.Join(5000);
+    return LoadLibraryA(name);
+  };
+  const FunctionHook<decltype(&LoadLibraryA)> hook("LoadLibraryA", loadWhenItIsGone, GetModuleHandleW(L"qvjvm.dll"));
   Start();
-  EXPECT_TRUE(end.ended);
+  EXPECT_TRUE(ended);
 }
 
 class LogOfALibraryTest : public LibraryTest, public testing::WithParamInterface<bool> {};

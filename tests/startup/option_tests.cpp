@@ -107,12 +107,10 @@ TEST(Options, UnknownHostGetsTheListAndThePropertiesOfTheRegistry) {
 
 TEST(Options, ListenersOfTheDebugChannelHearNoSecret) {
   StartupWorld world;
-  static std::wstring told;
-  told.clear();
+  std::wstring told;
   const ImportHook debugger(
       nullptr, "IsDebuggerPresent", +[]() WINAPI { return BOOL{TRUE}; });
-  const ImportHook output(
-      nullptr, "OutputDebugStringW", +[](const wchar_t* text) WINAPI { told += text; });
+  const FunctionHook<decltype(&OutputDebugStringW)> output("OutputDebugStringW", [&](auto text) { told += text; });
   world.registry.SetList(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMconfig",
                          {L"-agentlib:x=user=me,Pwd=h1dden", L"-Xss1m"});
   world.registry.SetText(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMprops", L"my.PassWord", L"h1dden");

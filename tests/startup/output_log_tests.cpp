@@ -117,27 +117,18 @@ TEST(OutputLog, PathWithoutItsFolderGivesMinus1AndLeavesTheState) {
 // What was opened, and how.
 class OpenWatch {
  public:
-  OpenWatch() : m_open(nullptr, "_wfopen", &Note), m_close(nullptr, "fclose", &Close) {
-    s_open = m_open.Original<decltype(&_wfopen)>();
-    s_close = m_close.Original<decltype(&fclose)>();
-    s_story.clear();
-  }
-  [[nodiscard]] const std::vector<std::wstring>& Story() const { return s_story; }
+  [[nodiscard]] const std::vector<std::wstring>& Story() const { return m_story; }
 
  private:
-  static FILE* Note(const wchar_t* path, const wchar_t* mode) {
-    s_story.push_back(std::wstring(L"open ") + mode + L" " + path);
-    return s_open(path, mode);
-  }
-  static int Close(FILE* file) {
-    s_story.push_back(L"close");
-    return s_close(file);
-  }
-  static inline decltype(&_wfopen) s_open = nullptr;
-  static inline decltype(&fclose) s_close = nullptr;
-  static inline std::vector<std::wstring> s_story;
-  ImportHook m_open;
-  ImportHook m_close;
+  std::vector<std::wstring> m_story;
+  FunctionHook<decltype(&_wfopen)> m_open{"_wfopen", [this](const wchar_t* path, const wchar_t* mode) {
+                                            m_story.push_back(std::wstring(L"open ") + mode + L" " + path);
+                                            return m_open.Real(path, mode);
+                                          }};
+  FunctionHook<decltype(&fclose)> m_close{"fclose", [this](FILE* file) {
+                                            m_story.push_back(L"close");
+                                            return m_close.Real(file);
+                                          }};
 };
 
 TEST(OutputLog, FileIsOpenedAndClosedForEveryMessage) {

@@ -20,20 +20,14 @@ using Strings = std::vector<std::string>;
 // What the service loads by name, in order; the loads themselves happen.
 class LoadWatch {
  public:
-  LoadWatch() : m_hook(nullptr, "LoadLibraryA", &Note) {
-    s_real = m_hook.Original<decltype(&LoadLibraryA)>();
-    s_names.clear();
-  }
-  [[nodiscard]] const Strings& Names() const { return s_names; }
+  [[nodiscard]] const Strings& Names() const { return m_names; }
 
  private:
-  static HMODULE WINAPI Note(const char* name) {
-    s_names.emplace_back(name);
-    return s_real(name);
-  }
-  static inline decltype(&LoadLibraryA) s_real = nullptr;
-  static inline Strings s_names;
-  ImportHook m_hook;
+  Strings m_names;
+  FunctionHook<decltype(&LoadLibraryA)> m_hook{"LoadLibraryA", [this](const char* name) {
+                                                 m_names.emplace_back(name);
+                                                 return m_hook.Real(name);
+                                               }};
 };
 
 struct Flags {

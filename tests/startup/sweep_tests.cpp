@@ -248,44 +248,6 @@ TEST_P(StartUpSweep, EachCallOfTheHostLibraryFails) {
 INSTANTIATE_TEST_SUITE_P(Scenarios, StartUpSweep, testing::ValuesIn(kScenarios),
                          [](const auto& row) { return std::string(row.param.name); });
 
-// ---- what single failures of the host library mean for an unknown host that creates the JVM ----
-
-TEST(HostLibraryFault, GivesItsStatedResult) {
-  const struct {
-    QvshrCall call;
-    const char* name;
-    uint64_t n;
-    QvshrLedgerMode mode;
-    int32_t status;
-  } rows[] = {
-      {kQvshrCallWideToMultiByte, "the class path option cannot be converted", 1, kQvshrFailOnce, QV_E_FAIL},
-      {kQvshrCallWideToMultiByte, "the boot class path option", 2, kQvshrFailOnce, QV_E_FAIL},
-      {kQvshrCallWideToMultiByte, "the hook vfprintf", 3, kQvshrFailOnce, QV_E_FAIL},
-      {kQvshrCallWideToMultiByte, "the hook exit", 4, kQvshrFailOnce, QV_E_FAIL},
-      {kQvshrCallWideToMultiByte, "the first configured option", 5, kQvshrFailOnce, QV_E_FAIL},
-      {kQvshrCallWideToMultiByte, "the last property", 7, kQvshrFailOnce, QV_E_FAIL},
-      {kQvshrCallOpenDefaultTree, "no built-in tree", 1, kQvshrFailFromHere, QV_E_FAIL},
-      {kQvshrCallOpenDefaultTree, "no built-in tree for the properties", 2, kQvshrFailOnce, QV_E_FAIL},
-      {kQvshrCallOpenDefaultTree, "no built-in tree for the options", 3, kQvshrFailOnce, QV_E_FAIL},
-      {kQvshrCallOpenSubKey, "no key in any tree", 1, kQvshrFailFromHere, QV_E_FAIL},
-      {kQvshrCallCreateString, "no text at all", 1, kQvshrFailFromHere, QV_E_FAIL},
-      {kQvshrCallGetFileName, "the executable has no name", 1, kQvshrFailFromHere, 0},
-      {kQvshrCallGetSpecialFolder, "no folder for the log", 1, kQvshrFailFromHere, 0},
-      {kQvshrCallGetSetting, "no setting", 1, kQvshrFailFromHere, 0},
-      {kQvshrCallIsWebDeployment, "no answer about the deployment", 1, kQvshrFailFromHere, 0},
-      {kQvshrCallEnumValue, "no properties", 1, kQvshrFailFromHere, 0},
-      {kQvshrCallGetDirectory, "no folder of the service", 1, kQvshrFailFromHere, QV_E_FAIL},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    const StartupWorld world;
-    const FailCall fault(row.call, row.n, row.mode);
-    EXPECT_EQ(CreateVM().status, row.status);
-    EXPECT_TRUE(fault.Fired());
-    EXPECT_EQ(world.jvm.Count(kFakeCreateVM), row.status == 0 ? 1u : 0u);
-  }
-}
-
 // ---- single operations ----
 
 TEST(OperationSweep, LoadingTheService) {

@@ -113,28 +113,25 @@ TEST(ThreadRegistry, SecondClassPathOfAThreadIsKeptButNotFound) {
 
 // ---- libraries ----
 
-// Loads nothing: every library is one that a test names, or fails.
+HMODULE Handle(uintptr_t number) { return reinterpret_cast<HMODULE>(number); }
+
+// Loads nothing: "1.dll" gives the handle 1, and so on; any other name fails.
 class FakeLoader {
  public:
-  FakeLoader() : m_load(nullptr, "LoadLibraryA", &Load), m_free(nullptr, "FreeLibrary", &Free) { s_story.clear(); }
-  [[nodiscard]] const Strings& Story() const { return s_story; }
+  [[nodiscard]] const Strings& Story() const { return m_story; }
 
  private:
-  // "1.dll" gives the handle 1, and so on; any other name fails.
-  static HMODULE WINAPI Load(const char* name) {
-    s_story.push_back(std::string("load ") + name);
-    return reinterpret_cast<HMODULE>(static_cast<uintptr_t>(std::atoi(name)));
-  }
-  static BOOL WINAPI Free(HMODULE module) {
-    s_story.push_back("free " + std::to_string(reinterpret_cast<uintptr_t>(module)));
-    return TRUE;
-  }
-  static inline Strings s_story;
-  ImportHook m_load;
-  ImportHook m_free;
+  Strings m_story;
+  FunctionHook<decltype(&LoadLibraryA)> m_load{"LoadLibraryA", [this](const char* name) {
+                                                 m_story.push_back(std::string("load ") + name);
+                                                 return Handle(static_cast<uintptr_t>(std::atoi(name)));
+                                               }};
+  FunctionHook<decltype(&FreeLibrary)> m_free{
+      "FreeLibrary", [this](HMODULE module) {
+        m_story.push_back("free " + std::to_string(reinterpret_cast<uintptr_t>(module)));
+        return TRUE;
+      }};
 };
-
-HMODULE Handle(uintptr_t number) { return reinterpret_cast<HMODULE>(number); }
 
 TEST(ModuleCache, NameIsTriedOnceAndComparedByteByByteAndTeardownFreesHeadFirst) {
   StartupWorld world;
@@ -289,47 +286,35 @@ TEST(ThreadEnd, ServiceCallsOfAThreadThatLeavesTheJvmLeaveNothingBehind) {
 }
 
 // Fibre-local storage has a lock of the system's that is held while a thread's end asks for the registry's.
-decltype(&FlsSetValue) g_setValue = nullptr;
-bool g_registryIsFree = false;
-BOOL WINAPI SetValueWhileAnotherThreadAsks(DWORD slot, void* value) {
-  const HostThread asking([] { g_registryIsFree = g_pThreadRegistry->FindThreadEnv(0) == nullptr; });
-  if (!asking.Join(5000)) std::_Exit(1);  // its end would be waited for without one
-  return g_setValue(slot, value);
-}
-
 TEST(ThreadEnd, NothingIsMarkedUnderTheRegistrysLock) {
   const JoinedWorld world;
-  const ImportHook hook(nullptr, "FlsSetValue", &SetValueWhileAnotherThreadAsks);
-  g_setValue = hook.Original<decltype(g_setValue)>();
+  bool registryIsFree = false;
+  const FunctionHook<decltype(&FlsSetValue)> hook("FlsSetValue", [&](DWORD slot, void* value) {
+    const HostThread asking([&] { registryIsFree = g_pThreadRegistry->FindThreadEnv(0) == nullptr; });
+    if (!asking.Join(5000)) std::_Exit(1);  // its end would be waited for without one
+    return hook.Real(slot, value);
+  });
   OnThread([&] { EXPECT_NE(QV_AcquireThreadEnv(world.vm.get()), nullptr); });
-  EXPECT_TRUE(std::exchange(g_registryIsFree, false));
+  EXPECT_TRUE(std::exchange(registryIsFree, false));
   OnThread([] { EXPECT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(GetCurrentThreadId(), L"C:\\own.jar")); });
-  EXPECT_TRUE(std::exchange(g_registryIsFree, false));
-}
-
-// At an unload: who is told what, in which order.
-Strings g_unloading;
-decltype(&FlsFree) g_freeSlot = nullptr;
-decltype(&DeleteCriticalSection) g_deleteLock = nullptr;
-BOOL WINAPI FreeSlot(DWORD slot) {
-  g_unloading.emplace_back(g_pThreadRegistry == nullptr ? "no more callbacks, nobody finds the registry" : "too early");
-  return g_freeSlot(slot);
-}
-void WINAPI DeleteLock(CRITICAL_SECTION* lock) {
-  if (g_unloading.size() == 1) g_unloading.emplace_back("the registry goes");
-  g_deleteLock(lock);
+  EXPECT_TRUE(registryIsFree);
 }
 
 TEST(ThreadEnd, AnUnloadWaitsForEndingThreadsBeforeTheRegistryGoes) {
-  const ImportHook slot(nullptr, "FlsFree", &FreeSlot);
-  const ImportHook lock(nullptr, "DeleteCriticalSection", &DeleteLock);
-  g_freeSlot = slot.Original<decltype(g_freeSlot)>();
-  g_deleteLock = lock.Original<decltype(g_deleteLock)>();
+  Strings story;
+  const FunctionHook<decltype(&FlsFree)> slot("FlsFree", [&](DWORD number) {
+    story.emplace_back(g_pThreadRegistry == nullptr ? "no more callbacks, nobody finds the registry" : "too early");
+    return slot.Real(number);
+  });
+  const FunctionHook<decltype(&DeleteCriticalSection)> lock("DeleteCriticalSection", [&](CRITICAL_SECTION* section) {
+    if (story.size() == 1) story.emplace_back("the registry goes");
+    lock.Real(section);
+  });
   {
     const StartupWorld world;
-    g_unloading.clear();
+    story.clear();
   }
-  EXPECT_EQ(g_unloading, (Strings{"no more callbacks, nobody finds the registry", "the registry goes"}));
+  EXPECT_EQ(story, (Strings{"no more callbacks, nobody finds the registry", "the registry goes"}));
 }
 
 // A thread of two fibres: the second calls the service and gives back; `rest` runs on the first one.
@@ -412,29 +397,26 @@ TEST(ThreadEnd, ThreadsThatComeAndGoLeaveNothing) {
 // Loads of libraries that last until they are let go, with the registry's lock held.
 class SlowLoad {
  public:
-  SlowLoad() : m_hook(nullptr, "LoadLibraryA", &Load) { s_load = this; }
-
   Event inside;
   Event leave;
   bool loaderLockTaken = false;
 
  private:
-  static HMODULE WINAPI Load(const char*) {
-    s_load->inside.Set();
-    s_load->leave.Wait();
+  HMODULE Load() {
+    inside.Set();
+    leave.Wait();
     // The loader's own lock, which no ending thread may hold while it waits for the registry's.
     HMODULE const ntdll = GetModuleHandleW(L"ntdll.dll");
     using Lock = LONG(NTAPI*)(ULONG flags, ULONG * state, ULONG_PTR * cookie);
     using Unlock = LONG(NTAPI*)(ULONG flags, ULONG_PTR cookie);
     ULONG_PTR cookie = 0;
     const auto lock = qv::FindProcedure<Lock>(ntdll, "LdrLockLoaderLock");
-    s_load->loaderLockTaken = lock != nullptr && lock(0, nullptr, &cookie) == 0;
-    if (s_load->loaderLockTaken) qv::FindProcedure<Unlock>(ntdll, "LdrUnlockLoaderLock")(0, cookie);
+    loaderLockTaken = lock != nullptr && lock(0, nullptr, &cookie) == 0;
+    if (loaderLockTaken) qv::FindProcedure<Unlock>(ntdll, "LdrUnlockLoaderLock")(0, cookie);
     return nullptr;
   }
 
-  static inline SlowLoad* s_load = nullptr;
-  ImportHook m_hook;
+  FunctionHook<decltype(&LoadLibraryA)> m_hook{"LoadLibraryA", [this](const char*) { return Load(); }};
 };
 
 void LoadSlowly() { g_pThreadRegistry->LoadModuleCached("slow.dll"); }
@@ -500,11 +482,10 @@ TEST(Loading, WithoutASlotForThreadEndsTheEntryRoutineDetaches) {
   {
     const qv::Handle listener(
         CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, L"DBWIN_BUFFER"));
-    static std::wstring line;
+    std::wstring line;
     const ImportHook noSlot(
         nullptr, "FlsAlloc", +[](PFLS_CALLBACK_FUNCTION) WINAPI { return FLS_OUT_OF_INDEXES; });
-    const ImportHook output(
-        nullptr, "OutputDebugStringW", +[](const wchar_t* text) WINAPI { line = text; });
+    const FunctionHook<decltype(&OutputDebugStringW)> output("OutputDebugStringW", [&](auto text) { line = text; });
     world.service.Restart();
     EXPECT_EQ(line,
               L"qvjvm: no slot of fibre-local storage is left; threads are detached under the loader lock when "

@@ -8,6 +8,9 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <functional>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "tests/support/pinned.h"
@@ -38,6 +41,36 @@ class ImportHook : private Pinned {
  private:
   std::vector<void**> m_places;
   void* m_original = nullptr;
+};
+
+// The same with an answer of the test's own that may hold what it needs: FunctionHook<decltype(&Sleep)> hook("Sleep",
+// [&](DWORD ms) { ... }). One at a time of each type of function, unless their tags differ.
+template <class Function, int Tag = 0>
+class FunctionHook;
+template <class Result, class... Arguments, int Tag>
+class FunctionHook<Result (*)(Arguments...), Tag> : private Pinned {
+ public:
+  using Answer = std::function<Result(Arguments...)>;
+
+  FunctionHook(const char* function, Answer answer, HMODULE module = nullptr) {
+    s_answer = std::move(answer);
+    m_hook.emplace(module, function, &Call);
+  }
+  FunctionHook(const char* dll, uint16_t ordinal, Answer answer) {
+    s_answer = std::move(answer);
+    m_hook.emplace(nullptr, dll, ordinal, reinterpret_cast<void*>(&Call));
+  }
+
+  // What would have been called.
+  Result Real(Arguments... arguments) const {
+    return m_hook->template Original<Result (*)(Arguments...)>()(arguments...);
+  }
+
+ private:
+  static Result Call(Arguments... arguments) { return s_answer(arguments...); }
+
+  static inline Answer s_answer;
+  std::optional<ImportHook> m_hook;
 };
 
 }  // namespace qvtest

@@ -104,14 +104,9 @@ TEST_F(ClassPathBuildTest, AnEmptySystemClassPathStillHasASeparatorBehindIt) {
 }
 
 TEST_F(ClassPathBuildTest, ACountFoundWithoutAnObjectIsNoEntries) {
-  static FakeKey key;
+  FakeKey key;
   key.values = {{L"Count", {0, std::nullopt}}, {L"0", {0, L"\\a.jar"}}};
-  const auto open = [](const DefaultConfigRecord*, IQvRegKey** out) {
-    key.AddRef();
-    *out = &key;
-    return int32_t{0};
-  };
-  const ImportHook tree(nullptr, "qvshr.dll", 5, reinterpret_cast<void*>(+open));
+  const FakeTree tree(key);
   EXPECT_EQ(Build(), L"true: ");
   EXPECT_EQ(key.opened,
             (std::vector<std::pair<std::wstring, uint32_t>>{{L"Java\\QVRTConfig\\QVSysclasspath", 0x20019}}));

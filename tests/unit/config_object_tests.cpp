@@ -188,15 +188,13 @@ TEST_F(ConfigObjectTest, AHostLibraryWithoutFileNamesMakesTheHostUnknown) {
 }
 
 TEST_F(ConfigObjectTest, TheServiceNameIsAResourceOfTheServicesModuleAndItsLackNoFailure) {
-  static std::vector<UINT> asked;
-  asked.clear();
-  const ImportHook strings(
-      nullptr, "LoadStringW", +[](HINSTANCE module, UINT id, LPWSTR, int capacity) WINAPI {
-        EXPECT_EQ(module, GetModuleHandleW(nullptr));
-        EXPECT_EQ(capacity, 30);
-        asked.push_back(id);
-        return 0;
-      });
+  std::vector<UINT> asked;
+  const FunctionHook<decltype(&LoadStringW)> strings("LoadStringW", [&](HINSTANCE from, UINT id, LPWSTR, int capacity) {
+    EXPECT_EQ(from, GetModuleHandleW(nullptr));
+    EXPECT_EQ(capacity, 30);
+    asked.push_back(id);
+    return 0;
+  });
   HINSTANCE const module = std::exchange(g_hModule, GetModuleHandleW(nullptr));
   for (const wchar_t* path : {L"C:\\Q\\qv190.exe", L"C:\\T\\tk190.exe", L"C:\\J\\javaw.exe", L"C:\\any.exe"}) {
     const HostPath host(path);

@@ -118,18 +118,11 @@ TEST_F(OpenedTreeTest, PathsAreRelativeToTheRootKeyAndThereIsNoDevelopmentConfig
 }
 
 TEST_F(OpenedTreeTest, ATreeThatComesWithAPositiveStatusIsOpen) {
-  static FakeKey tree;
-  static int32_t status;
-  const auto open = [](const DefaultConfigRecord*, IQvRegKey** out) {
-    tree.AddRef();
-    *out = &tree;
-    return status;
-  };
-  const ImportHook hook(nullptr, "qvshr.dll", 5, reinterpret_cast<void*>(+open));
-  for (const auto& [answer, opens] : {std::pair(0, true), {1, true}, {INT32_MAX, true}, {-1, false}}) {
-    status = answer;
+  FakeKey tree;
+  for (const auto& [status, opens] : {std::pair(0, true), {1, true}, {INT32_MAX, true}, {-1, false}}) {
+    const FakeTree hook(tree, status);
     qv::KeyRef key;
-    EXPECT_EQ(qv::OpenDefaultTree(key), opens) << answer;
+    EXPECT_EQ(qv::OpenDefaultTree(key), opens) << status;
   }
   EXPECT_EQ(tree.references, 1u);
 }

@@ -56,37 +56,13 @@ TEST_F(EnvironmentReadTest, AnAbsentVariableAndAnEmptyOneReadAsAbsent) {
   }
 }
 
-// What GetEnvironmentVariableW finds, one state for each call; the last one stays.
-class ChangingVariable {
- public:
-  explicit ChangingVariable(std::vector<std::wstring> states) : m_hook(nullptr, "GetEnvironmentVariableW", &Answer) {
-    s_states = std::move(states);
-    s_calls = 0;
-  }
-  [[nodiscard]] size_t Calls() const { return s_calls; }
-
- private:
-  static DWORD WINAPI Answer(LPCWSTR, LPWSTR buffer, DWORD capacity) {
-    const std::wstring& state = s_states[std::min(s_calls++, s_states.size() - 1)];
-    const auto units = static_cast<DWORD>(state.size());
-    if (units == 0) return 0;
-    if (units >= capacity) return units + 1;
-    std::copy_n(state.c_str(), units + 1, buffer);
-    return units;
-  }
-
-  static inline std::vector<std::wstring> s_states;
-  static inline size_t s_calls = 0;
-  ImportHook m_hook;
-};
-
 TEST_F(EnvironmentReadTest, AVariableThatChangesBetweenTwoReadsIsReadUntilItFits) {
   const std::wstring a(1500, L'a');
   const std::wstring b(1502, L'b');
   const std::wstring d(6000, L'd');
   const struct {
     const char* name;
-    std::vector<std::wstring> states;
+    std::vector<std::wstring> states;  // one for each call; the last one stays
     std::wstring want;
     size_t calls;
   } rows[] = {{"it grows", {a, std::wstring(3000, L'b'), std::wstring(4500, L'c'), d}, L"true: " + d, 5},
@@ -94,9 +70,18 @@ TEST_F(EnvironmentReadTest, AVariableThatChangesBetweenTwoReadsIsReadUntilItFits
               {"it shrinks", {a, L"short"}, L"true: short", 2},
               {"it vanishes", {a, L""}, L"false: <null>", 2}};
   for (const auto& row : rows) {
-    const ChangingVariable variable(row.states);
+    size_t calls = 0;
+    const FunctionHook<decltype(&GetEnvironmentVariableW)> variable(
+        "GetEnvironmentVariableW", [&](LPCWSTR, LPWSTR buffer, DWORD capacity) {
+          const std::wstring& state = row.states[std::min(calls++, row.states.size() - 1)];
+          const auto units = static_cast<DWORD>(state.size());
+          if (units == 0) return DWORD{0};
+          if (units >= capacity) return units + 1;
+          std::copy_n(state.c_str(), units + 1, buffer);
+          return units;
+        });
     EXPECT_TRUE(Read() == row.want) << row.name;
-    EXPECT_EQ(variable.Calls(), row.calls) << row.name << ": one call for each size, and one that fits";
+    EXPECT_EQ(calls, row.calls) << row.name << ": one call for each size, and one that fits";
   }
 }
 

@@ -118,29 +118,34 @@ class FakeRegistry {
     friend bool operator==(const Request&, const Request&) = default;
   };
 
+  // The key is handed out with this status; a null one is the answer without an object.
   explicit FakeRegistry(FakeKey& key, int32_t status = 0) : FakeRegistry(&key, status) {}
-  // A null key: the answer without an object.
-  explicit FakeRegistry(FakeKey* key, int32_t status)
-      : m_hook(nullptr, "qvshr.dll", 4, reinterpret_cast<void*>(&Open)) {
-    s_key = key;
-    s_status = status;
-    s_requests.clear();
-  }
+  FakeRegistry(FakeKey* key, int32_t status)
+      : m_hook("qvshr.dll", 4, [=, this](HKEY hive, IQvString* path, uint32_t access, IQvRegKey** out) {
+          m_requests.push_back({hive, TextOf(path), access});
+          *out = key;
+          if (key != nullptr) key->AddRef();
+          return status;
+        }) {}
 
-  [[nodiscard]] const std::vector<Request>& Requests() const { return s_requests; }
+  [[nodiscard]] const std::vector<Request>& Requests() const { return m_requests; }
 
  private:
-  static int32_t Open(HKEY hive, IQvString* path, uint32_t access, IQvRegKey** out) noexcept {
-    s_requests.push_back({hive, TextOf(path), access});
-    *out = s_status == 0 ? s_key : nullptr;
-    if (*out != nullptr) s_key->AddRef();
-    return s_status;
-  }
+  std::vector<Request> m_requests;
+  FunctionHook<int32_t (*)(HKEY, IQvString*, uint32_t, IQvRegKey**)> m_hook;
+};
 
-  static inline FakeKey* s_key = nullptr;
-  static inline int32_t s_status = 0;
-  static inline std::vector<Request> s_requests;
-  ImportHook m_hook;
+using OpenTreeFn = int32_t (*)(const DefaultConfigRecord*, IQvRegKey**);
+
+// Puts a fake key in the place of the built-in tree.
+class FakeTree : public FunctionHook<OpenTreeFn> {
+ public:
+  explicit FakeTree(FakeKey& key, int32_t status = 0)
+      : FunctionHook("qvshr.dll", 5, [&key, status](const DefaultConfigRecord*, IQvRegKey** out) {
+          key.AddRef();
+          *out = &key;
+          return status;
+        }) {}
 };
 
 // Puts another table in the place of the built-in tree, for the life of the object. Values alone, all of one key.
@@ -149,23 +154,17 @@ class FakeDefaultTree {
   using Values = std::vector<std::pair<const wchar_t*, const wchar_t*>>;
 
   // `list` is the key below "Java\QVRTConfig".
-  FakeDefaultTree(const wchar_t* list, const Values& values)
-      : m_hook(nullptr, "qvshr.dll", 5, reinterpret_cast<void*>(&Open)) {
-    s_open = m_hook.Original<OpenFn>();
-    s_table.clear();
-    for (const wchar_t* key : {L"ROOT", L"Java", L"QVRTConfig", list}) s_table.push_back({kOpenKey, key, nullptr, {}});
-    for (const auto& [name, value] : values) s_table.push_back({kStringValue, name, value, {}});
-    s_table.insert(s_table.end(), 4, {kCloseKey, nullptr, nullptr, {}});
-    s_table.push_back({kEndOfTable, nullptr, nullptr, {}});
+  FakeDefaultTree(const wchar_t* list, const Values& values) {
+    for (const wchar_t* key : {L"ROOT", L"Java", L"QVRTConfig", list}) m_table.push_back({kOpenKey, key, nullptr, {}});
+    for (const auto& [name, value] : values) m_table.push_back({kStringValue, name, value, {}});
+    m_table.insert(m_table.end(), 4, {kCloseKey, nullptr, nullptr, {}});
+    m_table.push_back({kEndOfTable, nullptr, nullptr, {}});
   }
 
  private:
-  using OpenFn = int32_t (*)(const DefaultConfigRecord*, IQvRegKey**);
-  static int32_t Open(const DefaultConfigRecord*, IQvRegKey** out) noexcept { return s_open(s_table.data(), out); }
-
-  static inline OpenFn s_open = nullptr;
-  static inline std::vector<DefaultConfigRecord> s_table;
-  ImportHook m_hook;
+  std::vector<DefaultConfigRecord> m_table;
+  FunctionHook<OpenTreeFn> m_hook{
+      "qvshr.dll", 5, [this](const DefaultConfigRecord*, IQvRegKey** out) { return m_hook.Real(m_table.data(), out); }};
 };
 
 }  // namespace qvtest

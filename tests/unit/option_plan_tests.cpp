@@ -134,35 +134,24 @@ TEST_F(OptionPlanTest, ACountThatDoesNotFitIsFalseWithNothingAllocated) {
 // A block of which only the first page can be touched: what is written or read behind it ends the test.
 class UntouchableBlocks {
  public:
-  UntouchableBlocks()
-      : m_alloc(nullptr, "qvshr.dll", 1, reinterpret_cast<void*>(&Alloc)),
-        m_free(nullptr, "qvshr.dll", 2, reinterpret_cast<void*>(&Free)) {
-    s_alloc = m_alloc.Original<decltype(s_alloc)>();
-    s_free = m_free.Original<decltype(s_free)>();
-    s_bytes = 0;
-  }
-  [[nodiscard]] size_t Bytes() const { return s_bytes; }
-  [[nodiscard]] bool Freed() const { return s_block == nullptr; }
+  [[nodiscard]] size_t Bytes() const { return m_bytes; }
+  [[nodiscard]] bool Freed() const { return m_block == nullptr; }
 
  private:
   static constexpr size_t kLarge = size_t{1} << 30;
-  static void* Alloc(size_t bytes) noexcept {
-    if (bytes < kLarge) return s_alloc(bytes);
-    s_bytes = bytes;
-    s_block = VirtualAlloc(nullptr, bytes, MEM_RESERVE, PAGE_NOACCESS);
-    return VirtualAlloc(s_block, 4096, MEM_COMMIT, PAGE_READWRITE);
-  }
-  static void Free(void* block) noexcept {
-    if (block == nullptr || block != s_block) return s_free(block);
-    VirtualFree(std::exchange(s_block, nullptr), 0, MEM_RELEASE);
-  }
 
-  static inline void* (*s_alloc)(size_t) = nullptr;
-  static inline void (*s_free)(void*) = nullptr;
-  static inline void* s_block = nullptr;
-  static inline size_t s_bytes = 0;
-  ImportHook m_alloc;
-  ImportHook m_free;
+  void* m_block = nullptr;
+  size_t m_bytes = 0;
+  FunctionHook<void* (*)(size_t)> m_alloc{"qvshr.dll", 1, [this](size_t bytes) {
+                                            if (bytes < kLarge) return m_alloc.Real(bytes);
+                                            m_bytes = bytes;
+                                            m_block = VirtualAlloc(nullptr, bytes, MEM_RESERVE, PAGE_NOACCESS);
+                                            return VirtualAlloc(m_block, 4096, MEM_COMMIT, PAGE_READWRITE);
+                                          }};
+  FunctionHook<void (*)(void*)> m_free{"qvshr.dll", 2, [this](void* block) {
+                                         if (block == nullptr || block != m_block) return m_free.Real(block);
+                                         VirtualFree(std::exchange(m_block, nullptr), 0, MEM_RELEASE);
+                                       }};
 };
 
 TEST_F(OptionPlanTest, AnArrayForManyMoreThanThereAreIsHadAndItsEmptyPartNeverTouched) {

@@ -62,22 +62,17 @@ class RuntimeLocateTest : public ConfigTest {
 // SetEnvironmentVariableW with a result of the test's own for each call; what is not listed goes through.
 class PathWrites {
  public:
-  explicit PathWrites(std::vector<BOOL> results) : m_hook(nullptr, "SetEnvironmentVariableW", &Answer) {
-    s_results = std::move(results);
-    s_written.clear();
-  }
-  [[nodiscard]] const std::vector<std::wstring>& Written() const { return s_written; }
+  explicit PathWrites(std::vector<BOOL> results) : m_results(std::move(results)) {}
+  [[nodiscard]] const std::vector<std::wstring>& Written() const { return m_written; }
 
  private:
-  static BOOL WINAPI Answer(LPCWSTR name, LPCWSTR value) {
-    s_written.push_back(std::wstring(name) + L"=" + value);
-    const size_t call = s_written.size() - 1;
-    return call < s_results.size() ? s_results[call] : TRUE;
-  }
-
-  static inline std::vector<BOOL> s_results;
-  static inline std::vector<std::wstring> s_written;
-  ImportHook m_hook;
+  std::vector<BOOL> m_results;
+  std::vector<std::wstring> m_written;
+  FunctionHook<decltype(&SetEnvironmentVariableW)> m_hook{
+      "SetEnvironmentVariableW", [this](LPCWSTR name, LPCWSTR value) {
+        m_written.push_back(std::wstring(name) + L"=" + value);
+        return m_written.size() <= m_results.size() ? m_results[m_written.size() - 1] : TRUE;
+      }};
 };
 
 }  // namespace qvtest

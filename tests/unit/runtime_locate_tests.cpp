@@ -149,17 +149,14 @@ TEST_F(RuntimeLocateTest, OtherSettingsKeepJavaHomeAndOfALongerOneTheFirstCharac
 }
 
 TEST_F(RuntimeLocateTest, TheSettingIsAskedForOnceWithItsDefaultAndTwoCharacters) {
-  static std::vector<std::wstring> asked;
-  asked.clear();
-  const ImportHook setting(
-      nullptr, "qvshr.dll", 10,
-      reinterpret_cast<void*>(
-          +[](const wchar_t* section, const wchar_t* key, const wchar_t* fallback, wchar_t* out, int32_t capacity) {
-            asked.push_back(std::wstring(section) + L"|" + key + L"|" + fallback + L"|" + std::to_wstring(capacity));
-            out[0] = L'0';
-            out[1] = L'\0';
-            return int32_t{1};
-          }));
+  std::vector<std::wstring> asked;
+  using GetSettingFn = int32_t (*)(const wchar_t*, const wchar_t*, const wchar_t*, wchar_t*, int32_t);
+  const FunctionHook<GetSettingFn> setting(
+      "qvshr.dll", 10, [&](const std::wstring& section, auto key, auto fallback, wchar_t* out, int32_t capacity) {
+        asked.push_back(section + L"|" + key + L"|" + fallback + L"|" + std::to_wstring(capacity));
+        wcscpy(out, L"0");
+        return 1;
+      });
   EXPECT_EQ(LocateAfresh(), kOldPath);
   EXPECT_EQ(asked, (std::vector<std::wstring>{L"QV|QVJRENOTUSECURRENT|0|2"}));
 }
