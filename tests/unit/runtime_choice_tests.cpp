@@ -1,4 +1,5 @@
-// Which runtime is chosen and what PATH becomes, decided from plain values.
+// Which runtime is chosen, decided from plain values. The order of the places and what PATH becomes are in
+// runtime_locate_tests.cpp and configured_path_tests.cpp.
 #include <set>
 #include <vector>
 
@@ -52,20 +53,6 @@ Probed Find(const std::wstring& home, std::span<const std::wstring_view> folders
   return probed;
 }
 
-TEST_F(RuntimeChoiceTest, BelowAJavaHomeFivePlacesAndBelowTheInstallFolderThreeAreTriedInThisOrder) {
-  const Probed probed = Find(L"H", qv::kJavaHomeFolders, {});
-  EXPECT_EQ(probed.result, qv::Discovery::NotFound);
-  EXPECT_EQ(probed.folder, L"");
-  EXPECT_EQ(probed.probes, (std::vector<std::wstring>{L"H\\BIN\\CLIENT\\JVM.DLL", L"H\\BIN\\SERVER\\JVM.DLL",
-                                                      L"H\\JRE\\BIN\\CLIENT\\JVM.DLL", L"H\\JRE\\BIN\\SERVER\\JVM.DLL",
-                                                      L"H\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
-  const Probed installed = Find(L"C:\\I", qv::kInstallFolders, {});
-  EXPECT_EQ(installed.result, qv::Discovery::NotFound);
-  EXPECT_EQ(installed.probes,
-            (std::vector<std::wstring>{L"C:\\I\\JRE\\BIN\\CLIENT\\JVM.DLL", L"C:\\I\\JRE\\BIN\\SERVER\\JVM.DLL",
-                                       L"C:\\I\\JRE\\BIN\\CLASSIC\\JVM.DLL"}));
-}
-
 TEST_F(RuntimeChoiceTest, TheFirstPlaceWithAJvmIsTakenAndNoneIsTriedAfterIt) {
   const std::set<std::wstring> files = {L"H\\JRE\\BIN\\CLIENT\\JVM.DLL", L"H\\BIN\\SERVER\\JVM.DLL"};
   for (const auto& [taking, verdict] : {std::pair(qv::Discovery::Taken, RuntimeVerdict::Taken),
@@ -83,6 +70,7 @@ TEST_F(RuntimeChoiceTest, TheFirstPlaceWithAJvmIsTakenAndNoneIsTriedAfterIt) {
 }
 
 TEST_F(RuntimeChoiceTest, AHomeIsTakenAsItIsWritten) {
+  EXPECT_EQ(Find(L"H", qv::kJavaHomeFolders, {}).result, qv::Discovery::NotFound);
   for (const wchar_t* home : {L"", L"C:\\", L"C:\\Java\\", L"a b;c", L"\\\\server\\share", L"C:/x"}) {
     const std::wstring folder = home + std::wstring(L"\\BIN\\CLIENT");
     EXPECT_EQ(Find(home, qv::kJavaHomeFolders, {folder + L"\\JVM.DLL"}).folder, folder);
@@ -98,19 +86,6 @@ TEST_F(RuntimeChoiceTest, WithoutMemoryForAPlaceNothingIsProbed) {
   }
   EXPECT_EQ(Find(L"H", qv::kJavaHomeFolders, {L"H\\BIN\\CLIENT\\JVM.DLL"}, qv::Discovery::NoMemory).told.size(), 0u)
       << "taking it failed, so nobody hears of a choice";
-}
-
-TEST_F(RuntimeChoiceTest, ADiscoveredRuntimeStandsInFrontOfPathWithASeparatorBehindItEvenWhenThereWasNone) {
-  EXPECT_EQ(qv::SearchPathWithRuntime(L"C:\\J\\BIN\\SERVER", L"C:\\a;D:\\b").View(), L"C:\\J\\BIN\\SERVER;C:\\a;D:\\b");
-  EXPECT_EQ(qv::SearchPathWithRuntime(L"C:\\J", L"").View(), L"C:\\J;");
-  EXPECT_EQ(qv::SearchPathWithRuntime(L"C:\\J", L";;x;").View(), L"C:\\J;;;x;");
-}
-
-TEST_F(RuntimeChoiceTest, ConfiguredLocationsStandInFrontOfPathWithASeparatorOnlyWhenThereWasOne) {
-  EXPECT_EQ(qv::SearchPathWithConfigured(L"C:\\jdk", L"C:\\jre\\bin", L"C:\\a;D:\\b").View(),
-            L"C:\\jdk\\BIN;C:\\jre\\bin;C:\\a;D:\\b");
-  EXPECT_EQ(qv::SearchPathWithConfigured(L"C:\\jdk", L"C:\\jre\\bin", nullptr).View(), L"C:\\jdk\\BIN;C:\\jre\\bin");
-  EXPECT_EQ(qv::SearchPathWithConfigured(L"", L"", L"x").View(), L"\\BIN;;x");
 }
 
 TEST_F(RuntimeChoiceTest, ARuntimesLibrariesLieAboveTheFolderOfItsJvm) {
