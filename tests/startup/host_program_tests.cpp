@@ -24,47 +24,41 @@ using nlohmann::json;
 using Strings = std::vector<std::string>;
 
 // An installation folder with the service in it, and the registry that its hosts see.
-class Installation {
- public:
-  // The ledger build of the host library, or the one that ships.
-  enum class HostLibrary { Ledger, Plain };
-  explicit Installation(HostLibrary which = HostLibrary::Ledger) {
-    const std::wstring bin = ProgramFolder();
-    m_folder.CopyIn(bin + L"\\..\\qvjvm.dll", L"host\\qvjvm.dll");
-    m_folder.CopyIn(bin + (which == HostLibrary::Ledger ? L"\\qvshr.dll" : L"\\..\\qvshr.dll"), L"host\\qvshr.dll");
-    for (const wchar_t* root : {kQuovantRoot, kTableroRoot, kLoomhallRoot}) Configure(root);
+struct Installation {
+  // With the ledger build of the host library, or the one that ships.
+  explicit Installation(const wchar_t* hostLibrary = L"\\qvshr.dll") {
+    folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm.dll", L"qvjvm.dll");
+    folder.CopyIn(ProgramFolder() + hostLibrary, L"qvshr.dll");
+    // Every product has its own settings, so that the JVM's options name the product that was recognised.
+    for (const std::wstring root : {kQuovantRoot, kTableroRoot, kLoomhallRoot}) {
+      const std::wstring known = root + L"\\Java\\QVIDEConfig\\";
+      const std::wstring unknown = root + L"\\Java\\QVRTConfig\\";
+      registry.SetLocations(root, L"C:\\jdk", L"C:\\jre\\bin");
+      registry.SetList(Hive::Machine, known + L"QVSysclasspath", {L"C:\\product.jar"});
+      registry.SetList(Hive::Machine, known + L"QVJVMconfig", {L"-Dknown=" + root});
+      registry.CreateKey(Hive::Machine, known + L"QVJVMprops");
+      registry.SetList(Hive::Machine, unknown + L"QVJVMconfig", {L"-Dunknown=" + root});
+      registry.CreateKey(Hive::Machine, unknown + L"QVJVMprops");
+    }
   }
-
-  [[nodiscard]] RegistrySandbox& Registry() { return m_registry; }
-  [[nodiscard]] std::wstring Path(std::wstring_view relative) const {
-    return m_folder.Path(L"host\\" + std::wstring(relative));
-  }
-  void WriteFile(std::wstring_view name, std::string_view content) {
-    m_folder.WriteFile(L"host\\" + std::wstring(name), content);
-  }
-
-  // Something that lies in the folder, a second time.
-  void CopyIn(std::wstring_view name, const std::wstring& target) { m_folder.CopyIn(Path(name), L"host\\" + target); }
 
   struct Run {
     ChildResult child;
     json report;
   };
   // Runs the program under this name. PATH holds the runtime's folder, since a Java host's runtime is found there.
-  Run RunHost(const std::wstring& name, std::vector<std::wstring> arguments = {},
-              std::map<std::wstring, std::optional<std::wstring>> environment = {}) {
-    if (!FileExists(Path(name))) m_folder.CopyIn(ProgramFolder() + L"\\probe_host.exe", L"host\\" + name);
+  [[nodiscard]] Run RunHost(const std::wstring& name, std::vector<std::wstring> arguments = {},
+                            std::map<std::wstring, std::optional<std::wstring>> environment = {}) const {
+    if (!FileExists(folder.Path(name))) folder.CopyIn(ProgramFolder() + L"\\probe_host.exe", name);
     ChildOptions options;
-    options.arguments = std::move(arguments);
-    for (const auto& [argument, hive] : {std::pair(L"machine", Hive::Machine), std::pair(L"user", Hive::User)}) {
-      options.arguments.insert(options.arguments.end(), {argument, m_registry.Path(hive)});
-    }
-    options.environment = {{L"JAVA_HOME", FakeJvm::Home()},
-                           {L"PATH", FakeJvm::Home() + L"\\bin\\server;C:\\windows\\system32"},
-                           {L"CLASSPATH", std::nullopt}};
-    for (auto& [variable, value] : environment) options.environment[variable] = value;
-    options.workFolder = m_folder.Path(L"host");
-    Run run{RunChild(Path(name), options), {}};
+    options.arguments = {L"machine", registry.Path(Hive::Machine), L"user", registry.Path(Hive::User)};
+    options.arguments.insert(options.arguments.end(), arguments.begin(), arguments.end());
+    options.environment = std::move(environment);
+    options.environment.insert({{L"JAVA_HOME", FakeJvm::Home()},
+                                {L"PATH", FakeJvm::Home() + L"\\bin\\server;C:\\windows\\system32"},
+                                {L"CLASSPATH", std::nullopt}});
+    options.workFolder = folder.Path();
+    Run run{RunChild(folder.Path(name), options), {}};
     EXPECT_FALSE(run.child.hung);
     run.report = json::parse(run.child.output, nullptr, false);
     EXPECT_FALSE(run.report.is_discarded()) << "exit code " << run.child.exitCode << ", output:\n" << run.child.output;
@@ -72,21 +66,8 @@ class Installation {
     return run;
   }
 
- private:
-  // Every product has its own settings, so that the JVM's options name the product that was recognised.
-  void Configure(const std::wstring& root) {
-    const std::wstring known = root + L"\\Java\\QVIDEConfig\\";
-    const std::wstring unknown = root + L"\\Java\\QVRTConfig\\";
-    m_registry.SetLocations(root, L"C:\\jdk", L"C:\\jre\\bin");
-    m_registry.SetList(Hive::Machine, known + L"QVSysclasspath", {L"C:\\product.jar"});
-    m_registry.SetList(Hive::Machine, known + L"QVJVMconfig", {L"-Dknown=" + root});
-    m_registry.CreateKey(Hive::Machine, known + L"QVJVMprops");
-    m_registry.SetList(Hive::Machine, unknown + L"QVJVMconfig", {L"-Dunknown=" + root});
-    m_registry.CreateKey(Hive::Machine, unknown + L"QVJVMprops");
-  }
-
-  TempFolder m_folder;
-  RegistrySandbox m_registry{RegistrySandbox::Override::Nothing};
+  TempFolder folder;
+  RegistrySandbox registry{RegistrySandbox::Override::Nothing};
 };
 
 std::string SearchPath(bool javaHost, bool known) {
@@ -112,7 +93,7 @@ TEST(HostProgram, IsRecognisedByTheNameOfItsFile) {
   for (const auto& row : rows) {
     SCOPED_TRACE(ToUtf8(row.name));
     // Names that differ in case alone are one file.
-    DeleteFileW(installation.Path(row.name).c_str());
+    DeleteFileW(installation.folder.Path(row.name).c_str());
     const json report = installation.RunHost(row.name).report;
     EXPECT_EQ(report.value("status", -1), 0);
     EXPECT_EQ(report.value("boxes", json()), json::array());
@@ -138,7 +119,7 @@ TEST(HostProgram, SeesItsProductsNameAndTextInTheMessageBox) {
   for (const auto& [name, root, title] : {std::tuple(L"qv190.exe", kQuovantRoot, "Quovant Java VM Service"),
                                           std::tuple(L"tn190.exe", kTableroRoot, "Tablero Java VM Service")}) {
     Installation installation;
-    installation.Registry().DeleteKey(Hive::Machine, std::wstring(root) + L"\\Java\\QVIDEConfig\\QVSysclasspath");
+    installation.registry.DeleteKey(Hive::Machine, std::wstring(root) + L"\\Java\\QVIDEConfig\\QVSysclasspath");
     const json report = installation.RunHost(name).report;
     EXPECT_EQ(report.value("status", 0), static_cast<int32_t>(0x80004005));
     const std::string key = ToUtf8(root) + "\\Java\\QVIDEConfig\\QVSysclasspath";
@@ -151,12 +132,12 @@ TEST(HostProgram, SeesItsProductsNameAndTextInTheMessageBox) {
 
 TEST(HostProgram, WithoutAnyRegistryGetsTheBuiltInConfigurationFromBesideTheService) {
   Installation installation;
-  installation.Registry().DeleteKey(Hive::Machine, L"Software");
-  installation.WriteFile(L"qvejbclient.jar", "");
-  installation.WriteFile(L"fop-0.20.5\\build\\fop.jar", "");
+  installation.registry.DeleteKey(Hive::Machine, L"Software");
+  installation.folder.WriteFile(L"qvejbclient.jar", "");
+  installation.folder.WriteFile(L"fop-0.20.5\\build\\fop.jar", "");
   const json report = installation.RunHost(L"any.exe", {L"classpath", L"C:\\mine.jar"}).report;
   EXPECT_EQ(report.value("status", -1), 0);
-  std::wstring archives = BuiltInClassPath(installation.Path(L"IDE"));
+  std::wstring archives = BuiltInClassPath(installation.folder.Path(L"IDE"));
   for (const wchar_t* present : {L"\\qvejbclient.jar", L"\\fop-0.20.5\\build\\fop.jar"}) {
     const size_t at = archives.find(L"\\IDE" + std::wstring(present));
     ASSERT_NE(at, std::wstring::npos);
@@ -170,17 +151,12 @@ TEST(HostProgram, WithoutAnyRegistryGetsTheBuiltInConfigurationFromBesideTheServ
                      "vfprintf", "exit", "-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}));
 }
 
-TEST(HostProgram, LogLiesBelowTheUsersLocalApplicationData) {
-  Installation installation(Installation::HostLibrary::Plain);
-  const json report = installation.RunHost(L"any.exe").report;
-  std::wstring log = ToWide(report.value("log", ""));
-  std::wstring want = ReadVariable(L"LOCALAPPDATA").value_or(L"?") + L"\\vm.out";
+TEST(HostProgram, LogLiesBelowTheUsersLocalApplicationDataOrInAWebDeploymentIsTheBareName) {
+  const Installation installation(L"\\..\\qvshr.dll");
+  const std::wstring log = ToWide(installation.RunHost(L"any.exe").report.value("log", ""));
+  const std::wstring want = ReadVariable(L"LOCALAPPDATA").value_or(L"?") + L"\\vm.out";
   EXPECT_EQ(CompareStringOrdinal(log.c_str(), -1, want.c_str(), -1, TRUE), CSTR_EQUAL) << ToUtf8(log);
-}
-
-TEST(HostProgram, LogOfAWebDeploymentIsTheBareName) {
-  Installation installation(Installation::HostLibrary::Plain);
-  installation.WriteFile(L"qvshr.ini", "[Host]\r\nWebDeployment=1\r\n");
+  installation.folder.WriteFile(L"qvshr.ini", "[Host]\r\nWebDeployment=1\r\n");
   EXPECT_EQ(installation.RunHost(L"any.exe").report.value("log", ""), "vm.out");
 }
 
@@ -188,13 +164,15 @@ TEST(HostProgram, LogOfAWebDeploymentIsTheBareName) {
 // path.
 TEST(HostProgram, WhosePathHas259CharactersIsStillRecognised) {
   Installation installation;
-  std::wstring folder = installation.Path(L"");
+  std::wstring folder = (installation.folder.Path() + L"\\");
   folder.resize(259 - std::size(L"\\qv190.exe") + 1, L'd');
   folder[folder.size() / 2 + 40] = L'\\';  // one name alone would be too long
-  const std::wstring relative = folder.substr(installation.Path(L"").size());
-  for (const wchar_t* library : {L"qvjvm.dll", L"qvshr.dll"}) installation.CopyIn(library, relative + L"\\" + library);
+  const std::wstring relative = folder.substr((installation.folder.Path() + L"\\").size());
+  for (const wchar_t* library : {L"qvjvm.dll", L"qvshr.dll"}) {
+    installation.folder.CopyIn(installation.folder.Path(library), relative + L"\\" + library);
+  }
   const std::wstring program = relative + L"\\qv190.exe";
-  ASSERT_EQ(installation.Path(program).size(), 259u);
+  ASSERT_EQ(installation.folder.Path(program).size(), 259u);
   const json report = installation.RunHost(program).report;
   EXPECT_EQ(report.value("status", -1), 0);
   EXPECT_EQ(report.value("options", Strings()).at(4), ToUtf8(std::wstring(L"-Dknown=") + kQuovantRoot));
@@ -212,8 +190,8 @@ size_t CountLines(const std::string& log, const std::string& start) {
 
 TEST(ProcessEnd, DetachesNobodyUnlessTheHostLibraryAllowsIt) {
   Installation installation;
-  const std::wstring jvmLog = installation.Path(L"jvm.log");
-  const std::wstring ledgerLog = installation.Path(L"ledger.json");
+  const std::wstring jvmLog = installation.folder.Path(L"jvm.log");
+  const std::wstring ledgerLog = installation.folder.Path(L"ledger.json");
   const struct {
     const char* name;
     const wchar_t* end;

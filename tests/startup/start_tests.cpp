@@ -93,17 +93,19 @@ TEST(Start, JoinsTheFirstOfUpToThreeJVMs) {
   }
 }
 
+struct ScriptedStart {
+  const char* name;
+  int32_t FakeJvmScript::*field;
+  int32_t value;
+  int32_t existing;
+};
+
 TEST(Start, CreatesTheJVMWhateverTheCountOrThePositiveResult) {
-  const struct {
-    const char* name;
-    int32_t FakeJvmScript::*field;
-    int32_t value;
-    int32_t existing;
-  } rows[] = {{"the query failed", &FakeJvmScript::getCreatedResult, -1, 1},
-              {"the query answered 1", &FakeJvmScript::getCreatedResult, 1, 2},
-              {"a negative count", &FakeJvmScript::getCreatedResult, 0, -1},
-              {"a positive result of the creation", &FakeJvmScript::createResult, 3, 0},
-              {"default arguments that fail", &FakeJvmScript::defaultArgsResult, -1, 0}};
+  const ScriptedStart rows[] = {{"the query failed", &FakeJvmScript::getCreatedResult, -1, 1},
+                                {"the query answered 1", &FakeJvmScript::getCreatedResult, 1, 2},
+                                {"a negative count", &FakeJvmScript::getCreatedResult, 0, -1},
+                                {"a positive result of the creation", &FakeJvmScript::createResult, 3, 0},
+                                {"default arguments that fail", &FakeJvmScript::defaultArgsResult, -1, 0}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     const StartupWorld world;
@@ -128,18 +130,13 @@ TEST(Start, LaterCallsDoNothingOnceItIsDone) {
 }
 
 TEST(Start, FailureIsTriedAgainByTheNextCall) {
-  const struct {
-    const char* name;
-    int32_t FakeJvmScript::*field;
-    int32_t value;
-    int32_t existing;
-  } rows[] = {{"the creation answers -1", &FakeJvmScript::createResult, -1, 0},
-              {"the creation answers -4", &FakeJvmScript::createResult, -4, 0},
-              {"attaching answers -1", &FakeJvmScript::attachResult, -1, 1},
-              {"attaching answers 1", &FakeJvmScript::attachResult, 1, 1},
-              {"the existing VM is null", &FakeJvmScript::firstVmNull, 1, 1},
-              {"the second of two exists, the first is null", &FakeJvmScript::firstVmNull, 1, 2},
-              {"attaching gives no environment", &FakeJvmScript::attachWithoutEnv, 1, 1}};
+  const ScriptedStart rows[] = {{"the creation answers -1", &FakeJvmScript::createResult, -1, 0},
+                                {"the creation answers -4", &FakeJvmScript::createResult, -4, 0},
+                                {"attaching answers -1", &FakeJvmScript::attachResult, -1, 1},
+                                {"attaching answers 1", &FakeJvmScript::attachResult, 1, 1},
+                                {"the existing VM is null", &FakeJvmScript::firstVmNull, 1, 1},
+                                {"the second of two exists, the first is null", &FakeJvmScript::firstVmNull, 1, 2},
+                                {"attaching gives no environment", &FakeJvmScript::attachWithoutEnv, 1, 1}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     const StartupWorld world;

@@ -168,21 +168,16 @@ TEST_F(ConfigStoreTest, OnceARuntimeIsFoundTheFirstSuccessfulReadIsKept) {
     EXPECT_EQ(Read(location), L"true: kept");
     EXPECT_STREQ(m_config->m_szRegistryRoot, L"") << "the registry was asked although a value is kept";
   }
-  EXPECT_EQ(TextOf(m_config->m_pJDKLocation), L"kept");
-  EXPECT_EQ(TextOf(m_config->m_pJREBinLocation), L"kept");
-}
-
-TEST_F(ConfigStoreTest, EveryReaderOfAKeptLocationGetsAnObjectOfItsOwn) {
-  m_config->m_bRuntimeFound = true;
-  m_registry.SetText(Hive::Machine, JavaKey(), L"JDKLocation", L"kept");
   IQvString* first = nullptr;
   IQvString* second = nullptr;
   ASSERT_TRUE(m_config->ReadJDKLocation(&first));
   ASSERT_TRUE(m_config->ReadJDKLocation(&second));
-  EXPECT_NE(first, second);
+  EXPECT_NE(first, second) << "every reader gets an object of its own";
   EXPECT_NE(first, m_config->m_pJDKLocation);
   EXPECT_EQ(first->Release(), 0u);
   EXPECT_EQ(second->Release(), 0u);
+  EXPECT_EQ(TextOf(m_config->m_pJDKLocation), L"kept");
+  EXPECT_EQ(TextOf(m_config->m_pJREBinLocation), L"kept");
 }
 
 TEST_F(ConfigStoreTest, ALocationIsAskedForWithReadAccessAndEveryKeyIsReleased) {

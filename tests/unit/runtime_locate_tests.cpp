@@ -95,27 +95,20 @@ TEST_F(RuntimeLocateTest, RegisteredValuesWithoutATerminatorAreReadToTheirEnd) {
   EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\CLIENT;" + kOldPath);
 }
 
-TEST_F(RuntimeLocateTest, TheRegistryIsOpenedWithReadAccessAndEveryKeyIsReleased) {
+TEST_F(RuntimeLocateTest, TheRegistryIsOpenedWithReadAccessAndAVersionWithoutAnObjectEndsTheSearchThere) {
   FakeKey key;
   key.values[L"CurrentVersion"].text = L"17.0.1";
   key.values[L"JavaHome"].text = L"C:\\nowhere";
-  {
-    const FakeRegistry registry(key);
-    EXPECT_EQ(LocateAfresh(), kOldPath);
-    ASSERT_FALSE(registry.Requests().empty());
-    EXPECT_EQ(registry.Requests()[0], (FakeRegistry::Request{HKEY_LOCAL_MACHINE, kJavaSoft, 0x20019}));
-  }
+  const FakeRegistry registry(key);
+  EXPECT_EQ(LocateAfresh(), kOldPath);
+  ASSERT_FALSE(registry.Requests().empty());
+  EXPECT_EQ(registry.Requests()[0], (FakeRegistry::Request{HKEY_LOCAL_MACHINE, kJavaSoft, 0x20019}));
   ASSERT_FALSE(key.opened.empty());
   EXPECT_EQ(key.opened[0], (std::pair<std::wstring, uint32_t>{L"17.0.1", 0x20019}));
   EXPECT_EQ(key.references, 1u);
-}
-
-TEST_F(RuntimeLocateTest, ACurrentVersionWithoutAnObjectEndsTheSearchThere) {
-  FakeKey key;
-  key.values[L"CurrentVersion"].status = 0;
-  key.values[L"JavaHome"].text = L"C:\\nowhere";
-  const FakeRegistry registry(key);
-  EXPECT_EQ(LocateAfresh(), kOldPath) << "CurrentVersion without an object";
+  key.values[L"CurrentVersion"].text = std::nullopt;
+  key.queried.clear();
+  EXPECT_EQ(LocateAfresh(), kOldPath);
   EXPECT_EQ(key.queried, (std::vector<std::wstring>{L"CurrentVersion", L"JDKLocation"})) << "the last resort is next";
   EXPECT_EQ(key.references, 1u);
 }
