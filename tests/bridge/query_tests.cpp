@@ -193,34 +193,9 @@ TEST_F(Properties, WithoutAnEnvironmentThereIsNoAnswer) {
 }
 
 int32_t g_status = 0;
-int32_t AnswerFindClass(void*, qv_jclass* out, const char*) {
-  *out = nullptr;
-  return g_status;
-}
-int32_t AnswerNewString(void*, qv_jstring* out, const wchar_t*) {
-  *out = nullptr;
-  return g_status;
-}
-int32_t AnswerStaticCall(void*, qv_jobject*, qv_jclass, const char*, const char*, qv_jobject) { return g_status; }
 int32_t AnswerStringValue(void*, IQvString** text, qv_jstring) {
   *text = nullptr;
   return g_status < 0 || QvshrCreateString(L"from slot 17", text) < 0 ? E_OUTOFMEMORY : g_status;
-}
-
-TEST_F(Properties, ANegativeStatusOfSlots12And14And39IsAFailure) {
-  ForEach([&](const Property& row) {
-    g_status = E_INVALIDARG;
-    SlotTable& slots = Watch();
-    slots.Replace(39, AnswerStaticCall);
-    EXPECT_EQ(Get(row), E_FAIL);
-    EXPECT_EQ(Log().back(), "slot 39 CallStaticObjectMethod");
-    slots.Replace(14, AnswerNewString);
-    EXPECT_EQ(Get(row), E_FAIL);
-    EXPECT_EQ(Log().back(), "slot 14 NewString");
-    slots.Replace(12, AnswerFindClass);
-    EXPECT_EQ(Get(row), E_FAIL);
-    EXPECT_EQ(Log().back(), "slot 12 FindClass");
-  });
 }
 
 TEST_F(Properties, TheStatusOfSlot17IsHandedOn) {

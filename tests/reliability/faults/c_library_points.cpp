@@ -14,18 +14,17 @@ std::vector<Point> CLibraryPoints() {
     return std::string(mode[0] == L'w' ? "anew" : "to append");
   };
   std::vector<Point> points = {
-      MakePoint(
-          QV_C(_wfopen), "access denied", [](auto...) { return RefuseWithErrno(EACCES, nullptr); }, kMode),
-      BuildDependent(MakePoint(QV_C(fwrite), "disk full", [](auto...) { return RefuseWithErrno(ENOSPC, size_t{0}); })),
-      BuildDependent(MakePoint(QV_C(fputs), "disk full", [](auto...) { return RefuseWithErrno(ENOSPC, EOF); })),
-      MakePoint(QV_C(fputc), "disk full", [](auto...) { return RefuseWithErrno(ENOSPC, EOF); }),
-      MakePoint(QV_C(fflush), "disk full", [](auto...) { return RefuseWithErrno(ENOSPC, EOF); }),
+      MakePoint(QV_C(_wfopen), "access denied", RefuseWithErrno<EACCES, nullptr>{}, kMode),
+      BuildDependent(MakePoint(QV_C(fwrite), "disk full", RefuseWithErrno<ENOSPC, size_t{0}>{})),
+      BuildDependent(MakePoint(QV_C(fputs), "disk full", RefuseWithErrno<ENOSPC, EOF>{})),
+      MakePoint(QV_C(fputc), "disk full", RefuseWithErrno<ENOSPC, EOF>{}),
+      MakePoint(QV_C(fflush), "disk full", RefuseWithErrno<ENOSPC, EOF>{}),
       MakePoint(QV_C(fclose), "done, but EOF is answered",
                 [](FILE* file) {
                   fclose(file);
-                  return RefuseWithErrno(ENOSPC, EOF);
+                  return RefuseWithErrno<ENOSPC, EOF>{}();
                 }),
-      MakePoint(QV_C(_wcsupr), "null", [](auto...) { return nullptr; }),
+      MakePoint(QV_C(_wcsupr), "null", Answer<nullptr>{}),
   };
   for (const char* name : {"_wtoi", "_itow", "wcslen", "strlen", "strcmp", "memcpy", "memmove", "memset", "memcmp"}) {
     points.push_back({.call = name,

@@ -3,6 +3,7 @@
 
 #include <climits>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace qvtest {
@@ -34,11 +35,11 @@ enum Left : uint32_t {
 inline constexpr int kLast = -1;
 
 struct Expectation {
-  const char* call;
-  const char* fault;     // "*" for any
-  const char* purpose;   // "*" for any
-  int which;             // the number of the call, kLast, or 0 for any
-  const char* scenario;  // its beginning; "*" for any
+  std::string_view call;
+  std::string_view fault;     // "*" for any
+  std::string_view purpose;   // "*" for any
+  int which;                  // the number of the call, kLast, or 0 for any
+  std::string_view scenario;  // its beginning; "*" for any
   int32_t status;
   Started started = Started::AsEver;
   uint32_t left = kNothingLeft;

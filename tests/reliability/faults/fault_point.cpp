@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "tests/support/module_image.h"
+
 namespace qvtest {
 
 std::atomic<bool> g_counting{false};
@@ -10,29 +12,15 @@ std::atomic<bool> g_notePurposes{false};
 std::atomic<HMODULE> g_service{nullptr};
 
 const char* NameOf(PointKind kind) {
-  switch (kind) {
-    case PointKind::Windows:
-      return "Windows";
-    case PointKind::CLibrary:
-      return "C library";
-    case PointKind::HostLibrary:
-      return "host library";
-    case PointKind::HostObject:
-      return "host object";
-    case PointKind::Found:
-      return "found by name";
-    case PointKind::JavaVM:
-      return "Java VM";
-  }
-  return "";
+  static constexpr const char* kNames[] = {"Windows",     "C library",     "host library",
+                                           "host object", "found by name", "Java VM"};
+  return kNames[static_cast<size_t>(kind)];
 }
 
 bool CalledByService(const void* returnAddress) {
   const auto* const module = reinterpret_cast<const std::byte*>(g_service.load());
   if (module == nullptr) return false;
-  const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(module);
-  const auto* const nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(module + dos->e_lfanew);
-  return returnAddress >= module && returnAddress < module + nt->OptionalHeader.SizeOfImage;
+  return returnAddress >= module && returnAddress < module + ModuleImage(module).Headers().OptionalHeader.SizeOfImage;
 }
 
 Point BuildDependent(Point point) {

@@ -20,6 +20,8 @@
 
 namespace qvtest {
 
+class FakeJvm;
+
 enum class PointKind { Windows, CLibrary, HostLibrary, HostObject, Found, JavaVM };
 const char* NameOf(PointKind kind);
 
@@ -47,9 +49,9 @@ bool CalledByService(const void* returnAddress);
 extern std::atomic<HMODULE> g_service;
 
 struct Point {
-  const char* call = "";        // the function
-  const char* fault = "";       // what goes wrong
-  const char* steady = "";      // why nothing can go wrong; empty when something can
+  std::string call{};           // the function
+  std::string fault{};          // what goes wrong
+  std::string steady{};         // why nothing can go wrong; empty when something can
   bool never = false;           // the service has no business with it
   bool buildDependent = false;  // some compilers' builds have another function in its place
   uint16_t ordinal = 0;         // of the host library
@@ -61,7 +63,7 @@ struct Point {
   std::function<uint64_t()> count{};
   std::function<void(bool)> script{};
 
-  [[nodiscard]] bool CanFail() const { return *steady == '\0'; }
+  [[nodiscard]] bool CanFail() const { return steady.empty(); }
   [[nodiscard]] uint64_t Count() const { return count ? count() : calls->count.load(); }
 };
 
@@ -80,8 +82,8 @@ bool CountCall(PointCalls& calls, const Describe& describe, Arguments... argumen
   return fails;
 }
 
-// The function that stands in an import table. Every lambda is a type of its own, so every point has statics of its
-// own.
+// The function that stands in an import table. Every lambda and answer is a type of its own, so every point has statics
+// of its own.
 template <class Fail, class Describe, class Result, class... Arguments>
 struct HookOf {
   static_assert(std::is_class_v<Fail> && std::is_class_v<Describe>, "lambdas, which can be made again from their type");
@@ -95,19 +97,34 @@ struct HookOf {
   }
 };
 
-// The answers of failing functions: with a last error, with errno, without an object.
-template <class Value>
-Value Refuse(DWORD error, Value value) {
-  SetLastError(error);
-  return value;
-}
+// The answers of failing functions: with a last error, with errno, without an object. Each use is a type of its own.
+template <DWORD Error, auto Value, auto = [] {}>
+struct Refuse {
+  auto operator()(auto...) const {
+    SetLastError(Error);
+    return Value;
+  }
+};
+template <int Error, auto Value, auto = [] {}>
+struct RefuseWithErrno {
+  auto operator()(auto...) const {
+    errno = Error;
+    return Value;
+  }
+};
+template <auto Value, auto = [] {}>
+struct Answer {
+  auto operator()(auto...) const { return Value; }
+};
 // It is done all the same.
-inline BOOL DoneBut(BOOL, DWORD error) { return Refuse(error, FALSE); }
-template <class Value>
-Value RefuseWithErrno(int error, Value value) {
-  errno = error;
-  return value;
-}
+template <auto Function, DWORD Error, auto = [] {}>
+struct DoneBut {
+  BOOL operator()(auto... arguments) const {
+    Function(arguments...);
+    SetLastError(Error);
+    return FALSE;
+  }
+};
 template <class Object>
 int32_t Without(Object** out, int32_t status) {
   *out = nullptr;
@@ -152,9 +169,10 @@ Point Steady(Point point, const char* why);
 // Counted, and the count has to stay 0.
 Point NeverCalled(Point point, const char* why = "the service never calls it");
 
-// All points of the matrix.
 std::vector<Point> WindowsPoints();
 std::vector<Point> CLibraryPoints();
 std::vector<Point> HostPoints();
+// These, and the Java VM's invocation functions: the points of the matrix.
+std::vector<Point> AllPoints(const FakeJvm& jvm);
 
 }  // namespace qvtest

@@ -4,7 +4,7 @@
 
 #include <intrin.h>
 
-#include "host/qvshr.h"
+#include "host/host_ref.h"
 #include "tests/reliability/faults/fault_point.h"
 #include "tests/support/text.h"
 
@@ -48,24 +48,17 @@ void HookSlot(void* example, size_t slot) {
 
 // A key of the registry, a key of a built-in tree and a text: one example of each class.
 struct Examples {
-  IQvString* text = nullptr;
-  IQvRegKey* registryKey = nullptr;
-  IQvRegKey* treeKey = nullptr;
+  qv::StringRef text;
+  qv::KeyRef registryKey;
+  qv::KeyRef treeKey;
 
   Examples() {
     static const DefaultConfigRecord kTable[] = {
         {kOpenKey, L"ROOT", nullptr, {}}, {kCloseKey, nullptr, nullptr, {}}, {kEndOfTable, nullptr, nullptr, {}}};
-    EXPECT_EQ(QvshrCreateString(L"", &text), 0);
-    EXPECT_EQ(QvshrOpenRegistryKey(HKEY_CURRENT_USER, text, KEY_READ, &registryKey), 0);
-    EXPECT_GE(QvshrOpenDefaultTree(kTable, &treeKey), 0);
+    EXPECT_EQ(QvshrCreateString(L"", text.Out()), 0);
+    EXPECT_EQ(QvshrOpenRegistryKey(HKEY_CURRENT_USER, text.Get(), KEY_READ, registryKey.Out()), 0);
+    EXPECT_GE(QvshrOpenDefaultTree(kTable, treeKey.Out()), 0);
   }
-  ~Examples() {
-    text->Release();
-    registryKey->Release();
-    treeKey->Release();
-  }
-  Examples(const Examples&) = delete;
-  Examples& operator=(const Examples&) = delete;
 };
 
 // An operation of each of these examples' classes.
@@ -94,10 +87,10 @@ void AddObjects(std::vector<Point>& points) {
   constexpr auto kName = [](IQvRegKey*, IQvString* name, auto...) { return ToUtf8(TextOf(name)); };
   const Examples examples;
   const auto ofKeys = [&](const char* name, size_t slot, auto... of) {
-    return MakeObjectPoint(examples.registryKey, examples.treeKey, name, slot, of...);
+    return MakeObjectPoint(examples.registryKey.Get(), examples.treeKey.Get(), name, slot, of...);
   };
   const auto ofTexts = [&](const char* name, size_t slot, auto... of) {
-    return MakeObjectPoint(examples.text, decltype(examples.text){}, name, slot, of...);
+    return MakeObjectPoint(examples.text.Get(), static_cast<IQvString*>(nullptr), name, slot, of...);
   };
   points.insert(
       points.end(),
@@ -116,20 +109,18 @@ void AddObjects(std::vector<Point>& points) {
           ofKeys(
               "IQvRegKey::QueryStringValue", 12, As<int32_t(IQvRegKey*, IQvString*, IQvString**)>(), "not found",
               [](IQvRegKey*, IQvString*, IQvString** value) { return Without(value, kMissing); }, kName),
-          Steady(ofKeys("IQvRegKey::Release", 2, As<uint32_t(IQvRegKey*)>(), "", [](auto...) { return 1U; }), kCount),
-          NeverCalled(ofKeys("IQvRegKey::AddRef", 1, As<uint32_t(IQvRegKey*)>(), "", [](auto...) { return 0U; })),
-          NeverCalled(ofKeys("IQvRegKey::QueryInterface", 0, As<int32_t(IQvRegKey*, const GUID*, void**)>(), "",
-                             [](auto...) { return -1; })),
-          Steady(ofTexts("IQvString::AddRef", 1, As<uint32_t(IQvString*)>(), "", [](auto...) { return 0U; }), kCount),
-          Steady(ofTexts("IQvString::Release", 2, As<uint32_t(IQvString*)>(), "", [](auto...) { return 0U; }), kCount),
-          Steady(
-              ofTexts("IQvString::GetText", 5, As<const wchar_t*(IQvString*)>(), "", [](auto...) { return nullptr; }),
-              kText),
-          Steady(ofTexts("IQvString::GetLength", 6, As<int32_t(IQvString*)>(), "", [](auto...) { return 0; }), kText),
-          NeverCalled(ofTexts("IQvString::QueryInterface", 0, As<int32_t(IQvString*, const GUID*, void**)>(), "",
-                              [](auto...) { return 0; })),
-          NeverCalled(ofTexts("IQvString::Concat", 9, As<int32_t(IQvString*, IQvString*, IQvString**)>(), "",
-                              [](auto...) { return 0; })),
+          Steady(ofKeys("IQvRegKey::Release", 2, As<uint32_t(IQvRegKey*)>(), "", Answer<1U>{}), kCount),
+          NeverCalled(ofKeys("IQvRegKey::AddRef", 1, As<uint32_t(IQvRegKey*)>(), "", Answer<0U>{})),
+          NeverCalled(
+              ofKeys("IQvRegKey::QueryInterface", 0, As<int32_t(IQvRegKey*, const GUID*, void**)>(), "", Answer<-1>{})),
+          Steady(ofTexts("IQvString::AddRef", 1, As<uint32_t(IQvString*)>(), "", Answer<0U>{}), kCount),
+          Steady(ofTexts("IQvString::Release", 2, As<uint32_t(IQvString*)>(), "", Answer<0U>{}), kCount),
+          Steady(ofTexts("IQvString::GetText", 5, As<const wchar_t*(IQvString*)>(), "", Answer<nullptr>{}), kText),
+          Steady(ofTexts("IQvString::GetLength", 6, As<int32_t(IQvString*)>(), "", Answer<0>{}), kText),
+          NeverCalled(
+              ofTexts("IQvString::QueryInterface", 0, As<int32_t(IQvString*, const GUID*, void**)>(), "", Answer<0>{})),
+          NeverCalled(
+              ofTexts("IQvString::Concat", 9, As<int32_t(IQvString*, IQvString*, IQvString**)>(), "", Answer<0>{})),
       });
 }
 
@@ -148,8 +139,7 @@ std::vector<Point> HostPoints() {
   };
   constexpr auto kSetting = [](const wchar_t*, const wchar_t* key, auto...) { return ToUtf8(key); };
   std::vector<Point> points = {
-      MakePoint(
-          QV_HOST(1, QvshrAlloc), "no memory", [](auto...) { return nullptr; }, kBytes),
+      MakePoint(QV_HOST(1, QvshrAlloc), "no memory", Answer<nullptr>{}, kBytes),
       Steady(MakePoint(QV_HOST(2, QvshrFree), "", [](void*) {}), "it has no result"),
       MakePoint(
           QV_HOST(3, QvshrCreateString), "no memory",
@@ -159,18 +149,13 @@ std::vector<Point> HostPoints() {
           [](HKEY, IQvString*, uint32_t, IQvRegKey** out) { return Without(out, ERROR_ACCESS_DENIED); }, kKeyPath),
       MakePoint(QV_HOST(5, QvshrOpenDefaultTree), "E_FAIL",
                 [](const DefaultConfigRecord*, IQvRegKey** out) { return Without(out, QV_E_FAIL); }),
-      MakePoint(
-          QV_HOST(6, QvshrWideToMultiByte), "null", [](auto...) { return nullptr; }, kBeginning),
-      MakePoint(
-          QV_HOST(7, QvshrGetDirectory), "0", [](auto...) { return 0; }, kFirstLastPart),
-      MakePoint(
-          QV_HOST(8, QvshrGetFileName), "0", [](auto...) { return 0; }, kFirstLastPart),
-      MakePoint(
-          QV_HOST(9, QvshrGetSpecialFolder), "0", [](auto...) { return 0; }, kWhichPlace),
-      MakePoint(
-          QV_HOST(10, QvshrGetSetting), "0", [](auto...) { return 0; }, kSetting),
-      MakePoint(QV_HOST(11, QvshrIsWebDeployment), "0", [](auto...) { return 0; }),
-      MakePoint(QV_HOST(12, QvshrNoDetachQuery), "not 0", [](auto...) { return 1; }),
+      MakePoint(QV_HOST(6, QvshrWideToMultiByte), "null", Answer<nullptr>{}, kBeginning),
+      MakePoint(QV_HOST(7, QvshrGetDirectory), "0", Answer<0>{}, kFirstLastPart),
+      MakePoint(QV_HOST(8, QvshrGetFileName), "0", Answer<0>{}, kFirstLastPart),
+      MakePoint(QV_HOST(9, QvshrGetSpecialFolder), "0", Answer<0>{}, kWhichPlace),
+      MakePoint(QV_HOST(10, QvshrGetSetting), "0", Answer<0>{}, kSetting),
+      MakePoint(QV_HOST(11, QvshrIsWebDeployment), "0", Answer<0>{}),
+      MakePoint(QV_HOST(12, QvshrNoDetachQuery), "not 0", Answer<1>{}),
   };
   AddObjects(points);
   return points;

@@ -1,8 +1,9 @@
 // The Java VM's invocation functions fail as the fake jvm.dll is told to, for as long as an operation lasts: within one
 // none of them is called twice for one and the same thread.
-#include "tests/reliability/faults/jvm_points.h"
-
 #include <utility>
+
+#include "tests/fakejvm/fake_jvm_user.h"
+#include "tests/reliability/faults/fault_point.h"
 
 namespace qvtest {
 namespace {
@@ -18,7 +19,7 @@ Point JvmPoint(const FakeJvm& jvm, const char* name, const char* fault, FakeJvmE
 
 }  // namespace
 
-std::vector<Point> JvmPoints(const FakeJvm& jvm) {
+std::vector<Point> AllPoints(const FakeJvm& jvm) {
   std::vector<Point> points = {
       JvmPoint(jvm, "JNI_GetCreatedJavaVMs", "-1", kFakeGetCreatedVMs, &FakeJvmScript::getCreatedResult, -1),
       JvmPoint(jvm, "JNI_GetCreatedJavaVMs", "a null VM", kFakeGetCreatedVMs, &FakeJvmScript::firstVmNull, 1),
@@ -34,6 +35,9 @@ std::vector<Point> JvmPoints(const FakeJvm& jvm) {
   Point defaults =
       JvmPoint(jvm, "JNI_GetDefaultJavaVMInitArgs", "", kFakeGetDefaultArgs, &FakeJvmScript::defaultArgsResult, -1);
   points.push_back(NeverCalled(std::move(defaults), "the service asks for it, and never calls it"));
+  for (const auto& list : {WindowsPoints(), CLibraryPoints(), HostPoints()}) {
+    points.insert(points.end(), list.begin(), list.end());
+  }
   return points;
 }
 

@@ -3,13 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <map>
 #include <set>
 #include <string>
 
 #include "tests/reliability/faults/expectations.h"
-#include "tests/reliability/faults/jvm_points.h"
 #include "tests/reliability/faults/scenario.h"
 #include "tests/reliability/faults/tally.h"
 #include "tests/startup/whole_options.h"
@@ -44,11 +42,33 @@ std::wstring DllFolder() {
   return folder;
 }
 
-class Matrix : public testing::Test {
+// Which rows the calls of a run can be the last of: "1", "2", "last", each once.
+std::set<uint64_t> Occurrences(uint64_t count) { return {1, std::min<uint64_t>(2, count), count}; }
+
+bool Fits(std::string_view pattern, std::string_view text) { return pattern == "*" || text == pattern; }
+
+bool Fits(const Expectation& row, const Scenario& scenario, const Point& point, uint64_t n, bool last,
+          const std::string& purpose) {
+  const bool which = row.which == 0 || (row.which == kLast ? last : n == static_cast<uint64_t>(row.which));
+  const bool where = row.scenario == "*" || scenario.name.starts_with(row.scenario);
+  return which && where && row.call == point.call && Fits(row.fault, point.fault) && Fits(row.purpose, purpose);
+}
+
+// What is known about one function.
+struct CallTally : Tally {
+  PointKind kind = PointKind::Windows;
+  bool never = false;
+  bool buildDependent = false;
+};
+
+int FailuresOfThisTest() { return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count(); }
+
+class FaultMatrix : public testing::Test {
  protected:
-  Matrix() {
-    for (const auto& list : {WindowsPoints(), CLibraryPoints(), HostPoints(), JvmPoints(m_site.jvm)}) {
-      m_points.insert(m_points.end(), list.begin(), list.end());
+  FaultMatrix() {
+    std::set<const PointCalls*> counters = {nullptr};
+    for (const Point& point : m_points) {
+      EXPECT_TRUE(counters.insert(point.calls).second || point.calls == nullptr) << point.call << " has another's hook";
     }
     HookEveryService(m_points);
   }
@@ -60,8 +80,7 @@ class Matrix : public testing::Test {
       if (point.calls != nullptr) point.calls->Reset(&point == faulty ? n : 0);
     }
     const int64_t handlesBefore = CountProcess().handles;
-    QvshrLedgerState before{};
-    QvshrLedgerSnapshot(&before);
+    const QvshrLedgerState before = Books();
     {
       Disturbed run(scenario, m_site);
       TakeBoxes();
@@ -101,8 +120,7 @@ class Matrix : public testing::Test {
       end.next = scenario.next != nullptr ? scenario.next(run) : scenario.operate(run);
       m_loads = run.Loads();
     }
-    QvshrLedgerState after{};
-    QvshrLedgerSnapshot(&after);
+    const QvshrLedgerState after = Books();
     end.blocksLeft = static_cast<int64_t>(after.liveBlocks - before.liveBlocks);
     end.objectsLeft = static_cast<int64_t>(after.liveStrings + after.liveKeys - before.liveStrings - before.liveKeys);
     end.heapErrors = after.errors - before.errors;
@@ -111,49 +129,12 @@ class Matrix : public testing::Test {
   }
 
   uint64_t Before(const Point& point) { return point.count ? m_before[point.call] : 0; }
-
-  const GuardPages m_guard;
-  std::string m_purpose;  // of the call that failed
-  Site m_site;
-  std::vector<Point> m_points;
-  std::map<const Point*, uint64_t> m_counts;
-  std::map<std::string, uint64_t> m_before;
-  int m_loads = 0;
   // A run takes hundredths of a second.
   void Begin(std::string run) {
     m_running = std::move(run);
     ++m_progress;
   }
 
-  std::string m_running;
-  std::atomic<uint64_t> m_progress{0};
-  Watchdog m_watchdog{m_progress, 60000, [this] { return m_running; }};
-};
-
-// Which rows the calls of a run can be the last of: "1", "2", "last", each once.
-std::set<uint64_t> Occurrences(uint64_t count) { return {1, std::min<uint64_t>(2, count), count}; }
-
-bool Fits(const char* pattern, const std::string& text) { return std::strcmp(pattern, "*") == 0 || text == pattern; }
-
-bool Fits(const Expectation& row, const Scenario& scenario, const Point& point, uint64_t n, bool last,
-          const std::string& purpose) {
-  const bool which = row.which == 0 || (row.which == kLast ? last : n == static_cast<uint64_t>(row.which));
-  const bool where = std::strcmp(row.scenario, "*") == 0 || std::string(scenario.name).starts_with(row.scenario);
-  return which && where && std::strcmp(row.call, point.call) == 0 && Fits(row.fault, point.fault) &&
-         Fits(row.purpose, purpose);
-}
-
-// What is known about one function.
-struct CallTally : Tally {
-  PointKind kind = PointKind::Windows;
-  bool never = false;
-  bool buildDependent = false;
-};
-
-int FailuresOfThisTest() { return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count(); }
-
-class FaultMatrix : public Matrix {
- protected:
   // As it is when nothing fails.
   Ending Undisturbed(const Scenario& scenario) {
     const Ending end = Run(scenario, nullptr, 0);
@@ -177,15 +158,15 @@ class FaultMatrix : public Matrix {
 
     EXPECT_EQ(end.pathWhole, (row.left & kPathWithoutOld) == 0) << "PATH";
     // A host whose file name cannot be had is an unknown one, for which a runtime is looked for.
-    const bool nameless = std::strcmp(point.call, "QvshrGetFileName") == 0;
+    const bool nameless = point.call == "QvshrGetFileName";
     EXPECT_TRUE(end.pathKept || !normal.pathKept || nameless) << "PATH, which else is kept";
-    const bool oneFails = std::strcmp(point.call, "JavaVM::AttachCurrentThread") == 0;
+    const bool oneFails = point.call == "JavaVM::AttachCurrentThread";
     EXPECT_LE(end.attached, normal.attached + (oneFails ? 1 : 0)) << "threads are attached that are not else";
     EXPECT_TRUE(end.dllFolderKept) << "the process's DLL folder";
     EXPECT_EQ(end.errorModeKept, (row.left & kErrorMode) == 0) << "the thread's error mode";
-    EXPECT_LE(end.boxes, std::strcmp(point.call, "MessageBoxW") == 0 ? 0 : normal.boxes);
+    EXPECT_LE(end.boxes, point.call == "MessageBoxW" ? 0 : normal.boxes);
     const int64_t raised = (row.left & kOptions) != 0 ? 1 + static_cast<int64_t>(normal.options.size()) : 0;
-    const bool lockNotMade = !scenario.loaded && std::strcmp(point.call, "QvshrAlloc") == 0;
+    const bool lockNotMade = !scenario.loaded && point.call == "QvshrAlloc";
     EXPECT_LE(end.blocksLeft, m_loads + raised) << "blocks of the host library";
     EXPECT_GE(end.blocksLeft, m_loads + raised - (lockNotMade ? 1 : 0)) << "blocks of the host library";
     EXPECT_EQ(end.objectsLeft, 0) << "texts and keys of the host library";
@@ -235,11 +216,10 @@ class FaultMatrix : public Matrix {
   // JVM, which stays loaded, makes for the first exception of a thread.
   void WarmUp() {
     const std::vector<Scenario> scenarios = Scenarios();
-    const auto start = std::find_if(scenarios.begin(), scenarios.end(), [](const Scenario& scenario) {
-      return std::strcmp(scenario.name, "start, unknown host") == 0;
-    });
+    const auto start = std::find_if(scenarios.begin(), scenarios.end(),
+                                    [](const Scenario& scenario) { return scenario.name == "start, unknown host"; });
     const auto throwing = std::find_if(m_points.begin(), m_points.end(), [](const Point& point) {
-      return std::strcmp(point.call, "JNI_CreateJavaVM") == 0 && std::strcmp(point.fault, "C++ exception") == 0;
+      return point.call == "JNI_CreateJavaVM" && point.fault == "C++ exception";
     });
     ASSERT_NE(start, scenarios.end());
     ASSERT_NE(throwing, m_points.end());
@@ -278,12 +258,12 @@ class FaultMatrix : public Matrix {
     scenario.prepare(registry);
     Begin(scenario.name);
     const Ending normal = Undisturbed(scenario);
-    if (std::strcmp(scenario.name, "start, unknown host") == 0) m_unknown = normal.options;
+    if (scenario.name == "start, unknown host") m_unknown = normal.options;
     const std::map<const Point*, uint64_t> counts = m_counts;
     for (Point& point : m_points) {
       CallTally& tally = m_tallies[point.call];
       tally.kind = point.kind;
-      if (*point.fault != '\0') tally.faults.insert(point.fault);
+      if (!point.fault.empty()) tally.faults.insert(point.fault);
       tally.steady = point.steady;
       tally.never = point.never;
       tally.buildDependent = point.buildDependent;
@@ -298,9 +278,19 @@ class FaultMatrix : public Matrix {
     }
   }
 
+  const GuardPages m_guard;
+  std::string m_purpose;  // of the call that failed
+  Site m_site;
+  std::vector<Point> m_points = AllPoints(m_site.jvm);
+  std::map<const Point*, uint64_t> m_counts;
+  std::map<std::string, uint64_t> m_before;
+  int m_loads = 0;
   Strings m_unknown;
   std::set<const Expectation*> m_used;
   std::map<std::string, CallTally> m_tallies;
+  std::string m_running;
+  std::atomic<uint64_t> m_progress{0};
+  Watchdog m_watchdog{m_progress, 60000, [this] { return m_running; }};
 };
 
 TEST_F(FaultMatrix, EachCallFailsInEachOperationThatReachesIt) {
@@ -308,7 +298,7 @@ TEST_F(FaultMatrix, EachCallFailsInEachOperationThatReachesIt) {
   for (const Scenario& scenario : Scenarios()) RunScenario(scenario);
   for (const Expectation& row : Expectations()) {
     // One of these two, whichever the compiler takes for the log's header.
-    if (std::strcmp(row.call, "fwrite") == 0 || std::strcmp(row.call, "fputs") == 0) continue;
+    if (row.call == "fwrite" || row.call == "fputs") continue;
     EXPECT_TRUE(m_used.contains(&row)) << "a row fits no call: " << row.call << ", " << row.fault << ", " << row.purpose
                                        << ", " << row.which << ", " << row.scenario;
   }

@@ -48,13 +48,16 @@ void CALLBACK OnLoad(ULONG reason, const LoadedData* data, void*) {
 
 // ---- what scenarios are made of ----
 
-void ConfigureKnownHost(RegistrySandbox& registry, const std::wstring& root) {
-  registry.SetText(Hive::Machine, root + L"\\Java", L"JDKLocation", L"C:\\jdk");
-  registry.SetText(Hive::Machine, root + L"\\Java", L"JREBinLocation", L"C:\\jre\\bin");
-  const std::wstring config = root + L"\\Java\\QVIDEConfig";
-  registry.SetList(Hive::Machine, config + L"\\QVSysclasspath", {L"C:\\one.jar", L"C:\\two.jar", L"C:\\three.jar"});
+void SetOptions(RegistrySandbox& registry, const std::wstring& config) {
   registry.SetList(Hive::Machine, config + L"\\QVJVMconfig", {L"-Xmx64m", L"-Xss1m", L"-Xint"});
   registry.SetText(Hive::Machine, config + L"\\QVJVMprops", L"a", L"b");
+}
+
+void ConfigureKnownHost(RegistrySandbox& registry, const std::wstring& root) {
+  registry.SetLocations(root, L"C:\\jdk", L"C:\\jre\\bin");
+  const std::wstring config = root + L"\\Java\\QVIDEConfig";
+  registry.SetList(Hive::Machine, config + L"\\QVSysclasspath", {L"C:\\one.jar", L"C:\\two.jar", L"C:\\three.jar"});
+  SetOptions(registry, config);
   registry.SetList(Hive::User, root + L"\\ClassPath", {L"C:\\user.jar", L"C:\\more.jar", L"C:\\last.jar"});
 }
 
@@ -64,9 +67,7 @@ void PrepareWithoutList(RegistrySandbox& registry) {
   registry.DeleteKey(Hive::Machine, std::wstring(kQuovantRoot) + L"\\Java\\QVIDEConfig\\QVSysclasspath");
 }
 void PrepareUnknownHost(RegistrySandbox& registry) {
-  const std::wstring config = std::wstring(kQuovantRoot) + L"\\Java\\QVRTConfig";
-  registry.SetList(Hive::Machine, config + L"\\QVJVMconfig", {L"-Xmx64m", L"-Xss1m", L"-Xint"});
-  registry.SetText(Hive::Machine, config + L"\\QVJVMprops", L"a", L"b");
+  SetOptions(registry, std::wstring(kQuovantRoot) + L"\\Java\\QVRTConfig");
 }
 void PrepareRegisteredRuntime(RegistrySandbox& registry) {
   const std::wstring key = L"Software\\JavaSoft\\Java Runtime Environment";
@@ -99,61 +100,29 @@ void FailToStart(Disturbed& run) {
 }
 int32_t FreeService(Disturbed& run) { return run.Free() ? kDone : kMissed; }
 
-template <class Work>
-HANDLE StartThread(Work* work) {
-  return CreateThread(
-      nullptr, 0,
-      [](void* context) -> DWORD {
-        (*static_cast<Work*>(context))();
-        return 0;
-      },
-      work, 0, nullptr);
-}
-void WaitFor(HANDLE thread) {
-  WaitForSingleObject(thread, INFINITE);
-  CloseHandle(thread);
-}
-
 // A thread's calls; its end is not part of it.
 int32_t CallOnThread(Disturbed& run) {
   int32_t status = kMissed;
   const bool counting = g_counting.exchange(false);
-  auto work = [&] {
+  OnThread([&] {
     g_counting = counting;
     // The second look is the one that is remembered.
     const qv_jnienv first = QV_AcquireThreadEnv(run.Vm());
     const qv_jnienv second = QV_AcquireThreadEnv(run.Vm());
     if (first != nullptr && first == second) status = kDone;
     g_counting = false;
-  };
-  WaitFor(StartThread(&work));
+  });
   return status;
 }
 
 // A thread that has called and waits.
-struct Waiting {
-  Disturbed* run;
-  HANDLE ready;
-  void operator()() const {
-    EXPECT_NE(QV_AcquireThreadEnv(run->Vm()), nullptr);
-    const HANDLE go = run->threadGo;
-    SetEvent(ready);
-    WaitForSingleObject(go, INFINITE);
-  }
-};
 void LetThreadWait(Disturbed& run) {
   Started(run);
-  run.threadGo = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  Waiting work{&run, CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-  run.thread = StartThread(&work);
-  WaitForSingleObject(work.ready, INFINITE);
-  CloseHandle(work.ready);
+  run.thread = std::make_unique<WaitingThread>([&] { EXPECT_NE(QV_AcquireThreadEnv(run.Vm()), nullptr); });
   EXPECT_EQ(run.jvm.AttachedThreads(), 2);
 }
 int32_t EndThread(Disturbed& run) {
-  SetEvent(run.threadGo);
-  WaitFor(run.thread);
-  CloseHandle(run.threadGo);
+  run.thread.reset();
   return run.jvm.AttachedThreads() == 1 ? kDone : kMissed;
 }
 int32_t ThreadsComeAndGo(Disturbed& run) {
@@ -171,11 +140,10 @@ void LetThreadComeBack(Disturbed& run) {
   if (g_lateSlot == FLS_OUT_OF_INDEXES) g_lateSlot = FlsAlloc([](void*) { QV_AcquireThreadEnv(vm); });
 }
 int32_t ComeBack(Disturbed& run) {
-  auto work = [&] {
+  OnThread([&] {
     QV_AcquireThreadEnv(run.Vm());
     FlsSetValue(g_lateSlot, &g_lateSlot);
-  };
-  WaitFor(StartThread(&work));
+  });
   return run.jvm.AttachedThreads() == 1 ? kDone : kMissed;
 }
 
@@ -298,20 +266,22 @@ Site::Site() {
   m_folder.MakeFolder(L"logs");
 }
 
-Disturbed::Disturbed(const Scenario& row, const Site& where) : scenario(row), site(where), jvm(where.jvm) {
+Disturbed::Disturbed(const Scenario& row, const Site& where)
+    : scenario(row),
+      site(where),
+      jvm(where.jvm),
+      m_path(L"PATH", row.path(where) + kSystemPath),
+      m_javaHome(L"JAVA_HOME", row.javaHome()) {
   QvshrLedgerReset();
   QvshrLedgerOverrideFolder(0, site.Folder().Path(L"logs").c_str());
   QvshrLedgerOverrideFolder(1, site.Folder().Path(L"logs").c_str());
   if (scenario.web) QvshrLedgerOverrideInt(kQvshrCallIsWebDeployment, 1);
-  m_path = std::make_unique<EnvironmentScope>(L"PATH", scenario.path(site) + kSystemPath);
-  m_javaHome = std::make_unique<EnvironmentScope>(L"JAVA_HOME", scenario.javaHome());
-  m_classPath = std::make_unique<EnvironmentScope>(L"CLASSPATH", L"C:\\host.jar");
   SetDllDirectoryW(site.Folder().Path(L"hostdlls").c_str());
   SetHostPath(scenario.host != nullptr ? scenario.host : L"");
   jvm.Reset();
   jvm.Script() = scenario.script;
   if (scenario.listener) {
-    m_section = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, L"DBWIN_BUFFER");
+    m_section.Reset(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, L"DBWIN_BUFFER"));
   }
   if (scenario.loaded) Load();
   scenario.before(*this);
@@ -320,7 +290,6 @@ Disturbed::Disturbed(const Scenario& row, const Site& where) : scenario(row), si
 Disturbed::~Disturbed() {
   ReleaseVm();
   EXPECT_TRUE(m_service == nullptr || Free()) << "the service is still there";
-  if (m_section != nullptr) CloseHandle(m_section);
   if (scenario.web) {
     while (HMODULE const library = GetModuleHandleW(L"qvrth.dll")) FreeLibrary(library);
   }

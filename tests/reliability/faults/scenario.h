@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/handle.h"
 #include "qvjvm/qvjvm.h"
 #include "tests/fakejvm/fake_jvm_user.h"
 #include "tests/reliability/faults/fault_point.h"
@@ -14,6 +15,7 @@
 #include "tests/support/ledger_check.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 
@@ -46,7 +48,7 @@ class Site {
 class Disturbed;
 
 struct Scenario {
-  const char* name;
+  std::string name;
   const wchar_t* host = nullptr;
   void (*prepare)(RegistrySandbox& registry) = [](RegistrySandbox&) {};
   FakeJvmScript script{};
@@ -67,12 +69,10 @@ struct Scenario {
 std::vector<Scenario> Scenarios();
 
 // One run of a scenario, and what was left when its operation was over.
-class Disturbed {
+class Disturbed : private Pinned {
  public:
   Disturbed(const Scenario& scenario, const Site& site);
   ~Disturbed();
-  Disturbed(const Disturbed&) = delete;
-  Disturbed& operator=(const Disturbed&) = delete;
 
   void Load();
   // False when it stays.
@@ -90,15 +90,16 @@ class Disturbed {
   const Scenario& scenario;
   const Site& site;
   const FakeJvm& jvm;
-  HANDLE threadGo = nullptr;  // of a thread that waits inside a scenario
-  HANDLE thread = nullptr;
+  std::unique_ptr<WaitingThread> thread;  // that waits inside a scenario
 
  private:
   HMODULE m_service = nullptr;
   int m_loads = 0;
   IQV_JavaVM* m_vm = nullptr;
-  std::unique_ptr<EnvironmentScope> m_path, m_javaHome, m_classPath;
-  HANDLE m_section = nullptr;
+  EnvironmentScope m_path;
+  EnvironmentScope m_javaHome;
+  EnvironmentScope m_classPath{L"CLASSPATH", L"C:\\host.jar"};
+  qv::Handle m_section;
 };
 
 // Hooks for every module named qvjvm.dll from now on, before its entry routine runs.

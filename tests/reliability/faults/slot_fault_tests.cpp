@@ -18,19 +18,13 @@ constexpr int kAny = 0;
 
 // ---- failing operations: what the host finds in its out-value, and the status ----
 
-int32_t FailsWithNull(void*, void** out) {
-  *out = nullptr;
-  return E_FAIL;
+int32_t g_status = E_FAIL;  // or any other failure
+template <class Value>
+int32_t FailsWith(void*, Value* out) {
+  *out = {};
+  return g_status;
 }
-int32_t FailsWithLength(void*, int32_t* length) {
-  *length = 0;
-  return E_FAIL;
-}
-int32_t FailsWithText(void*, wchar_t* buffer) {
-  *buffer = L'\0';
-  return E_FAIL;
-}
-int32_t Fails(void*) { return E_FAIL; }
+int32_t Fails(void*) { return g_status; }
 int32_t CapturesNothing(void*) { return 1; }  // something was pending, and there was no memory for a record
 qv_jnienv NoEnvironment(void*) { return nullptr; }
 
@@ -39,15 +33,15 @@ struct SlotFault {
   void* function;
 };
 const std::map<size_t, SlotFault>& SlotFaultTable() {
-  const auto null = SlotFault{"E_FAIL", reinterpret_cast<void*>(&FailsWithNull)};
+  const auto null = SlotFault{"E_FAIL", reinterpret_cast<void*>(&FailsWith<void*>)};
   static const std::map<size_t, SlotFault> faults = {
       {7, null},
       {8, {"E_FAIL", reinterpret_cast<void*>(&Fails)}},
       {12, null},
       {13, null},
       {14, null},
-      {15, {"E_FAIL", reinterpret_cast<void*>(&FailsWithLength)}},
-      {16, {"E_FAIL", reinterpret_cast<void*>(&FailsWithText)}},
+      {15, {"E_FAIL", reinterpret_cast<void*>(&FailsWith<int32_t>)}},
+      {16, {"E_FAIL", reinterpret_cast<void*>(&FailsWith<wchar_t>)}},
       {17, null},
       {18, null},
       {32, null},
@@ -68,6 +62,7 @@ struct SlotRow {
   size_t slot;
   int n;  // kAny, kLast, or which call
   End end;
+  bool isLast = false;  // nothing is called after it
 };
 using SlotRows = std::vector<SlotRow>;
 
@@ -95,7 +90,7 @@ SlotRows MakeRows() {
                            "GetStringValue of a long text", "NewObject", "NewDefaultObject", "GetJNIEnv"}) {
     rows.push_back({name, 60, kAny, fails(0)});
   }
-  rows.push_back({"GetStringChars", 15, kAny, fails(0)});
+  rows.push_back({"GetStringChars", 15, kAny, fails(0), true});
 
   // What finds no environment says so; a call that cannot be attempted is an internal error.
   for (const char* name :
@@ -157,23 +152,23 @@ SlotRows MakeRows() {
   rows.push_back({loaded, 60, 2, clean});
   rows.push_back({loaded, 60, kLast, oneMore});
 
-  rows.push_back({"NewStringArray", 12, kAny, fails(0)});
-  rows.push_back({"NewStringArray", 14, kAny, fails(1)});
+  rows.push_back({"NewStringArray", 12, kAny, fails(0), true});
+  rows.push_back({"NewStringArray", 14, kAny, fails(1), true});
   rows.push_back({"NewStringArray", 8, kAny, {S_OK, kNoRecord, 3}});
   rows.push_back({"NewStringArray", 60, 2, {E_FAIL, kEnvironmentRecord, 0}});
   rows.push_back({"NewStringArray", 60, kLast, {S_OK, kNoRecord, 3}});
   rows.push_back({"SetObjectArrayElement", 59, kAny, fails(0)});
   rows.push_back({"NewByteArray", 59, kAny, fails(1)});
   for (const char* name : {"GetByteArrayData", "SetByteArrayData"}) {
-    rows.push_back({name, 7, kAny, fails(0)});
+    rows.push_back({name, 7, kAny, fails(0), true});
     rows.push_back({name, 59, kAny, fails(0)});
   }
   for (const char* name : {"GetClassPath", "GetJavaVersion"}) {
-    rows.push_back({name, 12, kAny, fails(0)});
-    rows.push_back({name, 14, kAny, fails(1)});
-    rows.push_back({name, 39, kAny, fails(2)});
+    rows.push_back({name, 12, kAny, fails(0), true});
+    rows.push_back({name, 14, kAny, fails(1), true});
+    rows.push_back({name, 39, kAny, fails(2), true});
     rows.push_back({name, 59, kAny, fails(3)});
-    rows.push_back({name, 17, kAny, fails(3)});
+    rows.push_back({name, 17, kAny, fails(3), true});
     rows.push_back({name, 60, 1, {E_FAIL, kEnvironmentRecord, 0}});
     rows.push_back({name, 60, 2, fails(1)});
     rows.push_back({name, 60, kLast, fails(3)});
@@ -244,11 +239,19 @@ TEST_F(SlotFaults, EachOperationOfTheObjectsOwnTableFailsInTurn) {
           continue;
         }
         used.insert(&*row);
-        const End end = Run(operation, slot, n);
-        EXPECT_EQ(end, row->end);
-        EXPECT_TRUE(m_fired);
-        EXPECT_EQ(Run(operation), operation.end) << "the next one, with nothing failing";
-        Count(tally, operation.end, row->end, end);
+        for (const int32_t status : {E_INVALIDARG, E_FAIL}) {
+          g_status = status;
+          End stated = row->end;
+          if (slot == 17) stated.status = status;  // which is handed on
+          const End end = Run(operation, slot, n);
+          EXPECT_EQ(end, stated);
+          EXPECT_TRUE(m_fired);
+          if (row->isLast) {
+            EXPECT_EQ(m_log.back(), SlotLine(slot));
+          }
+          EXPECT_EQ(Run(operation), operation.end) << "the next one, with nothing failing";
+          if (status == E_FAIL) Count(tally, operation.end, row->end, end);
+        }
       }
     }
   }

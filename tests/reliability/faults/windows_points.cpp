@@ -92,78 +92,53 @@ std::vector<Point> WindowsPoints() {
   constexpr auto kId = [](HINSTANCE, UINT id, auto...) { return std::to_string(id); };
   std::vector<Point> points = {
       // -- modules and their functions --
+      MakePoint(QV_WINDOWS(LoadLibraryA), "not found", Refuse<ERROR_MOD_NOT_FOUND, nullptr>{}, kFirst),
+      MakePoint(QV_WINDOWS(LoadLibraryExW), "not found", Refuse<ERROR_MOD_NOT_FOUND, nullptr>{}, kFirstLastPart),
+      MakePoint(QV_WINDOWS(LoadLibraryW), "not found", Refuse<ERROR_MOD_NOT_FOUND, nullptr>{}, kFirst),
+      MakePoint(QV_WINDOWS(FreeLibrary), "done, but FALSE is answered", DoneBut<FreeLibrary, ERROR_INVALID_HANDLE>{},
+                kModuleName),
       MakePoint(
-          QV_WINDOWS(LoadLibraryA), "not found", [](auto...) { return Refuse(ERROR_MOD_NOT_FOUND, nullptr); }, kFirst),
-      MakePoint(
-          QV_WINDOWS(LoadLibraryExW), "not found", [](auto...) { return Refuse(ERROR_MOD_NOT_FOUND, nullptr); },
-          kFirstLastPart),
-      MakePoint(
-          QV_WINDOWS(LoadLibraryW), "not found", [](auto...) { return Refuse(ERROR_MOD_NOT_FOUND, nullptr); }, kFirst),
-      MakePoint(
-          QV_WINDOWS(FreeLibrary), "done, but FALSE is answered",
-          [](HMODULE module) { return DoneBut(FreeLibrary(module), ERROR_INVALID_HANDLE); }, kModuleName),
-      MakePoint(
-          QV_WINDOWS(GetProcAddress), "not found", [](auto...) { return Refuse(ERROR_PROC_NOT_FOUND, nullptr); },
+          QV_WINDOWS(GetProcAddress), "not found", Refuse<ERROR_PROC_NOT_FOUND, nullptr>{},
           [](HMODULE, const char* name) { return std::string(name); }, &AnswerProcAddress),
-      MakePoint(
-          QV_WINDOWS(GetModuleHandleW), "not loaded", [](auto...) { return Refuse(ERROR_MOD_NOT_FOUND, nullptr); },
-          kFirst),
+      MakePoint(QV_WINDOWS(GetModuleHandleW), "not loaded", Refuse<ERROR_MOD_NOT_FOUND, nullptr>{}, kFirst),
       MakePoint(
           QV_WINDOWS(GetModuleHandleExW), "FALSE",
           [](DWORD, const wchar_t*, HMODULE* module) {
             *module = nullptr;
-            return Refuse(ERROR_MOD_NOT_FOUND, FALSE);
+            return Refuse<ERROR_MOD_NOT_FOUND, FALSE>{}();
           },
           kPinOrRuntime, &AnswerModuleHandle),
-      MakePoint(
-          QV_WINDOWS(GetModuleFileNameW), "0", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, 0U); }, kModuleName,
-          &AnswerModulePath),
+      MakePoint(QV_WINDOWS(GetModuleFileNameW), "0", Refuse<ERROR_NOT_ENOUGH_MEMORY, 0U>{}, kModuleName,
+                &AnswerModulePath),
       // -- environment, folders, files --
-      MakePoint(
-          QV_WINDOWS(GetEnvironmentVariableW), "not found", [](auto...) { return Refuse(ERROR_ENVVAR_NOT_FOUND, 0U); },
-          kFirst),
-      MakePoint(
-          QV_WINDOWS(SetEnvironmentVariableW), "FALSE", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, FALSE); },
-          kFirst),
-      MakePoint(
-          QV_WINDOWS(GetFileAttributesW), "access denied",
-          [](auto...) { return Refuse(ERROR_ACCESS_DENIED, INVALID_FILE_ATTRIBUTES); }, kFirstLastPart),
-      MakePoint(
-          QV_WINDOWS(SetThreadErrorMode), "FALSE", [](auto...) { return Refuse(ERROR_INVALID_PARAMETER, FALSE); },
-          kSetOrBack),
+      MakePoint(QV_WINDOWS(GetEnvironmentVariableW), "not found", Refuse<ERROR_ENVVAR_NOT_FOUND, 0U>{}, kFirst),
+      MakePoint(QV_WINDOWS(SetEnvironmentVariableW), "FALSE", Refuse<ERROR_NOT_ENOUGH_MEMORY, FALSE>{}, kFirst),
+      MakePoint(QV_WINDOWS(GetFileAttributesW), "access denied", Refuse<ERROR_ACCESS_DENIED, INVALID_FILE_ATTRIBUTES>{},
+                kFirstLastPart),
+      MakePoint(QV_WINDOWS(SetThreadErrorMode), "FALSE", Refuse<ERROR_INVALID_PARAMETER, FALSE>{}, kSetOrBack),
       // -- threads and their slots --
-      MakePoint(QV_WINDOWS(TlsAlloc), "no slot left", []() { return Refuse(ERROR_NO_MORE_ITEMS, TLS_OUT_OF_INDEXES); }),
-      MakePoint(QV_WINDOWS(TlsFree), "done, but FALSE is answered",
-                [](DWORD slot) { return DoneBut(TlsFree(slot), ERROR_INVALID_PARAMETER); }),
-      MakePoint(QV_WINDOWS(TlsGetValue), "null", [](DWORD) { return Refuse(ERROR_INVALID_PARAMETER, nullptr); }),
+      MakePoint(QV_WINDOWS(TlsAlloc), "no slot left", Refuse<ERROR_NO_MORE_ITEMS, TLS_OUT_OF_INDEXES>{}),
+      MakePoint(QV_WINDOWS(TlsFree), "done, but FALSE is answered", DoneBut<TlsFree, ERROR_INVALID_PARAMETER>{}),
+      MakePoint(QV_WINDOWS(TlsGetValue), "null", Refuse<ERROR_INVALID_PARAMETER, nullptr>{}),
       MakePoint(
           QV_WINDOWS(TlsSetValue), "no memory",
           [](DWORD slot, void* value) {
             if (value == nullptr) TlsSetValue(slot, nullptr);  // which needs none
-            return Refuse(ERROR_NOT_ENOUGH_MEMORY, FALSE);
+            return Refuse<ERROR_NOT_ENOUGH_MEMORY, FALSE>{}();
           },
           kRememberOrForget),
-      MakePoint(QV_WINDOWS(FlsAlloc), "no slot left",
-                [](auto...) { return Refuse(ERROR_NO_MORE_ITEMS, FLS_OUT_OF_INDEXES); }),
-      MakePoint(QV_WINDOWS(FlsFree), "done, but FALSE is answered",
-                [](DWORD slot) { return DoneBut(FlsFree(slot), ERROR_INVALID_PARAMETER); }),
-      MakePoint(
-          QV_WINDOWS(FlsSetValue), "no memory", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, FALSE); },
-          kMarkOrUnmark),
+      MakePoint(QV_WINDOWS(FlsAlloc), "no slot left", Refuse<ERROR_NO_MORE_ITEMS, FLS_OUT_OF_INDEXES>{}),
+      MakePoint(QV_WINDOWS(FlsFree), "done, but FALSE is answered", DoneBut<FlsFree, ERROR_INVALID_PARAMETER>{}),
+      MakePoint(QV_WINDOWS(FlsSetValue), "no memory", Refuse<ERROR_NOT_ENOUGH_MEMORY, FALSE>{}, kMarkOrUnmark),
       // -- texts --
-      MakePoint(
-          QV_WINDOWS(LoadStringW), "0", [](auto...) { return Refuse(ERROR_RESOURCE_NAME_NOT_FOUND, 0); }, kId),
+      MakePoint(QV_WINDOWS(LoadStringW), "0", Refuse<ERROR_RESOURCE_NAME_NOT_FOUND, 0>{}, kId),
       MakePoint(PointKind::Windows, 0, "wsprintfW",
                 static_cast<int (*)(wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*)>(nullptr),
-                "0", [](auto...) { return Refuse(ERROR_INVALID_PARAMETER, 0); }),
-      MakePoint(
-          QV_WINDOWS(MessageBoxW), "no memory", [](auto...) { return Refuse(ERROR_NOT_ENOUGH_MEMORY, 0); }, kNoPurpose,
-          &CountBox),
-      MakePoint(QV_WINDOWS(MultiByteToWideChar), "0", [](auto...) { return Refuse(ERROR_INVALID_PARAMETER, 0); }),
-      MakePoint(QV_WINDOWS(OpenFileMappingW), "access denied",
-                [](auto...) { return Refuse(ERROR_ACCESS_DENIED, nullptr); }),
-      MakePoint(QV_WINDOWS(CloseHandle), "done, but FALSE is answered",
-                [](HANDLE handle) { return DoneBut(CloseHandle(handle), ERROR_INVALID_HANDLE); }),
+                "0", Refuse<ERROR_INVALID_PARAMETER, 0>{}),
+      MakePoint(QV_WINDOWS(MessageBoxW), "no memory", Refuse<ERROR_NOT_ENOUGH_MEMORY, 0>{}, kNoPurpose, &CountBox),
+      MakePoint(QV_WINDOWS(MultiByteToWideChar), "0", Refuse<ERROR_INVALID_PARAMETER, 0>{}),
+      MakePoint(QV_WINDOWS(OpenFileMappingW), "access denied", Refuse<ERROR_ACCESS_DENIED, nullptr>{}),
+      MakePoint(QV_WINDOWS(CloseHandle), "done, but FALSE is answered", DoneBut<CloseHandle, ERROR_INVALID_HANDLE>{}),
       Steady(MakePoint(
                  QV_WINDOWS(OutputDebugStringW), "", [](const wchar_t*) {}, kNoPurpose, &DropLine),
              kLock),
