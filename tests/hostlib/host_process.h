@@ -30,8 +30,7 @@ class HostProcess {
 
   // The lines that the program printed for these commands.
   std::vector<std::string> Run(const std::vector<std::wstring>& commands) {
-    const qvtest::ChildResult result =
-        qvtest::RunChild(m_program, {.arguments = commands, .environment = environment, .workFolder = {}});
+    const qvtest::ChildResult result = qvtest::RunChild(m_program, {.arguments = commands, .environment = environment});
     EXPECT_FALSE(result.hung);
     exitCode = result.exitCode;
     std::vector<std::string> lines;

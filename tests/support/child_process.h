@@ -19,10 +19,10 @@ struct ChildResult {
 };
 
 struct ChildOptions {
-  std::vector<std::wstring> arguments;
+  std::vector<std::wstring> arguments{};
   // Changes to this process's environment; no value removes the variable.
-  std::map<std::wstring, std::optional<std::wstring>> environment;
-  std::wstring workFolder;  // empty: this process's
+  std::map<std::wstring, std::optional<std::wstring>> environment{};
+  std::wstring workFolder{};  // empty: this process's
   DWORD limitMs = 60000;
 };
 

@@ -1,9 +1,14 @@
 // Random numbers that are the same on every machine and with every compiler: a seed replays a test.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <string>
+
+#include "tests/support/environment.h"
+#include "tests/support/reliability.h"
 
 namespace qvtest {
 
@@ -34,6 +39,10 @@ class Random {
 };
 
 // QV_SEED, or else a new one in the long form of a test and always the same one in the short form.
-[[nodiscard]] uint64_t SeedOfThisRun();
+[[nodiscard]] inline uint64_t SeedOfThisRun() {
+  if (const auto given = ReadVariable(L"QV_SEED")) return std::stoull(*given);
+  if (!IsNightly()) return 20011;
+  return static_cast<uint64_t>(std::chrono::system_clock::now().time_since_epoch().count()) % 1000000000U;
+}
 
 }  // namespace qvtest

@@ -1,19 +1,26 @@
 // For the tests whose measurements docs/reliability.md shows: how strong this run is, and the rows that they record.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <vector>
 
+#include "tests/support/environment.h"
+
 namespace qvtest {
 
 // Whether this is the long form of a test (QV_NIGHTLY is 1), with the counts that the page states.
-[[nodiscard]] bool IsNightly();
+[[nodiscard]] inline bool IsNightly() { return ReadVariable(L"QV_NIGHTLY") == L"1"; }
 
 // How often this run does a thing: what that environment variable says, or else the number of this form.
-[[nodiscard]] uint64_t TimesOfThisRun(const wchar_t* variable, uint64_t nightly, uint64_t ordinary);
+[[nodiscard]] inline uint64_t TimesOfThisRun(const wchar_t* variable, uint64_t nightly, uint64_t ordinary) {
+  if (const auto set = ReadVariable(variable)) return std::stoull(*set);
+  return IsNightly() ? nightly : ordinary;
+}
 
 // UTF-8, or a number.
 struct Cell {
@@ -32,6 +39,10 @@ struct Cell {
 // Records a row of a table of the page as a property of the running test, which GoogleTest writes to its XML report.
 // The page's template (tests/reliability.md.in) names the columns. The page sorts rows by key, numbers in it as
 // numbers.
-void RecordRow(std::string_view table, std::string_view key, const std::vector<Cell>& cells);
+inline void RecordRow(std::string_view table, std::string_view key, const std::vector<Cell>& cells) {
+  std::string row;
+  for (const Cell& cell : cells) row += (&cell == &cells.front() ? "" : "\t") + cell.text;
+  testing::Test::RecordProperty(std::string(table) + " " + std::string(key), row);
+}
 
 }  // namespace qvtest

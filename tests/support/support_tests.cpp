@@ -3,6 +3,7 @@
 // service here: the helpers alone.
 #include <windows.h>
 // After windows.h, whose types it needs.
+#include <gmock/gmock.h>
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
@@ -35,10 +36,11 @@ using namespace qvtest;
 constexpr wchar_t kChildRole[] = L"QV_SUPPORT_CHILD";
 constexpr wchar_t kChildVariable[] = L"QV_SUPPORT_VARIABLE";
 
-std::wstring ReadMachineValue(const wchar_t* path, const wchar_t* name) {
+// "Name" of "Software\\Maker".
+std::wstring ReadValue(HKEY hive) {
   wchar_t text[64] = {};
   DWORD bytes = sizeof(text) - sizeof(wchar_t);
-  const LSTATUS status = RegGetValueW(HKEY_LOCAL_MACHINE, path, name, RRF_RT_REG_SZ, nullptr, text, &bytes);
+  const LSTATUS status = RegGetValueW(hive, L"Software\\Maker", L"Name", RRF_RT_REG_SZ, nullptr, text, &bytes);
   return status == ERROR_SUCCESS ? text : L"<error " + std::to_wstring(status) + L">";
 }
 
@@ -75,7 +77,7 @@ bool PlayChildRole() {
   }
   if (role == L"registry") {
     const bool overridden = argumentCount > 1 && OverrideHive(Hive::Machine, arguments[1]);
-    std::printf("%s\n", overridden ? ToUtf8(ReadMachineValue(L"Software\\Maker", L"Name")).c_str() : "not overridden");
+    std::printf("%s\n", overridden ? ToUtf8(ReadValue(HKEY_LOCAL_MACHINE)).c_str() : "not overridden");
   }
   LocalFree(arguments);
   std::fflush(stdout);
@@ -96,9 +98,7 @@ std::string WithoutCarriageReturns(std::string text) {
 TEST(ChildProcess, GivesOutputOfBothStreamsAndTheExitCode) {
   const EnvironmentScope variable(kChildVariable, L"a value");
   const ChildResult result =
-      RunSelf(L"report", {.arguments = {L"plain", L"with space", L"quo\"te", L"back\\slash\\ ", L""},
-                          .environment = {},
-                          .workFolder = {}});
+      RunSelf(L"report", {.arguments = {L"plain", L"with space", L"quo\"te", L"back\\slash\\ ", L""}});
   EXPECT_FALSE(result.hung);
   EXPECT_EQ(result.exitCode, 42u);
   EXPECT_EQ(WithoutCarriageReturns(result.output),
@@ -107,40 +107,37 @@ TEST(ChildProcess, GivesOutputOfBothStreamsAndTheExitCode) {
 
 TEST(ChildProcess, RemovesAndReplacesVariablesForTheChildAlone) {
   const EnvironmentScope variable(kChildVariable, L"mine");
-  ChildOptions options;
-  options.environment[kChildVariable] = std::nullopt;
-  EXPECT_NE(RunSelf(L"report", options).output.find("variable=<none>"), std::string::npos);
-  options.environment[kChildVariable] = L"the child's";
-  EXPECT_NE(RunSelf(L"report", options).output.find("variable=the child's"), std::string::npos);
+  const auto told = [](const std::optional<std::wstring>& value) {
+    return RunSelf(L"report", {.environment = {{kChildVariable, value}}}).output;
+  };
+  EXPECT_THAT(told(std::nullopt), testing::HasSubstr("variable=<none>"));
+  EXPECT_THAT(told(L"the child's"), testing::HasSubstr("variable=the child's"));
   EXPECT_EQ(ReadVariable(kChildVariable), L"mine");
 }
 
-TEST(ChildProcess, ChildThatHangsIsEndedAndReported) {
-  const ChildResult result = RunSelf(L"hang", {.arguments = {}, .environment = {}, .workFolder = {}, .limitMs = 3000});
+TEST(ChildProcess, OneThatHangsIsEndedAndReportedAndNoOther) {
+  const ChildResult result = RunSelf(L"hang", {.limitMs = 3000});
   EXPECT_TRUE(result.hung);
   EXPECT_EQ(WithoutCarriageReturns(result.output), "about to hang\n");
+  const ChildResult flood = RunSelf(L"flood");
+  EXPECT_FALSE(flood.hung) << "more output than a pipe holds stops nobody";
+  EXPECT_EQ(WithoutCarriageReturns(flood.output).size(), 20000u * 11);
 }
 
 TEST(Watchdog, EndsAProcessThatHangsAndSaysWhereItsThreadsAre) {
   const ChildResult result = RunSelf(L"hang-watched");
   EXPECT_FALSE(result.hung);
   EXPECT_EQ(result.exitCode, kHungExitCode);
-  EXPECT_NE(result.output.find("at work on seven\n"), std::string::npos) << result.output;
-  EXPECT_NE(result.output.find("\nthread "), std::string::npos) << result.output;
-  EXPECT_NE(result.output.find("  program+0x"), std::string::npos)
-      << "the caller of Sleep is this program: " << result.output;
+  // The caller of Sleep is this program.
+  for (const char* part : {"at work on seven\n", "\nthread ", "  program+0x"}) {
+    EXPECT_THAT(result.output, testing::HasSubstr(part));
+  }
 }
 
 TEST(Watchdog, LeavesAProcessAloneThatMovesOn) {
   const ChildResult result = RunSelf(L"work-watched");
   EXPECT_EQ(result.exitCode, 42U);
   EXPECT_EQ(result.output, "");
-}
-
-TEST(ChildProcess, MoreOutputThanAPipeHoldsStopsNobody) {
-  const ChildResult result = RunSelf(L"flood");
-  EXPECT_FALSE(result.hung);
-  EXPECT_EQ(WithoutCarriageReturns(result.output).size(), 20000u * 11);
 }
 
 TEST(EnvironmentScope, RestoresAbsentEmptyAndPresentVariables) {
@@ -167,23 +164,18 @@ QV_NOINLINE void* AskBlock() { return QvshrAlloc(8); }
 DWORD WINAPI SevenTicks() { return 7; }
 ULONGLONG WINAPI SevenLongTicks() { return 7; }
 
-TEST(ImportHook, ReplacesByNameAndRestores) {
+void* NoMemory(size_t) noexcept { return nullptr; }
+
+TEST(ImportHook, ReplacesByNameOrOrdinalAndRestores) {
   {
     const ImportHook hook(nullptr, "GetTickCount", &SevenTicks);
+    const ImportHook byOrdinal(nullptr, "QVSHR.dll", 1, reinterpret_cast<void*>(&NoMemory));
     EXPECT_TRUE(hook.Installed());
     EXPECT_EQ(AskTicks(), 7u);
     EXPECT_NE(hook.Original<DWORD(WINAPI*)()>(), &SevenTicks);
-  }
-  EXPECT_NE(AskTicks(), 7u);
-}
-
-void* NoMemory(size_t) noexcept { return nullptr; }
-
-TEST(ImportHook, ReplacesByOrdinalAndRestores) {
-  {
-    const ImportHook hook(nullptr, "QVSHR.dll", 1, reinterpret_cast<void*>(&NoMemory));
     EXPECT_EQ(AskBlock(), nullptr);
   }
+  EXPECT_NE(AskTicks(), 7u);
   const qv::HostPtr<void> block(AskBlock());
   EXPECT_NE(block, nullptr);
 }
@@ -378,34 +370,26 @@ TEST(CountProcess, MemoryThatIsTakenOrGivenBackShows) {
   EXPECT_LT(CountProcess().privateBytes, with - kBytes / 2);
 }
 
-TEST(RegistrySandbox, WritesReachTheProcessesOwnMachineHiveAlone) {
-  const std::wstring before = ReadMachineValue(L"Software\\Maker", L"Name");
-  {
-    RegistrySandbox registry;
-    EXPECT_EQ(ReadMachineValue(L"Software\\Maker", L"Name"), L"<error 2>");
+TEST(RegistrySandbox, WritesReachTheProcessesOwnHivesAlone) {
+  using Override = RegistrySandbox::Override;
+  const std::wstring machine = ReadValue(HKEY_LOCAL_MACHINE);
+  const std::wstring user = ReadValue(HKEY_CURRENT_USER);
+  for (const Override which : {Override::Machine, Override::MachineAndUser}) {
+    RegistrySandbox registry(which);
+    EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE), L"<error 2>");
     registry.SetText(Hive::Machine, L"Software\\Maker", L"Name", L"sand");
-    EXPECT_EQ(ReadMachineValue(L"Software\\Maker", L"Name"), L"sand");
+    registry.SetText(Hive::User, L"Software\\Maker", L"Name", L"of the user");
+    EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE), L"sand");
+    EXPECT_EQ(ReadValue(HKEY_CURRENT_USER), which == Override::Machine ? user : L"of the user");
   }
-  EXPECT_EQ(ReadMachineValue(L"Software\\Maker", L"Name"), before);
-}
-
-TEST(RegistrySandbox, UserHiveCanBeReplacedToo) {
-  RegistrySandbox registry(RegistrySandbox::Override::MachineAndUser);
-  registry.SetText(Hive::User, L"Software\\Maker", L"Name", L"user");
-  registry.SetText(Hive::Machine, L"Software\\Maker", L"Name", L"machine");
-  wchar_t text[64] = {};
-  DWORD bytes = sizeof(text) - sizeof(wchar_t);
-  ASSERT_EQ(RegGetValueW(HKEY_CURRENT_USER, L"Software\\Maker", L"Name", RRF_RT_REG_SZ, nullptr, text, &bytes),
-            ERROR_SUCCESS);
-  EXPECT_STREQ(text, L"user");
-  EXPECT_EQ(ReadMachineValue(L"Software\\Maker", L"Name"), L"machine");
+  EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE), machine);
+  EXPECT_EQ(ReadValue(HKEY_CURRENT_USER), user);
 }
 
 TEST(RegistrySandbox, ChildSeesWhatItIsPointedAt) {
   RegistrySandbox registry(RegistrySandbox::Override::Nothing);
   registry.SetText(Hive::Machine, L"Software\\Maker", L"Name", L"for the child");
-  const ChildResult result =
-      RunSelf(L"registry", {.arguments = {registry.Path(Hive::Machine)}, .environment = {}, .workFolder = {}});
+  const ChildResult result = RunSelf(L"registry", {.arguments = {registry.Path(Hive::Machine)}});
   EXPECT_EQ(WithoutCarriageReturns(result.output), "for the child\n");
 }
 
