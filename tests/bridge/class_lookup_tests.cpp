@@ -38,13 +38,6 @@ TEST_F(ClassLookup, AKnownClassIsFoundDirectlyAndTheRecordIsNotEvenFreed) {
   }
 }
 
-TEST_F(ClassLookup, InACreatedJvmTheRecordHasTheErrorsTextAndCode0) {
-  SetCreated(true);
-  GiveObjectRecord(L"from before", 7);
-  ExpectNotFound("no/Such");
-  EXPECT_EQ(ObjectRecord(), Record(L"java.lang.NoClassDefFoundError: no/Such", 0));
-}
-
 TEST_F(ClassLookup, TheServicesOwnTextIsCutAt511Characters) {
   SetCreated(true);
   // 20 characters before the name and 24 behind it.
@@ -58,22 +51,11 @@ TEST_F(ClassLookup, TheServicesOwnTextIsCutAt511Characters) {
   }
 }
 
-TEST_F(ClassLookup, WithoutAnyMemoryThereIsNoRecord) {
-  for (const bool created : {true, false}) {
-    SetCreated(created);
-    ServeClassPath(L"", E_FAIL);
-    {
-      const FailAllocation fault(1, kQvshrFailFromHere);
-      ExpectNotFound("no/Such");
-    }
-    EXPECT_EQ(ObjectRecord(), kNoRecord);
-    Renew();
-  }
-}
-
 TEST_F(ClassLookup, TheErrorIsCapturedThroughSlot59IntoAPointerOfItsOwn) {
   static ErrorRecord** where = nullptr;
   SetCreated(true);
+  GiveObjectRecord(L"from before", 7);
+
   Watch().Replace(
       59, +[](void*, ErrorRecord** record, qv_jnienv) -> int32_t {
         where = record;

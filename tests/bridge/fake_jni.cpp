@@ -84,8 +84,6 @@ jbyteArray FakeJni::GivenBytes(std::vector<jbyte> bytes) {
 
 FakeVm::FakeVm() : JavaVM_{FakeVmTable()} { Reset(); }
 
-FakeVm::~FakeVm() = default;
-
 FakeJni& FakeVm::Here() {
   const std::lock_guard guard(m_mutex);
   std::unique_ptr<FakeJni>& jni = m_threads[GetCurrentThreadId()];
@@ -112,9 +110,8 @@ jint FakeVm::Detach() {
 
 void FakeVm::FailAt(const std::string& function, int n, Fault fault) {
   const std::lock_guard guard(m_mutex);
-  m_calls.clear();
   m_faultFunction = function;
-  m_faultAt = n;
+  m_callsToFault = n;
   m_fault = fault;
   m_faultFired = false;
 }
@@ -162,7 +159,6 @@ void FakeVm::Reset() {
   for (auto& [id, jni] : m_threads) jni->SetPending(nullptr);
   m_pinned.clear();
   m_log.clear();
-  m_calls.clear();
   m_fault = Fault::None;
   m_faultFired = false;
   m_counts = {};
@@ -175,7 +171,7 @@ FakeVm::Entered FakeVm::Enter(JNIEnv* env, const std::string& function, const st
   const bool illegal = jni.Pending() != nullptr && !LegalWhilePending(function);
   m_log.push_back(function + "(" + arguments + ")" + (illegal ? " !pending" : ""));
   Fault fault = Fault::None;
-  if (m_fault != Fault::None && function == m_faultFunction && ++m_calls[function] == m_faultAt) {
+  if (m_fault != Fault::None && function == m_faultFunction && --m_callsToFault == 0) {
     fault = m_fault;
     m_faultFired = true;
   }

@@ -20,6 +20,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "tests/support/pinned.h"
+
 namespace qvtest {
 
 class FakeJni;
@@ -62,11 +64,9 @@ struct ReferenceCounts {
 };
 
 // One thread's environment.
-class FakeJni : public JNIEnv_ {
+class FakeJni : public JNIEnv_, private Pinned {
  public:
   explicit FakeJni(FakeVm& vm);
-  FakeJni(const FakeJni&) = delete;
-  FakeJni& operator=(const FakeJni&) = delete;
 
   [[nodiscard]] FakeVm& Vm() const { return m_vm; }
   [[nodiscard]] DWORD ThreadId() const { return m_threadId; }
@@ -100,12 +100,9 @@ Thing Text(const std::wstring& text);
 Thing Class(const std::string& name);
 Thing Object(const std::string& label);
 
-class FakeVm : public JavaVM_ {
+class FakeVm : public JavaVM_, private Pinned {
  public:
   FakeVm();
-  ~FakeVm();
-  FakeVm(const FakeVm&) = delete;
-  FakeVm& operator=(const FakeVm&) = delete;
 
   // The calling thread's environment; attaches without a trace when there is none.
   FakeJni& Here();
@@ -182,9 +179,8 @@ class FakeVm : public JavaVM_ {
   std::deque<FakeMember> m_members;
   std::vector<Pinning> m_pinned;
   std::vector<std::string> m_log;
-  std::map<std::string, int> m_calls;
   std::string m_faultFunction;
-  int m_faultAt = 0;
+  int m_callsToFault = 0;
   Fault m_fault = Fault::None;
   bool m_faultFired = false;
   ReferenceCounts m_counts;

@@ -188,7 +188,6 @@ void AddClassLookup(Table& table) {
   const RecordView classNotFound = Record(L"java.lang.ClassNotFoundException: a.B", -1001);
   const End notFound = {E_FAIL, NotFound("a/B"), 0};
   table.push_back({.name = "FindClass, known",
-                   .created = true,
                    .end = {S_OK, kNoRecord, 1},
                    .log = DirectLookup("a/B"),
                    .faults = Null("FindClass", 1, notFound, kNothingPending) +
@@ -197,7 +196,6 @@ void AddClassLookup(Table& table) {
                    .call = FindSuchClass});
   table.push_back(
       {.name = "FindClass, unknown in a created JVM",
-       .created = true,
        .end = {E_FAIL, noClassDef, 3},
        .log = DirectLookup("a/B") + CaptureOf("java.lang.NoClassDefFoundError", "java.lang.NoClassDefFoundError: a/B"),
        .faults = Null("FindClass", 1, notFound, kNothingPending) +
@@ -215,6 +213,7 @@ void AddClassLookup(Table& table) {
 
   table.push_back(
       {.name = "FindClass, loaded in a joined JVM by a new loader",
+       .joined = true,
        .end = clean,
        .log = DirectLookup("a/B") + kCleared + kLoaderClasses +
               Lines{"slot 55 GetClassPath", "NewObjectArray(1, java/net/URL, null)"} + UrlLines("a", 0) +
@@ -258,6 +257,7 @@ void AddClassLookup(Table& table) {
   const End clean2 = {E_FAIL, classNotFound, 4};
   table.push_back(
       {.name = "FindClass, unknown in a joined JVM with a loader",
+       .joined = true,
        .end = clean2,
        .log = DirectLookup("a/B") + kCleared + LoaderLookup("a.B") +
               CaptureOf("java.lang.ClassNotFoundException", ToUtf8(classNotFound.text)) + Deleted("\"a.B\""),
@@ -309,7 +309,6 @@ void AddTypedCalls(Table& table) {
       faults = faults + Throws(row.jniCall, 1, {E_FAIL, thrown, 3}, CaptureOf("java.lang.Error", ToUtf8(thrown.text)));
     }
     table.push_back({.name = SlotName(row.slot),
-                     .created = true,
                      .end = clean,
                      .log = Entered(row.slot) + LookupLine(row) + CallLine(row) + kNothingPending,
                      .faults = faults,
@@ -324,7 +323,6 @@ void AddTypedCalls(Table& table) {
     const std::string error = row.form == Form::Field ? "java.lang.NoSuchFieldError" : "java.lang.NoSuchMethodError";
     const RecordView text = Record(ToWide(error + ": m"), -1001);
     table.push_back({.name = std::string(SlotName(row.slot)) + " of a missing member",
-                     .created = true,
                      .end = {E_FAIL, text, 3},
                      .log = Entered(row.slot) + LookupLine(row) + CaptureOf(error, error + ": m"),
                      .faults = lookupFaults + CaptureFaults(1, HasObject(row) ? 2 : 1, text),
@@ -332,7 +330,6 @@ void AddTypedCalls(Table& table) {
                      .call = calls("m", false),
                      .withoutMemory = {{{E_FAIL, kNoRecord, 3}, {E_FAIL, kNoRecord, 3}}}});
     table.push_back({.name = std::string(SlotName(row.slot)) + " without a name",
-                     .created = true,
                      .end = {E_FAIL, kInternalRecord, 0},
                      .log = Entered(row.slot),
                      .call = calls(nullptr, false),
@@ -343,7 +340,6 @@ void AddTypedCalls(Table& table) {
 void AddArrays(Table& table) {
   const auto thrown = [](const char* function) { return End{E_FAIL, ErrorOf(function, -1001), 3}; };
   table.push_back({.name = "NewStringArray",
-                   .created = true,
                    .end = {S_OK, kNoRecord, 2},
                    .log = Entered(43) + DirectLookup("java/lang/String") + Entered(14) +
                           Lines{"NewString(\"\", 0)", "NewObjectArray(2, java/lang/String, \"\")"} + Deleted("\"\""),
@@ -353,14 +349,12 @@ void AddArrays(Table& table) {
                              Bare("NewObjectArray", 1, {S_OK, kNoRecord, 1}, Deleted("\"\"")),
                    .call = Makes(43, 2)});
   table.push_back({.name = "SetObjectArrayElement",
-                   .created = true,
                    .log = Entered(44) + Lines{"SetObjectArrayElement(array, 0, it)"} + kNothingPending,
                    .faults = Throws("SetObjectArrayElement", 1, thrown("SetObjectArrayElement")),
                    .call = Calls(44, kArray, 0, kObject)});
   const RecordView outside = Record(L"java.lang.ArrayIndexOutOfBoundsException: 1", -1001);
   table.push_back(
       {.name = "SetObjectArrayElement out of bounds",
-       .created = true,
        .end = {E_FAIL, outside, 3},
        .log = Entered(44) + Lines{"SetObjectArrayElement(array, 1, it)"} +
               CaptureOf("java.lang.ArrayIndexOutOfBoundsException", "java.lang.ArrayIndexOutOfBoundsException: 1"),
@@ -369,7 +363,6 @@ void AddArrays(Table& table) {
        .withoutMemory = {{{E_FAIL, kNoRecord, 3}, {E_FAIL, kNoRecord, 3}}}});
   table.push_back(
       {.name = "NewByteArray",
-       .created = true,
        .end = {S_OK, kNoRecord, 1},
        .log = Entered(45) + Lines{"NewByteArray(2)"} + kNothingPending,
        .faults = Null("NewByteArray", 1, {S_OK, kNoRecord, 0}) + Throws("NewByteArray", 1, thrown("NewByteArray")),
@@ -381,27 +374,23 @@ void AddArrays(Table& table) {
                              Throws("GetByteArrayElements", 1, thrown("GetByteArrayElements"));
   static jbyte bytes[2];
   table.push_back({.name = "GetByteArrayData",
-                   .created = true,
                    .log = Elements(46, JNI_ABORT),
                    .faults = elements,
                    .call = Calls(46, kBytes, 3, 2, &bytes[0])});
   table.push_back({.name = "SetByteArrayData",
-                   .created = true,
                    .log = Elements(47, 0),
                    .faults = elements,
                    .call = Calls(47, kBytes, 3, &bytes[0], 2)});
 }
 
 void AddQueries(Table& table) {
-  table.push_back({.name = "GetJNIEnv",
-                   .created = true,
-                   .log = Entered(48) + Lines{"ExceptionCheck()"},
-                   .call = [](IQV_JavaVM& vm, FakeJni& jni) {
-                     qv_jnienv env = &vm;
-                     const int32_t status = vm.GetJNIEnv(&env);
-                     EXPECT_EQ(env, status >= 0 ? &jni : nullptr);
-                     return status;
-                   }});
+  table.push_back(
+      {.name = "GetJNIEnv", .log = Entered(48) + Lines{"ExceptionCheck()"}, .call = [](IQV_JavaVM& vm, FakeJni& jni) {
+         qv_jnienv env = &vm;
+         const int32_t status = vm.GetJNIEnv(&env);
+         EXPECT_EQ(env, status >= 0 ? &jni : nullptr);
+         return status;
+       }});
   struct Query {
     size_t slot;
     const char* key;
@@ -411,7 +400,6 @@ void AddQueries(Table& table) {
     const End noMemory = {E_OUTOFMEMORY, kNoRecord, 3};
     table.push_back(
         {.name = SlotName(query.slot),
-         .created = true,
          .end = {S_OK, kNoRecord, 3},
          // the class, the key and the value
          .log = Lines{SlotLine(query.slot)} + DirectLookup("java/lang/System") + Entered(14) +
@@ -442,7 +430,6 @@ void AddCapture(Table& table) {
     if (!copied)
       std::erase_if(faults, [](const FaultRow& row) { return std::string(row.function) == "GetStringChars"; });
     table.push_back({.name = name,
-                     .created = true,
                      .end = {1, text, 3},
                      .log = copied ? CaptureOf("exception", ToUtf8(thrown)) : Lines{},
                      .faults = faults,

@@ -44,7 +44,7 @@ struct WithoutMemory {
 
 struct Operation {
   std::string name;
-  bool created = false;  // whether the JVM counts as the service's own
+  bool joined = false;  // whether the JVM is somebody else's
   End end{};
   Lines log{};  // of the undisturbed run
   FaultRows faults{};
@@ -62,7 +62,7 @@ class OperationTest : public BridgeTest {
   // `setFault` runs when everything is prepared; what it returns lives until the operation is over.
   template <class SetFault>
   End Run(const Operation& operation, SetFault&& setFault) {
-    SetCreated(operation.created);
+    SetCreated(!operation.joined);
     Watch();
     if (operation.prepare) operation.prepare(Java(), Api(), Watch());
     const ReferenceCounts before = Java().Counts();

@@ -11,23 +11,14 @@ namespace {
 
 constexpr TypedCall kRows[] = {
     {20, Form::Instance, "CallIntMethodV", "I", 4},
-    {21, Form::Instance, "CallIntMethodV", "I", 4},
     {22, Form::Instance, "CallShortMethodV", "S", 2},
-    {23, Form::Instance, "CallShortMethodV", "S", 2},
     {24, Form::Instance, "CallFloatMethodV", "F", 4},
-    {25, Form::Instance, "CallFloatMethodV", "F", 4},
     {26, Form::Instance, "CallDoubleMethodV", "D", 8},
-    {27, Form::Instance, "CallDoubleMethodV", "D", 8},
     {28, Form::Instance, "CallByteMethodV", "B", 1},
-    {29, Form::Instance, "CallByteMethodV", "B", 1},
     {30, Form::InstanceVoid, "CallVoidMethodV", "V", 0},
-    {31, Form::InstanceVoid, "CallVoidMethodV", "V", 0},
     {32, Form::Instance, "CallObjectMethodV", "Ljava/lang/Object;", 8},
-    {33, Form::Instance, "CallObjectMethodV", "Ljava/lang/Object;", 8},
     {34, Form::Instance, "CallBooleanMethodV", "Z", 4},
-    {35, Form::Instance, "CallBooleanMethodV", "Z", 4},
     {36, Form::Instance, "CallLongMethodV", "J", 8},
-    {37, Form::Instance, "CallLongMethodV", "J", 8},
     {38, Form::Static, "CallStaticBooleanMethodV", "Z", 4},
     {39, Form::Static, "CallStaticObjectMethodV", "Ljava/lang/Object;", 8},
     {40, Form::StaticVoid, "CallStaticObjectMethodV", "V", 0},
@@ -71,7 +62,17 @@ std::vector<TypedValue> Reals(Set set) {
 
 }  // namespace
 
-std::span<const TypedCall> TypedCalls() { return kRows; }
+// A call on an instance has a second entry behind its first.
+std::vector<TypedCall> TypedCalls() {
+  std::vector<TypedCall> all;
+  for (const TypedCall& row : kRows) {
+    all.push_back(row);
+    if (!HasObject(row)) continue;
+    all.push_back(row);
+    ++all.back().slot;
+  }
+  return all;
+}
 
 const char* LookupOf(const TypedCall& row) {
   if (row.form == Form::Field) return "GetStaticFieldID";

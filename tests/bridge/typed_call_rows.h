@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -23,7 +22,7 @@ struct TypedCall {
   size_t width;      // bytes written through the result pointer; 0: it has none
 };
 
-std::span<const TypedCall> TypedCalls();
+std::vector<TypedCall> TypedCalls();
 
 inline bool HasObject(const TypedCall& row) { return row.form == Form::Instance || row.form == Form::InstanceVoid; }
 inline bool HasSignature(const TypedCall& row) { return row.form != Form::Field; }

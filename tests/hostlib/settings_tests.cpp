@@ -54,12 +54,13 @@ TEST_P(SettingsTest, AnEditCountsAtOnce) {
 }
 
 TEST_P(SettingsTest, TheSwitchesAreSettingsOfTheHost) {
-  m_process.WriteSettings("[Host]\r\nWebDeployment=1\r\nNoDetach=1\r\n");
-  EXPECT_EQ(m_process.Run({L"web", L"nodetach"}), (Lines{"1", "1"}));
-  m_process.WriteSettings("[Host]\r\nWebDeployment=0\r\nNoDetach=0\r\n");
-  EXPECT_EQ(m_process.Run({L"web", L"nodetach"}), (Lines{"0", "0"}));
-  m_process.WriteSettings("[Host]\r\nNoDetach=1\r\n[Other]\r\nWebDeployment=1\r\n");
-  EXPECT_EQ(m_process.Run({L"web", L"nodetach"}), (Lines{"0", "1"}));
+  const auto switches = [this](const char* settings) {
+    m_process.WriteSettings(settings);
+    return m_process.Run({L"web", L"nodetach"});
+  };
+  EXPECT_EQ(switches("[Host]\r\nWebDeployment=1\r\nNoDetach=1\r\n"), (Lines{"1", "1"}));
+  EXPECT_EQ(switches("[Host]\r\nWebDeployment=0\r\nNoDetach=0\r\n"), (Lines{"0", "0"}));
+  EXPECT_EQ(switches("[Host]\r\nNoDetach=1\r\n[Other]\r\nWebDeployment=1\r\n"), (Lines{"0", "1"}));
 }
 
 TEST_P(SettingsTest, WhileTheProcessEndsDetachingIsForbiddenAndNothingWaits) {

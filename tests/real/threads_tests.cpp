@@ -101,37 +101,25 @@ TEST_F(Threads, AThreadThatEndsIsDetached) {
   }
 }
 
-TEST_F(Threads, AThreadKeepsItsEnvironment) {
+TEST_F(Threads, AnAttachedThreadHasAnEnvironmentOfItsOwnAndNoContextClassLoader) {
   qv_jnienv ofMain = QV_AcquireThreadEnv(Vm());
-  std::thread([&] {
+  qv_jobject global = nullptr;
+  OnThread([&] {
     qv_jnienv first = QV_AcquireThreadEnv(Vm());
     qv_jnienv second = nullptr;
     EXPECT_EQ(Vm()->GetJNIEnv(&second), QV_S_OK);
     EXPECT_NE(first, nullptr);
     EXPECT_EQ(first, second);
     EXPECT_NE(first, ofMain);
-  }).join();
-  EXPECT_EQ(QV_AcquireThreadEnv(Vm()), ofMain);
-}
-
-TEST_F(Threads, AttachedThreadsHaveNoContextClassLoader) {
-  std::thread([&] {
-    const Local cls = Find("qvtest/Threads");
-    const Local object = NewDefaultObject(Vm(), cls);
+    const JavaClass threads(Vm(), "qvtest/Threads");
     int32_t has = -1;
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallBooleanMethod(&has, cls, object, "hasContextLoader", "()Z")));
+    EXPECT_TRUE(Ok(Vm(), Vm()->CallBooleanMethod(&has, threads, threads.New(), "hasContextLoader", "()Z")));
     EXPECT_EQ(has, 0);
-  }).join();
-}
-
-TEST_F(Threads, GlobalReferencesServeEveryThread) {
-  qv_jobject global = nullptr;
-  std::thread([&] {
-    const Local text = String(L"made elsewhere");
-    EXPECT_TRUE(Ok(Vm(), Vm()->NewGlobalRef(&global, text)));
-  }).join();
-  EXPECT_EQ(TextOf(Vm(), global), L"made elsewhere");
-  std::thread([&] { EXPECT_EQ(Vm()->DeleteGlobalRef(global), QV_S_OK); }).join();
+    EXPECT_TRUE(Ok(Vm(), Vm()->NewGlobalRef(&global, String(L"made elsewhere"))));
+  });
+  EXPECT_EQ(QV_AcquireThreadEnv(Vm()), ofMain);
+  EXPECT_EQ(TextOf(Vm(), global), L"made elsewhere") << "global references serve every thread";
+  OnThread([&] { EXPECT_EQ(Vm()->DeleteGlobalRef(global), QV_S_OK); });
 }
 
 TEST_F(Threads, AnObjectMayBeReleasedWhereItWasNeverUsed) {
@@ -139,7 +127,7 @@ TEST_F(Threads, AnObjectMayBeReleasedWhereItWasNeverUsed) {
   IQV_JavaVM* const other = NewService();
   ASSERT_NE(other, nullptr);
   EXPECT_EQ(other->FindClass(Local(other).Out(), "no/such/Thing"), QV_E_FAIL);
-  std::thread([&] { EXPECT_EQ(other->Release(), 0U); }).join();
+  OnThread([&] { EXPECT_EQ(other->Release(), 0U); });
   EXPECT_EQ(CountInJava(), before);
 }
 

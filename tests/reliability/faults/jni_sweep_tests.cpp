@@ -9,10 +9,10 @@
 #include <string>
 
 #include "service/capture_mark.h"
-#include "tests/reliability/faults/operation_test.h"
+#include "tests/bridge/operation_rows.h"
 #include "tests/reliability/faults/outside_calls.h"
+#include "tests/reliability/faults/tally.h"
 #include "tests/support/import_hook.h"
-#include "tests/support/reliability.h"
 
 namespace qvtest {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/reliability/faults/operation_test.h"
-#include "tests/support/reliability.h"
+#include "tests/bridge/operation_rows.h"
+#include "tests/reliability/faults/tally.h"
 
 namespace qvtest {
 namespace {

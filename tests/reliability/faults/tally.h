@@ -37,4 +37,10 @@ struct Tally {
   }
 };
 
+// Counts how an operation of the bridge ended.
+template <class End>
+void Count(Tally& tally, const End& normal, const End& stated, const End& end) {
+  ++(!(end == stated) ? tally.otherwise : normal.status == end.status ? tally.goOn : tally.fail);
+}
+
 }  // namespace qvtest

@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "qvjvm/qvjvm.h"
@@ -25,6 +24,7 @@
 #include "tests/support/reliability.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 namespace {
@@ -77,7 +77,7 @@ class LogAbuse : public testing::Test {
     const std::string line = "afterwards";
     EXPECT_EQ(Print("%s\n", line.c_str()), 11);
     EXPECT_EQ(CountLines(ReadWholeFile(m_log), {line}).found, 1);
-    std::thread([&] { EXPECT_NE(QV_AcquireThreadEnv(m_vm), nullptr); }).join();
+    OnThread([&] { EXPECT_NE(QV_AcquireThreadEnv(m_vm), nullptr); });
   }
 
   static void Record(const char* key, const std::string& abuse, int writes, const LineCount& lines,
@@ -180,23 +180,18 @@ class ManyWriters : public LogAbuse {
   int WriteFromAll(int linesEach, Work&& work) {
     std::atomic<int> refused = 0;
     std::atomic<int> writing = kThreads;
-    std::vector<std::thread> threads;
     for (int thread = 0; thread < kThreads; ++thread) {
       for (int number = 0; number < linesEach; ++number) m_written.insert(LineOf(thread, number));
     }
-    for (int thread = 0; thread < kThreads; ++thread) {
-      threads.emplace_back([&, thread] {
-        for (int number = 0; number < linesEach; ++number) {
-          const std::string line = LineOf(thread, number);
-          const int32_t written = Print("%s\n", line.c_str());
-          if (written != static_cast<int32_t>(line.size()) + 1) ++refused;
-        }
-        --writing;
-      });
-    }
+    const Crew crew(kThreads, [&](int thread) {
+      for (int number = 0; number < linesEach; ++number) {
+        const std::string line = LineOf(thread, number);
+        if (Print("%s\n", line.c_str()) != static_cast<int32_t>(line.size()) + 1) ++refused;
+      }
+      --writing;
+    });
     do work();
     while (writing > 0);
-    for (std::thread& thread : threads) thread.join();
     return refused;
   }
 
@@ -269,9 +264,8 @@ TEST_F(LogAbuse, NameIsSwitchedWhileItIsTaken) {
   const std::wstring other = m_folder.Path(L"other.log");
   std::atomic<bool> stop = false;
   std::atomic<int> wrong = 0;
-  std::vector<std::thread> takers;
-  for (int i = 0; i < 2; ++i) {
-    takers.emplace_back([&] {
+  {
+    const Crew takers(2, [&](int) {
       while (!stop) {
         IQvString* name = nullptr;
         if (m_vm->GetLogFileName(&name) != QV_S_OK) ++wrong;
@@ -279,11 +273,11 @@ TEST_F(LogAbuse, NameIsSwitchedWhileItIsTaken) {
         if (text != m_log && text != other) ++wrong;
       }
     });
+    for (int i = 0; i < (IsNightly() ? 100000 : 10000); ++i) {
+      m_vm->SetLogFileName(i % 2 == 0 ? other.c_str() : m_log.c_str());
+    }
+    stop = true;
   }
-  for (int i = 0; i < (IsNightly() ? 100000 : 10000); ++i)
-    m_vm->SetLogFileName(i % 2 == 0 ? other.c_str() : m_log.c_str());
-  stop = true;
-  for (std::thread& taker : takers) taker.join();
   EXPECT_EQ(wrong, 0);
   ExpectGoesOn();
 }

@@ -205,27 +205,22 @@ void NewObject(Walker& w) {
 }
 
 void NewDefaultObject(Walker& w) {
+  const struct {
+    qv_jclass cls;
+    int32_t status;
+    const wchar_t* pending;
+  } rows[] = {{nullptr, QV_E_FAIL, nullptr},
+              {w.world.integer, QV_E_FAIL, L"java.lang.NoSuchMethodError"},
+              {w.world.number, QV_S_OK, L"java.lang.InstantiationException"},
+              {w.world.echo, QV_S_OK, nullptr},
+              {w.world.echo, QV_S_OK, nullptr}};
   qv_jobject out = &w;
-  const uint32_t variant = w.random.Below(5);
-  w.Begin(19, "variant %u", variant);
-  switch (variant) {
-    case 0:
-      w.FailsSilently(w.vm->NewDefaultObject(&out, nullptr));
-      break;
-    case 1:
-      w.FailsSilently(w.vm->NewDefaultObject(&out, w.world.integer));
-      w.LeavesPending(L"java.lang.NoSuchMethodError", false);
-      break;
-    case 2:
-      w.Succeeds(w.vm->NewDefaultObject(&out, w.world.number));
-      w.LeavesPending(L"java.lang.InstantiationException", false);
-      break;
-    default:
-      w.Succeeds(w.vm->NewDefaultObject(&out, w.world.echo));
-      if (w.Is(out != nullptr, "an object")) w.Forget(out);
-      return;
-  }
-  w.Is(out == nullptr, "null without an object");
+  const auto& row = w.random.OneOf(rows);
+  w.Begin(19, "variant %td", &row - rows);
+  w.StatusIs(w.vm->NewDefaultObject(&out, row.cls), row.status);
+  if (row.pending != nullptr) w.LeavesPending(row.pending, false);
+  if (!w.Is((out != nullptr) == (row.cls == w.world.echo), "an object, or none")) return;
+  if (out != nullptr) w.Forget(out);
 }
 
 // -- arrays --

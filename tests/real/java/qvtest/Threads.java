@@ -1,5 +1,7 @@
 package qvtest;
 
+import java.util.concurrent.locks.LockSupport;
+
 /** The JVM's view of the threads that call it, and work that keeps threads busy. */
 public class Threads {
   private static volatile long sink;
@@ -23,18 +25,10 @@ public class Threads {
   }
 
   public static void startWaiters() {
-    for (int i = 0; i < 2; ++i) {
-      new Thread(
-              () -> {
-                try {
-                  Thread.sleep(Long.MAX_VALUE);
-                } catch (InterruptedException e) {
-                  Thread.currentThread().interrupt();
-                }
-              },
-              "idle worker " + i)
-          .start();
-    }
+    final Runnable idle = () -> {
+      while (true) LockSupport.park();
+    };
+    for (int i = 0; i < 2; ++i) new Thread(idle, "idle worker " + i).start();
   }
 
   /** What the JVM prints for its own problems stays; what stack traces print goes nowhere. */
