@@ -47,7 +47,7 @@ const Outcome kPlantedRuntime{"21"};
 
 struct Trust {
   const char* name;
-  void (*plant)(World&);
+  Break plant;
   Outcome outcome;
   Host host = kUnknownHost;
 
@@ -78,88 +78,82 @@ const Trust kRows[] = {
     {"NothingPlanted", [](World&) {}, kAsMeant},
 
     // ---- runtimes ----
-    {"JavaHome", [](World& world) { world.Variable(L"JAVA_HOME", World::InstalledRuntime(21)); }, kPlantedRuntime},
+    {"JavaHome", Variable(L"JAVA_HOME", World::InstalledRuntime(21)), kPlantedRuntime},
     {"RegisteredRuntime",
      [](World& world) {
        NoRuntimeToDiscover(world);
-       world.Registry().SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"21");
-       world.Registry().SetText(Hive::Machine, kJavaSoft + L"\\21", L"JavaHome", World::InstalledRuntime(21));
+       world.registry.SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"21");
+       world.registry.SetText(Hive::Machine, kJavaSoft + L"\\21", L"JavaHome", World::InstalledRuntime(21));
      },
      kPlantedRuntime},
     {"ConfiguredRuntimeOfAKnownHost",
      [](World& world) {
-       world.Registry().SetText(Hive::Machine, world.ProductKey(), L"JREBinLocation", PlantedJvmFolder());
+       world.registry.SetText(Hive::Machine, world.ProductKey(), L"JREBinLocation", PlantedJvmFolder());
      },
      kPlantedRuntime, kQuovantHost},
-    {"JavaHomeOfAKnownHost", [](World& world) { world.Variable(L"JAVA_HOME", World::InstalledRuntime(21)); }, kAsMeant,
-     kQuovantHost},
+    {"JavaHomeOfAKnownHost", Variable(L"JAVA_HOME", World::InstalledRuntime(21)), kAsMeant, kQuovantHost},
     {"JvmDllOnPathWithoutARuntimeToDiscover",
      [](World& world) {
        NoRuntimeToDiscover(world);
        world.Variable(L"PATH", PlantedJvmFolder() + L";" + kSystemPath);
      },
      kPlantedRuntime},
-    {"JvmDllOnPathBehindTheDiscoveredRuntime",
-     [](World& world) { world.Variable(L"PATH", PlantedJvmFolder() + L";" + kSystemPath); }, kAsMeant},
+    {"JvmDllOnPathBehindTheDiscoveredRuntime", Variable(L"PATH", PlantedJvmFolder() + L";" + kSystemPath), kAsMeant},
     {"JvmDllInTheCurrentFolderWithoutARuntimeToDiscover",
      [](World& world) {
        NoRuntimeToDiscover(world);
-       world.WorkFolder(PlantedJvmFolder());
+       world.workFolder = PlantedJvmFolder();
      },
      kPlantedRuntime},
-    {"JvmDllInTheCurrentFolderBeforeTheDiscoveredRuntime", [](World& world) { world.WorkFolder(PlantedJvmFolder()); },
+    {"JvmDllInTheCurrentFolderBeforeTheDiscoveredRuntime", [](World& world) { world.workFolder = PlantedJvmFolder(); },
      kPlantedRuntime},
     {"JvmDllInTheCurrentFolderThatTheHostDoesNotSearch",
      [](World& world) {
-       world.WorkFolder(PlantedJvmFolder());
+       world.workFolder = PlantedJvmFolder();
        world.Argument(L"search", L"current");
      },
      kAsMeant},
     {"JvmDllInTheCurrentFolderOfAHardenedHost",
      [](World& world) {
-       world.WorkFolder(PlantedJvmFolder());
+       world.workFolder = PlantedJvmFolder();
        world.Argument(L"search", L"path");
      },
      kAsMeant},
     {"JvmDllBesideTheHost",  // no JVM's library at all, and loaded all the same
-     [](World& world) { world.Folder().CopyIn(ProgramFolder() + L"\\unit_module.dll", L"host\\jvm.dll"); }, kNoJvm},
+     [](World& world) { world.folder.CopyIn(ProgramFolder() + L"\\unit_module.dll", L"host\\jvm.dll"); }, kNoJvm},
 
     // ---- classes ----
-    {"ClassPathVariable", [](World& world) { world.Variable(L"CLASSPATH", PlantedArchive()); }, kPlantedClass},
-    {"ClassPathVariableOfAKnownHost", [](World& world) { world.Variable(L"CLASSPATH", PlantedArchive()); },
-     kPlantedClass, kQuovantHost},
+    {"ClassPathVariable", Variable(L"CLASSPATH", PlantedArchive()), kPlantedClass},
+    {"ClassPathVariableOfAKnownHost", Variable(L"CLASSPATH", PlantedArchive()), kPlantedClass, kQuovantHost},
     {"CurrentFolder",
      [](World& world) {
-       PlantClassFiles(world.Folder().MakeFolder(L"downloads"));
-       world.WorkFolder(world.Folder().Path(L"downloads"));
+       PlantClassFiles(world.folder.MakeFolder(L"downloads"));
+       world.workFolder = world.folder.Path(L"downloads");
      },
      kPlantedClass},
     {"UsersClassPathOfAKnownHost",
      [](World& world) {
-       world.Registry().SetList(Hive::User, std::wstring(kQuovantHost.root) + L"\\ClassPath", {PlantedArchive()});
+       world.registry.SetList(Hive::User, std::wstring(kQuovantHost.root) + L"\\ClassPath", {PlantedArchive()});
      },
      kPlantedClass, kQuovantHost},
     {"UsersClassPathOfAnUnknownHost",
      [](World& world) {
-       world.Registry().SetList(Hive::User, std::wstring(kUnknownHost.root) + L"\\ClassPath", {PlantedArchive()});
+       world.registry.SetList(Hive::User, std::wstring(kUnknownHost.root) + L"\\ClassPath", {PlantedArchive()});
      },
      kAsMeant},
-    {"ArchiveBesideTheService", [](World& world) { world.Folder().CopyIn(PlantedArchive(), L"host\\qvejbclient.jar"); },
+    {"ArchiveBesideTheService", [](World& world) { world.folder.CopyIn(PlantedArchive(), L"host\\qvejbclient.jar"); },
      kPlantedClass},
     {"ArchiveInTheHostsIdeFolder",
-     [](World& world) { world.Folder().CopyIn(PlantedArchive(), L"host\\IDE\\qvejbclient.jar"); }, kPlantedClass},
+     [](World& world) { world.folder.CopyIn(PlantedArchive(), L"host\\IDE\\qvejbclient.jar"); }, kPlantedClass},
 
     // ---- options ----
-    {"OptionInTheRegistry", [](World& world) { world.Options({L"-Xbootclasspath/a:" + PlantedArchive()}); },
+    {"OptionInTheRegistry", Options({L"-Xbootclasspath/a:" + PlantedArchive()}), kPlantedClass},
+    {"JavaToolOptions", Variable(L"JAVA_TOOL_OPTIONS", L"\"-Xbootclasspath/a:" + PlantedArchive() + L"\""),
      kPlantedClass},
-    {"JavaToolOptions",
-     [](World& world) { world.Variable(L"JAVA_TOOL_OPTIONS", L"\"-Xbootclasspath/a:" + PlantedArchive() + L"\""); },
-     kPlantedClass},
-    {"UnderscoreJavaOptions",
-     [](World& world) { world.Variable(L"_JAVA_OPTIONS", L"\"-Xbootclasspath/a:" + PlantedArchive() + L"\""); },
+    {"UnderscoreJavaOptions", Variable(L"_JAVA_OPTIONS", L"\"-Xbootclasspath/a:" + PlantedArchive() + L"\""),
      kPlantedClass},
     {"JdkJavaOptions",  // the java launcher's alone
-     [](World& world) { world.Variable(L"JDK_JAVA_OPTIONS", L"-Xbootclasspath/a:" + PlantedArchive()); }, kAsMeant},
+     Variable(L"JDK_JAVA_OPTIONS", L"-Xbootclasspath/a:" + PlantedArchive()), kAsMeant},
 };
 
 INSTANTIATE_TEST_SUITE_P(Trusted, TrustTest, testing::ValuesIn(kRows),
