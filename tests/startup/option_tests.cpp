@@ -14,21 +14,16 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-std::string UpperCase(std::wstring text) {
-  CharUpperW(text.data());
-  return ToUtf8(text);
-}
-
-// The class path option of an unknown host whose archives are nowhere.
-std::string ClassPathOption(const StartupScene& scene, const std::string& first = {},
-                            const std::string& environment = {}) {
-  return "-Djava.class.path=" + first + ToUtf8(BuiltInClassPath(scene.programFolder + L"\\IDE")) + environment + ";.";
+// The class path option of an unknown host whose archives are nowhere; this program stands in for the service's module.
+std::string ClassPathOption(const std::string& first = {}, const std::string& environment = {}) {
+  return "-Djava.class.path=" + first + ToUtf8(BuiltInClassPath(ProgramFolder() + L"\\IDE")) + environment + ";.";
 }
 
 // For a server JVM, whose folder stays in.
 std::string BootClassPathOption() {
-  const std::string lib = UpperCase(FakeJvm::Home()) + "\\BIN\\SERVER\\LIB\\";
-  return "-Xbootclasspath/a:" + lib + "deploy.jar;" + lib + "javaws.jar;" + lib + "plugin.jar";
+  std::wstring lib = FakeJvm::Home() + L"\\BIN\\SERVER\\LIB\\";
+  CharUpperW(lib.data());
+  return "-Xbootclasspath/a:" + ToUtf8(lib + L"deploy.jar;" + lib + L"javaws.jar;" + lib + L"plugin.jar");
 }
 
 Strings Expected(const std::string& classPath, const Strings& configured) {
@@ -42,8 +37,7 @@ const std::wstring kLongPath(30000, L'p');
 TEST(Options, UnknownHostWithoutConfigurationGetsTheSevenBuiltInOnes) {
   const StartupWorld world;
   ASSERT_EQ(CreateVM().status, 0);
-  EXPECT_EQ(world.jvm.OptionTexts(),
-            Expected(ClassPathOption(world), {"-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}));
+  EXPECT_EQ(world.jvm.OptionTexts(), Expected(ClassPathOption(), {"-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}));
   const std::vector<SeenOption> options = world.jvm.Options();
   EXPECT_EQ(options.at(2).extraInfo, reinterpret_cast<void*>(&JvmVfprintfHook));
   EXPECT_EQ(options.at(3).extraInfo, reinterpret_cast<void*>(&JvmExitHook));
@@ -65,7 +59,7 @@ TEST(Options, ThreadsClassPathComesFirstAndTheEnvironmentsBeforeTheCurrentFolder
     const StartupWorld world;
     const EnvironmentScope classPath(L"CLASSPATH", row.variable);
     EXPECT_EQ(CreateVM(row.ofThread).status, 0);
-    EXPECT_EQ(world.jvm.OptionTexts().at(0), ClassPathOption(world, row.first, row.environment));
+    EXPECT_EQ(world.jvm.OptionTexts().at(0), ClassPathOption(row.first, row.environment));
   }
 }
 
@@ -102,7 +96,7 @@ TEST(Options, UnknownHostGetsTheListAndThePropertiesOfTheRegistry) {
   world.registry.SetList(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMconfig", {L"-Xss1m", L"-Xmx64m"});
   world.registry.SetText(Hive::Machine, std::wstring(kRuntimeConfig) + L"QVJVMprops", L"p", L"");
   ASSERT_EQ(CreateVM().status, 0);
-  EXPECT_EQ(world.jvm.OptionTexts(), Expected(ClassPathOption(world), {"-Xss1m", "-Xmx64m", "-Dp="}));
+  EXPECT_EQ(world.jvm.OptionTexts(), Expected(ClassPathOption(), {"-Xss1m", "-Xmx64m", "-Dp="}));
 }
 
 TEST(Options, ListenersOfTheDebugChannelHearNoSecret) {
@@ -213,7 +207,7 @@ TEST(Options, FirstClassPathOfAThreadCountsWhenItsStartsFail) {
   EXPECT_EQ(CreateVM(L"C:\\first.jar").status, QV_E_FAIL);
   world.jvm.Script().createResult = 0;
   EXPECT_EQ(CreateVM(L"C:\\second.jar").status, 0);
-  EXPECT_EQ(world.jvm.OptionTexts(1).at(0), ClassPathOption(world, "C:\\first.jar;"));
+  EXPECT_EQ(world.jvm.OptionTexts(1).at(0), ClassPathOption("C:\\first.jar;"));
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
 #include "tests/support/module_path.h"
+#include "tests/support/pinned.h"
 #include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/service_process.h"
@@ -28,18 +29,15 @@
 namespace qvtest {
 
 // Everything but the runtime's record: for tests of the search itself, which loads the fake runtime by its place.
-class StartupScene {
+class StartupScene : private Pinned {
  public:
   // An unknown host, or the host with this path.
   explicit StartupScene(const std::wstring& hostPath = {});
   ~StartupScene();
-  StartupScene(const StartupScene&) = delete;
-  StartupScene& operator=(const StartupScene&) = delete;
 
   struct NoScripts {
     NoScripts() { QvshrLedgerReset(); }
   } noScripts;  // the host library answers and counts as if it had just been loaded
-  const std::wstring programFolder = ProgramFolder();  // of the service: this program stands in for its module
   TempFolder folder;
   RegistrySandbox registry{RegistrySandbox::Override::MachineAndUser};
   EnvironmentScope path{L"PATH", L"C:\\windows\\system32;C:\\windows"};

@@ -288,26 +288,6 @@ TEST(OperationSweep, ThreadsFirstCall) {
   });
 }
 
-TEST(OperationSweep, NamingTheLog) {
-  const StartupWorld world;
-  const Created created = CreateVM();
-  created.vm->SetLogFileName(L"C:\\first.log");
-  IQvString* const first = JVMConfigInfo().m_pLogFilePath;
-  ASSERT_NE(first, nullptr);
-  {
-    const FailAllocation fault(1, kQvshrFailOnce);
-    EXPECT_EQ(created.vm->SetLogFileName(L"C:\\second.log"), 0);
-    EXPECT_TRUE(fault.Fired());
-  }
-  EXPECT_EQ(JVMConfigInfo().m_pLogFilePath, nullptr) << "the old name is gone all the same";
-  {
-    const FailAllocation fault(1, kQvshrFailOnce);
-    IQvString* name = first;
-    EXPECT_EQ(created.vm->GetLogFileName(&name), 0);
-    EXPECT_EQ(name, nullptr);
-  }
-}
-
 TEST(OperationSweep, RegisteringAClassPathAndALibrary) {
   StartupWorld world;
   SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {

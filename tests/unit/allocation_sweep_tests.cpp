@@ -203,21 +203,9 @@ class OptionSweepTest : public ClassPathSweepTest {
   }
 };
 
-TEST_F(OptionSweepTest, PropertiesOfTheBuiltInTree) {
+TEST_F(OptionSweepTest, OfTheBuiltInTree) {
   // The registry's root, which is not there, may fail for whatever reason.
-  const std::wstring whole = L"true: -Djava.compiler=NONE";
-  Sweep(whole, {L"false:", whole}, Properties);
-}
-
-TEST_F(OptionSweepTest, PropertiesOfTheRegistry) {
-  const std::wstring key = kJava + L"\\QVIDEConfig\\QVJVMprops";
-  m_registry.SetText(Hive::Machine, key, L"a", L"1");
-  m_registry.SetText(Hive::Machine, key, L"b", L"2");
-  BeHost(HostKind::Quovant);
-  Sweep(L"true: -Da=1 -Db=2", {L"false:"}, Properties);
-}
-
-TEST_F(OptionSweepTest, OptionsOfTheBuiltInTree) {
+  Sweep(L"true: -Djava.compiler=NONE", {L"false:", L"true: -Djava.compiler=NONE"}, Properties);
   const std::wstring whole = L"true: -Xmx128m -verbose:jni -Djava.compiler=NONE";
   Sweep(whole, {L"false:", whole}, Options);
 }
@@ -230,14 +218,16 @@ TEST_F(OptionSweepTest, OptionsOfTheRegistryOrElseOfTheBuiltInTree) {
         {L"false:", L"true: -Xint -Xrs -Djava.compiler=NONE", L"true: -Xmx128m -verbose:jni -Dp=v"}, Options);
 }
 
-TEST_F(OptionSweepTest, OptionsOfAKnownHost) {
+TEST_F(OptionSweepTest, OfAKnownHost) {
   m_registry.SetText(Hive::Machine, kJava, L"JDKLocation", L"C:\\jdk");
   m_registry.SetList(Hive::Machine, kJava + L"\\QVIDEConfig\\QVSysclasspath", {L"d"});
   m_registry.SetList(Hive::Machine, kJava + L"\\QVIDEConfig\\QVJVMconfig", {L"-Xint", L"-Xrs"});
   m_registry.SetText(Hive::Machine, kJava + L"\\QVIDEConfig\\QVJVMprops", L"p", L"v");
+  m_registry.SetText(Hive::Machine, kJava + L"\\QVIDEConfig\\QVJVMprops", L"q", L"w");
   BeHost(HostKind::Quovant);
+  Sweep(L"true: -Dp=v -Dq=w", {L"false:"}, Properties);
   // The other successes are those of a class path without a location or a user list.
-  Sweep(L"true: -Xint -Xrs -Dp=v", {L"false:", L"true: -Xint -Xrs -Dp=v"}, Options);
+  Sweep(L"true: -Xint -Xrs -Dp=v -Dq=w", {L"false:", L"true: -Xint -Xrs -Dp=v -Dq=w"}, Options);
 }
 
 TEST_F(OptionSweepTest, BootClassPath) {

@@ -44,13 +44,10 @@ TEST(BoundedTextTest, ACopyIsAlwaysTerminatedAndSaysWhetherItWasCut) {
 
 class HostMemoryTest : public LedgerTest {};
 
-TEST_F(HostMemoryTest, AnArrayWhoseBytesOverflowIsNotAskedFor) {
+TEST_F(HostMemoryTest, AnArrayWhoseBytesOverflowIsNotAskedForAndAStringThatCannotBeMadeIsAnEmptyReference) {
   EXPECT_EQ(qv::AllocHostArray<wchar_t>(SIZE_MAX / 2 + 1), nullptr);
   EXPECT_EQ(qv::AllocHostArray<JavaVMOption>(SIZE_MAX / 16 + 1), nullptr);
   EXPECT_EQ(QvshrLedgerCalls(kQvshrCallAlloc), 0u);
-}
-
-TEST_F(HostMemoryTest, AStringThatCannotBeMadeIsAnEmptyReference) {
   const FailCall fault(kQvshrCallCreateString, 1);
   EXPECT_FALSE(qv::MakeString(L"x"));
   EXPECT_EQ(qv::TextOf(static_cast<IQvString*>(nullptr)), L"");
@@ -156,6 +153,11 @@ class HostListTest : public LedgerTest {
 };
 
 TEST_F(HostListTest, ItemsAreAppendedAtTheTailAndRemovedAnywhere) {
+  {
+    const FailAllocation fault(1, kQvshrFailOnce);
+    EXPECT_FALSE(m_list.Append(&m_items[1]));
+    EXPECT_EQ(Items(m_list), std::vector<int>{}) << "without memory it stays as it is";
+  }
   for (int& item : m_items) EXPECT_TRUE(m_list.Append(&item));
   EXPECT_EQ(Items(m_list), (std::vector<int>{1, 2, 3, 4}));
   EXPECT_EQ(m_list.Remove(Find(2)), &m_items[1]);
@@ -168,16 +170,6 @@ TEST_F(HostListTest, ItemsAreAppendedAtTheTailAndRemovedAnywhere) {
   EXPECT_NE(m_list.Remove(Find(3)), nullptr);
   EXPECT_NE(m_list.Remove(Find(2)), nullptr);
   EXPECT_EQ(m_list.Head(), nullptr);
-}
-
-TEST_F(HostListTest, WithoutMemoryTheListStaysAsItIs) {
-  ASSERT_TRUE(m_list.Append(&m_items[0]));
-  {
-    const FailAllocation fault(1, kQvshrFailOnce);
-    EXPECT_FALSE(m_list.Append(&m_items[1]));
-  }
-  EXPECT_EQ(Items(m_list), (std::vector<int>{1}));
-  EXPECT_EQ(m_list.Remove(m_list.Head()), &m_items[0]);
 }
 
 // ---- the guard ----
@@ -254,23 +246,22 @@ TEST(ThreadSlotTest, EachThreadHasItsOwnValueWhateverTheNumberOfTheSlot) {
   }
 }
 
-TEST(ThreadFlagTest, EachThreadHasItsOwn) {
+TEST(ThreadFlagTest, EachThreadHasItsOwnFromItsSlotOn) {
   qv::ThreadFlag flag;
-  flag.Set(true);
-  EXPECT_FALSE(flag.IsSet()) << "before there is a slot for it";
+  const auto setsAndKeeps = [&] {
+    flag.Set(true);
+    return flag.IsSet();
+  };
+  EXPECT_FALSE(setsAndKeeps()) << "before there is a slot for it";
   ASSERT_TRUE(flag.Prepare());
   ASSERT_TRUE(flag.Prepare()) << "the second time";
   EXPECT_FALSE(flag.IsSet());
-  flag.Set(true);
-  bool other = true;
-  OnThread([&] { other = flag.IsSet(); });
-  EXPECT_TRUE(flag.IsSet());
-  EXPECT_FALSE(other);
+  EXPECT_TRUE(setsAndKeeps());
+  OnThread([&] { EXPECT_FALSE(flag.IsSet()); });
   flag.Set(false);
   EXPECT_FALSE(flag.IsSet());
   flag.Forget();
-  flag.Set(true);
-  EXPECT_FALSE(flag.IsSet());
+  EXPECT_FALSE(setsAndKeeps());
 }
 
 TEST(ProcedureTest, AFunctionIsFoundByNameAndNothingElseIs) {

@@ -45,15 +45,6 @@ TEST_F(BootClassPathTest, TheLibraryFolderGrowsPastTheSizeOfAPath) {
   }
 }
 
-TEST_F(BootClassPathTest, WithoutMemoryTheTextFails) {
-  SweepAllocations([](uint64_t n, QvshrLedgerMode mode) {
-    const FailAllocation fault(n, mode);
-    const bool ok = qv::BootClassPathOption(L"C:\\j\\bin\\client").Ok();
-    EXPECT_EQ(ok, !fault.Fired());
-    return fault.Fired();
-  });
-}
-
 // ---- from the loaded library ----
 
 class BootClassPathBuildTest : public LedgerTest {
@@ -118,14 +109,6 @@ TEST_F(BootClassPathBuildTest, FoldersUpToTheLongestPathAreKeptWhole) {
     const UnterminatedModulePath path(folder + L"\\" + std::wstring(units - folder.size() - 1, L'n'));
     EXPECT_TRUE(Build() == L"true: " + OptionFor(folder + L"\\LIB")) << units << " units";
   }
-}
-
-TEST_F(BootClassPathBuildTest, TheResultIsTrueEvenWithoutMemory) {
-  Record(GetModuleHandleW(nullptr));
-  const FailAllocation fault(1, kQvshrFailFromHere);
-  IQvString* option = nullptr;
-  EXPECT_TRUE(m_config->BuildBootClassPath(&option));
-  EXPECT_EQ(option, nullptr);
 }
 
 }  // namespace

@@ -31,10 +31,12 @@ class ClassPathBuildTest : public ConfigTest {
 
 // ---- an unknown host ----
 
-TEST_F(ClassPathBuildTest, AnUnknownHostWithoutAPrivateRuntimeGetsTheTenEntriesWithoutALeadingSeparator) {
+TEST_F(ClassPathBuildTest, AnUnknownHostGetsTheTenEntriesBehindThePrivateRuntimesLibraryWhenThatIsThere) {
   for (const std::wstring entry : kBuiltInArchives) m_folder.WriteFile(L"install" + entry);
   EXPECT_EQ(Build(), L"true: " + BuiltInClassPath(Install()));
   EXPECT_EQ(Compose(), L"true: " + BuiltInClassPath(Install()) + L";.");
+  m_folder.WriteFile(L"install\\jre\\lib\\rt.jar");
+  EXPECT_EQ(Build(), L"true: " + Install() + L"\\JRE\\LIB\\rt.jar;" + BuiltInClassPath(Install()));
 }
 
 TEST_F(ClassPathBuildTest, ClasspathStandsUnitForUnitBeforeTheCurrentFolderUnlessItIsEmpty) {
@@ -56,11 +58,6 @@ TEST_F(ClassPathBuildTest, AnEntryThatIsNotInstalledLiesBelowTheHostsIdeFolderWh
     want += (want.empty() ? L"" : L";") + (installed ? Install() : Ide()) + entry;
   }
   EXPECT_EQ(Build(), L"true: " + want);
-}
-
-TEST_F(ClassPathBuildTest, ThePrivateRuntimesLibraryComesFirstWhenItIsThere) {
-  m_folder.WriteFile(L"install\\jre\\lib\\rt.jar");
-  EXPECT_EQ(Build(), L"true: " + Install() + L"\\JRE\\LIB\\rt.jar;" + BuiltInClassPath(Ide()));
 }
 
 TEST_F(ClassPathBuildTest, AnUnknownHostTakesNothingFromTheRegistry) {

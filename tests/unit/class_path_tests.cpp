@@ -88,23 +88,5 @@ TEST_F(ClassPathTest, AnEntryLiesBelowTheInstallFolderOrElseBelowTheHostsIdeFold
   }
 }
 
-TEST_F(ClassPathTest, WithoutMemoryAPieceFailsTheWholeText) {
-  const auto there = [](const wchar_t*) { return true; };
-  SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
-    qv::HostText entry;
-    const FailAllocation fault(n, mode);
-    qv::AppendListEntry(entry, 0, L"\\a.jar", L"C:\\I", L"D:\\H", there);
-    EXPECT_EQ(entry.Ok(), !fault.Fired());
-    return fault.Fired();
-  });
-  SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
-    qv::HostText library;
-    const FailAllocation fault(n, mode);
-    qv::AppendPrivateRuntimeLibrary(library, L"C:\\I", there);
-    EXPECT_EQ(library.Ok(), !fault.Fired());
-    return fault.Fired();
-  });
-}
-
 }  // namespace
 }  // namespace qvtest

@@ -38,21 +38,18 @@ TEST_F(ConfigObjectTest, StartsWithTheDefaultOfEveryField) {
   EXPECT_EQ(std::size(config->m_szServiceName), 30u);
 }
 
-TEST_F(ConfigObjectTest, TheTableHoldsDestroyAndLoad) {
+TEST_F(ConfigObjectTest, TheTableHoldsLoadAndDestroyWhichLeavesTheMemoryWithoutTheDeleteFlag) {
   const HostPath host(L"C:\\Q\\qv190.exe");
-  auto* const config = new CQV_JVMConfigInfo();
-  EXPECT_EQ(CallSlot<uint8_t>(config, 1), 1u);
-  EXPECT_TRUE(config->m_bLoaded);
-  EXPECT_EQ(CallSlot<void*>(config, 0, uint32_t{1}), config);
-}
-
-TEST_F(ConfigObjectTest, DestroyWithoutTheDeleteFlagLeavesTheMemory) {
-  auto* const config = new CQV_JVMConfigInfo();
-  FakeString path(L"p");
-  config->SetLogFilePath(&path);
-  CallSlot<void*>(config, 0, uint32_t{0});
-  EXPECT_EQ(path.references, 0u);
-  QvshrFree(config);
+  for (const uint32_t flag : {0u, 1u}) {
+    auto* const config = new CQV_JVMConfigInfo();
+    EXPECT_EQ(CallSlot<uint8_t>(config, 1), 1u);
+    EXPECT_TRUE(config->m_bLoaded);
+    FakeString path(L"p");
+    config->SetLogFilePath(&path);
+    EXPECT_EQ(CallSlot<void*>(config, 0, flag), config);
+    EXPECT_EQ(path.references, 0u);
+    if (flag == 0) QvshrFree(config);
+  }
 }
 
 TEST_F(ConfigObjectTest, TheStringsAreReleasedInFieldOrder) {

@@ -85,21 +85,5 @@ TEST_F(EnvironmentReadTest, AVariableThatChangesBetweenTwoReadsIsReadUntilItFits
   }
 }
 
-TEST_F(EnvironmentReadTest, WithoutMemoryForItsTextTheVariableStillExists) {
-  const EnvironmentScope variable(kName, L"x");
-  const FailCall fault(kQvshrCallCreateString, 1);
-  EXPECT_EQ(Read(), L"true: <null>");
-}
-
-TEST_F(EnvironmentReadTest, WithoutMemoryForABufferTheResultIsFalse) {
-  const EnvironmentScope variable(kName, std::wstring(5000, L'v'));
-  for (const uint64_t n : {1u, 2u}) {
-    const FailAllocation fault(n, kQvshrFailOnce);
-    qv::HostArray<wchar_t> text;
-    EXPECT_EQ(qv::ReadEnvironmentText(kName, text), qv::EnvironmentRead::NoMemory) << "allocation " << n;
-    EXPECT_TRUE(fault.Fired());
-  }
-}
-
 }  // namespace
 }  // namespace qvtest
