@@ -83,15 +83,14 @@ TEST_F(Strings, CopyingTakesItsLengthFromSlot15) {
   EXPECT_STREQ(buffer, L"wh");
 }
 
-int32_t g_createStatus = 0;
-int32_t AnswerCreateString(const wchar_t*, IQvString**) { return g_createStatus; }
-
 TEST_F(Strings, AHostStringHasTheStatusOfItsMakingAndTheCharactersAreReleased) {
   const jstring string = Jni().GivenString(L"x");
-  const ImportHook hook(nullptr, "qvshr.dll", 3, reinterpret_cast<void*>(&AnswerCreateString));
+  int32_t made = 0;
+  const FunctionHook<int32_t (*)(const wchar_t*, IQvString**)> hook("qvshr.dll", 3,
+                                                                    [&](const wchar_t*, IQvString**) { return made; });
   Watch();
   for (const int32_t status : {E_OUTOFMEMORY, E_FAIL, S_FALSE}) {
-    g_createStatus = status;
+    made = status;
     auto* host = reinterpret_cast<IQvString*>(this);
     EXPECT_EQ(Api().GetStringValue(&host, string), status);
     EXPECT_EQ(host, nullptr);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -96,58 +95,41 @@ TEST_F(Threads, TheExchangeOfRecordsLosesNone) {
   EXPECT_EQ(ObjectRecord(), Record(kInternal, -1001));
 }
 
-// How often the service has taken a slim lock, and how many it holds; the test runs on one thread.
-int g_taken = 0;
-int g_held = 0;
-int g_hostCalls = 0;
-int g_hostCallsUnderLock = 0;
-void(WINAPI* g_acquire)(SRWLOCK*) = nullptr;
-void(WINAPI* g_release)(SRWLOCK*) = nullptr;
-
-void WINAPI Acquire(SRWLOCK* lock) {
-  ++g_taken;
-  ++g_held;
-  g_acquire(lock);
-}
-void WINAPI Release(SRWLOCK* lock) {
-  --g_held;
-  g_release(lock);
-}
-
-// Counts the calls of a function of the host library's.
-template <class Result, class... Arguments>
-std::unique_ptr<ImportHook> CountCalls(uint16_t ordinal, Result (*)(Arguments...)) {
-  static Result (*original)(Arguments...) = nullptr;
-  Result (*const counted)(Arguments...) = [](Arguments... arguments) {
-    ++g_hostCalls;
-    if (g_held > 0) ++g_hostCallsUnderLock;
-    return original(arguments...);
-  };
-  auto hook = std::make_unique<ImportHook>(nullptr, "qvshr.dll", ordinal, reinterpret_cast<void*>(counted));
-  original = hook->template Original<decltype(original)>();
-  return hook;
-}
-
 TEST_F(Threads, RecordsAreReplacedAndReadUnderALockThatNeitherTheHostNorJavaSees) {
-  int javaCallsUnderLock = 0;
+  // The test runs on one thread.
+  int taken = 0;
+  int held = 0;
+  int hostCalls = 0;
+  int callsUnderLock = 0;
+  const auto called = [&](auto& hook, auto... arguments) {
+    ++hostCalls;
+    if (held > 0) ++callsUnderLock;
+    return hook.Real(arguments...);
+  };
+  const FunctionHook<decltype(&AcquireSRWLockExclusive)> acquire("AcquireSRWLockExclusive", [&](SRWLOCK* lock) {
+    ++taken;
+    ++held;
+    acquire.Real(lock);
+  });
+  const FunctionHook<decltype(&ReleaseSRWLockExclusive), 1> release("ReleaseSRWLockExclusive", [&](SRWLOCK* lock) {
+    --held;
+    release.Real(lock);
+  });
+  const FunctionHook<void* (*)(size_t)> alloc("qvshr.dll", 1, [&](size_t bytes) { return called(alloc, bytes); });
+  const FunctionHook<void (*)(void*)> free("qvshr.dll", 2, [&](void* block) { called(free, block); });
+  const FunctionHook<int32_t (*)(const wchar_t*, IQvString**)> create(
+      "qvshr.dll", 3, [&](const wchar_t* text, IQvString** out) { return called(create, text, out); });
   Java().answers["m"] = [&](FakeJni& jni, const Thing&, const std::vector<jvalue>&) {
-    if (g_held > 0) ++javaCallsUnderLock;
+    if (held > 0) ++callsUnderLock;
     jni.SetPending(Throwable("exception", L"thrown"));
     return ValueOf(nullptr);
   };
   const jclass cls = Jni().GivenClass("a/B");
-  const ImportHook acquire(nullptr, "AcquireSRWLockExclusive", Acquire);
-  const ImportHook release(nullptr, "ReleaseSRWLockExclusive", Release);
-  const auto alloc = CountCalls(1, QvshrAlloc);
-  const auto free = CountCalls(2, QvshrFree);
-  const auto create = CountCalls(3, QvshrCreateString);
-  g_acquire = acquire.Original<decltype(g_acquire)>();
-  g_release = release.Original<decltype(g_release)>();
-  const auto locksOf = [](const auto& call) {
-    g_taken = 0;
+  const auto locksOf = [&](const auto& call) {
+    taken = 0;
     call();
-    EXPECT_EQ(g_held, 0);
-    return g_taken;
+    EXPECT_EQ(held, 0);
+    return taken;
   };
   for (int round = 0; round < 2; ++round) {
     EXPECT_GT(locksOf([&] { EXPECT_EQ(Api().CallStaticVoidMethod(cls, "m", "()V"), E_FAIL); }), 0);
@@ -160,9 +142,8 @@ TEST_F(Threads, RecordsAreReplacedAndReadUnderALockThatNeitherTheHostNorJavaSees
     // The old record goes and a new one comes.
     EXPECT_GE(locksOf([&] { EXPECT_EQ(Api().CallStaticVoidMethod(nullptr, "m", "()V"), E_FAIL); }), 2);
   }
-  EXPECT_GT(g_hostCalls, 0);
-  EXPECT_EQ(g_hostCallsUnderLock, 0);
-  EXPECT_EQ(javaCallsUnderLock, 0);
+  EXPECT_GT(hostCalls, 0);
+  EXPECT_EQ(callsUnderLock, 0);
 }
 
 TEST_F(Threads, OfTwoLoadersBuiltAtOnceOneStaysAndTheOtherIsDeleted) {

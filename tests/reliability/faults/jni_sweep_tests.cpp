@@ -149,17 +149,12 @@ TEST_F(Sweep, EveryAllocationFailsInTurn) {
 
 // ---- the C library's conversion of a class name ----
 
-int g_conversions = 0;
-int g_failConversion = 0;
-decltype(&std::mbstowcs) g_mbstowcs = nullptr;
-
-size_t Convert(wchar_t* wide, const char* text, size_t units) {
-  return ++g_conversions == g_failConversion ? static_cast<size_t>(-1) : g_mbstowcs(wide, text, units);
-}
-
 TEST_F(Sweep, AClassNameThatCannotBeConverted) {
-  const ImportHook hook(nullptr, "mbstowcs", &Convert);
-  g_mbstowcs = hook.Original<decltype(&std::mbstowcs)>();
+  int conversions = 0;
+  int failConversion = 0;
+  const FunctionHook<decltype(&std::mbstowcs)> hook("mbstowcs", [&](wchar_t* wide, const char* text, size_t units) {
+    return ++conversions == failConversion ? static_cast<size_t>(-1) : hook.Real(wide, text, units);
+  });
   const auto find = [](const char* name) {
     for (const Operation& operation : Operations()) {
       if (operation.name == name) return operation;
@@ -183,14 +178,14 @@ TEST_F(Sweep, AClassNameThatCannotBeConverted) {
         find(row.created ? "FindClass, known" : "FindClass, unknown in a joined JVM with a loader");
     const End end = Run(operation, [&] {
       if (row.created) Java().FailAt("FindClass", 1, Fault::Null);
-      g_conversions = 0;
-      g_failConversion = row.n;
+      conversions = 0;
+      failConversion = row.n;
       return 0;
     });
-    g_failConversion = 0;
+    failConversion = 0;
     const End stated{E_FAIL, row.record, 0};
     EXPECT_EQ(end, stated);
-    EXPECT_EQ(g_conversions, row.conversions);
+    EXPECT_EQ(conversions, row.conversions);
     Count(tally, operation.end, stated, end);
     tally.operations.insert(operation.name);
   }
@@ -199,18 +194,13 @@ TEST_F(Sweep, AClassNameThatCannotBeConverted) {
 
 // ---- the mark of a thread that is inside a capture ----
 
-decltype(&TlsSetValue) g_setValue = nullptr;
-
-// A slot outside of a thread's first block needs memory for its first value, and there is none.
-BOOL WINAPI FailToMark(DWORD slot, void* value) {
-  if (value != &qv::g_capturing) return g_setValue(slot, value);
-  SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-  return FALSE;
-}
-
 TEST_F(Sweep, ACaptureThatCannotBeMarkedHasNoTextAndDoesNotCaptureItself) {
-  const ImportHook hook(nullptr, "TlsSetValue", &FailToMark);
-  g_setValue = hook.Original<decltype(&TlsSetValue)>();
+  // A slot outside of a thread's first block needs memory for its first value, and there is none.
+  const FunctionHook<decltype(&TlsSetValue)> hook("TlsSetValue", [&](DWORD slot, void* value) -> BOOL {
+    if (value != &qv::g_capturing) return hook.Real(slot, value);
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return FALSE;
+  });
   for (const bool known : {true, false}) {
     SCOPED_TRACE(known ? "Throwable can be found" : "Throwable cannot be found");
     if (!known) Java().classes.erase("java/lang/Throwable");
