@@ -80,16 +80,15 @@ TEST_P(RegistryTest, SubKeysOpenByPathWithoutCase) {
 }
 
 TEST_P(RegistryTest, TheLastReleaseClosesTheKey) {
-  static decltype(&RegCloseKey) close = nullptr;
-  static int closed = 0;
-  closed = 0;
+  int closed = 0;
   MakeSubKey(L"A");
-  const qvtest::ImportHook hook(
-      host.module, "RegCloseKey", +[](HKEY key) WINAPI {
+  const qvtest::FunctionHook<decltype(&RegCloseKey)> hook(
+      "RegCloseKey",
+      [&](HKEY key) {
         ++closed;
-        return close(key);
-      });
-  close = hook.Original<decltype(close)>();
+        return hook.Real(key);
+      },
+      host.module);
   Key key = OpenOwn();
   Key sub = OpenSub(key, L"A");
   EXPECT_EQ(sub->AddRef(), 2u);

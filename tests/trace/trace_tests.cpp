@@ -2,11 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 #include <string>
-#include <type_traits>
+#include <utility>
 #include <vector>
 
+#include "base/handle.h"
 #include "base/lock.h"
 #include "base/trace.h"
 #include "config/jvm_config_info.h"
@@ -17,6 +19,7 @@
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/service_process.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 namespace {
@@ -25,88 +28,71 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-std::vector<std::wstring>& Lines() {
-  static std::vector<std::wstring> lines;
-  return lines;
-}
-BOOL g_debugger = TRUE;
-
-BOOL WINAPI FakeIsDebuggerPresent() { return g_debugger; }
-void WINAPI RecordLine(const wchar_t* text) { Lines().emplace_back(text); }
-
 class Trace : public testing::Test {
  protected:
-  const ImportHook m_debugger{nullptr, "IsDebuggerPresent", &FakeIsDebuggerPresent};
-  const ImportHook m_output{nullptr, "OutputDebugStringW", &RecordLine};
+  BOOL m_isDebugged = TRUE;
+  std::vector<std::wstring> m_lines;
+  std::function<void()> m_atEachLine = [] {};
+  const FunctionHook<decltype(&IsDebuggerPresent)> m_debugger{"IsDebuggerPresent", [this] { return m_isDebugged; }};
+  const FunctionHook<decltype(&OutputDebugStringW)> m_output{"OutputDebugStringW", [this](const wchar_t* text) {
+                                                               m_lines.emplace_back(text);
+                                                               m_atEachLine();
+                                                             }};
 };
 
 TEST_F(Trace, NobodyListening_NothingIsSaid) {
-  g_debugger = FALSE;
+  m_isDebugged = FALSE;
   qv::Trace({L"text"});
-  EXPECT_THAT(Lines(), IsEmpty());
+  EXPECT_THAT(m_lines, IsEmpty());
 }
 
 TEST_F(Trace, AViewerListens_WithoutADebugger) {
-  g_debugger = FALSE;
-  const HANDLE section = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, L"DBWIN_BUFFER");
-  ASSERT_NE(section, nullptr);
+  m_isDebugged = FALSE;
+  const qv::Handle section(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, L"DBWIN_BUFFER"));
+  ASSERT_TRUE(section);
   qv::Trace({L"text"});
-  CloseHandle(section);
-  EXPECT_THAT(Lines(), ElementsAre(L"qvjvm: text\n"));
+  EXPECT_THAT(m_lines, ElementsAre(L"qvjvm: text\n"));
 }
 
 TEST_F(Trace, ALongLineIsCut) {
   const std::wstring text(5000, L'x');
   qv::Trace({L"begin ", text, L"end"});
-  ASSERT_EQ(Lines().size(), 1U);
-  EXPECT_EQ(Lines()[0], L"qvjvm: begin " + std::wstring(1022 - 13, L'x') + L"\n");
+  ASSERT_EQ(m_lines.size(), 1U);
+  EXPECT_EQ(m_lines[0], L"qvjvm: begin " + std::wstring(1022 - 13, L'x') + L"\n");
 }
 
 TEST_F(Trace, NumbersOfEverySize) {
   qv::Trace({qv::TraceNumber(0), L" ", qv::TraceNumber(-7), L" ", qv::TraceNumber(std::numeric_limits<int64_t>::min()),
              L" ", qv::TraceNumber(std::numeric_limits<int64_t>::max())});
-  EXPECT_THAT(Lines(), ElementsAre(L"qvjvm: 0 -7 -9223372036854775808 9223372036854775807\n"));
+  EXPECT_THAT(m_lines, ElementsAre(L"qvjvm: 0 -7 -9223372036854775808 9223372036854775807\n"));
 }
 
 // Whether another thread gets through this while a line is written; never without an end.
 template <class Work>
 bool AnotherThreadGetsThrough(Work&& work) {
-  const HANDLE thread = CreateThread(
-      nullptr, 0,
-      [](void* context) -> DWORD {
-        (*static_cast<std::remove_reference_t<Work>*>(context))();
-        return 0;
-      },
-      &work, 0, nullptr);
-  const bool through = WaitForSingleObject(thread, 20000) == WAIT_OBJECT_0;
-  if (!through) TerminateThread(thread, 1);
-  CloseHandle(thread);
+  const HostThread thread(std::forward<Work>(work));
+  const bool through = thread.Join(20000);
+  if (!through) TerminateThread(thread.Handle(), 1);
   return through;
 }
 
-std::vector<bool>& LocksFree() {
-  static std::vector<bool> free;
-  return free;
-}
-void WINAPI TakeLocks(const wchar_t* text) {
-  Lines().emplace_back(text);
-  LocksFree().push_back(AnotherThreadGetsThrough([] {
-    { const qv::CriticalSectionGuard guard(*g_csConfigLoad); }
-    (void)g_pThreadRegistry->FindModule("any");
-  }));
-}
-
 TEST_F(Trace, ALineIsWrittenUnderNeitherTheLockOfTheLoadNorThatOfTheRegistry) {
-  const ImportHook output(nullptr, "OutputDebugStringW", &TakeLocks);
+  std::vector<bool> locksFree;
+  m_atEachLine = [&] {
+    locksFree.push_back(AnotherThreadGetsThrough([] {
+      { const qv::CriticalSectionGuard guard(*g_csConfigLoad); }
+      (void)g_pThreadRegistry->FindModule("any");
+    }));
+  };
   const TempFolder nowhere;
   const EnvironmentScope javaHome(L"JAVA_HOME", nowhere.Path());
   const ServiceProcess service;
   ASSERT_TRUE(JVMConfigInfo().Load());
   EXPECT_LT(StartJavaVM("no-such-jvm.dll", nullptr), 0);
-  ASSERT_GT(Lines().size(), 2U);
-  EXPECT_THAT(Lines().front(), HasSubstr(L"qvjvm: host "));
-  EXPECT_THAT(Lines().back(), HasSubstr(L"cannot be loaded"));
-  for (size_t i = 0; i < Lines().size(); ++i) EXPECT_TRUE(LocksFree()[i]) << "line " << i;
+  ASSERT_GT(m_lines.size(), 2U);
+  EXPECT_THAT(m_lines.front(), HasSubstr(L"qvjvm: host "));
+  EXPECT_THAT(m_lines.back(), HasSubstr(L"cannot be loaded"));
+  for (size_t i = 0; i < m_lines.size(); ++i) EXPECT_TRUE(locksFree[i]) << "line " << i;
 }
 
 TEST_F(Trace, AFailedStartTellsWhatItTried) {
@@ -119,7 +105,7 @@ TEST_F(Trace, AFailedStartTellsWhatItTried) {
   ASSERT_TRUE(JVMConfigInfo().Load());
   EXPECT_LT(StartJavaVM("no-such-jvm.dll", nullptr), 0);
   std::wstring all;
-  for (const std::wstring& line : Lines()) {
+  for (const std::wstring& line : m_lines) {
     EXPECT_THAT(line, testing::StartsWith(L"qvjvm: "));
     all += line;
   }
