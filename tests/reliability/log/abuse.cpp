@@ -3,32 +3,15 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cwchar>
 
+#include "base/handle.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
 namespace {
-
-std::wstring g_refused;
-decltype(&_wfopen) g_open = nullptr;
-std::atomic<int> g_writesRefused;
-
-FILE* RefuseOpening(const wchar_t* path, const wchar_t* mode) {
-  if (path != g_refused) return g_open(path, mode);
-  errno = EACCES;
-  return nullptr;
-}
-
-BOOL WINAPI RefuseWriting(HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED*) {
-  ++g_writesRefused;
-  if (written != nullptr) *written = 0;
-  SetLastError(ERROR_DISK_FULL);
-  return FALSE;
-}
 
 template <class End>
 std::shared_ptr<void> Until(End end) {
@@ -37,11 +20,17 @@ std::shared_ptr<void> Until(End end) {
 
 std::shared_ptr<void> MakeReadOnly(const std::wstring& log, HMODULE opener) {
   EXPECT_NE(SetFileAttributesW(log.c_str(), FILE_ATTRIBUTE_READONLY), FALSE);
-  std::shared_ptr<ImportHook> hook;
+  using OpenHook = FunctionHook<decltype(&_wfopen)>;
+  std::shared_ptr<OpenHook> hook;
   if (!RefusesWriting(log)) {
-    g_refused = log;
-    hook = std::make_shared<ImportHook>(opener, "_wfopen", &RefuseOpening);
-    g_open = hook->Original<decltype(&_wfopen)>();
+    hook = std::make_shared<OpenHook>(
+        "_wfopen",
+        [log](const wchar_t* path, const wchar_t* mode) -> FILE* {
+          if (path != log) return _wfopen(path, mode);
+          errno = EACCES;
+          return nullptr;
+        },
+        opener);
   }
   return Until([log, hook] { SetFileAttributesW(log.c_str(), FILE_ATTRIBUTE_NORMAL); });
 }
@@ -78,14 +67,9 @@ const std::vector<Abuse>& Abuses() {
 }
 
 bool RefusesWriting(const std::wstring& path) {
-  const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  return file == INVALID_HANDLE_VALUE || CloseHandle(file) == FALSE;
+  return !qv::Handle(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                 OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
-
-FullDisk::FullDisk() : m_hook(GetModuleHandleW(L"msvcrt.dll"), "WriteFile", &RefuseWriting) { g_writesRefused = 0; }
-
-int FullDisk::Refused() const { return g_writesRefused; }
 
 std::wstring FileOnAFullDisk() {
   const std::wstring path = L"Z:\\dev\\full";

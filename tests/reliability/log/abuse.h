@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -30,13 +31,20 @@ const std::vector<Abuse>& Abuses();
 bool RefusesWriting(const std::wstring& path);
 
 // Every WriteFile of the C runtime fails for want of space.
-class FullDisk {
+class FullDisk : private Pinned {
  public:
-  FullDisk();
-  [[nodiscard]] int Refused() const;
+  [[nodiscard]] int Refused() const { return m_refused; }
 
  private:
-  ImportHook m_hook;
+  std::atomic<int> m_refused = 0;
+  const FunctionHook<decltype(&WriteFile)> m_hook{"WriteFile",
+                                                  [this](HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED*) {
+                                                    ++m_refused;
+                                                    if (written != nullptr) *written = 0;
+                                                    SetLastError(ERROR_DISK_FULL);
+                                                    return FALSE;
+                                                  },
+                                                  GetModuleHandleW(L"msvcrt.dll")};
 };
 
 // A file to which the system lets everybody write, and whose disk is full; empty where there is none.

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "base/procedure.h"
 #include "qvjvm/qvjvm.h"
 #include "tests/fakejvm/fake_jvm_user.h"
 #include "tests/reliability/log/abuse.h"
@@ -37,8 +38,7 @@ class LogAbuse : public testing::Test {
     QvshrLedgerOverrideFolder(0, m_folder.Path().c_str());
     m_service = LoadLibraryW((ProgramFolder() + L"\\..\\qvjvm.dll").c_str());
     ASSERT_NE(m_service, nullptr);
-    const auto create =
-        reinterpret_cast<QV_CreateJavaVMFn>(reinterpret_cast<void*>(GetProcAddress(m_service, "QV_CreateJavaVM")));
+    const auto create = qv::FindProcedure<QV_CreateJavaVMFn>(m_service, "QV_CreateJavaVM");
     ASSERT_EQ(create(&m_vm, nullptr), QV_S_OK);
     for (const SeenOption& option : m_jvm.Options()) {
       if (option.text == "vfprintf") m_hook = reinterpret_cast<Hook>(option.extraInfo);
