@@ -85,16 +85,6 @@ TEST_F(RuntimeLocateTest, EveryMissingStepInTheRegistryEndsTheSearchThere) {
   EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\CLIENT;" + kOldPath);
 }
 
-TEST_F(RuntimeLocateTest, RegisteredValuesWithoutATerminatorAreReadToTheirEnd) {
-  AddJvm(L"home\\bin\\client");
-  m_registry.SetRaw(Hive::Machine, kJavaSoft, L"CurrentVersion", REG_SZ, {'1', 0, '.', 0, '8', 0});
-  const std::wstring home = Home();
-  const auto* const first = reinterpret_cast<const unsigned char*>(home.data());
-  m_registry.SetRaw(Hive::Machine, std::wstring(kJavaSoft) + L"\\1.8", L"JavaHome", REG_EXPAND_SZ,
-                    {first, first + home.size() * sizeof(wchar_t)});
-  EXPECT_EQ(LocateAfresh(), Home() + L"\\BIN\\CLIENT;" + kOldPath);
-}
-
 TEST_F(RuntimeLocateTest, TheRegistryIsOpenedWithReadAccessAndAVersionWithoutAnObjectEndsTheSearchThere) {
   FakeKey key;
   key.values[L"CurrentVersion"].text = L"17.0.1";
