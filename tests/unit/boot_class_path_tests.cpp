@@ -2,7 +2,6 @@
 #include <vector>
 
 #include "store/boot_class_path.h"
-#include "tests/unit/fake_system.h"
 #include "tests/unit/unit_fixture.h"
 
 namespace qvtest {

@@ -3,7 +3,6 @@
 
 #include "tests/support/import_hook.h"
 #include "tests/unit/fake_key.h"
-#include "tests/unit/fake_system.h"
 #include "tests/unit/runtime_fixture.h"
 
 namespace qvtest {

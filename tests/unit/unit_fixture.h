@@ -1,11 +1,13 @@
 // What the tests of pure logic and configuration share: a configuration object of the test's own, host kinds, a module
-// loaded from a chosen place, and a fixture that guards and counts every block of the host library.
+// loaded from a chosen place, what the system says of modules and files, and a fixture that guards and counts every
+// block of the host library.
 #pragma once
 
 #include <windows.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +15,7 @@
 #include "base/handle.h"
 #include "config/jvm_config_info.h"
 #include "tests/support/environment.h"
+#include "tests/support/import_hook.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
 #include "tests/support/pinned.h"
@@ -100,6 +103,36 @@ class LoadedModule : private Pinned {
 
  private:
   qv::Library m_module;
+};
+
+// The path of every module as the oldest systems told it: cut at the buffer's size, without a terminator then.
+class UnterminatedModulePath {
+ public:
+  explicit UnterminatedModulePath(const std::wstring& path)
+      : m_hook("GetModuleFileNameW", [path](HMODULE, LPWSTR buffer, DWORD capacity) {
+          const size_t copied = std::min<size_t>(path.size(), capacity);
+          std::copy_n(path.c_str(), copied, buffer);
+          if (copied < capacity) buffer[copied] = L'\0';
+          return static_cast<DWORD>(copied);
+        }) {}
+
+ private:
+  FunctionHook<decltype(&GetModuleFileNameW)> m_hook;
+};
+
+// Files that all exist, or none of them; which ones were asked for.
+class EveryFile {
+ public:
+  explicit EveryFile(bool exists)
+      : m_hook("GetFileAttributesW", [this, exists](LPCWSTR path) {
+          m_asked.emplace_back(path);
+          return exists ? DWORD{FILE_ATTRIBUTE_NORMAL} : INVALID_FILE_ATTRIBUTES;
+        }) {}
+  [[nodiscard]] const std::vector<std::wstring>& Asked() const { return m_asked; }
+
+ private:
+  std::vector<std::wstring> m_asked;
+  FunctionHook<decltype(&GetFileAttributesW)> m_hook;
 };
 
 // The result and the text of a reader: "true: text", "false: <null>".
