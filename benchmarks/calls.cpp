@@ -4,7 +4,6 @@
 
 #include "benchmarks/host.h"
 #include "host/qvshr.h"
-#include "qvjvm/qvjvm.hpp"
 
 namespace {
 
@@ -404,53 +403,6 @@ void ByteArrays(Report& report, Host& host) {
   }
 }
 
-// The C++ client's resolved methods against hand-written JNI that keeps its method id.
-void ClientHandles(Report& report, Host& host) {
-  JNIEnv* const env = host.Env();
-  const qvjvm::jvm java = qvjvm::jvm::share(host.Vm());
-  const qvjvm::class_ref list = java.find_class("java/util/ArrayList");
-  const auto object = std::make_shared<qvjvm::object>(list.create());
-  const auto size = list.find_method<int32_t()>("size");
-  const auto byHand = static_cast<jobject>(object->get());
-  const jmethodID sizeId = env->GetMethodID(static_cast<jclass>(list.get()), "size", "()I");
-  report.Compare(
-      "client: resolved method, int size()", 1.10,
-      [=](size_t times) {
-        uint64_t sum = 1;
-        for (size_t i = 0; i < times; ++i) sum += static_cast<uint64_t>(size(*object));
-        return sum;
-      },
-      [=](size_t times) {
-        uint64_t sum = 1;
-        for (size_t i = 0; i < times; ++i) {
-          sum += static_cast<uint64_t>(env->CallIntMethod(byHand, sizeId));
-          if (env->ExceptionCheck() != JNI_FALSE) bench::Die("size");
-        }
-        return sum;
-      });
-  const qvjvm::class_ref integer = java.find_class("java/lang/Integer");
-  const auto parse = integer.find_static_method<int32_t(std::wstring_view)>("parseInt");
-  const auto integerClass = static_cast<jclass>(env->NewGlobalRef(static_cast<jobject>(integer.get())));
-  const jmethodID parseId = env->GetStaticMethodID(integerClass, "parseInt", "(Ljava/lang/String;)I");
-  report.Compare(
-      "client: resolved static method with a string", 1.10,
-      [=](size_t times) {
-        uint64_t sum = 1;
-        for (size_t i = 0; i < times; ++i) sum += static_cast<uint64_t>(parse(L"12345"));
-        return sum;
-      },
-      [=](size_t times) {
-        uint64_t sum = 1;
-        for (size_t i = 0; i < times; ++i) {
-          const jstring text = env->NewString(reinterpret_cast<const jchar*>(L"12345"), 5);
-          sum += static_cast<uint64_t>(env->CallStaticIntMethod(integerClass, parseId, text));
-          if (env->ExceptionCheck() != JNI_FALSE) bench::Die("parseInt");
-          env->DeleteLocalRef(text);
-        }
-        return sum;
-      });
-}
-
 void Objects(Report& report, Host& host) {
   const QV_CreateJavaVMFn create = host.Create();
   report.Measure("second and later QV_CreateJavaVM, with Release", 200, [=](size_t times) {
@@ -478,7 +430,6 @@ int main(int argc, char** argv) {
   ClassesAndStrings(report, host);
   Failures(report, host);
   ByteArrays(report, host);
-  ClientHandles(report, host);
   Objects(report, host);
   host.Env()->PopLocalFrame(nullptr);
   return report.Write(line.json) ? 0 : 1;

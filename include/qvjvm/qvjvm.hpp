@@ -3,105 +3,231 @@
 ///
 /// @code
 /// qvjvm::jvm java = qvjvm::jvm::start();
-/// auto list = java.find_class("java/util/ArrayList").create();
-/// list.call_as<bool>("add", "(Ljava/lang/Object;)Z", L"Gr\u00fc\u00dfe");
-/// int32_t size = list.call<int32_t>("size");
+/// auto list = java.create<"java/util/ArrayList">();
+/// list.call<"add", bool(qvjvm::object)>("Gr\u00fc\u00dfe");
+/// int32_t size = list.call<"size", int32_t>();
 /// @endcode
 ///
-/// Threads: a qvjvm::jvm, a qvjvm::global and a resolved method may be used on any thread, also on several at once. An
-/// object, a class_ref and a frame belong to the thread that got them. A thread joins the JVM at its first use and
+/// Two ways to name things. With the name as a template argument, as above, classes and methods are looked up once and kept.
+/// With the name as an argument, `object.call<int32_t>("size")`, they are looked up at each call; handles.hpp keeps these.
+///
+/// Errors: functions throw qvjvm::error, and qvjvm::java_error for Java's exceptions; those whose names begin with try_ hand
+/// back a qvjvm::result instead and work without exceptions in the build. No Java exception stays pending. Mistakes in
+/// types are errors of the compiler where it can know them, else of the call, before anything happens.
+///
+/// Threads: a qvjvm::jvm, a qvjvm::global and the handles may be used on any thread, also on several at once. Objects,
+/// class_refs, thread_jvms and frames belong to the thread that got them. A thread joins the JVM at its first use and
 /// leaves it when it ends; it then has no context class loader, which some libraries (JNDI, JAXP) ask for.
 ///
-/// Errors: functions throw qvjvm::error; those whose names begin with try_ hand back a qvjvm::result instead. No Java
-/// exception stays pending.
+/// Lifetime: what is lasting (jvm, global, handles, failures) keeps the service object; objects do not.
 #pragma once
 
 #include <windows.h>
 
-#include "qvjvm/client/object.hpp"
+#include "qvjvm/client/buffer.hpp"
+#include "qvjvm/client/collections.hpp"
+#include "qvjvm/client/handles.hpp"
 
 namespace qvjvm {
 
+namespace detail {
+
+/// What a jvm and a thread_jvm can both do.
+template <class Self>
+class entry {
+ public:
+  /// A class by its JNI name, "java/lang/String". In a joined JVM the service's own class path is searched second. A
+  /// pending exception of the host's own JNI calls is cleared.
+  /// @throws qvjvm::error when there is no such class.
+  [[nodiscard]] class_ref find_class(const char* name) const { return value_of(find(name)); }
+  /// The same with a result instead of an exception.
+  [[nodiscard]] result<class_ref> try_find_class(const char* name) const { return result<class_ref>(find(name)); }
+
+  /// A new object of the class, from the constructor with the arguments' types: create<"java/util/ArrayList">(). The
+  /// class and the constructor are looked up once.
+  /// @throws qvjvm::error when there is no such class or constructor, java_error when it raised an exception.
+  template <fixed_text Class, class... Arguments>
+  [[nodiscard]] instance<Class> create(const Arguments&... values) const {
+    return instance<Class>::create(self(), values...);
+  }
+  /// The same with a result instead of an exception.
+  template <fixed_text Class, class... Arguments>
+  [[nodiscard]] result<instance<Class>> try_create(const Arguments&... values) const {
+    return instance<Class>::try_create(self(), values...);
+  }
+  /// Calls a static method; see instance::call_static.
+  template <fixed_text Class, fixed_text Name, class Spec = void, class... Arguments>
+  auto call_static(const Arguments&... values) const {
+    return instance<Class>::template call_static<Name, Spec>(self(), values...);
+  }
+  /// The same with a result instead of an exception.
+  template <fixed_text Class, fixed_text Name, class Spec = void, class... Arguments>
+  auto try_call_static(const Arguments&... values) const {
+    return instance<Class>::template try_call_static<Name, Spec>(self(), values...);
+  }
+
+  /// A new Java string.
+  /// @throws qvjvm::error without memory in Java.
+  template <class Text>
+  [[nodiscard]] instance<"java/lang/String"> new_string(const Text& text) const {
+    return value_of(make_string(text));
+  }
+  /// The same with a result instead of an exception.
+  template <class Text>
+  [[nodiscard]] result<instance<"java/lang/String">> try_new_string(const Text& text) const {
+    return result<instance<"java/lang/String">>(make_string(text));
+  }
+
+  /// The calling thread's JNIEnv*, for JNI by hand. No exception may stay pending after it.
+  /// @throws qvjvm::error when the thread cannot be joined.
+  [[nodiscard]] qv_jnienv env() const { return value_of(enter_from(self())).env; }
+
+ private:
+  friend Self;
+  entry() = default;
+
+  [[nodiscard]] const Self& self() const noexcept { return static_cast<const Self&>(*this); }
+
+  [[nodiscard]] outcome<class_ref> find(const char* name) const {
+    if (name == nullptr) return failed<class_ref>(invalid(L"the class has no name"));
+    const auto java = enter_from(self());
+    if (java.why != nullptr) [[unlikely]] return failed<class_ref>(java.why);
+    void* const found = load_class(java.value, name);
+    if (found == nullptr) [[unlikely]] return failed<class_ref>(take_exception(java.value));
+    return {nullptr, class_ref(local(java.value, found))};
+  }
+
+  template <class Text>
+  outcome<instance<"java/lang/String">> make_string(const Text& text) const {
+    using string = instance<"java/lang/String">;
+    const auto java = enter_from(self());
+    if (java.why != nullptr) [[unlikely]] return failed<string>(java.why);
+    const passed made = argument_type<Text>::pass(java.value, text);
+    if (made.why != nullptr) [[unlikely]] return failed<string>(made.why);
+    return {nullptr, string(local(java.value, made.reference))};
+  }
+};
+
+/// Looks up what a realm keeps from its beginning; why not, else null.
+inline failure_record* fill_roots(const context& java) {
+  const qv_jnienv env = java.env;
+  root_classes roots;
+  bool whole = true;
+  const auto cls = [&](const char* name) -> void* {
+    const scoped_local found(env, whole ? invoke<void*>(env, place::find_class, 0, name) : nullptr);
+    void* const global = found.get() == nullptr ? nullptr : invoke<void*>(env, place::new_global_ref, 0, found.get());
+    whole = global != nullptr && java.home->own(global);
+    return global;
+  };
+  const auto method = [&](void* of, const char* name, const char* type, member kind = member::method) -> method_id {
+    const method_id id = whole ? look_up(env, kind, of, name, type) : nullptr;
+    whole = id != nullptr;
+    return id;
+  };
+  constexpr const char* text = "()Ljava/lang/String;";
+  roots.cls = cls("java/lang/Class");
+  roots.throwable = cls("java/lang/Throwable");
+  roots.out_of_memory = cls("java/lang/OutOfMemoryError");
+  roots.stack_overflow = cls("java/lang/StackOverflowError");
+  roots.initializer_error = cls("java/lang/ExceptionInInitializerError");
+  roots.to_string = method(roots.throwable, "toString", text);
+  roots.get_message = method(roots.throwable, "getMessage", text);
+  roots.get_cause = method(roots.throwable, "getCause", "()Ljava/lang/Throwable;");
+  roots.get_name = method(roots.cls, "getName", text);
+  roots.for_name = method(roots.cls, "forName", "(Ljava/lang/String;ZLjava/lang/ClassLoader;)Ljava/lang/Class;",
+                          member::static_method);
+  if (!whole) {
+    clear_exception(env);
+    return new_failure(QV_E_FAIL, L"Java has no memory, or not the classes that every Java has");
+  }
+  java.home->set_roots(roots);
+  return nullptr;
+}
+
+/// A realm over a service object, whose count is taken over, and a class loader, a global reference or null.
+inline outcome<realm_user> open_realm(IQV_JavaVM* vm, void* loader) {
+  realm_user home(realm::make(vm, loader));
+  if (!home) {
+    vm->Release();
+    return failed<realm_user>(new_failure(QV_E_OUTOFMEMORY, L"no memory"));
+  }
+  const auto java = enter(home);
+  failure_record* const why = java.why != nullptr ? java.why : fill_roots(java.value);
+  if (why != nullptr) return failed<realm_user>(why);
+  return {nullptr, std::move(home)};
+}
+
+}  // namespace detail
+
+/// The Java VM on the calling thread, which it must stay on: like a jvm, but without asking for the thread at each call.
+class thread_jvm : public detail::entry<thread_jvm> {
+ public:
+  /// See jvm::on_this_thread.
+  thread_jvm(detail::realm_user home, qv_jnienv env) noexcept : home_(std::move(home)), env_(env) {}
+  /// Empty; using it is an error.
+  thread_jvm() = default;
+
+  friend detail::outcome<detail::context> enter_from(const thread_jvm& where) noexcept {
+    if (!where.home_) [[unlikely]] return {detail::invalid(L"this qvjvm handle is empty"), {}};
+#if QVJVM_CHECKED
+    if (detail::thread_env(where.home_.get()) != where.env_) {
+      return {detail::invalid(L"a thread_jvm was used on another thread than its own"), {}};
+    }
+#endif
+    return {nullptr, {where.home_.get(), where.env_}};
+  }
+
+ private:
+  detail::realm_user home_;
+  qv_jnienv env_ = nullptr;
+};
+
 /// The process's Java VM, through a service object of its own. Copies share that object; move it or copy it freely.
-class jvm {
+class jvm : public detail::entry<jvm> {
  public:
   /// Loads the service, starts the JVM or joins the one that runs.
   /// @param class_path  an extra class path, used only by the call that creates the JVM; see class_path_ignored.
   /// @param library     the service's DLL; a plain name is looked for where Windows looks for DLLs. It stays loaded.
   /// @throws qvjvm::error when the DLL cannot be loaded or there is no Java VM to be had.
   [[nodiscard]] static jvm start(const wchar_t* class_path = nullptr, const wchar_t* library = L"qvjvm.dll") {
-    return std::move(try_start(class_path, library).value());
+    return detail::value_of(open(class_path, library));
   }
   /// The same with a result instead of an exception.
   [[nodiscard]] static result<jvm> try_start(const wchar_t* class_path = nullptr,
                                              const wchar_t* library = L"qvjvm.dll") {
-    const HMODULE service = LoadLibraryW(library);
-    if (service == nullptr) {
-      return failure{static_cast<int32_t>(GetLastError()),
-                     std::wstring(L"cannot load ") + library + L", Windows error " + std::to_wstring(GetLastError())};
-    }
-    const auto create =
-        reinterpret_cast<QV_CreateJavaVMFn>(reinterpret_cast<void*>(GetProcAddress(service, "QV_CreateJavaVM")));
-    if (create == nullptr) return failure{QV_E_FAIL, std::wstring(library) + L" is not the Java VM Service"};
-    IQV_JavaVM* vm = nullptr;
-    const int32_t status = create(&vm, class_path);
-    if (status < 0) {
-      return failure{status, L"no Java VM: no Java runtime was found, or it refused to start (see its log)"};
-    }
-    return jvm(vm, status == QV_S_CLASSPATH_IGNORED);
+    return result<jvm>(open(class_path, library));
   }
-  /// Another reference to a service object that the host has already.
-  [[nodiscard]] static jvm share(IQV_JavaVM* vm) {
-    vm->AddRef();
-    return jvm(vm, false);
-  }
+  /// A client over a service object that the host has already; it takes a count of its own.
+  /// @throws qvjvm::error for null, or when the calling thread cannot be joined.
+  [[nodiscard]] static jvm share(IQV_JavaVM* vm) { return detail::value_of(open_shared(vm)); }
+  /// The same with a result instead of an exception.
+  [[nodiscard]] static result<jvm> try_share(IQV_JavaVM* vm) { return result<jvm>(open_shared(vm)); }
 
-  /// Shares the service object.
-  jvm(const jvm& other) noexcept : vm_(other.vm_), class_path_ignored_(other.class_path_ignored_) { vm_->AddRef(); }
-  /// Leaves an object that can only be assigned to or destroyed.
-  jvm(jvm&& other) noexcept : vm_(std::exchange(other.vm_, nullptr)), class_path_ignored_(other.class_path_ignored_) {}
-  /// Shares or takes over the other's service object.
-  jvm& operator=(jvm other) noexcept {
-    std::swap(vm_, other.vm_);
-    std::swap(class_path_ignored_, other.class_path_ignored_);
-    return *this;
-  }
-  ~jvm() {
-    if (vm_ != nullptr) vm_->Release();
-  }
+  /// Empty; using it is an error. So is one that was moved from.
+  jvm() = default;
 
-  /// The service object; it stays this object's.
-  [[nodiscard]] IQV_JavaVM* get() const noexcept { return vm_; }
+  /// The same Java VM with classes that are looked up through a class loader, a java.lang.ClassLoader. What comes from it, and
+  /// typed objects made with it, belong to that loader's classes.
+  /// @throws qvjvm::error for null or anything else.
+  [[nodiscard]] jvm with_loader(const object& loader) const { return detail::value_of(open_loader(loader)); }
+  /// The same with a result instead of an exception.
+  [[nodiscard]] result<jvm> try_with_loader(const object& loader) const { return result<jvm>(open_loader(loader)); }
+
+  /// The Java VM for the calling thread alone, for many calls in a row.
+  /// @throws qvjvm::error when the thread cannot be joined.
+  [[nodiscard]] thread_jvm on_this_thread() const { return detail::value_of(join_thread()); }
+  /// The same with a result instead of an exception.
+  [[nodiscard]] result<thread_jvm> try_on_this_thread() const { return result<thread_jvm>(join_thread()); }
+
+  /// The service object, which stays this object's; null when this one is empty.
+  [[nodiscard]] IQV_JavaVM* get() const noexcept { return home_ ? home_.get()->vm() : nullptr; }
   /// Whether the JVM had been created before and start's class path came too late.
   [[nodiscard]] bool class_path_ignored() const noexcept { return class_path_ignored_; }
   /// Whether the service created the JVM; false when it joined one.
   [[nodiscard]] bool created() const {
     int32_t created = 0;
-    vm_->IsJVMCreated(&created);
+    need()->IsJVMCreated(&created);
     return created != 0;
-  }
-  /// The calling thread's JNIEnv*, for JNI by hand.
-  /// @throws qvjvm::error when the thread cannot be joined.
-  [[nodiscard]] qv_jnienv env() const { return detail::current(vm_).value().env; }
-
-  /// A class by its JNI name, "java/lang/String". In a joined JVM the service's own class path is searched second.
-  /// @throws qvjvm::error when there is no such class.
-  [[nodiscard]] class_ref find_class(const char* name) const { return std::move(try_find_class(name).value()); }
-  /// The same with a result instead of an exception.
-  [[nodiscard]] result<class_ref> try_find_class(const char* name) const {
-    auto java = detail::current(vm_);
-    if (!java) return java.reason();
-    qv_jclass cls = nullptr;
-    const int32_t status = vm_->FindClass(&cls, name);
-    if (status < 0) return detail::last_failure(vm_, status, L"the class was not found");
-    return class_ref(detail::local(java.value(), cls));
-  }
-  /// A new Java string with the text.
-  /// @throws qvjvm::error without memory in Java.
-  [[nodiscard]] object new_string(std::wstring_view text) const {
-    detail::local made = detail::string_type::make(detail::current(vm_).value(), text);
-    if (made.get() == nullptr) throw error(detail::take_exception(made.java()));
-    return object(std::move(made));
   }
 
   /// The Java version that runs, "17.0.9". Only for a JVM that the service created.
@@ -111,44 +237,114 @@ class jvm {
   /// Where the JVM's own output goes.
   [[nodiscard]] std::wstring log_file() const { return text(&IQV_JavaVM::GetLogFileName, L"no log file"); }
   /// Sends the JVM's output to another file, which begins anew. For the whole process.
-  void set_log_file(const wchar_t* path) const { vm_->SetLogFileName(path); }
+  void set_log_file(const wchar_t* path) const { need()->SetLogFileName(path); }
   /// Drops or logs the JVM's output. For the whole process.
-  void set_log_enabled(bool enabled) const { vm_->SetJvmLogEnabled(enabled ? 1 : 0); }
+  void set_log_enabled(bool enabled) const { need()->SetJvmLogEnabled(enabled ? 1 : 0); }
+
+  friend detail::outcome<detail::context> enter_from(const jvm& where) noexcept { return detail::enter(where.home_); }
 
  private:
   using text_operation = int32_t (IQV_JavaVM::*)(IQvString**) noexcept;
 
-  jvm(IQV_JavaVM* vm, bool class_path_ignored) noexcept : vm_(vm), class_path_ignored_(class_path_ignored) {}
-
-  std::wstring text(text_operation operation, const wchar_t* fallback) const {
-    IQvString* text = nullptr;
-    const int32_t status = (vm_->*operation)(&text);
-    if (status < 0) throw error(detail::last_failure(vm_, status, fallback));
-    return detail::take_text(text);
+  static detail::outcome<jvm> open(const wchar_t* class_path, const wchar_t* library) {
+    const HMODULE service = LoadLibraryW(library);
+    if (service == nullptr) {
+      const DWORD error = GetLastError();
+      return fail(static_cast<int32_t>(error),
+                  std::wstring(L"cannot load ") + library + L", Windows error " + std::to_wstring(error));
+    }
+    const auto create =
+        reinterpret_cast<QV_CreateJavaVMFn>(reinterpret_cast<void*>(GetProcAddress(service, "QV_CreateJavaVM")));
+    if (create == nullptr) return fail(QV_E_FAIL, std::wstring(library) + L" is not the Java VM Service");
+    IQV_JavaVM* vm = nullptr;
+    const int32_t status = create(&vm, class_path);
+    if (status < 0) {
+      return fail(status, L"no Java VM: no Java runtime was found, or it refused to start (see its log)");
+    }
+    return wrap(vm, nullptr, status == QV_S_CLASSPATH_IGNORED);
   }
 
-  IQV_JavaVM* vm_;
-  bool class_path_ignored_;
+  static detail::outcome<jvm> open_shared(IQV_JavaVM* vm) {
+    if (vm == nullptr) return detail::failed<jvm>(detail::invalid(L"no service object"));
+    vm->AddRef();
+    return wrap(vm, nullptr, false);
+  }
+
+  [[nodiscard]] detail::outcome<jvm> open_loader(const object& loader) const {
+    const auto java = enter_from(*this);
+    if (java.why != nullptr) return detail::failed<jvm>(java.why);
+    if (auto* const why = loader.misuse()) return detail::failed<jvm>(why);
+    if (auto* const why = detail::verify_result(java.value, loader.get(), "Ljava/lang/ClassLoader;")) {
+      return detail::failed<jvm>(why);
+    }
+    void* const global = detail::invoke<void*>(java.value.env, detail::place::new_global_ref, 0, loader.get());
+    if (global == nullptr) return fail(QV_E_OUTOFMEMORY, L"no memory for a global reference");
+    get()->AddRef();
+    return wrap(get(), global, class_path_ignored_);
+  }
+
+  static detail::outcome<jvm> wrap(IQV_JavaVM* vm, void* loader, bool class_path_ignored) {
+    auto home = detail::open_realm(vm, loader);
+    if (home.why != nullptr) return detail::failed<jvm>(home.why);
+    detail::outcome<jvm> made;
+    made.value.home_ = std::move(home.value);
+    made.value.class_path_ignored_ = class_path_ignored;
+    return made;
+  }
+
+  static detail::outcome<jvm> fail(int32_t status, std::wstring_view text) {
+    return detail::failed<jvm>(detail::new_failure(status, text));
+  }
+
+  [[nodiscard]] detail::outcome<thread_jvm> join_thread() const {
+    const auto java = enter_from(*this);
+    if (java.why != nullptr) return detail::failed<thread_jvm>(java.why);
+    return {nullptr, thread_jvm(home_, java.value.env)};
+  }
+
+  [[nodiscard]] IQV_JavaVM* need() const {
+    if (!home_) detail::raise(detail::invalid(L"this qvjvm::jvm is empty"));
+    return get();
+  }
+
+  std::wstring text(text_operation operation, const wchar_t* missing) const {
+    IQvString* text = nullptr;
+    const int32_t status = (need()->*operation)(&text);
+    if (status < 0 || text == nullptr) detail::raise(detail::new_failure(status, missing));
+    std::wstring copy = text->GetText();
+    text->Release();
+    return copy;
+  }
+
+  detail::realm_user home_;
+  bool class_path_ignored_ = false;
 };
 
 /// Frees every local reference that the thread makes during its life, those of the service's own operations too. For
-/// loops on threads that live long. References made inside must not be used after it.
+/// loops on threads that live long. References made inside must not be used after it; failures and errors may.
 class frame {
  public:
-  /// @param java      the Java VM
+  /// @param where     the Java VM, or the thread's
   /// @param capacity  how many references are expected; there may be more
   /// @throws qvjvm::error without memory in Java.
-  explicit frame(const jvm& java, int32_t capacity = 16) : env_(java.env()) {
-    if (detail::invoke<int32_t>(env_, detail::place::push_local_frame, 0, capacity) < 0) {
-      throw error(detail::take_exception({java.get(), env_}));
+  template <detail::origin Where>
+  explicit frame(const Where& where, int32_t capacity = 16) {
+    const auto java = detail::value_of(enter_from(where));
+    if (detail::invoke<int32_t>(java.env, detail::place::push_local_frame, 0, capacity) < 0) {
+      detail::raise(detail::take_exception(java));
+    }
+    env_ = java.env;
+  }
+  ~frame() {
+    if (env_ != nullptr) {
+      detail::invoke<void*>(env_, detail::place::pop_local_frame, 0, static_cast<void*>(nullptr));
     }
   }
-  ~frame() { detail::invoke<void*>(env_, detail::place::pop_local_frame, 0, static_cast<void*>(nullptr)); }
   frame(const frame&) = delete;
   frame& operator=(const frame&) = delete;
 
  private:
-  qv_jnienv env_;
+  qv_jnienv env_ = nullptr;
 };
 
 }  // namespace qvjvm

@@ -23,7 +23,7 @@ qvjvm::failure FailureOf(const Work& work) {
   try {
     work();
   } catch (const qvjvm::error& error) {
-    return {error.status(), error.message()};
+    return error.reason();
   }
   ADD_FAILURE() << "it succeeded";
   return {};

@@ -18,8 +18,8 @@ TEST_F(ClientErrors, AJavaExceptionIsThrownWithItsText) {
   const qvjvm::class_ref integer = java.find_class("java/lang/Integer");
   const qvjvm::failure failure =
       FailureOf([&] { (void)integer.call_static<int32_t>("parseInt", L"\u00bd K\u00f6ln"); });
-  EXPECT_EQ(failure.status, QV_E_FAIL);
-  EXPECT_THAT(failure.message, HasSubstr(L"java.lang.NumberFormatException: For input string: \"\u00bd K\u00f6ln\""));
+  EXPECT_EQ(failure.status(), QV_E_FAIL);
+  EXPECT_THAT(failure.message(), HasSubstr(L"java.lang.NumberFormatException: For input string: \"\u00bd K\u00f6ln\""));
 }
 
 TEST_F(ClientErrors, WhatIsTheTextInUtf8) {
@@ -32,7 +32,7 @@ TEST_F(ClientErrors, ALongTextIsNotCut) {
   const qvjvm::class_ref integer = java.find_class("java/lang/Integer");
   const auto result = integer.try_call_static<int32_t>("parseInt", digits);
   ASSERT_FALSE(result);
-  EXPECT_THAT(result.reason().message, HasSubstr(digits));
+  EXPECT_THAT(result.reason().message(), HasSubstr(digits));
 }
 
 TEST_F(ClientErrors, TheResultStyleThrowsOnlyWhenLookedInto) {
@@ -48,35 +48,35 @@ TEST_F(ClientErrors, TheResultStyleThrowsOnlyWhenLookedInto) {
 TEST_F(ClientErrors, WhatIsMissingIsNamed) {
   const qvjvm::class_ref list = java.find_class("java/util/ArrayList");
   const qvjvm::object object = list.create();
-  EXPECT_THAT(FailureOf([&] { (void)java.find_class("no/such/Thing"); }).message, HasSubstr(L"no/such/Thing"));
-  EXPECT_THAT(FailureOf([&] { object.call("fly"); }).message, HasSubstr(L"fly"));
-  EXPECT_THAT(FailureOf([&] { (void)object.call<int64_t>("size"); }).message, HasSubstr(L"size"));
-  EXPECT_THAT(FailureOf([&] { list.call_static("fly"); }).message, HasSubstr(L"fly"));
-  EXPECT_THAT(FailureOf([&] { (void)list.static_field<int32_t>("wings"); }).message, HasSubstr(L"wings"));
-  EXPECT_THAT(FailureOf([&] { (void)object.field<int32_t>("wings"); }).message, HasSubstr(L"wings"));
-  EXPECT_THAT(FailureOf([&] { (void)list.create(1.5); }).message, HasSubstr(L"<init>"));
-  EXPECT_THAT(FailureOf([&] { (void)list.find_method<void()>("fly"); }).message, HasSubstr(L"fly"));
+  EXPECT_THAT(FailureOf([&] { (void)java.find_class("no/such/Thing"); }).message(), HasSubstr(L"no/such/Thing"));
+  EXPECT_THAT(FailureOf([&] { object.call("fly"); }).message(), HasSubstr(L"fly"));
+  EXPECT_THAT(FailureOf([&] { (void)object.call<int64_t>("size"); }).message(), HasSubstr(L"size"));
+  EXPECT_THAT(FailureOf([&] { list.call_static("fly"); }).message(), HasSubstr(L"fly"));
+  EXPECT_THAT(FailureOf([&] { (void)list.static_field<int32_t>("wings"); }).message(), HasSubstr(L"wings"));
+  EXPECT_THAT(FailureOf([&] { (void)object.field<int32_t>("wings"); }).message(), HasSubstr(L"wings"));
+  EXPECT_THAT(FailureOf([&] { (void)list.create(1.5); }).message(), HasSubstr(L"<init>"));
+  EXPECT_THAT(FailureOf([&] { (void)list.find_method<void()>("fly"); }).message(), HasSubstr(L"fly"));
 }
 
 TEST_F(ClientErrors, AConstructorThatThrowsGivesNoObject) {
   const qvjvm::class_ref list = java.find_class("java/util/ArrayList");
   const auto made = list.try_create(-1);
   ASSERT_FALSE(made);
-  EXPECT_THAT(made.reason().message, HasSubstr(L"java.lang.IllegalArgumentException"));
+  EXPECT_THAT(made.reason().message(), HasSubstr(L"java.lang.IllegalArgumentException"));
 }
 
 TEST_F(ClientErrors, ANullObjectIsRefused) {
   const qvjvm::object null;
-  EXPECT_EQ(FailureOf([&] { null.call("toString"); }).status, QV_E_INVALIDARG);
-  EXPECT_EQ(FailureOf([&] { (void)null.get_class(); }).status, QV_E_INVALIDARG);
+  EXPECT_EQ(FailureOf([&] { null.call("toString"); }).status(), QV_E_INVALIDARG);
+  EXPECT_EQ(FailureOf([&] { (void)null.get_class(); }).status(), QV_E_INVALIDARG);
   const auto size = java.find_class("java/util/ArrayList").find_method<int32_t()>("size");
-  EXPECT_EQ(FailureOf([&] { (void)size(null); }).status, QV_E_INVALIDARG);
+  EXPECT_EQ(FailureOf([&] { (void)size(null); }).status(), QV_E_INVALIDARG);
 }
 
 TEST_F(ClientErrors, AMissingOrForeignLibraryIsNamed) {
-  EXPECT_THAT(FailureOf([] { (void)qvjvm::jvm::start(nullptr, L"no-such-service.dll"); }).message,
+  EXPECT_THAT(FailureOf([] { (void)qvjvm::jvm::start(nullptr, L"no-such-service.dll"); }).message(),
               HasSubstr(L"no-such-service.dll"));
-  EXPECT_THAT(FailureOf([] { (void)qvjvm::jvm::start(nullptr, L"kernel32.dll"); }).message, HasSubstr(L"kernel32.dll"));
+  EXPECT_THAT(FailureOf([] { (void)qvjvm::jvm::start(nullptr, L"kernel32.dll"); }).message(), HasSubstr(L"kernel32.dll"));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 /// @file
-/// The JNI functions that the client API calls itself, by their place in the JNIEnv's table. The places are part of
-/// JNI's binary interface, so no jni.h is needed. Nothing here is for hosts.
+/// The JNI functions that the client calls itself, by their place in the JNIEnv's table. The places are part of JNI's
+/// binary interface, so no jni.h is needed. Nothing here is for hosts.
 #pragma once
 
 #include <cstddef>
@@ -29,6 +29,9 @@ using field_id = void*;
 
 /// Places in the table.
 enum class place : size_t {
+  find_class = 6,
+  is_assignable_from = 11,
+  throw_ = 13,
   exception_occurred = 15,
   exception_clear = 17,
   push_local_frame = 19,
@@ -37,6 +40,7 @@ enum class place : size_t {
   delete_local_ref = 23,
   is_same_object = 24,
   new_local_ref = 25,
+  ensure_local_capacity = 26,
   new_object_a = 30,
   get_object_class = 31,
   is_instance_of = 32,
@@ -60,20 +64,31 @@ enum class place : size_t {
   get_array_region = 199,  ///< the same order
   set_array_region = 207,  ///< the same order
   get_string_region = 220,
+  get_primitive_array_critical = 222,
+  release_primitive_array_critical = 223,
   exception_check = 228,
+  new_direct_byte_buffer = 229,
+  get_direct_buffer_address = 230,
+  get_direct_buffer_capacity = 231,
 };
 
-/// Calls the function at a place, `step` places further on.
+/// Calls the function at a place, `step` places further on. JNI functions never unwind.
 template <class Result, class... Arguments>
 Result invoke(qv_jnienv env, place at, size_t step, Arguments... arguments) noexcept {
-  using function = Result (*)(qv_jnienv, Arguments...);
+  using function = Result (*)(qv_jnienv, Arguments...) noexcept;
   return (*static_cast<function* const*>(env))[static_cast<size_t>(at) + step](env, arguments...);
 }
 
 inline bool exception_pending(qv_jnienv env) noexcept { return invoke<uint8_t>(env, place::exception_check, 0) != 0; }
 
+inline void clear_exception(qv_jnienv env) noexcept { invoke<void>(env, place::exception_clear, 0); }
+
 inline void delete_local(qv_jnienv env, void* reference) noexcept {
   if (reference != nullptr) invoke<void>(env, place::delete_local_ref, 0, reference);
+}
+
+inline bool is_instance(qv_jnienv env, void* reference, void* cls) noexcept {
+  return invoke<uint8_t>(env, place::is_instance_of, 0, reference, cls) != 0;
 }
 
 }  // namespace qvjvm::detail

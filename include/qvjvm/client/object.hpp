@@ -1,82 +1,20 @@
 /// @file
-/// Objects, classes, methods: everything that a host does with Java through the client API.
+/// Objects and classes: what a host holds of Java, by name at run time or with the class's name in the C++ type.
 #pragma once
 
-#include <memory>
-#include <tuple>
+#include <concepts>
 
-#include "qvjvm/client/types.hpp"
+#include "qvjvm/client/call.hpp"
 
 namespace qvjvm {
 
-class object;
 class class_ref;
-
-namespace detail {
-
-/// A result of Java as the C++ type that was asked for; `java` is the thread's context.
-template <class Result>
-Result from_java(const context& java, local reference);
-
-/// Calls the typed function of the family that begins at `family`.
-template <class Result, class... Target>
-result<Result> call_typed(const context& java, place family, Target... target) {
-  using type = java_type<Result>;
-  if constexpr (std::is_void_v<Result>) {
-    invoke<void>(java.env, family, 3 * type::step, target...);
-    if (exception_pending(java.env)) return take_exception(java);
-    return {};
-  } else if constexpr (type::primitive) {
-    const auto value = invoke<typename type::stored>(java.env, family, 3 * type::step, target...);
-    if (exception_pending(java.env)) return take_exception(java);
-    return static_cast<Result>(value);
-  } else {
-    local reference(java, invoke<void*>(java.env, family, 3 * type::step, target...));
-    if (exception_pending(java.env)) return take_exception(java);
-    return from_java<Result>(java, std::move(reference));
-  }
-}
-
-/// Looks a method up and says what is missing.
-inline result<method_id> find_method(const context& java, void* cls, place lookup, const char* name,
-                                     const char* signature) {
-  const auto id = invoke<method_id>(java.env, lookup, 0, cls, name, signature);
-  if (id == nullptr) return take_exception(java);
-  return id;
-}
-
-/// The arguments of one call, converted for as long as this object lives.
-template <class... Arguments>
-class arguments {
- public:
-  explicit arguments(const context& java, const Arguments&... values)
-      : arguments(java, std::index_sequence_for<Arguments...>(), values...) {}
-  [[nodiscard]] bool ok() const {
-    return std::apply([](const auto&... each) { return (true && ... && each.ok()); }, holders_);
-  }
-  [[nodiscard]] const java_value* values() const noexcept { return values_.data(); }
-
- private:
-  template <size_t... Index>
-  arguments(const context& java, std::index_sequence<Index...>, const Arguments&... values)
-      : holders_(argument<Arguments>(java, values, values_[Index])...) {}
-
-  std::array<java_value, sizeof...(Arguments) + 1> values_{};
-  std::tuple<argument<Arguments>...> holders_;
-};
-
-/// Converts the arguments and calls.
-template <class Result, class... Arguments>
-result<Result> call_with(const context& java, place family, void* target, method_id id, const Arguments&... values) {
-  const arguments<Arguments...> converted(java, values...);
-  if (!converted.ok()) return take_exception(java);
-  return call_typed<Result>(java, family, target, id, converted.values());
-}
-
-}  // namespace detail
+class jvm;
+class thread_jvm;
+inline detail::outcome<detail::context> enter_from(const thread_jvm& where) noexcept;
 
 /// A local reference to a Java object; null is allowed. Move-only. It belongs to the thread that got it and must not
-/// outlive the qvjvm::jvm it came from; use global to keep or to share an object.
+/// outlive the last qvjvm::jvm or other lasting handle of where it came from; use global to keep or to share an object.
 class object {
  public:
   /// Null.
@@ -84,299 +22,490 @@ class object {
   /// Takes over a local reference of this thread.
   explicit object(detail::local reference) noexcept : reference_(std::move(reference)) {}
 
+  /// The type that signatures have for it.
+  static consteval auto java_signature() { return detail::piece("Ljava/lang/Object;"); }
+
   /// Whether it refers to an object.
   [[nodiscard]] explicit operator bool() const noexcept { return get() != nullptr; }
   /// The JNI reference; it stays this object's.
   [[nodiscard]] void* get() const noexcept { return reference_.get(); }
   /// What a call on this thread needs.
   [[nodiscard]] const detail::context& java() const noexcept { return reference_.java(); }
-  /// Another local reference to the same object.
-  [[nodiscard]] object copy() const {
-    return object(detail::local(java(), detail::invoke<void*>(java().env, detail::place::new_local_ref, 0, get())));
-  }
-  /// The object's class. Throws qvjvm::error for null.
+  /// Another local reference to the same object; null for null.
+  /// @throws qvjvm::error without memory in Java.
+  [[nodiscard]] object copy() const { return detail::value_of(duplicate()); }
+  /// The same with a result instead of an exception.
+  [[nodiscard]] result<object> try_copy() const { return result<object>(duplicate()); }
+  /// The object's class.
+  /// @throws qvjvm::error for null.
   [[nodiscard]] class_ref get_class() const;
-  /// Whether the object is of the class or of one below it; null is of every class.
+  /// Whether the object is of the class or of one below it. Null is of no class.
   [[nodiscard]] bool is_instance_of(const class_ref& cls) const;
+  /// The same for a class by its JNI name: `is<"java/util/List">()`.
+  /// @throws qvjvm::error when there is no such class.
+  template <fixed_text Class>
+  [[nodiscard]] bool is() const;
   /// Whether both refer to the same object.
-  [[nodiscard]] bool same_as(const object& other) const {
+  [[nodiscard]] bool same_as(const object& other) const noexcept {
     return get() == other.get() ||
            (get() != nullptr && other.get() != nullptr &&
             detail::invoke<uint8_t>(java().env, detail::place::is_same_object, 0, get(), other.get()) != 0);
   }
 
+  /// The same object as another type of the client, checked: a typed object, or the value of a String, box or array.
+  /// @throws qvjvm::error when it is of another class.
+  template <class T>
+  [[nodiscard]] T as() const {
+    return detail::value_of(cast<T>());
+  }
+  /// The same with a result instead of an exception.
+  template <class T>
+  [[nodiscard]] result<T> try_as() const {
+    return result<T>(cast<T>());
+  }
+  /// This object as a typed one that the host knows it to be; nothing is checked.
+  template <std::derived_from<object> T>
+  [[nodiscard]] T unchecked_as() && {
+    return T(std::move(reference_));
+  }
+
   /// Calls an instance method by name. Its signature is made of the C++ types: call<int32_t>("size").
-  /// @throws qvjvm::error when there is no such method or Java raised an exception.
+  /// @throws qvjvm::error when there is no such method, java_error when Java raised an exception.
   template <class Result = void, class... Arguments>
   Result call(const char* name, const Arguments&... values) const {
-    return try_call<Result>(name, values...).value();
+    return detail::value_of(call_by_name<Result>(name, values...));
   }
   /// The same with a result instead of an exception.
   template <class Result = void, class... Arguments>
   result<Result> try_call(const char* name, const Arguments&... values) const {
-    return try_call_as<Result>(name, detail::signature_of<Result, Arguments...>.c_str(), values...);
+    return result<Result>(call_by_name<Result>(name, values...));
   }
-  /// Calls an instance method whose declared types are not those of the arguments, by its JNI signature.
+  /// Calls an instance method whose declared types are not those of the arguments, by its JNI signature. The types are
+  /// compared before the call: a literal by the compiler, a qvjvm::signature at run time. A void Result drops what the
+  /// method gives.
   template <class Result = void, class... Arguments>
-  Result call_as(const char* name, const char* signature, const Arguments&... values) const {
-    return try_call_as<Result>(name, signature, values...).value();
+  Result call_as(const char* name, detail::call_signature<Result, std::type_identity_t<detail::plain<Arguments>>...> signature,
+                 const Arguments&... values) const {
+    return detail::value_of(call_by_signature<Result>(name, signature.text(), signature.compared(), values...));
   }
   /// The same with a result instead of an exception.
   template <class Result = void, class... Arguments>
-  result<Result> try_call_as(const char* name, const char* signature, const Arguments&... values) const {
-    if (get() == nullptr) return failure{QV_E_INVALIDARG, L"a call on a null object"};
-    const detail::local cls(java(), detail::invoke<void*>(java().env, detail::place::get_object_class, 0, get()));
-    auto id = detail::find_method(java(), cls.get(), detail::place::get_method_id, name, signature);
-    if (!id) return id.reason();
-    return detail::call_with<Result>(java(), detail::place::call_method_a, get(), id.value(), values...);
+  result<Result> try_call_as(const char* name,
+                             detail::call_signature<Result, std::type_identity_t<detail::plain<Arguments>>...> signature,
+                             const Arguments&... values) const {
+    return result<Result>(call_by_signature<Result>(name, signature.text(), signature.compared(), values...));
   }
-  /// Reads an instance field.
+
+  /// Reads an instance field of that type.
   /// @throws qvjvm::error when there is no such field.
   template <class Value>
-  Value field(const char* name) const;
+  [[nodiscard]] Value field(const char* name) const {
+    return detail::value_of(read_by_name<Value>(name));
+  }
+  /// The same with a result instead of an exception.
+  template <class Value>
+  [[nodiscard]] result<Value> try_field(const char* name) const {
+    return result<Value>(read_by_name<Value>(name));
+  }
+  /// Writes an instance field; its type is that of the value, unless it is named: set_field<qvjvm::object>("owner", text).
+  /// @throws qvjvm::error when there is no such field.
+  template <class Value = void, class From>
+  void set_field(const char* name, const From& value) const {
+    detail::value_of(write_by_name<Value>(name, value));
+  }
+  /// The same with a result instead of an exception.
+  template <class Value = void, class From>
+  result<void> try_set_field(const char* name, const From& value) const {
+    return result<void>(write_by_name<Value>(name, value));
+  }
+
+  /// Why nothing can be done with it, or null. For the client itself.
+  [[nodiscard]] detail::failure_record* misuse() const noexcept {
+    if (get() == nullptr) [[unlikely]] return detail::invalid(L"a null object was used");
+    if (reference_.foreign()) [[unlikely]] {
+      return detail::invalid(L"an object was used on another thread than its own: qvjvm::global shares objects");
+    }
+    return nullptr;
+  }
+  /// The context of the object's thread. For the client itself.
+  friend detail::outcome<detail::context> enter_from(const object& where) noexcept {
+    return {where.misuse(), where.java()};
+  }
+  /// Gives the reference away. For the client itself.
+  [[nodiscard]] detail::local&& take() noexcept { return std::move(reference_); }
 
  private:
-  detail::local reference_;
-};
+  [[nodiscard]] detail::outcome<object> duplicate() const {
+    if (!*this) return {};
+    if (auto* const why = misuse()) return detail::failed<object>(why);
+    void* const again = detail::invoke<void*>(java().env, detail::place::new_local_ref, 0, get());
+    if (again == nullptr) return detail::failed<object>(detail::new_failure(QV_E_OUTOFMEMORY, L"no memory in Java"));
+    return {nullptr, object(detail::local(java(), again))};
+  }
 
-/// An object whose class is known by its name: as a parameter it gives the signature its type.
-template <fixed_text Name>
-class instance : public object {
- public:
-  using object::object;
-  /// Takes an object that is known to be of this class; nothing is checked.
-  explicit instance(object&& other) noexcept : object(std::move(other)) {}
+  template <class T>
+  detail::outcome<T> cast() const {
+    if (get() == nullptr) return detail::failed<T>(misuse());
+    auto again = duplicate();
+    if (again.why != nullptr) return detail::failed<T>(again.why);
+    using type = detail::as_reference<T>;
+    auto done = detail::finish<type>(java(), again.value.take().release(),
+                                     detail::is_plain_object<type> ? std::string_view()
+                                                                   : detail::own_signature<type>.view());
+    if constexpr (std::is_same_v<type, T>) {
+      return done;
+    } else {
+      return {done.why, done.value.value};
+    }
+  }
+
+  // The object's class and a member of it, for one use.
+  template <class T, class Use>
+  detail::outcome<T> with_member(detail::member kind, const char* name, const char* type, const Use& use) const {
+    if (auto* const why = misuse()) [[unlikely]] return detail::failed<T>(why);
+    const qv_jnienv env = java().env;
+    void* const cls = detail::invoke<void*>(env, detail::place::get_object_class, 0, get());
+    void* const id = detail::look_up(env, kind, cls, name, type);
+    if (id == nullptr) [[unlikely]] {
+      detail::outcome<T> none = detail::failed_with_exception<T>(java());
+      detail::delete_local(env, cls);
+      return none;
+    }
+    detail::delete_local(env, cls);  // the object keeps its class
+    return use(id);
+  }
+
+  template <class Result, class... Arguments>
+  detail::outcome<Result> call_by_name(const char* name, const Arguments&... values) const {
+    return with_member<Result>(detail::member::method, name,
+                               detail::signature_of<Result, detail::plain<Arguments>...>.c_str(), [&](void* id) {
+                                 return detail::call<Result>(java(), detail::place::call_method_a, {get(), id}, values...);
+                               });
+  }
+
+  template <class Result, class... Arguments>
+  detail::outcome<Result> call_by_signature(const char* name, const char* signature, const detail::comparison& compared,
+                                            const Arguments&... values) const {
+    if (compared.found != detail::mistake::none) {
+      return detail::failed<Result>(detail::mistaken(compared, signature));
+    }
+    return with_member<Result>(detail::member::method, name, signature, [&](void* id) {
+      return detail::call_compared<Result>(java(), detail::place::call_method_a, {get(), id}, signature, compared,
+                                           values...);
+    });
+  }
+
+  template <class Value>
+  detail::outcome<Value> read_by_name(const char* name) const {
+    return with_member<Value>(detail::member::field, name, detail::own_signature<Value>.c_str(), [&](void* id) {
+      return detail::get_field<Value>(java(), detail::place::get_field, get(), id);
+    });
+  }
+
+  template <class Value, class From>
+  detail::outcome<void> write_by_name(const char* name, const From& value) const {
+    using type = detail::field_type<Value, From>;
+    return with_member<void>(detail::member::field, name, detail::own_signature<type>.c_str(), [&](void* id) {
+      return detail::outcome<void>{
+          detail::set_field<type>(java(), detail::place::set_field, get(), id, value)};
+    });
+  }
+
+  detail::local reference_;
 };
 
 namespace detail {
 
-template <>
-struct java_type<object> : reference_type {
-  static consteval auto signature() { return piece("Ljava/lang/Object;"); }
-  static void* reference(const object& value) noexcept { return value.get(); }
-};
-
-template <fixed_text Name>
-struct java_type<instance<Name>> : reference_type {
-  static consteval auto signature() { return piece("L") + piece(Name.text) + piece(";"); }
-  static void* reference(const object& value) noexcept { return value.get(); }
-};
-
-template <class Result>
-Result from_java(const context& java, local reference) {
-  if constexpr (std::is_base_of_v<object, Result>) {
-    return Result(std::move(reference));
-  } else {
-    return java_type<Result>::from(java, reference.get());
+/// Objects of any kind.
+template <std::derived_from<object> T>
+struct java_type<T> : reference_type {
+  static constexpr bool keeps_reference = true;
+  static consteval auto signature() { return T::java_signature(); }
+  static passed pass(const context&, const T& value) noexcept {
+#if QVJVM_CHECKED
+    if (value.get() != nullptr) return {value.get(), false, value.misuse()};
+#endif
+    return {value.get(), false, nullptr};
   }
-}
+  static failure_record* take(local&& from, T& into) noexcept {
+    into = T(std::move(from));
+    return nullptr;
+  }
+  static failure_record* read(const local& from, T& into) noexcept {
+    void* const again = invoke<void*>(from.java().env, place::new_local_ref, 0, from.get());
+    return take(local(from.java(), again), into);
+  }
+};
 
 }  // namespace detail
 
-template <class Signature>
-class method;
-template <class Signature>
-class static_method;
-
-/// A Java class: makes objects, calls static methods, reads static fields, resolves methods. A local reference.
+/// A Java class by a name that is known when the program runs: makes objects, calls static methods, reads and writes static
+/// fields. A local reference.
 class class_ref : public object {
  public:
   using object::object;
 
+  static consteval auto java_signature() { return detail::piece("Ljava/lang/Class;"); }
+
   /// A new object from the constructor with the arguments' types.
-  /// @throws qvjvm::error when there is no such constructor or it raised an exception.
+  /// @throws qvjvm::error when there is no such constructor, java_error when it raised an exception.
   template <class... Arguments>
   [[nodiscard]] object create(const Arguments&... values) const {
-    return std::move(try_create(values...).value());
+    return detail::value_of(construct(detail::signature_of<void, detail::plain<Arguments>...>.c_str(), {}, values...));
   }
   /// The same with a result instead of an exception.
   template <class... Arguments>
   [[nodiscard]] result<object> try_create(const Arguments&... values) const {
-    return try_create_as(detail::signature_of<void, Arguments...>.c_str(), values...);
+    return result<object>(
+        construct(detail::signature_of<void, detail::plain<Arguments>...>.c_str(), {}, values...));
   }
   /// A new object from the constructor of that JNI signature, "(Ljava/lang/Object;)V".
   template <class... Arguments>
-  [[nodiscard]] result<object> try_create_as(const char* signature, const Arguments&... values) const {
-    auto id = detail::find_method(java(), get(), detail::place::get_method_id, "<init>", signature);
-    if (!id) return id.reason();
-    const detail::arguments<Arguments...> converted(java(), values...);
-    if (!converted.ok()) return detail::take_exception(java());
-    detail::local made(java(), detail::invoke<void*>(java().env, detail::place::new_object_a, 0, get(), id.value(),
-                                                     converted.values()));
-    if (made.get() == nullptr || detail::exception_pending(java().env)) return detail::take_exception(java());
-    return object(std::move(made));
+  [[nodiscard]] object create_as(detail::call_signature<void, std::type_identity_t<detail::plain<Arguments>>...> signature,
+                                 const Arguments&... values) const {
+    return detail::value_of(construct(signature.text(), signature.compared(), values...));
+  }
+  /// The same with a result instead of an exception.
+  template <class... Arguments>
+  [[nodiscard]] result<object> try_create_as(
+      detail::call_signature<void, std::type_identity_t<detail::plain<Arguments>>...> signature,
+      const Arguments&... values) const {
+    return result<object>(construct(signature.text(), signature.compared(), values...));
   }
 
-  /// Calls a static method by name.
-  /// @throws qvjvm::error when there is no such method or Java raised an exception.
+  /// Calls a static method by name; its signature is made of the C++ types.
+  /// @throws qvjvm::error when there is no such method, java_error when Java raised an exception.
   template <class Result = void, class... Arguments>
   Result call_static(const char* name, const Arguments&... values) const {
-    return try_call_static<Result>(name, values...).value();
+    return detail::value_of(call_static_by_name<Result>(name, values...));
   }
   /// The same with a result instead of an exception.
   template <class Result = void, class... Arguments>
   result<Result> try_call_static(const char* name, const Arguments&... values) const {
-    auto id = detail::find_method(java(), get(), detail::place::get_static_method_id, name,
-                                  detail::signature_of<Result, Arguments...>.c_str());
-    if (!id) return id.reason();
-    return detail::call_with<Result>(java(), detail::place::call_static_method_a, get(), id.value(), values...);
+    return result<Result>(call_static_by_name<Result>(name, values...));
+  }
+  /// Calls a static method by its JNI signature; see object::call_as.
+  template <class Result = void, class... Arguments>
+  Result call_static_as(const char* name,
+                        detail::call_signature<Result, std::type_identity_t<detail::plain<Arguments>>...> signature,
+                        const Arguments&... values) const {
+    return detail::value_of(call_static_by_signature<Result>(name, signature.text(), signature.compared(), values...));
+  }
+  /// The same with a result instead of an exception.
+  template <class Result = void, class... Arguments>
+  result<Result> try_call_static_as(
+      const char* name, detail::call_signature<Result, std::type_identity_t<detail::plain<Arguments>>...> signature,
+      const Arguments&... values) const {
+    return result<Result>(call_static_by_signature<Result>(name, signature.text(), signature.compared(), values...));
   }
 
-  /// Reads a static field.
+  /// Reads a static field of that type.
   /// @throws qvjvm::error when there is no such field.
   template <class Value>
-  Value static_field(const char* name) const {
-    const auto id = detail::invoke<detail::field_id>(java().env, detail::place::get_static_field_id, 0, get(), name,
-                                                     detail::java_type<Value>::signature().c_str());
-    if (id == nullptr) throw error(detail::take_exception(java()));
-    return read_field<Value>(detail::place::get_static_field, get(), id);
+  [[nodiscard]] Value static_field(const char* name) const {
+    return detail::value_of(read_static<Value>(name));
+  }
+  /// The same with a result instead of an exception.
+  template <class Value>
+  [[nodiscard]] result<Value> try_static_field(const char* name) const {
+    return result<Value>(read_static<Value>(name));
+  }
+  /// Writes a static field; see object::set_field.
+  template <class Value = void, class From>
+  void set_static_field(const char* name, const From& value) const {
+    detail::value_of(write_static<Value>(name, value));
+  }
+  /// The same with a result instead of an exception.
+  template <class Value = void, class From>
+  result<void> try_set_static_field(const char* name, const From& value) const {
+    return result<void>(write_static<Value>(name, value));
   }
 
-  /// A handle of an instance method: resolved once, called often. Signature is a C++ function type: int32_t(object).
-  /// @throws qvjvm::error when there is no such method.
-  template <class Signature>
-  [[nodiscard]] method<Signature> find_method(const char* name) const;
-  /// The same for a static method.
-  template <class Signature>
-  [[nodiscard]] static_method<Signature> find_static_method(const char* name) const;
+  // Looked up once, used often; see handles.hpp. Signature is a C++ function type: int32_t(qvjvm::object). The functions
+  // throw qvjvm::error when there is no such member, or hand back a result.
 
-  /// For object::field.
+  /// A handle of an instance method.
+  template <class Signature>
+  [[nodiscard]] auto find_method(const char* name) const;
+  template <class Signature>
+  [[nodiscard]] auto try_find_method(const char* name) const;
+  /// A handle of a static method.
+  template <class Signature>
+  [[nodiscard]] auto find_static_method(const char* name) const;
+  template <class Signature>
+  [[nodiscard]] auto try_find_static_method(const char* name) const;
+  /// A handle of a constructor; the result of Signature is the type of the objects.
+  template <class Signature>
+  [[nodiscard]] auto find_constructor() const;
+  template <class Signature>
+  [[nodiscard]] auto try_find_constructor() const;
+  /// A handle of an instance field.
   template <class Value>
-  Value read_field(detail::place family, void* target, detail::field_id id) const {
-    using type = detail::java_type<Value>;
-    if constexpr (type::primitive) {
-      return static_cast<Value>(detail::invoke<typename type::stored>(java().env, family, type::step, target, id));
-    } else {
-      return detail::from_java<Value>(java(),
-                                      detail::local(java(), detail::invoke<void*>(java().env, family, 0, target, id)));
+  [[nodiscard]] auto find_field(const char* name) const;
+  template <class Value>
+  [[nodiscard]] auto try_find_field(const char* name) const;
+  /// A handle of a static field.
+  template <class Value>
+  [[nodiscard]] auto find_static_field(const char* name) const;
+  template <class Value>
+  [[nodiscard]] auto try_find_static_field(const char* name) const;
+
+ private:
+  template <class T>
+  detail::outcome<void*> member_id(detail::member kind, const char* name, const char* type) const {
+    if (auto* const why = misuse()) [[unlikely]] return {why, nullptr};
+    void* const id = detail::look_up(java().env, kind, get(), name, type);
+    if (id == nullptr) [[unlikely]] return {detail::take_exception(java()), nullptr};
+    return {nullptr, id};
+  }
+
+  template <class... Arguments>
+  detail::outcome<object> construct(const char* signature, const detail::comparison& compared,
+                                    const Arguments&... values) const {
+    if (compared.found != detail::mistake::none) return detail::failed<object>(detail::mistaken(compared, signature));
+    const auto id = member_id<object>(detail::member::method, "<init>", signature);
+    if (id.why != nullptr) return detail::failed<object>(id.why);
+    return detail::construct<object>(java(), {get(), id.value}, signature, compared.ask_java, values...);
+  }
+
+  template <class Result, class... Arguments>
+  detail::outcome<Result> call_static_by_name(const char* name, const Arguments&... values) const {
+    const auto id = member_id<Result>(detail::member::static_method, name,
+                                      detail::signature_of<Result, detail::plain<Arguments>...>.c_str());
+    if (id.why != nullptr) [[unlikely]] return detail::failed<Result>(id.why);
+    return detail::call<Result>(java(), detail::place::call_static_method_a, {get(), id.value}, values...);
+  }
+
+  template <class Result, class... Arguments>
+  detail::outcome<Result> call_static_by_signature(const char* name, const char* signature,
+                                                   const detail::comparison& compared, const Arguments&... values) const {
+    if (compared.found != detail::mistake::none) {
+      return detail::failed<Result>(detail::mistaken(compared, signature));
     }
+    const auto id = member_id<Result>(detail::member::static_method, name, signature);
+    if (id.why != nullptr) return detail::failed<Result>(id.why);
+    return detail::call_compared<Result>(java(), detail::place::call_static_method_a, {get(), id.value}, signature,
+                                         compared, values...);
+  }
+
+  template <class Value>
+  detail::outcome<Value> read_static(const char* name) const {
+    const auto id =
+        member_id<Value>(detail::member::static_field, name, detail::own_signature<Value>.c_str());
+    if (id.why != nullptr) return detail::failed<Value>(id.why);
+    return detail::get_field<Value>(java(), detail::place::get_static_field, get(), id.value);
+  }
+
+  template <class Value, class From>
+  detail::outcome<void> write_static(const char* name, const From& value) const {
+    using type = detail::field_type<Value, From>;
+    const auto id = member_id<void>(detail::member::static_field, name, detail::own_signature<type>.c_str());
+    if (id.why != nullptr) return {id.why};
+    return {detail::set_field<type>(java(), detail::place::set_static_field, get(), id.value, value)};
   }
 };
 
 inline class_ref object::get_class() const {
-  if (get() == nullptr) throw error({QV_E_INVALIDARG, L"the class of a null object"});
-  return class_ref(detail::local(java(), detail::invoke<void*>(java().env, detail::place::get_object_class, 0, get())));
+  if (auto* const why = misuse()) detail::raise(why);
+  return class_ref(
+      detail::local(java(), detail::invoke<void*>(java().env, detail::place::get_object_class, 0, get())));
 }
 
 inline bool object::is_instance_of(const class_ref& cls) const {
-  return detail::invoke<uint8_t>(cls.java().env, detail::place::is_instance_of, 0, get(), cls.get()) != 0;
+  if (get() == nullptr) return false;
+  if (auto* const why = misuse()) detail::raise(why);
+  if (auto* const why = cls.misuse()) detail::raise(why);
+  return detail::is_instance(java().env, get(), cls.get());
 }
 
-template <class Value>
-Value object::field(const char* name) const {
-  const class_ref cls = get_class();
-  const auto id = detail::invoke<detail::field_id>(java().env, detail::place::get_field_id, 0, cls.get(), name,
-                                                   detail::java_type<Value>::signature().c_str());
-  if (id == nullptr) throw error(detail::take_exception(java()));
-  return cls.read_field<Value>(detail::place::get_field, get(), id);
+template <fixed_text Class>
+bool object::is() const {
+  if (get() == nullptr) return false;
+  if (auto* const why = misuse()) detail::raise(why);
+  void* const cls = detail::class_site<Class>::find(java());
+  if (cls == nullptr) detail::raise(detail::take_exception(java()));
+  return detail::is_instance(java().env, get(), cls);
 }
 
-/// Keeps an object alive and may be used and destroyed on any thread. It must not outlive the qvjvm::jvm it came from.
+/// Keeps an object alive; may be used, moved and destroyed on any thread, and outlive the qvjvm::jvm it came from.
 class global {
  public:
   /// Null.
   global() = default;
   /// A global reference to the object.
   /// @throws qvjvm::error without memory in Java.
-  explicit global(const object& from) : vm_(from.java().vm) {
-    if (!from) return;
-    reference_ = detail::invoke<void*>(from.java().env, detail::place::new_global_ref, 0, from.get());
-    if (reference_ == nullptr) throw error({QV_E_OUTOFMEMORY, L"no memory for a global reference"});
-  }
+  explicit global(const object& from) : global(detail::value_of(make(from))) {}
+  /// The same with a result instead of an exception.
+  [[nodiscard]] static result<global> try_make(const object& from) { return result<global>(make(from)); }
   /// Leaves null behind.
-  global(global&& other) noexcept : vm_(other.vm_), reference_(std::exchange(other.reference_, nullptr)) {}
+  global(global&& other) noexcept
+      : home_(std::move(other.home_)), reference_(std::exchange(other.reference_, nullptr)) {}
   /// Swaps, so the other object ends what this one held.
   global& operator=(global&& other) noexcept {
-    std::swap(vm_, other.vm_);
+    std::swap(home_, other.home_);
     std::swap(reference_, other.reference_);
     return *this;
   }
   ~global() {
-    if (reference_ != nullptr) vm_->DeleteGlobalRef(reference_);
+    if (reference_ != nullptr) home_.get()->vm()->DeleteGlobalRef(reference_);
   }
   global(const global&) = delete;
   global& operator=(const global&) = delete;
+
+  static consteval auto java_signature() { return detail::piece("Ljava/lang/Object;"); }
 
   /// Whether it refers to an object.
   [[nodiscard]] explicit operator bool() const noexcept { return reference_ != nullptr; }
   /// The JNI reference; it stays this object's.
   [[nodiscard]] void* get() const noexcept { return reference_; }
-  /// A local reference of the calling thread to the same object; Type is object, class_ref or an instance.
-  /// @throws qvjvm::error when the thread cannot be joined to the JVM.
+  /// The object on the calling thread; Type is object, class_ref, a typed object or anything that object::as gives.
+  /// @throws qvjvm::error when the thread cannot be joined to the JVM or the object is of another class.
   template <class Type = object>
   [[nodiscard]] Type on_this_thread() const {
-    if (reference_ == nullptr) return Type();
-    const detail::context java = detail::current(vm_).value();
-    return Type(detail::local(java, detail::invoke<void*>(java.env, detail::place::new_local_ref, 0, reference_)));
+    return detail::value_of(get_here<Type>());
+  }
+  /// The same with a result instead of an exception.
+  template <class Type = object>
+  [[nodiscard]] result<Type> try_on_this_thread() const {
+    return result<Type>(get_here<Type>());
   }
 
  private:
-  IQV_JavaVM* vm_ = nullptr;
+  static detail::outcome<global> make(const object& from) noexcept {
+    if (!from) return {};
+    if (auto* const why = from.misuse()) return detail::failed<global>(why);
+    detail::outcome<global> made;
+    made.value.home_ = detail::realm_user::share(from.java().home);
+    made.value.reference_ = detail::invoke<void*>(from.java().env, detail::place::new_global_ref, 0, from.get());
+    if (made.value.reference_ == nullptr) {
+      made.why = detail::new_failure(QV_E_OUTOFMEMORY, L"no memory for a global reference");
+    }
+    return made;
+  }
+
+  template <class Type>
+  detail::outcome<Type> get_here() const {
+    if (reference_ == nullptr) return {};
+    const auto java = detail::enter(home_);
+    if (java.why != nullptr) return detail::failed<Type>(java.why);
+    void* const here = detail::invoke<void*>(java.value.env, detail::place::new_local_ref, 0, reference_);
+    if (here == nullptr) return detail::failed<Type>(detail::new_failure(QV_E_OUTOFMEMORY, L"no memory in Java"));
+    return detail::finish<Type>(
+        java.value, here,
+        detail::is_plain_object<Type> ? std::string_view() : detail::own_signature<Type>.view());
+  }
+
+  detail::realm_user home_;
   void* reference_ = nullptr;
 };
 
-/// A resolved instance method. Copies share the class, which stays loaded as long as one of them lives; any thread may
-/// call it on its own objects.
-template <class Result, class... Arguments>
-class method<Result(Arguments...)> {
- public:
-  /// See class_ref::find_method.
-  method(const class_ref& cls, const char* name)
-      : id_(detail::find_method(cls.java(), cls.get(), detail::place::get_method_id, name,
-                                detail::signature_of<Result, Arguments...>.c_str())
-                .value()),
-        cls_(std::make_shared<const global>(cls)) {}
-  /// Calls it on an object of the calling thread.
-  /// @throws qvjvm::error when the object is null or Java raised an exception.
-  Result operator()(const object& target, const Arguments&... values) const {
-    return try_call(target, values...).value();
-  }
-  /// The same with a result instead of an exception.
-  result<Result> try_call(const object& target, const Arguments&... values) const {
-    if (!target) return failure{QV_E_INVALIDARG, L"a call on a null object"};
-    return detail::call_with<Result>(target.java(), detail::place::call_method_a, target.get(), id_, values...);
-  }
+namespace detail {
 
- private:
-  detail::method_id id_;
-  std::shared_ptr<const global> cls_;
+template <>
+struct java_type<global> : reference_type {
+  static consteval auto signature() { return piece("Ljava/lang/Object;"); }
+  static passed pass(const context&, const global& value) noexcept { return {value.get(), false, nullptr}; }
 };
 
-/// A resolved static method; see method.
-template <class Result, class... Arguments>
-class static_method<Result(Arguments...)> {
- public:
-  /// See class_ref::find_static_method.
-  static_method(const class_ref& cls, const char* name)
-      : id_(detail::find_method(cls.java(), cls.get(), detail::place::get_static_method_id, name,
-                                detail::signature_of<Result, Arguments...>.c_str())
-                .value()),
-        vm_(cls.java().vm),
-        cls_(std::make_shared<const global>(cls)) {}
-  /// Calls it on the calling thread.
-  /// @throws qvjvm::error when the thread cannot be joined or Java raised an exception.
-  Result operator()(const Arguments&... values) const { return try_call(values...).value(); }
-  /// The same with a result instead of an exception.
-  result<Result> try_call(const Arguments&... values) const {
-    auto java = detail::current(vm_);
-    if (!java) return java.reason();
-    return detail::call_with<Result>(java.value(), detail::place::call_static_method_a, cls_->get(), id_, values...);
-  }
-
- private:
-  detail::method_id id_;
-  IQV_JavaVM* vm_;
-  std::shared_ptr<const global> cls_;
-};
-
-template <class Signature>
-method<Signature> class_ref::find_method(const char* name) const {
-  return method<Signature>(*this, name);
-}
-
-template <class Signature>
-static_method<Signature> class_ref::find_static_method(const char* name) const {
-  return static_method<Signature>(*this, name);
-}
-
+}  // namespace detail
 }  // namespace qvjvm
