@@ -9,10 +9,7 @@ namespace {
 
 using testing::ElementsAre;
 
-class ClientCalls : public testing::Test {
- protected:
-  const qvjvm::jvm java = StartOnce();
-};
+using ClientCalls = ClientTest;
 
 TEST_F(ClientCalls, SignaturesFollowTheTypes) {
   using qvjvm::detail::signature_of;
@@ -22,10 +19,20 @@ TEST_F(ClientCalls, SignaturesFollowTheTypes) {
   };
   const Row rows[] = {
       {signature_of<void>.c_str(), "()V"},
+      {signature_of<void, const char*, std::string, std::u8string_view, std::nullptr_t>.c_str(),
+       "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;Ljava/lang/Object;)V"},
+      {signature_of<std::optional<int32_t>, std::optional<qvjvm::object>, qvjvm::boxed<bool>>.c_str(),
+       "(Ljava/lang/Object;Ljava/lang/Boolean;)Ljava/lang/Integer;"},
+      {signature_of<std::vector<std::vector<int32_t>>, std::vector<uint8_t>, std::span<const std::byte>,
+                    std::vector<bool>>.c_str(),
+       "([B[B[Z)[[I"},
+      {signature_of<qvjvm::array<qvjvm::instance<"java/util/List">>, qvjvm::class_ref, qvjvm::global,
+                    qvjvm::throwable>.c_str(),
+       "(Ljava/lang/Class;Ljava/lang/Object;Ljava/lang/Throwable;)[Ljava/util/List;"},
       {signature_of<bool, int8_t, char16_t, int16_t, int32_t, int64_t, float, double>.c_str(), "(BCSIJFD)Z"},
       {signature_of<std::wstring, const wchar_t*, std::u16string>.c_str(),
        "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;"},
-      {signature_of<std::optional<std::wstring>, wchar_t[4]>.c_str(), "(Ljava/lang/String;)Ljava/lang/String;"},
+      {signature_of<std::optional<std::wstring>, std::u16string_view>.c_str(), "(Ljava/lang/String;)Ljava/lang/String;"},
       {signature_of<qvjvm::object, qvjvm::instance<"java/util/List">>.c_str(), "(Ljava/util/List;)Ljava/lang/Object;"},
       {signature_of<std::vector<int8_t>, std::span<const double>>.c_str(), "([D)[B"},
       {signature_of<std::vector<std::wstring>, std::vector<std::wstring>>.c_str(),

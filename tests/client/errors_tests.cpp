@@ -1,4 +1,9 @@
 // Failures in both styles: the text is Java's own and whole, and nothing stays pending.
+#include <jni.h>
+
+#include <functional>
+#include <thread>
+
 #include "tests/client/client_fixture.h"
 
 namespace qvtest {
@@ -6,13 +11,7 @@ namespace {
 
 using testing::HasSubstr;
 
-class ClientErrors : public testing::Test {
- protected:
-  // Any use of JNI with an exception pending would make the next call fail.
-  ~ClientErrors() override { EXPECT_EQ(java.new_string(L"abc").call<int32_t>("length"), 3); }
-
-  const qvjvm::jvm java = StartOnce();
-};
+using ClientErrors = ClientTest;
 
 TEST_F(ClientErrors, AJavaExceptionIsThrownWithItsText) {
   const qvjvm::class_ref integer = java.find_class("java/lang/Integer");
@@ -71,6 +70,160 @@ TEST_F(ClientErrors, ANullObjectIsRefused) {
   EXPECT_EQ(FailureOf([&] { (void)null.get_class(); }).status(), QV_E_INVALIDARG);
   const auto size = java.find_class("java/util/ArrayList").find_method<int32_t()>("size");
   EXPECT_EQ(FailureOf([&] { (void)size(null); }).status(), QV_E_INVALIDARG);
+}
+
+using Faults = qvjvm::instance<"client/Faults">;
+
+qvjvm::java_error ThrownBy(const std::function<void()>& work) {
+  try {
+    work();
+  } catch (const qvjvm::java_error& error) {
+    return error;
+  }
+  throw std::logic_error("nothing was thrown");
+}
+
+TEST_F(ClientErrors, AJavaErrorHasTheThrowableItself) {
+  const qvjvm::java_error error = ThrownBy([&] { Faults::call_static<"chain">(java); });
+  EXPECT_EQ(error.class_name(), L"java.io.IOException");
+  EXPECT_EQ(error.java_message(), L"outer");
+  EXPECT_EQ(error.message(), L"java.io.IOException: outer");
+  EXPECT_STREQ(error.what(), "java.io.IOException: outer");
+  const qvjvm::throwable outer = error.exception();
+  const qvjvm::throwable cause = outer.cause();
+  EXPECT_EQ(cause.text(), L"java.lang.IllegalStateException: inner");
+  EXPECT_FALSE(cause.cause());
+  const auto suppressed = outer.suppressed();
+  ASSERT_EQ(suppressed.size(), 1U);
+  EXPECT_EQ(suppressed[0].message(), L"on the way");
+  const auto stack = outer.stack_trace();
+  ASSERT_EQ(stack.size(), 1U);
+  EXPECT_EQ(stack[0].class_name, L"client.Faults");
+  EXPECT_EQ(stack[0].method, L"chain");
+  EXPECT_EQ(stack[0].file, L"Faults.java");
+  EXPECT_GT(stack[0].line, 10);
+  const std::wstring text = error.stack_text();
+  EXPECT_THAT(text, HasSubstr(L"java.io.IOException: outer"));
+  EXPECT_THAT(text, HasSubstr(L"at client.Faults.chain(Faults.java:"));
+  EXPECT_THAT(text, HasSubstr(L"Suppressed: java.lang.RuntimeException: on the way"));
+  EXPECT_THAT(text, HasSubstr(L"Caused by: java.lang.IllegalStateException: inner"));
+}
+
+TEST_F(ClientErrors, AFailureOfTheResultStyleHasItToo) {
+  const auto failed = Faults::try_call_static<"chain">(java);
+  ASSERT_FALSE(failed);
+  EXPECT_TRUE(failed.reason().is_java());
+  EXPECT_EQ(failed.reason().exception().cause().message(), L"inner");
+  EXPECT_FALSE(Faults::try_call_static<"notThere">(java).reason().message().empty());
+}
+
+TEST_F(ClientErrors, AJavaErrorIsCaughtByItsClass) {
+  const qvjvm::java_error error = ThrownBy([&] { Faults::call_static<"notFound">(java); });
+  EXPECT_TRUE(error.catch_as<"java/io/FileNotFoundException">());
+  const auto io = error.catch_as<"java/io/IOException">();
+  ASSERT_TRUE(io);
+  EXPECT_EQ(io->message(), L"lost.txt");
+  EXPECT_FALSE(error.catch_as<"java/lang/RuntimeException">());
+  EXPECT_FALSE(error.catch_as<"no/such/Exception">());
+}
+
+TEST_F(ClientErrors, AJavaErrorIsRaisedAgainInJava) {
+  const qvjvm::java_error error = ThrownBy([&] { Faults::call_static<"chain">(java); });
+  auto* const env = static_cast<JNIEnv*>(java.env());
+  error.rethrow_in_java();
+  const jthrowable pending = env->ExceptionOccurred();
+  env->ExceptionClear();
+  EXPECT_TRUE(env->IsSameObject(pending, static_cast<jobject>(error.exception().get())));
+  env->DeleteLocalRef(pending);
+}
+
+TEST_F(ClientErrors, ErrorsOutliveFramesThreadsAndTheJvmHandle) {
+  std::optional<qvjvm::java_error> kept;
+  std::thread([&] {
+    const qvjvm::jvm other = qvjvm::jvm::share(java.get());
+    const qvjvm::frame frame(other);
+    kept = ThrownBy([&] { Faults::call_static<"chain">(other); });
+  }).join();
+  EXPECT_EQ(kept->message(), L"java.io.IOException: outer");
+  EXPECT_EQ(kept->exception().cause().message(), L"inner");
+  qvjvm::failure reason;
+  std::thread([&] {
+    const qvjvm::jvm other = qvjvm::jvm::share(java.get());
+    reason = Faults::try_call_static<"notFound">(other).reason();
+  }).join();
+  EXPECT_EQ(reason.message(), L"java.io.FileNotFoundException: lost.txt");
+}
+
+TEST_F(ClientErrors, ExceptionsThatCannotSayWhatTheyAre) {
+  EXPECT_EQ(Faults::try_call_static<"mute">(java).reason().message(), L"client.Faults$Mute");
+  EXPECT_EQ(Faults::try_call_static<"silent">(java).reason().message(), L"client.Faults$Silent: but a message");
+}
+
+TEST_F(ClientErrors, TextsOfAnyLength) {
+  for (const int32_t length : {0, 511, 512, 100000, 5000000}) {
+    const std::wstring text = Faults::try_call_static<"longText">(java, length).reason().message();
+    EXPECT_EQ(text.size(), static_cast<size_t>(length) + std::size(L"java.lang.RuntimeException: ") - 1);
+  }
+}
+
+TEST_F(ClientErrors, AClassThatCannotBeInitialisedSaysWhy) {
+  using Broken = qvjvm::instance<"client/Faults$Broken">;
+  EXPECT_EQ((Broken::try_call_static<"value", int32_t>(java).reason().message()),
+            L"java.lang.ExceptionInInitializerError, caused by java.lang.NumberFormatException: For input string: \"no "
+            L"number\"");
+  EXPECT_THAT((Broken::try_call_static<"value", int32_t>(java).reason().message()),
+              HasSubstr(L"Could not initialize class client.Faults$Broken"));
+}
+
+TEST_F(ClientErrors, AStackThatOverflowsAndAHeapThatIsFull) {
+  EXPECT_EQ((Faults::try_call_static<"deep", int32_t>(java, 0).reason().message()), L"java.lang.StackOverflowError");
+  const auto full = Faults::try_call_static<"fill">(java);
+  ASSERT_FALSE(full);
+  // The heap is still full: even the text has to come without a new object.
+  EXPECT_EQ(full.reason().message(), L"java.lang.OutOfMemoryError: Java heap space");
+  Faults::call_static<"release">(java);
+  EXPECT_EQ((java.create<"java/util/ArrayList">().call<"size", int32_t>()), 0);
+}
+
+TEST_F(ClientErrors, NoTextIsFromAnEarlierCall) {
+  // Another user of the same service object fails first; what it left there is not ours.
+  qv_jclass cls = nullptr;
+  EXPECT_LT(java.get()->FindClass(&cls, "no/such/Other"), 0);
+  EXPECT_THAT(FailureOf([&] { (void)java.find_class("no/such/Thing"); }).message(), HasSubstr(L"no/such/Thing"));
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&, i] {
+      const std::string name = "no/such/Thing" + std::to_string(i) + "x";
+      for (int n = 0; n < 50; ++n) {
+        EXPECT_THAT(java.try_find_class(name.c_str()).reason().what(), HasSubstr(name));
+        EXPECT_FALSE(qvjvm::detail::exception_pending(java.env()));
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST_F(ClientErrors, ResultsAreReadInEveryWay) {
+  const auto good = java.try_create<"java/util/ArrayList">().value().try_call<"size", int32_t>();
+  EXPECT_EQ(good.value(), 0);  // of a constant result
+  EXPECT_FALSE(good.reason());
+  EXPECT_EQ(good.reason().status(), QV_S_OK);
+  EXPECT_EQ(good.reason().message(), L"");
+  const qvjvm::result<void> fine;
+  EXPECT_TRUE(fine);
+  EXPECT_EQ(fine.reason().status(), QV_S_OK);
+  fine.value();
+  const auto bad = Faults::try_call_static<"chain">(java);
+  EXPECT_THROW(bad.value(), qvjvm::java_error);
+  EXPECT_EQ((java.try_create<"java/util/ArrayList">(-1).reason().status()), QV_E_FAIL);
+  EXPECT_EQ((java.new_string("x").try_call<"length", int32_t>().value_or(7)), 1);
+  EXPECT_EQ((java.new_string("x").try_call<"charAt", char16_t>(5).value_or(u'?')), u'?');
+  qvjvm::failure own(5, L"of the host");
+  const qvjvm::failure copy = own;
+  own = {};
+  EXPECT_EQ(copy.message(), L"of the host");
+  EXPECT_FALSE(copy.is_java());
+  EXPECT_FALSE(copy.exception());
 }
 
 TEST_F(ClientErrors, AMissingOrForeignLibraryIsNamed) {

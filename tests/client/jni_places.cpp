@@ -43,6 +43,15 @@ using qvjvm::detail::place;
   QV_PLACE(6, at, before##Float##after);   \
   QV_PLACE(7, at, before##Double##after)
 
+QV_PLACE(0, find_class, FindClass);
+QV_PLACE(0, is_assignable_from, IsAssignableFrom);
+QV_PLACE(0, throw_, Throw);
+QV_PLACE(0, ensure_local_capacity, EnsureLocalCapacity);
+QV_PLACE(0, get_primitive_array_critical, GetPrimitiveArrayCritical);
+QV_PLACE(0, release_primitive_array_critical, ReleasePrimitiveArrayCritical);
+QV_PLACE(0, new_direct_byte_buffer, NewDirectByteBuffer);
+QV_PLACE(0, get_direct_buffer_address, GetDirectBufferAddress);
+QV_PLACE(0, get_direct_buffer_capacity, GetDirectBufferCapacity);
 QV_PLACE(0, exception_occurred, ExceptionOccurred);
 QV_PLACE(0, exception_clear, ExceptionClear);
 QV_PLACE(0, push_local_frame, PushLocalFrame);
@@ -70,6 +79,8 @@ QV_CALLS(call_method_a, Call);
 QV_CALLS(call_static_method_a, CallStatic);
 QV_TYPES(get_field, Get, Field);
 QV_TYPES(get_static_field, GetStatic, Field);
+QV_TYPES(set_field, Set, Field);
+QV_TYPES(set_static_field, SetStatic, Field);
 QV_ARRAYS(new_array, New, Array);
 QV_ARRAYS(get_array_region, Get, ArrayRegion);
 QV_ARRAYS(set_array_region, Set, ArrayRegion);

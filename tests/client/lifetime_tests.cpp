@@ -7,10 +7,7 @@
 namespace qvtest {
 namespace {
 
-class ClientLifetime : public testing::Test {
- protected:
-  const qvjvm::jvm java = StartOnce();
-};
+using ClientLifetime = ClientTest;
 
 TEST_F(ClientLifetime, MoreObjectsThanTheHeapHoldsAreGivenBack) {
   const qvjvm::class_ref list = java.find_class("java/util/ArrayList");

@@ -117,7 +117,7 @@ class array : public object {
     const auto java = enter_from(where);
     if (java.why != nullptr) return detail::failed<array>(java.why);
     detail::passed made;
-    if constexpr (detail::array_element<T>) {
+    if constexpr (detail::array_element<T> && !std::is_same_v<Elements, std::vector<T>>) {
       made = detail::java_type<std::span<const T>>::pass(java.value, elements);
     } else {
       made = detail::java_type<std::vector<T>>::pass(java.value, elements);

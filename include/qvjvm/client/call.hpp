@@ -19,6 +19,10 @@ QVJVM_COLD inline failure_record* mistaken(const comparison& compared, const cha
   return new_failure(QV_E_INVALIDARG, to_utf16(tell(compared, signature)));
 }
 
+/// The signature that a call with those arguments may be given; deduced from the arguments alone.
+template <class Result, class... Arguments>
+using signature_for = std::type_identity_t<call_signature<Result, plain<Arguments>...>>;
+
 // ---- arguments ----
 
 /// The type that an argument of type T is passed as.
@@ -35,7 +39,7 @@ class arguments {
   }
   ~arguments() {
     if constexpr (references > 0) {
-      for (size_t i = 0; i < owned_count_; ++i) invoke<void>(env_, place::delete_local_ref, 0, owned_[i]);
+      for (void* const reference : owned_) delete_local(env_, reference);
     }
   }
   arguments(const arguments&) = delete;
@@ -70,7 +74,7 @@ class arguments {
 
   qv_jnienv env_;
   java_value values_[sizeof...(Arguments) + 1] = {};
-  void* owned_[references + 1];
+  void* owned_[references == 0 ? 1 : references] = {};
   size_t owned_count_ = 0;
   failure_record* why_ = nullptr;
 };
@@ -99,16 +103,25 @@ struct parameter {
 
 // ---- looking up ----
 
+/// The same through the service, which in a joined JVM searches its own class path too; what raised before stays pending
+/// when it finds nothing either.
+QVJVM_COLD inline void* load_class_of_service(const context& java, const char* name) noexcept {
+  const scoped_local why(java.env, invoke<void*>(java.env, place::exception_occurred, 0));
+  clear_exception(java.env);
+  void* found = nullptr;
+  if (java.home->vm()->FindClass(&found, name) >= 0) return found;
+  clear_exception(java.env);
+  if (why.get() != nullptr) invoke<int32_t>(java.env, place::throw_, 0, why.get());
+  return nullptr;
+}
+
 /// The class of that name as a new local reference, or null with an exception pending: through the realm's class loader,
-/// or as the service does it, which in a joined JVM searches its own class path second.
-QVJVM_COLD inline void* load_class(const context& java, const char* name) {
+/// or as Java finds it for code without a loader of its own.
+inline void* load_class(const context& java, const char* name) {
   const qv_jnienv env = java.env;
   if (java.home->loader() == nullptr) {
-    void* found = nullptr;
-    if (java.home->vm()->FindClass(&found, name) >= 0) return found;
-    clear_exception(env);
-    // The service keeps the reason as a text, and not for this thread alone: Java tells it once more.
-    return invoke<void*>(env, place::find_class, 0, name);
+    void* const found = invoke<void*>(env, place::find_class, 0, name);
+    return found != nullptr ? found : load_class_of_service(java, name);
   }
   std::wstring dotted = to_utf16(name);
   for (wchar_t& unit : dotted) {

@@ -84,14 +84,14 @@ class object {
   /// compared before the call: a literal by the compiler, a qvjvm::signature at run time. A void Result drops what the
   /// method gives.
   template <class Result = void, class... Arguments>
-  Result call_as(const char* name, detail::call_signature<Result, std::type_identity_t<detail::plain<Arguments>>...> signature,
+  Result call_as(const char* name, detail::signature_for<Result, Arguments...> signature,
                  const Arguments&... values) const {
     return detail::value_of(call_by_signature<Result>(name, signature.text(), signature.compared(), values...));
   }
   /// The same with a result instead of an exception.
   template <class Result = void, class... Arguments>
   result<Result> try_call_as(const char* name,
-                             detail::call_signature<Result, std::type_identity_t<detail::plain<Arguments>>...> signature,
+                             detail::signature_for<Result, Arguments...> signature,
                              const Arguments&... values) const {
     return result<Result>(call_by_signature<Result>(name, signature.text(), signature.compared(), values...));
   }
@@ -221,7 +221,8 @@ template <std::derived_from<object> T>
 struct java_type<T> : reference_type {
   static constexpr bool keeps_reference = true;
   static consteval auto signature() { return T::java_signature(); }
-  static passed pass(const context&, const T& value) noexcept {
+  // A host's own type may have functions of any name.
+  static passed pass(const context&, const object& value) noexcept {
 #if QVJVM_CHECKED
     if (value.get() != nullptr) return {value.get(), false, value.misuse()};
 #endif
@@ -261,14 +262,14 @@ class class_ref : public object {
   }
   /// A new object from the constructor of that JNI signature, "(Ljava/lang/Object;)V".
   template <class... Arguments>
-  [[nodiscard]] object create_as(detail::call_signature<void, std::type_identity_t<detail::plain<Arguments>>...> signature,
+  [[nodiscard]] object create_as(detail::signature_for<void, Arguments...> signature,
                                  const Arguments&... values) const {
     return detail::value_of(construct(signature.text(), signature.compared(), values...));
   }
   /// The same with a result instead of an exception.
   template <class... Arguments>
   [[nodiscard]] result<object> try_create_as(
-      detail::call_signature<void, std::type_identity_t<detail::plain<Arguments>>...> signature,
+      detail::signature_for<void, Arguments...> signature,
       const Arguments&... values) const {
     return result<object>(construct(signature.text(), signature.compared(), values...));
   }
@@ -287,14 +288,14 @@ class class_ref : public object {
   /// Calls a static method by its JNI signature; see object::call_as.
   template <class Result = void, class... Arguments>
   Result call_static_as(const char* name,
-                        detail::call_signature<Result, std::type_identity_t<detail::plain<Arguments>>...> signature,
+                        detail::signature_for<Result, Arguments...> signature,
                         const Arguments&... values) const {
     return detail::value_of(call_static_by_signature<Result>(name, signature.text(), signature.compared(), values...));
   }
   /// The same with a result instead of an exception.
   template <class Result = void, class... Arguments>
   result<Result> try_call_static_as(
-      const char* name, detail::call_signature<Result, std::type_identity_t<detail::plain<Arguments>>...> signature,
+      const char* name, detail::signature_for<Result, Arguments...> signature,
       const Arguments&... values) const {
     return result<Result>(call_static_by_signature<Result>(name, signature.text(), signature.compared(), values...));
   }

@@ -232,11 +232,11 @@ class instance : public Base {
       -> detail::outcome<typename detail::call_types<Spec, Arguments...>::result> {
     using types = detail::call_types<Spec, Arguments...>;
     using result_type = typename types::result;
-    if (auto* const why = this->misuse()) [[unlikely]] return detail::failed<result_type>(why);
-    auto found = find<detail::member::method, Name, typename types::signature>(this->java());
+    if (auto* const why = object::misuse()) [[unlikely]] return detail::failed<result_type>(why);
+    auto found = find<detail::member::method, Name, typename types::signature>(object::java());
     if (found.why != nullptr) [[unlikely]] return detail::failed<result_type>(found.why);
-    found.value.reference = this->get();
-    return detail::call_known<types>(this->java(), detail::place::call_method_a, found.value, values...);
+    found.value.reference = object::get();
+    return detail::call_known<types>(object::java(), detail::place::call_method_a, found.value, values...);
   }
 
   template <fixed_text Name, class Spec, class Where, class... Arguments>
@@ -253,19 +253,19 @@ class instance : public Base {
 
   template <fixed_text Name, class Value>
   detail::outcome<Value> read() const {
-    if (auto* const why = this->misuse()) [[unlikely]] return detail::failed<Value>(why);
-    const auto found = find<detail::member::field, Name, detail::field_signature<Value>>(this->java());
+    if (auto* const why = object::misuse()) [[unlikely]] return detail::failed<Value>(why);
+    const auto found = find<detail::member::field, Name, detail::field_signature<Value>>(object::java());
     if (found.why != nullptr) [[unlikely]] return detail::failed<Value>(found.why);
-    return detail::get_field<Value>(this->java(), detail::place::get_field, this->get(), found.value.method);
+    return detail::get_field<Value>(object::java(), detail::place::get_field, object::get(), found.value.method);
   }
 
   template <fixed_text Name, class Named, class From>
   detail::outcome<void> write(const From& value) const {
     using type = detail::field_type<Named, From>;
-    if (auto* const why = this->misuse()) [[unlikely]] return {why};
-    const auto found = find<detail::member::field, Name, detail::field_signature<type>>(this->java());
+    if (auto* const why = object::misuse()) [[unlikely]] return {why};
+    const auto found = find<detail::member::field, Name, detail::field_signature<type>>(object::java());
     if (found.why != nullptr) [[unlikely]] return {found.why};
-    return {detail::set_field<type>(this->java(), detail::place::set_field, this->get(), found.value.method, value)};
+    return {detail::set_field<type>(object::java(), detail::place::set_field, object::get(), found.value.method, value)};
   }
 
   template <fixed_text Name, class Value, class Where>
