@@ -82,19 +82,19 @@ class arguments {
 /// A parameter of type P that gets a value of type A.
 template <class P, class A>
 struct parameter {
-  using own = java_type<plain<A>>;
   static constexpr bool derived = std::is_base_of_v<P, plain<A>>;
-  static constexpr fit fitting =
-      derived ? fit::yes : fits(own_signature<plain<A>>.view(), own_signature<P>.view());
+  static constexpr fit fitting = derived ? fit::yes : fits(own_signature<plain<A>>.view(), own_signature<P>.view());
   static constexpr bool number =
-      java_type<P>::primitive && own::primitive && std::is_convertible_v<const A&, P>;
-  static_assert(number || fitting != fit::no, "qvjvm: an argument does not fit the declared parameter");
+      java_type<P>::primitive && java_type<plain<A>>::primitive && std::is_convertible_v<const A&, P>;
   static constexpr bool ask = !number && fitting == fit::ask_java;
 
   /// What the call converts: numbers as the parameter's type, references as they are.
   static decltype(auto) carry(const A& value) noexcept {
+    static_assert(number || fitting != fit::no, "qvjvm: an argument does not fit the declared parameter");
     if constexpr (number) {
       return static_cast<P>(value);
+    } else if constexpr (java_type<P>::primitive) {
+      return P{};  // the assertion has said it
     } else {
       return (value);
     }
@@ -375,7 +375,7 @@ failure_record* set_field(const context& java, place family, void* target, field
     invoke<void>(java.env, family, java_type<Value>::step, target, id,
                  static_cast<typename java_type<Value>::stored>(given::carry(value)));
   } else {
-    const arguments<From> made(java, value);
+    const arguments<From> made(java, given::carry(value));
     if (made.why() != nullptr) return made.why();
     if constexpr (given::ask) {
       auto* const why = verify_result(java, made.values()[0].l, own_signature<Value>.view());

@@ -331,6 +331,7 @@ class [[nodiscard]] result {
     return std::move(*value_);
   }
   /// The value, or the given one when there is none.
+  [[nodiscard]] T value_or(T other) const& { return value_ ? *value_ : std::move(other); }
   [[nodiscard]] T value_or(T other) && { return value_ ? std::move(*value_) : std::move(other); }
   /// The reason of a failure; one with status 0 and no text on success.
   [[nodiscard]] const failure& reason() const noexcept { return reason_; }

@@ -41,16 +41,23 @@ template <class Result, class... Parameters, class... Arguments>
 struct call_types<Result(Parameters...), Arguments...> {
   using result = Result;
   using signature = typed_signature<Result, Parameters...>;
-  static_assert(sizeof...(Parameters) == sizeof...(Arguments),
-                "qvjvm: the call gives more or fewer arguments than the method has parameters");
-  template <size_t... Index>
-  static constexpr uint64_t marks(std::index_sequence<Index...>) {
-    return (uint64_t{0} | ... | (uint64_t{parameter<Parameters, Arguments>::ask} << Index));
-  }
-  static constexpr uint64_t ask = marks(std::index_sequence_for<Arguments...>());
+  static constexpr bool counted = sizeof...(Parameters) == sizeof...(Arguments);
+  static constexpr uint64_t ask = [] {
+    uint64_t marks = 0;
+    if constexpr (counted) {
+      size_t at = 0;
+      ((marks |= uint64_t{parameter<Parameters, Arguments>::ask} << at++), ...);
+    }
+    return marks;
+  }();
   template <class Call>
   static decltype(auto) apply(const Call& call, const Arguments&... values) {
-    return call(parameter<Parameters, Arguments>::carry(values)...);
+    static_assert(counted, "qvjvm: the call gives more or fewer arguments than the method has parameters");
+    if constexpr (counted) {
+      return call(parameter<Parameters, Arguments>::carry(values)...);
+    } else {
+      return call(values...);
+    }
   }
 };
 

@@ -1,0 +1,8 @@
+// The compiler says: this C++ type has no Java counterpart
+#include "qvjvm/qvjvm.hpp"
+
+struct Point {
+  int x;
+};
+
+void Use(const qvjvm::object& list) { (void)list.call<Point>("get", 1); }

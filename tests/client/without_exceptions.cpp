@@ -1,0 +1,66 @@
+// The half of the client that hands results back, in a build without exceptions and run-time types.
+#include <cstdio>
+
+#include "qvjvm/qvjvm.hpp"
+
+#if QVJVM_EXCEPTIONS
+#error "this program is built without exceptions"
+#endif
+
+namespace {
+
+int g_failed = 0;
+
+void Expect(bool holds, const char* what) {
+  if (holds) return;
+  ++g_failed;
+  std::printf("failed: %s\n", what);
+}
+
+void UseEverything(const qvjvm::jvm& java) {
+  using Integer = qvjvm::instance<"java/lang/Integer">;
+  const auto list = java.try_create<"java/util/ArrayList">();
+  Expect(static_cast<bool>(list), "create");
+  Expect((list.value().try_call<"add", bool(qvjvm::object)>("text")).value(), "add");
+  Expect(list.value().try_call<int32_t>("size").value() == 1, "size by name");
+  Expect(list.value().try_call_as<std::string>("get", "(I)Ljava/lang/Object;", 0).value() == "text", "get");
+  Expect(!list.value().try_as<Integer>(), "a list is no Integer");
+
+  const auto parsed = Integer::try_call_static<"parseInt", int32_t>(java, L"seventeen");
+  Expect(!parsed && parsed.reason().message() == L"java.lang.NumberFormatException: For input string: \"seventeen\"",
+         "the text of a Java exception");
+  Expect(parsed.reason().exception().class_name() == L"java.lang.NumberFormatException", "its class");
+  Expect(!parsed.reason().exception().stack_trace().empty(), "its stack");
+  Expect(parsed.value_or(7) == 7, "value_or");
+
+  const auto found = java.try_find_class("java/lang/Integer");
+  const auto parse = found.value().try_find_static_method<int32_t(std::wstring_view)>("parseInt");
+  Expect(parse.value().try_call(L"42").value() == 42, "a resolved method");
+  Expect(!java.try_find_class("no/such/Thing"), "a missing class");
+  Expect(Integer::try_static_field<"MAX_VALUE", int32_t>(java).value() == 2147483647, "a static field");
+
+  const std::vector<int32_t> numbers = {1, 2, 3};
+  const auto made = qvjvm::try_new_list(java, numbers);
+  int32_t sum = 0;
+  Expect(static_cast<bool>(qvjvm::try_for_each<int32_t>(made.value(), [&](int32_t number) { sum += number; })), "a loop");
+  Expect(sum == 6, "its sum");
+  const auto array = qvjvm::array<int32_t>::try_make(java, numbers);
+  Expect(array.value().try_at(2).value() == 3, "an array");
+  Expect(!array.value().try_at(3), "an array's end");
+  const auto kept = qvjvm::global::try_make(list.value());
+  Expect(kept.value().try_on_this_thread<qvjvm::instance<"java/util/List">>().value().same_as(list.value()), "a global");
+  Expect(!qvjvm::jvm().try_find_class("x"), "an empty jvm");
+}
+
+}  // namespace
+
+int main() {
+  const auto java = qvjvm::jvm::try_start();
+  if (!java) {
+    std::printf("%s\n", java.reason().what());
+    return 1;
+  }
+  UseEverything(java.value());
+  if (g_failed == 0) std::printf("everything held\n");
+  return g_failed == 0 ? 0 : 1;
+}
