@@ -36,8 +36,7 @@ namespace detail {
 template <class Self>
 class entry {
  public:
-  /// A class by its JNI name, "java/lang/String". In a joined JVM the service's own class path is searched second. A
-  /// pending exception of the host's own JNI calls is cleared.
+  /// A class by its JNI name, "java/lang/String". In a joined JVM the service's own class path is searched second.
   /// @throws qvjvm::error when there is no such class.
   [[nodiscard]] class_ref find_class(const char* name) const { return value_of(find(name)); }
   /// The same with a result instead of an exception.
@@ -141,6 +140,9 @@ inline failure_record* fill_roots(const context& java) {
     return new_failure(QV_E_FAIL, L"Java has no memory, or not the classes that every Java has");
   }
   java.home->set_roots(roots);
+  int32_t created = 0;
+  java.home->vm()->IsJVMCreated(&created);
+  java.home->set_joined(created == 0);
   return nullptr;
 }
 

@@ -103,8 +103,7 @@ struct parameter {
 
 // ---- looking up ----
 
-/// The same through the service, which in a joined JVM searches its own class path too; what raised before stays pending
-/// when it finds nothing either.
+/// A class of the service's own class path in a joined JVM; what raised before stays pending when it is not there either.
 QVJVM_COLD inline void* load_class_of_service(const context& java, const char* name) noexcept {
   const scoped_local why(java.env, invoke<void*>(java.env, place::exception_occurred, 0));
   clear_exception(java.env);
@@ -121,7 +120,7 @@ inline void* load_class(const context& java, const char* name) {
   const qv_jnienv env = java.env;
   if (java.home->loader() == nullptr) {
     void* const found = invoke<void*>(env, place::find_class, 0, name);
-    return found != nullptr ? found : load_class_of_service(java, name);
+    return found != nullptr || !java.home->joined() ? found : load_class_of_service(java, name);
   }
   std::wstring dotted = to_utf16(name);
   for (wchar_t& unit : dotted) {

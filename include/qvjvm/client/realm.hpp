@@ -98,6 +98,9 @@ class realm {
 
   [[nodiscard]] IQV_JavaVM* vm() const noexcept { return vm_; }
   [[nodiscard]] void* loader() const noexcept { return loader_; }
+  /// Whether the service joined a JVM, and so has a class path of its own.
+  [[nodiscard]] bool joined() const noexcept { return joined_; }
+  void set_joined(bool joined) noexcept { joined_ = joined; }
   [[nodiscard]] const root_classes& roots() const noexcept { return roots_; }
   void set_roots(const root_classes& roots) noexcept { roots_ = roots; }
 
@@ -160,6 +163,7 @@ class realm {
   void* loader_;
   const char* anchor_;
   uint32_t places_;
+  bool joined_ = false;
   root_classes roots_;
   std::atomic<kept_name*> names_{nullptr};
   std::atomic<kept_name*> globals_{nullptr};

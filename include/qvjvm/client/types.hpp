@@ -326,6 +326,11 @@ inline passed pass_array(const context& java, size_t step, const void* elements,
   const passed array = made(java, invoke<void*>(java.env, place::new_array, step, length));
   if (array.why == nullptr) {
     invoke<void>(java.env, place::set_array_region, step, array.reference, int32_t{0}, length, elements);
+    if (exception_pending(java.env)) [[unlikely]] {
+      const passed none{nullptr, false, take_exception(java)};
+      delete_local(java.env, array.reference);
+      return none;
+    }
   }
   return array;
 }
@@ -334,9 +339,11 @@ inline int32_t array_length(const local& array) noexcept {
   return array.get() == nullptr ? 0 : invoke<int32_t>(array.java().env, place::get_array_length, 0, array.get());
 }
 
-/// The stored form of a boolean is a byte.
-inline void read_region(const local& array, size_t step, int32_t first, int32_t count, void* into) noexcept {
-  invoke<void>(array.java().env, place::get_array_region, step, array.get(), first, count, into);
+/// Copies all elements; the stored form of a boolean is a byte.
+inline failure_record* read_elements(const local& array, size_t step, int32_t count, void* into) noexcept {
+  if (count == 0) return nullptr;
+  invoke<void>(array.java().env, place::get_array_region, step, array.get(), int32_t{0}, count, into);
+  return exception_pending(array.java().env) ? take_exception(array.java()) : nullptr;
 }
 
 template <array_element T>
@@ -355,13 +362,13 @@ struct java_type<std::vector<T>> : reference_type {
     const int32_t length = array_length(from);
     if constexpr (std::is_same_v<T, bool>) {
       std::vector<uint8_t> bytes(static_cast<size_t>(length));
-      if (length > 0) read_region(from, array_step<T>, 0, length, bytes.data());
+      auto* const why = read_elements(from, array_step<T>, length, bytes.data());
       into.assign(bytes.begin(), bytes.end());
+      return why;
     } else {
       into.resize(static_cast<size_t>(length));
-      if (length > 0) read_region(from, array_step<T>, 0, length, into.data());
+      return read_elements(from, array_step<T>, length, into.data());
     }
-    return nullptr;
   }
 };
 
@@ -429,6 +436,7 @@ requires(!array_element<T>) struct java_type<std::vector<T>> : reference_type {
     if constexpr (java_type<T>::keeps_reference) expect_references(java.env, length + 16);
     for (int32_t i = 0; i < length; ++i) {
       local element(java, invoke<void*>(java.env, place::get_object_array_element, 0, from.get(), i));
+      if (element.get() == nullptr && exception_pending(java.env)) return take_exception(java);
       T value{};
       if (failure_record* const why = read_reference(std::move(element), value)) return why;
       into.push_back(std::move(value));
