@@ -4,10 +4,10 @@
 int main() {
   try {
     const qvjvm::jvm java = qvjvm::jvm::start();
-    const qvjvm::object list = java.find_class("java/util/ArrayList").create();
-    list.call<bool>("add", java.new_string(L"Grüße"));
-    std::printf("%d entry on Java %ls\n", list.call<int32_t>("size"), java.java_version().c_str());
-    java.find_class("java/lang/Integer").call_static<int32_t>("parseInt", L"seventeen");
+    const auto list = java.create<"java/util/ArrayList">();
+    list.call<"add", bool(qvjvm::object)>("Grüße");
+    std::printf("%d entry on Java %ls\n", list.call<"size", int32_t>(), java.java_version().c_str());
+    java.call_static<"java/lang/Integer", "parseInt", int32_t>("seventeen");
   } catch (const qvjvm::error& error) {
     std::printf("%s\n", error.what());  // java.lang.NumberFormatException: For input string: "seventeen"
   }

@@ -65,16 +65,16 @@ class entry {
     return instance<Class>::template try_call_static<Name, Spec>(self(), values...);
   }
 
-  /// A new Java string.
+  /// A new Java string. As an argument it is an Object; text itself is a String.
   /// @throws qvjvm::error without memory in Java.
   template <class Text>
-  [[nodiscard]] instance<"java/lang/String"> new_string(const Text& text) const {
+  [[nodiscard]] object new_string(const Text& text) const {
     return value_of(make_string(text));
   }
   /// The same with a result instead of an exception.
   template <class Text>
-  [[nodiscard]] result<instance<"java/lang/String">> try_new_string(const Text& text) const {
-    return result<instance<"java/lang/String">>(make_string(text));
+  [[nodiscard]] result<object> try_new_string(const Text& text) const {
+    return result<object>(make_string(text));
   }
 
   /// The calling thread's JNIEnv*, for JNI by hand. No exception may stay pending after it.
@@ -97,13 +97,12 @@ class entry {
   }
 
   template <class Text>
-  outcome<instance<"java/lang/String">> make_string(const Text& text) const {
-    using string = instance<"java/lang/String">;
+  outcome<object> make_string(const Text& text) const {
     const auto java = enter_from(self());
-    if (java.why != nullptr) [[unlikely]] return failed<string>(java.why);
+    if (java.why != nullptr) [[unlikely]] return failed<object>(java.why);
     const passed made = argument_type<Text>::pass(java.value, text);
-    if (made.why != nullptr) [[unlikely]] return failed<string>(made.why);
-    return {nullptr, string(local(java.value, made.reference))};
+    if (made.why != nullptr) [[unlikely]] return failed<object>(made.why);
+    return {nullptr, object(local(java.value, made.reference))};
   }
 };
 

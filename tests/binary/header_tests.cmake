@@ -1,18 +1,6 @@
 # The public headers compile alone, also twice in a row: for C and C++ where they promise both, with this build's compiler
 # and with clang for both binary interfaces of Windows. A test each; they run natively, in no time.
-find_program(QV_CLANG NAMES clang clang-14 NO_CMAKE_FIND_ROOT_PATH)
-
-# The headers of this build's compiler, for clang, which brings none for Windows: C's, and C++'s before them.
-set(c_headers "")
-set(cxx_headers "")
-foreach(folder IN LISTS CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES)
-  if(folder MATCHES "/c\\+\\+")
-    list(APPEND cxx_headers -isystem ${folder})
-  elseif(EXISTS ${folder}/windows.h)
-    list(APPEND c_headers -isystem ${folder})
-  endif()
-endforeach()
-set(clang_target_mingw x86_64-w64-mingw32)
+include(${CMAKE_CURRENT_LIST_DIR}/../support/clang.cmake)
 
 if(MSVC)
   return()  # its build of the tests compiles the headers already, and it has no -fsyntax-only
@@ -34,8 +22,8 @@ foreach(header IN LISTS c_and_cxx)
     string(REPLACE "c++" cxx upper ${language})
     string(TOUPPER ${upper} upper)
     qv_add_header_test(${header} mingw.${form} ${language} ${CMAKE_${upper}_COMPILER} ${standard})
-    foreach(target IN ITEMS x86_64-pc-windows-msvc ${clang_target_mingw})
-      qv_add_header_test(${header} clang-${target}.${form} ${language} "${QV_CLANG}" --target=${target} ${c_headers}
+    foreach(target IN ITEMS x86_64-pc-windows-msvc ${QV_CLANG_TARGET})
+      qv_add_header_test(${header} clang-${target}.${form} ${language} "${QV_CLANG}" --target=${target} ${QV_CLANG_C_HEADERS}
                          ${standard})
     endforeach()
   endforeach()
@@ -46,5 +34,5 @@ foreach(header IN LISTS cxx_only)
   qv_add_header_test(${header} mingw.c++20 c++ ${CMAKE_CXX_COMPILER} -std=c++20)
 endforeach()
 # It includes all the others.
-qv_add_header_test(qvjvm/qvjvm.hpp clang-mingw.c++20 c++ "${QV_CLANG}" --target=${clang_target_mingw} ${cxx_headers}
-                   ${c_headers} -std=c++20)
+qv_add_header_test(qvjvm/qvjvm.hpp clang-mingw.c++20 c++ "${QV_CLANG}" --target=${QV_CLANG_TARGET} ${QV_CLANG_CXX_HEADERS}
+                   ${QV_CLANG_C_HEADERS} -std=c++20)

@@ -3,9 +3,9 @@
 get_target_property(definitions qv_rules INTERFACE_COMPILE_DEFINITIONS)
 list(TRANSFORM definitions PREPEND -D)
 set(lock_options
-    --target=${clang_target_mingw}
-    ${cxx_headers}
-    ${c_headers}
+    --target=${QV_CLANG_TARGET}
+    ${QV_CLANG_CXX_HEADERS}
+    ${QV_CLANG_C_HEADERS}
     -isystem ${QV_JNI_INCLUDE}
     -isystem ${QV_JNI_MD_INCLUDE}
     -I${PROJECT_SOURCE_DIR}

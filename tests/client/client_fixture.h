@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "qvjvm/qvjvm.hpp"
 
@@ -16,10 +17,36 @@ inline std::filesystem::path ProgramFolder() {
   return std::filesystem::path(path).parent_path();
 }
 
+// Where Java itself watches the use of JNI (-Xcheck:jni), what it reports is a failure.
+class ReportsOfJava : public testing::Environment {
+ public:
+  ReportsOfJava() {
+    static int process = 0;
+    m_log = std::filesystem::temp_directory_path() /
+            (L"qvclient" + std::to_wstring(GetCurrentProcessId()) + std::to_wstring(++process) + L".log");
+  }
+  [[nodiscard]] const std::filesystem::path& Log() const { return m_log; }
+  void TearDown() override {
+    std::ifstream log(m_log);
+    for (std::string line; std::getline(log, line);) {
+      EXPECT_THAT(line, testing::Not(testing::HasSubstr("WARNING in native method")));
+      EXPECT_THAT(line, testing::Not(testing::HasSubstr("exceeds capacity")));
+      EXPECT_THAT(line, testing::Not(testing::HasSubstr("FATAL ERROR")));
+    }
+    log.close();
+    std::filesystem::remove(m_log);
+  }
+
+ private:
+  std::filesystem::path m_log;
+};
+
 inline const qvjvm::jvm& Java() {
   static const qvjvm::jvm java = [] {
     qvjvm::jvm started = qvjvm::jvm::start((ProgramFolder() / L"clienttests.jar").c_str());
-    started.set_log_enabled(false);
+    auto* const reports = new ReportsOfJava();
+    started.set_log_file(reports->Log().c_str());
+    testing::AddGlobalTestEnvironment(reports);
     return started;
   }();
   return java;

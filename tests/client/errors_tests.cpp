@@ -216,8 +216,8 @@ TEST_F(ClientErrors, ResultsAreReadInEveryWay) {
   const auto bad = Faults::try_call_static<"chain">(java);
   EXPECT_THROW(bad.value(), qvjvm::java_error);
   EXPECT_EQ((java.try_create<"java/util/ArrayList">(-1).reason().status()), QV_E_FAIL);
-  EXPECT_EQ((java.new_string("x").try_call<"length", int32_t>().value_or(7)), 1);
-  EXPECT_EQ((java.new_string("x").try_call<"charAt", char16_t>(5).value_or(u'?')), u'?');
+  EXPECT_EQ(java.new_string("x").try_call<int32_t>("length").value_or(7), 1);
+  EXPECT_EQ(java.new_string("x").try_call<char16_t>("charAt", 5).value_or(u'?'), u'?');
   qvjvm::failure own(5, L"of the host");
   const qvjvm::failure copy = own;
   own = {};
