@@ -1,5 +1,5 @@
-// The C++ client against hand-written JNI that keeps its classes and ids and checks for exceptions, as a careful host would
-// write it.
+// The C++ client against hand-written JNI that keeps its classes and ids and checks for exceptions, as a careful host
+// would write it.
 #include <array>
 #include <atomic>
 #include <thread>

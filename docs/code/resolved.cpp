@@ -12,8 +12,8 @@ int main() {
   const qvjvm::global shared(counter::create(java));  // for every thread
 
   std::thread worker([&] {
-    const qvjvm::frame frame(java);                       // gives back every reference of this block
-    const auto mine = shared.on_this_thread<counter>();   // the thread joins the JVM here
+    const qvjvm::frame frame(java);                      // gives back every reference of this block
+    const auto mine = shared.on_this_thread<counter>();  // the thread joins the JVM here
     for (int i = 0; i < 1000; ++i) mine.increment();
   });  // and leaves it when it ends
   worker.join();

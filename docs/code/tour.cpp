@@ -94,8 +94,8 @@ void threads(const qvjvm::jvm& java) {
     const qvjvm::thread_jvm here = java.on_this_thread();  // asks for the thread once, for many calls
     for (int i = 0; i < 3; ++i) {
       const auto value = here.call_static<"java/lang/Long", "parseLong", int64_t>(std::to_string(i));
-      shared.on_this_thread<qvjvm::instance<"java/util/concurrent/atomic/AtomicLong">>()
-          .call<"addAndGet", int64_t>(value);
+      shared.on_this_thread<qvjvm::instance<"java/util/concurrent/atomic/AtomicLong">>().call<"addAndGet", int64_t>(
+          value);
     }
   });
   worker.join();

@@ -7,14 +7,14 @@
  * Ownership: an object that comes back through an out-pointer belongs to the caller. IQvString objects are given back
  * with Release; Java references with DeleteLocalRef or DeleteGlobalRef. Local references belong to the thread that got
  * them and must not be used on another one.
- * Errors: a negative status is a failure. FindClass, the typed calls and the array operations leave a record that GetErrorText
- * and GetErrorCode read; the operations on references, strings and objects (slots 7 to 11 and 13 to 19) and the queries
- * (48 to 56) leave none, or an older one.
- * Null: a null out-pointer, name or reference fails (deleting null does not), with a record where the operation leaves one.
- * The signature of a typed call goes to Java as it is and must not be null. FindClass clears an exception that is pending.
- * Threads: every operation may run on any thread; a thread is attached to the JVM at its first Java operation and
- * detached when it ends. One service object is meant to be used by one thread at a time, because its error record is
- * shared; make one object per thread with QV_CreateJavaVM where several threads need texts.
+ * Errors: a negative status is a failure. FindClass, the typed calls and the array operations leave a record that
+ * GetErrorText and GetErrorCode read; the operations on references, strings and objects (slots 7 to 11 and 13 to 19)
+ * and the queries (48 to 56) leave none, or an older one. Null: a null out-pointer, name or reference fails (deleting
+ * null does not), with a record where the operation leaves one. The signature of a typed call goes to Java as it is and
+ * must not be null. FindClass clears an exception that is pending. Threads: every operation may run on any thread; a
+ * thread is attached to the JVM at its first Java operation and detached when it ends. One service object is meant to
+ * be used by one thread at a time, because its error record is shared; make one object per thread with QV_CreateJavaVM
+ * where several threads need texts.
  */
 #ifndef QVJVM_QVJVM_H
 #define QVJVM_QVJVM_H

@@ -17,7 +17,8 @@ using ClientCollections = ClientTest;
 TEST_F(ClientCollections, ListsSetsAndMapsAreMadeOfRanges) {
   EXPECT_EQ(qvjvm::new_list(java, std::vector<int32_t>{3, 1}).call<std::wstring>("toString"), L"[3, 1]");
   EXPECT_EQ(qvjvm::new_set(java, std::set<std::string>{"b", "a"}).call<std::wstring>("toString"), L"[a, b]");
-  EXPECT_EQ(qvjvm::new_map(java, std::map<std::wstring, double>{{L"x", 0.5}}).call<std::wstring>("toString"), L"{x=0.5}");
+  EXPECT_EQ(qvjvm::new_map(java, std::map<std::wstring, double>{{L"x", 0.5}}).call<std::wstring>("toString"),
+            L"{x=0.5}");
   EXPECT_EQ(qvjvm::new_list(java, std::vector<bool>{true}).call<std::wstring>("toString"), L"[true]");
   const std::vector<std::optional<std::string>> gaps = {"x", std::nullopt};
   EXPECT_EQ(qvjvm::new_list(java, gaps).call<std::wstring>("toString"), L"[x, null]");
@@ -28,16 +29,19 @@ TEST_F(ClientCollections, ALoopGoesOverEverythingThatHasElements) {
   const auto list = qvjvm::new_list(java, std::vector<std::wstring>{L"a", L"b"});
   std::wstring all;
   for (const std::wstring& element : qvjvm::elements<std::wstring>(list)) all += element;
-  for (const std::wstring& element : qvjvm::elements<std::wstring>(list.call<qvjvm::instance<"java/util/Iterator">>("iterator"))) {
+  for (const std::wstring& element :
+       qvjvm::elements<std::wstring>(list.call<qvjvm::instance<"java/util/Iterator">>("iterator"))) {
     all += element;
   }
-  for (const std::wstring& element : qvjvm::elements<std::wstring>(qvjvm::array<std::wstring>::make(java, std::vector<std::wstring>{L"c"}))) {
+  for (const std::wstring& element :
+       qvjvm::elements<std::wstring>(qvjvm::array<std::wstring>::make(java, std::vector<std::wstring>{L"c"}))) {
     all += element;
   }
   for (const qvjvm::object& element : qvjvm::elements<qvjvm::object>(list)) all += element.as<std::wstring>();
   EXPECT_EQ(all, L"ababcab");
   int32_t sum = 0;
-  for (const int32_t number : qvjvm::elements<int32_t>(Sample::call_static<"numbers", qvjvm::instance<"java/util/List">>(java, 5))) {
+  for (const int32_t number :
+       qvjvm::elements<int32_t>(Sample::call_static<"numbers", qvjvm::instance<"java/util/List">>(java, 5))) {
     sum += number;
   }
   EXPECT_EQ(sum, 10);
@@ -65,7 +69,8 @@ TEST_F(ClientCollections, AnElementOfAnotherTypeIsAFailure) {
   EXPECT_EQ(texts.reason().message(), L"a java.lang.Integer was taken for a java/lang/String");
   const auto numbers = qvjvm::try_to_vector<int32_t>(qvjvm::new_list(java, std::vector<std::string>{"x"}));
   EXPECT_EQ(numbers.reason().message(), L"a java.lang.String was taken for a java/lang/Integer");
-  const auto values = qvjvm::try_entries<std::string, int32_t>(qvjvm::new_map(java, std::map<int32_t, int32_t>{{1, 1}}));
+  const auto values =
+      qvjvm::try_entries<std::string, int32_t>(qvjvm::new_map(java, std::map<int32_t, int32_t>{{1, 1}}));
   EXPECT_EQ(values.reason().message(), L"a java.lang.Integer was taken for a java/lang/String");
 }
 

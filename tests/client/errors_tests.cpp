@@ -229,7 +229,8 @@ TEST_F(ClientErrors, ResultsAreReadInEveryWay) {
 TEST_F(ClientErrors, AMissingOrForeignLibraryIsNamed) {
   EXPECT_THAT(FailureOf([] { (void)qvjvm::jvm::start(nullptr, L"no-such-service.dll"); }).message(),
               HasSubstr(L"no-such-service.dll"));
-  EXPECT_THAT(FailureOf([] { (void)qvjvm::jvm::start(nullptr, L"kernel32.dll"); }).message(), HasSubstr(L"kernel32.dll"));
+  EXPECT_THAT(FailureOf([] { (void)qvjvm::jvm::start(nullptr, L"kernel32.dll"); }).message(),
+              HasSubstr(L"kernel32.dll"));
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Every JNI function that the client uses fails in turn, at its first call, its second, and so on, in a real JVM: each use of
-// the client ends with a failure or as ever, leaves no exception pending, and gives every reference back.
+// Every JNI function that the client uses fails in turn, at its first call, its second, and so on, in a real JVM: each
+// use of the client ends with a failure or as ever, leaves no exception pending, and gives every reference back.
 #include <jni.h>
 
 #include <array>
@@ -52,9 +52,9 @@ class FailingJni {
 
   static constexpr bool GivesLocal(size_t at) {
     for (const place each : {place::find_class, place::exception_occurred, place::new_local_ref, place::new_object_a,
-                             place::get_object_class, place::call_method_a, place::get_field, place::call_static_method_a,
-                             place::get_static_field, place::new_string, place::new_object_array,
-                             place::get_object_array_element, place::new_direct_byte_buffer}) {
+                             place::get_object_class, place::call_method_a, place::get_field,
+                             place::call_static_method_a, place::get_static_field, place::new_string,
+                             place::new_object_array, place::get_object_array_element, place::new_direct_byte_buffer}) {
       if (at == static_cast<size_t>(each)) return true;
     }
     const auto arrays = static_cast<size_t>(place::new_array);
@@ -184,10 +184,12 @@ const Use kUses[] = {
      [](const qvjvm::jvm& java) -> bool {
        const auto sample = Sample::try_create(java, 7);
        if (!sample) return false;
-       return AllOf{sample.value().try_field<"ofInt", int32_t>(), sample.value().try_set_field<"ofText">("x"),
+       return AllOf{sample.value().try_field<"ofInt", int32_t>(),
+                    sample.value().try_set_field<"ofText">("x"),
                     sample.value().try_field<"ofText", std::wstring>(),
                     sample.value().try_call<"same", qvjvm::object(qvjvm::object)>("x"),
-                    Sample::try_set_static_field<"staticInt">(java, 5), Sample::try_static_field<"staticInt", int32_t>(java)};
+                    Sample::try_set_static_field<"staticInt">(java, 5),
+                    Sample::try_static_field<"staticInt", int32_t>(java)};
      }},
     {"handles",
      [](const qvjvm::jvm& java) -> bool {
@@ -209,8 +211,11 @@ const Use kUses[] = {
        const auto texts = qvjvm::array<std::string>::try_make(java, std::vector<std::string>{"a", "b"});
        if (!AllOf{numbers, texts}) return false;
        std::vector<int32_t> into(2);
-       return AllOf{numbers.value().try_get_region(0, into), numbers.value().try_set(1, 9), numbers.value().try_critical(),
-                    texts.value().try_at(1), texts.value().try_as<std::vector<std::string>>(),
+       return AllOf{numbers.value().try_get_region(0, into),
+                    numbers.value().try_set(1, 9),
+                    numbers.value().try_critical(),
+                    texts.value().try_at(1),
+                    texts.value().try_as<std::vector<std::string>>(),
                     Sample::try_call_static<"triangle", std::vector<std::vector<int32_t>>>(java, 3),
                     Sample::try_call_static<"mixed", std::vector<qvjvm::object>>(java),
                     Sample::try_call_static<"bytes", std::vector<uint8_t>>(java, std::vector<uint8_t>{1})};
@@ -240,8 +245,9 @@ const Use kUses[] = {
      }},
     {"another loader",
      [](const qvjvm::jvm& java) -> bool {
-       const auto loader = qvjvm::instance<"java/lang/ClassLoader">::try_call_static<
-           "getSystemClassLoader", qvjvm::instance<"java/lang/ClassLoader">>(java);
+       const auto loader =
+           qvjvm::instance<"java/lang/ClassLoader">::try_call_static<"getSystemClassLoader",
+                                                                     qvjvm::instance<"java/lang/ClassLoader">>(java);
        if (!loader) return false;
        const auto other = java.try_with_loader(loader.value());
        if (!other) return false;

@@ -1,5 +1,5 @@
-// Random signatures, names and texts: whatever comes, the client answers, and what it lets through is what Java takes. The seed
-// is in the failure's trace.
+// Random signatures, names and texts: whatever comes, the client answers, and what it lets through is what Java takes.
+// The seed is in the failure's trace.
 #include <random>
 
 #include "tests/client/client_fixture.h"
@@ -24,8 +24,29 @@ class Random {
 };
 
 std::string RandomSignature(Random& random) {
-  static const char* const pieces[] = {"(", ")", "V", "Z", "B", "C", "S", "I", "J", "F", "D", "[", "L", ";", "/", "X",
-                                       "Ljava/lang/Object;", "Ljava/lang/String;", "Lno/such/Type;", "L;", "[I", "[[", ""};
+  static const char* const pieces[] = {"(",
+                                       ")",
+                                       "V",
+                                       "Z",
+                                       "B",
+                                       "C",
+                                       "S",
+                                       "I",
+                                       "J",
+                                       "F",
+                                       "D",
+                                       "[",
+                                       "L",
+                                       ";",
+                                       "/",
+                                       "X",
+                                       "Ljava/lang/Object;",
+                                       "Ljava/lang/String;",
+                                       "Lno/such/Type;",
+                                       "L;",
+                                       "[I",
+                                       "[[",
+                                       ""};
   std::string text = random.Below(4) == 0 ? "" : "(";
   for (size_t i = random.Below(5); i > 0; --i) text += random.Of(pieces);
   if (random.Below(4) != 0) text += ")";
@@ -65,7 +86,8 @@ TEST_F(ClientFuzz, SignaturesAreTakenApartAsJavaDoes) {
 }
 
 std::string RandomName(Random& random) {
-  static const char* const pieces[] = {"java", "/", ".", "lang", "String", "$", "[", ";", " ", "\xC3\xA4", "I", "L", "<init>"};
+  static const char* const pieces[] = {"java", "/", ".",        "lang", "String", "$",     "[",
+                                       ";",    " ", "\xC3\xA4", "I",    "L",      "<init>"};
   std::string text;
   for (size_t i = random.Below(7); i > 0; --i) text += random.Of(pieces);
   return text;
@@ -90,10 +112,10 @@ TEST_F(ClientFuzz, NamesAreFoundOrNot) {
 TEST_F(ClientFuzz, TextsComeBackAsTheyWere) {
   Random random(20260103);
   const auto sample = Sample::create(java);
-  static const wchar_t units[] = {L'\0', L'a', L'\x7F', L'\x80', L'\x7FF', L'\x800', L'\xD800', L'\xDBFF', L'\xDC00', L'\xDFFF',
-                                  L'\xFFFD', L'\xFFFF'};
-  static const unsigned char bytes[] = {0x00, 0x41, 0x7F, 0x80, 0xBF, 0xC0, 0xC2, 0xDF, 0xE0, 0xED, 0xEF,
-                                        0xF0, 0xF4, 0xF5, 0xFF, 0x90, 0xA0, 0x9F, 0x8F};
+  static const wchar_t units[] = {L'\0',     L'a',      L'\x7F',   L'\x80',   L'\x7FF',  L'\x800',
+                                  L'\xD800', L'\xDBFF', L'\xDC00', L'\xDFFF', L'\xFFFD', L'\xFFFF'};
+  static const unsigned char bytes[] = {0x00, 0x41, 0x7F, 0x80, 0xBF, 0xC0, 0xC2, 0xDF, 0xE0, 0xED,
+                                        0xEF, 0xF0, 0xF4, 0xF5, 0xFF, 0x90, 0xA0, 0x9F, 0x8F};
   for (int i = 0; i < 2000; ++i) {
     std::wstring wide;
     std::string narrow;
@@ -105,7 +127,8 @@ TEST_F(ClientFuzz, TextsComeBackAsTheyWere) {
     // Java's own decoder is the witness for bytes that are no UTF-8.
     const std::vector<uint8_t> raw(narrow.begin(), narrow.end());
     const auto decoded = java.create<"java/lang/String">(raw, "UTF-8");
-    EXPECT_EQ((sample.call<"same", qvjvm::object(qvjvm::object)>(narrow).as<std::wstring>()), decoded.as<std::wstring>());
+    EXPECT_EQ((sample.call<"same", qvjvm::object(qvjvm::object)>(narrow).as<std::wstring>()),
+              decoded.as<std::wstring>());
     const std::string back = decoded.as<std::string>();
     EXPECT_EQ(qvjvm::detail::to_utf16(back), decoded.as<std::wstring>());
   }

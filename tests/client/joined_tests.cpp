@@ -1,13 +1,12 @@
-// The client in a JVM that the host made: the service has joined it, and classes of the service's own class path come from its
-// loader.
-#include "tests/real/joined_host.h"
-
+// The client in a JVM that the host made: the service has joined it, and classes of the service's own class path come
+// from its loader.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <thread>
 
 #include "qvjvm/qvjvm.hpp"
+#include "tests/real/joined_host.h"
 
 namespace qvtest {
 namespace {

@@ -97,7 +97,8 @@ TEST_F(ClientMistakes, AResultOfAnotherClassIsAFailure) {
   const auto text = words.try_call_as<std::wstring>("get", "(I)Ljava/lang/Object;", 0);
   ASSERT_FALSE(text);
   EXPECT_EQ(text.reason().message(), L"a java.lang.Integer was taken for a java/lang/String");
-  const auto special = Sample::create(java).try_call_as<Sample>("same", "(Ljava/lang/Object;)Ljava/lang/Object;", words);
+  const auto special =
+      Sample::create(java).try_call_as<Sample>("same", "(Ljava/lang/Object;)Ljava/lang/Object;", words);
   EXPECT_EQ(special.reason().message(), L"a java.util.ArrayList was taken for a client/Sample");
   EXPECT_EQ(words.try_as<qvjvm::instance<"java/lang/String">>().reason().message(),
             L"a java.util.ArrayList was taken for a java/lang/String");
@@ -187,7 +188,8 @@ TEST_F(ClientMistakes, EmptyHandlesAreErrors) {
 TEST_F(ClientMistakes, MovedFromHandlesAreEmpty) {
   qvjvm::jvm first = java;
   const qvjvm::jvm second = std::move(first);
-  EXPECT_EQ(FailureOf([&] { (void)first.find_class("x"); }).status(), QV_E_INVALIDARG);  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(FailureOf([&] { (void)first.find_class("x"); }).status(),
+            QV_E_INVALIDARG);  // NOLINT(bugprone-use-after-move)
   EXPECT_TRUE(second.find_class("java/lang/String"));
   auto size = java.find_class("java/util/ArrayList").find_method<int32_t()>("size");
   const auto moved = std::move(size);

@@ -1,4 +1,5 @@
-// Classes whose names the compiler knows: what they name is looked up once for each class loader, and typed by the C++ types.
+// Classes whose names the compiler knows: what they name is looked up once for each class loader, and typed by the C++
+// types.
 #include <thread>
 
 #include "tests/client/client_fixture.h"
@@ -37,7 +38,8 @@ TEST_F(ClientTyped, AHostsOwnTypeForAJavaClass) {
   EXPECT_EQ(words.size(), 3);
   EXPECT_EQ(words.get(1).as<std::wstring>(), L"two");
   // Below its base, it goes where the base is wanted.
-  const auto collections = qvjvm::instance<"java/util/Collections">::call_static<"unmodifiableList", list(list)>(java, words);
+  const auto collections =
+      qvjvm::instance<"java/util/Collections">::call_static<"unmodifiableList", list(list)>(java, words);
   EXPECT_EQ(collections.size(), 3);
 }
 
@@ -57,7 +59,8 @@ TEST_F(ClientTyped, ConstructorsAreToldApartByTheirTypes) {
             L"x");
   EXPECT_TRUE((Sample::create_as<void(list)>(java, array_list::create(java)).field<"ofList", list>()));
   const auto by_name = java.find_class("client/Sample");
-  EXPECT_EQ((by_name.create_as("(Ljava/lang/Object;)V", L"y").field<qvjvm::object>("ofObject").as<std::wstring>()), L"y");
+  EXPECT_EQ((by_name.create_as("(Ljava/lang/Object;)V", L"y").field<qvjvm::object>("ofObject").as<std::wstring>()),
+            L"y");
 }
 
 // Writes and reads a field by name, through a handle, and named at compile time.
@@ -136,7 +139,8 @@ TEST_F(ClientTyped, DeclaredParametersConvertWhatTheyAreGiven) {
   // The parameter's class is asked for where the compiler cannot know it.
   const qvjvm::object words = array_list::create(java);
   const qvjvm::object text = java.new_string("x");
-  EXPECT_EQ((qvjvm::instance<"java/util/Collections">::call_static<"unmodifiableList", list(list)>(java, words).size()), 0);
+  EXPECT_EQ((qvjvm::instance<"java/util/Collections">::call_static<"unmodifiableList", list(list)>(java, words).size()),
+            0);
   const auto refused =
       qvjvm::instance<"java/util/Collections">::try_call_static<"unmodifiableList", list(list)>(java, text);
   EXPECT_EQ(refused.reason().status(), QV_E_INVALIDARG);

@@ -127,8 +127,9 @@ TEST_F(ClientValues, ArraysOfBytesBooleansAndCharacters) {
 }
 
 TEST_F(ClientValues, ArraysOfTextObjectsAndArrays) {
-  EXPECT_THAT((Sample::call_static<"texts", std::vector<std::string>>(java, std::vector<std::wstring>{L"a", L"\u00e4"})),
-              ElementsAre("a", "\xC3\xA4"));
+  EXPECT_THAT(
+      (Sample::call_static<"texts", std::vector<std::string>>(java, std::vector<std::wstring>{L"a", L"\u00e4"})),
+      ElementsAre("a", "\xC3\xA4"));
   EXPECT_THAT((Sample::call_static<"texts", std::vector<std::optional<std::u16string>>>(
                   java, std::vector<std::optional<std::string_view>>{"x", std::nullopt})),
               ElementsAre(u"x", std::nullopt));

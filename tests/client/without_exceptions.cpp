@@ -42,13 +42,15 @@ void UseEverything(const qvjvm::jvm& java) {
   const std::vector<int32_t> numbers = {1, 2, 3};
   const auto made = qvjvm::try_new_list(java, numbers);
   int32_t sum = 0;
-  Expect(static_cast<bool>(qvjvm::try_for_each<int32_t>(made.value(), [&](int32_t number) { sum += number; })), "a loop");
+  Expect(static_cast<bool>(qvjvm::try_for_each<int32_t>(made.value(), [&](int32_t number) { sum += number; })),
+         "a loop");
   Expect(sum == 6, "its sum");
   const auto array = qvjvm::array<int32_t>::try_make(java, numbers);
   Expect(array.value().try_at(2).value() == 3, "an array");
   Expect(!array.value().try_at(3), "an array's end");
   const auto kept = qvjvm::global::try_make(list.value());
-  Expect(kept.value().try_on_this_thread<qvjvm::instance<"java/util/List">>().value().same_as(list.value()), "a global");
+  Expect(kept.value().try_on_this_thread<qvjvm::instance<"java/util/List">>().value().same_as(list.value()),
+         "a global");
   Expect(!qvjvm::jvm().try_find_class("x"), "an empty jvm");
 }
 
