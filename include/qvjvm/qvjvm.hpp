@@ -8,12 +8,13 @@
 /// int32_t size = list.call<"size", int32_t>();
 /// @endcode
 ///
-/// Two ways to name things. With the name as a template argument, as above, classes and methods are looked up once and kept.
-/// With the name as an argument, `object.call<int32_t>("size")`, they are looked up at each call; handles.hpp keeps these.
+/// Two ways to name things. With the name as a template argument, as above, classes and methods are looked up once and
+/// kept. With the name as an argument, `object.call<int32_t>("size")`, they are looked up at each call; handles.hpp
+/// keeps these.
 ///
-/// Errors: functions throw qvjvm::error, and qvjvm::java_error for Java's exceptions; those whose names begin with try_ hand
-/// back a qvjvm::result instead and work without exceptions in the build. No Java exception stays pending. Mistakes in
-/// types are errors of the compiler where it can know them, else of the call, before anything happens.
+/// Errors: functions throw qvjvm::error, and qvjvm::java_error for Java's exceptions; those whose names begin with try_
+/// hand back a qvjvm::result instead and work without exceptions in the build. No Java exception stays pending.
+/// Mistakes in types are errors of the compiler where it can know them, else of the call, before anything happens.
 ///
 /// Threads: a qvjvm::jvm, a qvjvm::global and the handles may be used on any thread, also on several at once. Objects,
 /// class_refs, thread_jvms and frames belong to the thread that got them. A thread joins the JVM at its first use and
@@ -90,18 +91,22 @@ class entry {
   [[nodiscard]] outcome<class_ref> find(const char* name) const {
     if (name == nullptr) return failed<class_ref>(invalid(L"the class has no name"));
     const auto java = enter_from(self());
-    if (java.why != nullptr) [[unlikely]] return failed<class_ref>(java.why);
+    if (java.why != nullptr) [[unlikely]]
+      return failed<class_ref>(java.why);
     void* const found = load_class(java.value, name);
-    if (found == nullptr) [[unlikely]] return failed<class_ref>(take_exception(java.value));
+    if (found == nullptr) [[unlikely]]
+      return failed<class_ref>(take_exception(java.value));
     return {nullptr, class_ref(local(java.value, found))};
   }
 
   template <class Text>
   outcome<object> make_string(const Text& text) const {
     const auto java = enter_from(self());
-    if (java.why != nullptr) [[unlikely]] return failed<object>(java.why);
+    if (java.why != nullptr) [[unlikely]]
+      return failed<object>(java.why);
     const passed made = argument_type<Text>::pass(java.value, text);
-    if (made.why != nullptr) [[unlikely]] return failed<object>(made.why);
+    if (made.why != nullptr) [[unlikely]]
+      return failed<object>(made.why);
     return {nullptr, object(local(java.value, made.reference))};
   }
 };
@@ -160,7 +165,8 @@ inline outcome<realm_user> open_realm(IQV_JavaVM* vm, void* loader) {
 
 }  // namespace detail
 
-/// The Java VM on the calling thread, which it must stay on: like a jvm, but without asking for the thread at each call.
+/// The Java VM on the calling thread, which it must stay on: like a jvm, but without asking for the thread at each
+/// call.
 class thread_jvm : public detail::entry<thread_jvm> {
  public:
   /// See jvm::on_this_thread.
@@ -169,7 +175,8 @@ class thread_jvm : public detail::entry<thread_jvm> {
   thread_jvm() = default;
 
   friend detail::outcome<detail::context> enter_from(const thread_jvm& where) noexcept {
-    if (!where.home_) [[unlikely]] return {detail::invalid(L"this qvjvm handle is empty"), {}};
+    if (!where.home_) [[unlikely]]
+      return {detail::invalid(L"this qvjvm handle is empty"), {}};
 #if QVJVM_CHECKED
     if (detail::thread_env(where.home_.get()) != where.env_) {
       return {detail::invalid(L"a thread_jvm was used on another thread than its own"), {}};
@@ -207,8 +214,8 @@ class jvm : public detail::entry<jvm> {
   /// Empty; using it is an error. So is one that was moved from.
   jvm() = default;
 
-  /// The same Java VM with classes that are looked up through a class loader, a java.lang.ClassLoader. What comes from it, and
-  /// typed objects made with it, belong to that loader's classes.
+  /// The same Java VM with classes that are looked up through a class loader, a java.lang.ClassLoader. What comes from
+  /// it, and typed objects made with it, belong to that loader's classes.
   /// @throws qvjvm::error for null or anything else.
   [[nodiscard]] jvm with_loader(const object& loader) const { return detail::value_of(open_loader(loader)); }
   /// The same with a result instead of an exception.

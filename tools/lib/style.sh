@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # The form of our sources: clang-format, clang-tidy, shellcheck. Needs all.sh.
 
-cpp_files() { (cd "$qv_root" && git ls-files -z --cached --others --exclude-standard '*.h' '*.cpp'); }
+cpp_files() { (cd "$qv_root" && git ls-files -z --cached --others --exclude-standard '*.h' '*.hpp' '*.cpp'); }
 
 # Shell scripts begin with a line for bash, libraries for them with one for shellcheck.
 shell_files() { (cd "$qv_root" && git grep --untracked -lzE -m 1 '^(#!.*bash|# shellcheck shell=bash)$'); }

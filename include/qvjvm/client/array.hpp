@@ -31,13 +31,14 @@ class array : public object {
   }
   /// A new array with the elements of a vector, or of memory.
   template <detail::origin Where, class Elements>
-  requires(!std::is_arithmetic_v<Elements>) [[nodiscard]] static array make(const Where& where, const Elements& elements) {
+  requires(!std::is_arithmetic_v<Elements>) [[nodiscard]] static array
+      make(const Where& where, const Elements& elements) {
     return detail::value_of(create_of(where, elements));
   }
   /// The same with a result instead of an exception.
   template <detail::origin Where, class Elements>
-  requires(!std::is_arithmetic_v<Elements>) [[nodiscard]] static result<array> try_make(const Where& where,
-                                                                                       const Elements& elements) {
+  requires(!std::is_arithmetic_v<Elements>)
+      [[nodiscard]] static result<array> try_make(const Where& where, const Elements& elements) {
     return result<array>(create_of(where, elements));
   }
 
@@ -127,10 +128,12 @@ class array : public object {
   }
 
   detail::outcome<void> region(detail::place way, int32_t first, const void* memory, size_t count) const {
-    if (auto* const why = misuse()) [[unlikely]] return {why};
+    if (auto* const why = misuse()) [[unlikely]]
+      return {why};
     if (count > detail::longest) return {detail::invalid(L"a Java array has at most 2,147,483,647 elements")};
     detail::invoke<void>(java().env, way, detail::array_step<T>, get(), first, static_cast<int32_t>(count), memory);
-    if (detail::exception_pending(java().env)) [[unlikely]] return {detail::take_exception(java())};
+    if (detail::exception_pending(java().env)) [[unlikely]]
+      return {detail::take_exception(java())};
     return {};
   }
 
@@ -147,8 +150,7 @@ class array : public object {
       }
       return element;
     } else {
-      void* const element =
-          detail::invoke<void*>(java().env, detail::place::get_object_array_element, 0, get(), index);
+      void* const element = detail::invoke<void*>(java().env, detail::place::get_object_array_element, 0, get(), index);
       if (detail::exception_pending(java().env)) return detail::failed<T>(detail::take_exception(java()));
       return detail::finish<T>(java(), element, {});
     }
@@ -171,8 +173,9 @@ class array : public object {
   }
 };
 
-/// The elements of an array in place, for as short as possible: while it lives Java's collector may wait, and the thread
-/// must not call Java, take locks or block. It must not outlive its array. What is written is in the array at the end.
+/// The elements of an array in place, for as short as possible: while it lives Java's collector may wait, and the
+/// thread must not call Java, take locks or block. It must not outlive its array. What is written is in the array at
+/// the end.
 template <class T>
 class critical_elements {
  public:
@@ -184,8 +187,8 @@ class critical_elements {
     opened.env_ = from.java().env;
     opened.array_ = from.get();
     opened.count_ = static_cast<size_t>(from.length());
-    opened.memory_ = static_cast<T*>(detail::invoke<void*>(
-        opened.env_, detail::place::get_primitive_array_critical, 0, opened.array_, static_cast<uint8_t*>(nullptr)));
+    opened.memory_ = static_cast<T*>(detail::invoke<void*>(opened.env_, detail::place::get_primitive_array_critical, 0,
+                                                           opened.array_, static_cast<uint8_t*>(nullptr)));
     if (opened.memory_ == nullptr) return detail::failed<critical_elements>(detail::take_exception(from.java()));
     return {nullptr, std::move(opened)};
   }

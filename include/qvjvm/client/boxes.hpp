@@ -35,8 +35,8 @@ inline passed pass_box(const context& java, char letter, java_value value) {
     void* const cls = class_site<Class>::find(java);
     void* const id = cls == nullptr ? nullptr : value_of::find(java);
     if (id == nullptr) return {nullptr, false, take_exception(java)};
-    return made(java, invoke<void*>(java.env, place::call_static_method_a, 0, cls, id,
-                                    static_cast<const java_value*>(&value)));
+    return made(
+        java, invoke<void*>(java.env, place::call_static_method_a, 0, cls, id, static_cast<const java_value*>(&value)));
   });
 }
 
@@ -46,8 +46,8 @@ inline failure_record* read_box(const local& from, char letter, java_value& valu
     void* const id = site<Class, member::method, Value, typed_signature<T>>::find(from.java());
     if (id == nullptr) return take_exception(from.java());
     const java_value none{};
-    const auto raw = invoke<typename java_type<T>::stored>(from.java().env, place::call_method_a, 3 * java_type<T>::step,
-                                                           from.get(), id, &none);
+    const auto raw = invoke<typename java_type<T>::stored>(from.java().env, place::call_method_a,
+                                                           3 * java_type<T>::step, from.get(), id, &none);
     java_type<T>::store(value, static_cast<T>(raw));
     return nullptr;
   });

@@ -24,8 +24,8 @@ class direct_buffer : public java_class<direct_buffer, "java/nio/ByteBuffer"> {
     return result<direct_buffer>(make_over(where, memory));
   }
 
-  /// The memory of a direct buffer, whoever made it, from its first to its last byte, wherever its position is; empty for a
-  /// buffer that is not direct. It stays as long as the buffer's memory does.
+  /// The memory of a direct buffer, whoever made it, from its first to its last byte, wherever its position is; empty
+  /// for a buffer that is not direct. It stays as long as the buffer's memory does.
   [[nodiscard]] std::span<std::byte> memory() const noexcept {
     if (!*this) return {};
     void* const address = detail::invoke<void*>(java().env, detail::place::get_direct_buffer_address, 0, get());

@@ -103,7 +103,8 @@ struct parameter {
 
 // ---- looking up ----
 
-/// A class of the service's own class path in a joined JVM; what raised before stays pending when it is not there either.
+/// A class of the service's own class path in a joined JVM; what raised before stays pending when it is not there
+/// either.
 QVJVM_COLD inline void* load_class_of_service(const context& java, const char* name) noexcept {
   const scoped_local why(java.env, invoke<void*>(java.env, place::exception_occurred, 0));
   clear_exception(java.env);
@@ -114,8 +115,8 @@ QVJVM_COLD inline void* load_class_of_service(const context& java, const char* n
   return nullptr;
 }
 
-/// The class of that name as a new local reference, or null with an exception pending: through the realm's class loader,
-/// or as Java finds it for code without a loader of its own.
+/// The class of that name as a new local reference, or null with an exception pending: through the realm's class
+/// loader, or as Java finds it for code without a loader of its own.
 inline void* load_class(const context& java, const char* name) {
   const qv_jnienv env = java.env;
   if (java.home->loader() == nullptr) {
@@ -200,7 +201,8 @@ struct site {
   static void* find(const context& java) {
     std::atomic<void*>* const where = java.home->find_place(number);
     if (where != nullptr) {
-      if (void* const known = where->load(std::memory_order_acquire)) [[likely]] return known;
+      if (void* const known = where->load(std::memory_order_acquire)) [[likely]]
+        return known;
     }
     return look_up_site(java, name, where);
   }
@@ -293,17 +295,21 @@ outcome<Result> call(const context& java, place family, const target& what, cons
   constexpr size_t step = 3 * java_type<Result>::step;
   if constexpr (std::is_void_v<Result>) {
     const arguments<Arguments...> made(java, values...);
-    if (made.why() != nullptr) [[unlikely]] return {made.why()};
+    if (made.why() != nullptr) [[unlikely]]
+      return {made.why()};
     invoke<void>(java.env, family, step, what.reference, what.method, made.values());
-    if (exception_pending(java.env)) [[unlikely]] return {take_exception(java)};
+    if (exception_pending(java.env)) [[unlikely]]
+      return {take_exception(java)};
     return {};
   } else {
     stored raw;
     {
       const arguments<Arguments...> made(java, values...);
-      if (made.why() != nullptr) [[unlikely]] return failed<Result>(made.why());
+      if (made.why() != nullptr) [[unlikely]]
+        return failed<Result>(made.why());
       raw = invoke<stored>(java.env, family, step, what.reference, what.method, made.values());
-      if (exception_pending(java.env)) [[unlikely]] return failed<Result>(take_exception(java));
+      if (exception_pending(java.env)) [[unlikely]]
+        return failed<Result>(take_exception(java));
     }
     constexpr bool ask = QVJVM_CHECKED && !java_type<Result>::primitive;
     return finish<Result>(java, raw, ask ? own_signature<Result>.view() : std::string_view());
@@ -331,7 +337,8 @@ outcome<Result> call_compared(const context& java, place family, const target& w
     }
     if (why != nullptr) return failed<Result>(why);
     raw = invoke<stored>(java.env, family, step_of(declared), what.reference, what.method, made.values());
-    if (exception_pending(java.env)) [[unlikely]] return failed<Result>(take_exception(java));
+    if (exception_pending(java.env)) [[unlikely]]
+      return failed<Result>(take_exception(java));
   }
   if constexpr (std::is_void_v<Result>) {
     if (declared[0] == 'L' || declared[0] == '[') delete_local(java.env, raw);
@@ -349,10 +356,13 @@ outcome<Object> construct(const context& java, const target& what, const char* s
   {
     const arguments<Arguments...> made(java, values...);
     failure_record* why = made.why();
-    if (why == nullptr && marked != 0) [[unlikely]] why = verify_arguments(java, signature, marked, made.values());
-    if (why != nullptr) [[unlikely]] return failed<Object>(why);
+    if (why == nullptr && marked != 0) [[unlikely]]
+      why = verify_arguments(java, signature, marked, made.values());
+    if (why != nullptr) [[unlikely]]
+      return failed<Object>(why);
     object = invoke<void*>(java.env, place::new_object_a, 0, what.reference, what.method, made.values());
-    if (object == nullptr || exception_pending(java.env)) [[unlikely]] return failed<Object>(take_exception(java));
+    if (object == nullptr || exception_pending(java.env)) [[unlikely]]
+      return failed<Object>(take_exception(java));
   }
   return {nullptr, Object(local(java, object))};
 }

@@ -6,7 +6,8 @@
 /// auto properties = qvjvm::new_map(java, std::map<std::string, int32_t>{{"depth", 3}});
 /// @endcode
 ///
-/// Elements may be any type of the client; primitive types are boxed and unboxed, and every element's class is asked for.
+/// Elements may be any type of the client; primitive types are boxed and unboxed, and every element's class is asked
+/// for.
 #pragma once
 
 #include <iterator>
@@ -47,7 +48,8 @@ outcome<T> read_element(object&& element) {
   if constexpr (is_optional<T>) {
     if (!element) return {};
   }
-  auto done = finish<type>(java, element.take().release(), is_plain_object<type> ? std::string_view() : own_signature<type>.view());
+  auto done = finish<type>(java, element.take().release(),
+                           is_plain_object<type> ? std::string_view() : own_signature<type>.view());
   if constexpr (std::is_same_v<type, T>) {
     return done;
   } else {
@@ -143,8 +145,8 @@ class elements {
   int32_t at_ = 0;
 };
 
-/// Calls `work(element)` for each element of an Iterable, an Iterator or an array of objects, until one says false (where it
-/// says anything) or Java fails.
+/// Calls `work(element)` for each element of an Iterable, an Iterator or an array of objects, until one says false
+/// (where it says anything) or Java fails.
 template <class T, class Work>
 result<void> try_for_each(const object& of, const Work& work) {
   auto all = elements<T>::open(of);

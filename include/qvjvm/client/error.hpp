@@ -100,8 +100,8 @@ inline std::optional<std::wstring> ask_text(qv_jnienv env, void* target, method_
   return text_of(env, text.get());
 }
 
-/// A throwable for people: its toString(). Java without memory or stack often cannot run that; then the class's name and
-/// the message, which needs neither. A class that could not be initialised says why.
+/// A throwable for people: its toString(). Java without memory or stack often cannot run that; then the class's name
+/// and the message, which needs neither. A class that could not be initialised says why.
 inline std::wstring describe(const context& java, void* exception) {
   const root_classes& roots = java.home->roots();
   const qv_jnienv env = java.env;
@@ -195,8 +195,9 @@ class [[nodiscard]] failure {
   [[nodiscard]] explicit operator bool() const noexcept { return record_ != nullptr; }
   /// A status of qvjvm.h, or of Windows where the service could not be loaded; 0 when nothing failed.
   [[nodiscard]] int32_t status() const noexcept { return record_ == nullptr ? QV_S_OK : record_->status; }
-  /// For people, of any length: what the Java exception's toString() says, where there was one. The text of an exception
-  /// is read by the first call, which may join the thread to the JVM. It lives as long as a copy of this failure.
+  /// For people, of any length: what the Java exception's toString() says, where there was one. The text of an
+  /// exception is read by the first call, which may join the thread to the JVM. It lives as long as a copy of this
+  /// failure.
   [[nodiscard]] const std::wstring& message() const noexcept {
     if (record_ == nullptr) return detail::empty_text;
     const std::wstring* const text = detail::text_of_record(record_);
@@ -261,18 +262,19 @@ class java_error : public error {
   [[nodiscard]] std::wstring java_message() const;
   /// Its stack and those of its causes and suppressed exceptions, as Java prints them.
   [[nodiscard]] std::wstring stack_text() const;
-  /// The throwable as that class, or nothing when it is of another: `if (auto io = e.catch_as<"java/io/IOException">())`.
+  /// The throwable as that class, or nothing when it is of another: `if (auto io =
+  /// e.catch_as<"java/io/IOException">())`.
   template <fixed_text Class>
   [[nodiscard]] auto catch_as() const;
-  /// Raises the same throwable in Java on the calling thread, where it stays pending: the last thing that a native method
-  /// does before it returns to Java.
+  /// Raises the same throwable in Java on the calling thread, where it stays pending: the last thing that a native
+  /// method does before it returns to Java.
   void rethrow_in_java() const;
 };
 
 namespace detail {
 
-/// Throws what a record tells and takes it over. Without exceptions in the build it ends the process with the text, as the
-/// standard library does.
+/// Throws what a record tells and takes it over. Without exceptions in the build it ends the process with the text, as
+/// the standard library does.
 [[noreturn]] QVJVM_COLD inline void raise(failure_record* record) {
 #if QVJVM_EXCEPTIONS
   // Nothing here has a destructor: each one on the way of an exception costs microseconds.

@@ -54,13 +54,16 @@ class handle {
 
   /// The class on the calling thread and the member. `where` need not be asked for the thread.
   [[nodiscard]] outcome<context> enter_class() const noexcept {
-    if (shared_ == nullptr) [[unlikely]] return {invalid(L"this qvjvm handle is empty"), {}};
+    if (shared_ == nullptr) [[unlikely]]
+      return {invalid(L"this qvjvm handle is empty"), {}};
     return enter(shared_->home);
   }
   /// Why the member cannot be used on the object, or null.
   [[nodiscard]] failure_record* misuse(const object& on) const noexcept {
-    if (shared_ == nullptr) [[unlikely]] return invalid(L"this qvjvm handle is empty");
-    if (auto* const why = on.misuse()) [[unlikely]] return why;
+    if (shared_ == nullptr) [[unlikely]]
+      return invalid(L"this qvjvm handle is empty");
+    if (auto* const why = on.misuse()) [[unlikely]]
+      return why;
 #if QVJVM_CHECKED
     if (!is_instance(on.java().env, on.get(), shared_->cls)) {
       return invalid(L"a resolved member was used on an object of another class");
@@ -108,14 +111,16 @@ class method<Result(Parameters...)> {
  private:
   template <class... Arguments>
   detail::outcome<Result> run(const object& on, const Arguments&... values) const {
-    if (auto* const why = handle_.misuse(on)) [[unlikely]] return detail::failed<Result>(why);
+    if (auto* const why = handle_.misuse(on)) [[unlikely]]
+      return detail::failed<Result>(why);
     return detail::call_known<detail::call_types<Result(Parameters...), Arguments...>>(
         on.java(), detail::place::call_method_a, {on.get(), handle_.id()}, values...);
   }
   detail::handle handle_;
 };
 
-/// A resolved static method: `parse(L"12")`, or `parse(here, L"12")` with the thread's qvjvm::thread_jvm, which is faster.
+/// A resolved static method: `parse(L"12")`, or `parse(here, L"12")` with the thread's qvjvm::thread_jvm, which is
+/// faster.
 template <class Result, class... Parameters>
 class static_method<Result(Parameters...)> {
  public:
@@ -130,25 +135,24 @@ class static_method<Result(Parameters...)> {
     return detail::value_of(run(handle_.enter_class(), values...));
   }
   template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) Result
-  operator()(const thread_jvm& here, const Arguments&... values) const {
+  requires(sizeof...(Arguments) == sizeof...(Parameters)) Result operator()(const thread_jvm& here,
+                                                                            const Arguments&... values) const {
     return detail::value_of(run(enter_from(here), values...));
   }
   /// The same with a result instead of an exception.
   template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Result> try_call(const Arguments&... values) const {
-    return result<Result>(run(handle_.enter_class(), values...));
-  }
+  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Result> try_call(const Arguments&... values)
+  const { return result<Result>(run(handle_.enter_class(), values...)); }
   template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Result>
-  try_call(const thread_jvm& here, const Arguments&... values) const {
-    return result<Result>(run(enter_from(here), values...));
-  }
+  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Result> try_call(const thread_jvm& here,
+                                                                                  const Arguments&... values)
+  const { return result<Result>(run(enter_from(here), values...)); }
 
  private:
   template <class... Arguments>
   detail::outcome<Result> run(const detail::outcome<detail::context>& java, const Arguments&... values) const {
-    if (java.why != nullptr) [[unlikely]] return detail::failed<Result>(java.why);
+    if (java.why != nullptr) [[unlikely]]
+      return detail::failed<Result>(java.why);
     return detail::call_known<detail::call_types<Result(Parameters...), Arguments...>>(
         java.value, detail::place::call_static_method_a, handle_.on_class(), values...);
   }
@@ -166,31 +170,30 @@ class constructor<Object(Parameters...)> {
   /// Makes an object on the calling thread.
   /// @throws qvjvm::error when the thread cannot be joined, java_error when the constructor raised an exception.
   template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) [[nodiscard]] Object
-  operator()(const Arguments&... values) const {
+  requires(sizeof...(Arguments) == sizeof...(Parameters)) [[nodiscard]] Object operator()(
+      const Arguments&... values) const {
     return detail::value_of(run(handle_.enter_class(), values...));
   }
   template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) [[nodiscard]] Object
-  operator()(const thread_jvm& here, const Arguments&... values) const {
+  requires(sizeof...(Arguments) == sizeof...(Parameters)) [[nodiscard]] Object operator()(
+      const thread_jvm& here, const Arguments&... values) const {
     return detail::value_of(run(enter_from(here), values...));
   }
   /// The same with a result instead of an exception.
   template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Object> try_call(const Arguments&... values) const {
-    return result<Object>(run(handle_.enter_class(), values...));
-  }
+  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Object> try_call(const Arguments&... values)
+  const { return result<Object>(run(handle_.enter_class(), values...)); }
   template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Object>
-  try_call(const thread_jvm& here, const Arguments&... values) const {
-    return result<Object>(run(enter_from(here), values...));
-  }
+  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Object> try_call(const thread_jvm& here,
+                                                                                  const Arguments&... values)
+  const { return result<Object>(run(enter_from(here), values...)); }
 
  private:
   template <class... Arguments>
   detail::outcome<Object> run(const detail::outcome<detail::context>& java, const Arguments&... values) const {
     using types = detail::call_types<void(Parameters...), Arguments...>;
-    if (java.why != nullptr) [[unlikely]] return detail::failed<Object>(java.why);
+    if (java.why != nullptr) [[unlikely]]
+      return detail::failed<Object>(java.why);
     return types::apply(
         [&](const auto&... carried) {
           return detail::construct<Object>(java.value, handle_.on_class(), types::signature::text.c_str(), types::ask,
@@ -226,12 +229,14 @@ class field_handle {
 
  private:
   [[nodiscard]] detail::outcome<Value> read(const object& from) const {
-    if (auto* const why = handle_.misuse(from)) [[unlikely]] return detail::failed<Value>(why);
+    if (auto* const why = handle_.misuse(from)) [[unlikely]]
+      return detail::failed<Value>(why);
     return detail::get_field<Value>(from.java(), detail::place::get_field, from.get(), handle_.id());
   }
   template <class From>
   detail::outcome<void> write(const object& to, const From& value) const {
-    if (auto* const why = handle_.misuse(to)) [[unlikely]] return {why};
+    if (auto* const why = handle_.misuse(to)) [[unlikely]]
+      return {why};
     return {detail::set_field<Value>(to.java(), detail::place::set_field, to.get(), handle_.id(), value)};
   }
   detail::handle handle_;

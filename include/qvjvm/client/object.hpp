@@ -90,8 +90,7 @@ class object {
   }
   /// The same with a result instead of an exception.
   template <class Result = void, class... Arguments>
-  result<Result> try_call_as(const char* name,
-                             detail::signature_for<Result, Arguments...> signature,
+  result<Result> try_call_as(const char* name, detail::signature_for<Result, Arguments...> signature,
                              const Arguments&... values) const {
     return result<Result>(call_by_signature<Result>(name, signature.text(), signature.compared(), values...));
   }
@@ -107,7 +106,8 @@ class object {
   [[nodiscard]] result<Value> try_field(const char* name) const {
     return result<Value>(read_by_name<Value>(name));
   }
-  /// Writes an instance field; its type is that of the value, unless it is named: set_field<qvjvm::object>("owner", text).
+  /// Writes an instance field; its type is that of the value, unless it is named: set_field<qvjvm::object>("owner",
+  /// text).
   /// @throws qvjvm::error when there is no such field.
   template <class Value = void, class From>
   void set_field(const char* name, const From& value) const {
@@ -121,7 +121,8 @@ class object {
 
   /// Why nothing can be done with it, or null. For the client itself.
   [[nodiscard]] detail::failure_record* misuse() const noexcept {
-    if (get() == nullptr) [[unlikely]] return detail::invalid(L"a null object was used");
+    if (get() == nullptr) [[unlikely]]
+      return detail::invalid(L"a null object was used");
     if (reference_.foreign()) [[unlikely]] {
       return detail::invalid(L"an object was used on another thread than its own: qvjvm::global shares objects");
     }
@@ -149,9 +150,9 @@ class object {
     auto again = duplicate();
     if (again.why != nullptr) return detail::failed<T>(again.why);
     using type = detail::as_reference<T>;
-    auto done = detail::finish<type>(java(), again.value.take().release(),
-                                     detail::is_plain_object<type> ? std::string_view()
-                                                                   : detail::own_signature<type>.view());
+    auto done =
+        detail::finish<type>(java(), again.value.take().release(),
+                             detail::is_plain_object<type> ? std::string_view() : detail::own_signature<type>.view());
     if constexpr (std::is_same_v<type, T>) {
       return done;
     } else {
@@ -162,7 +163,8 @@ class object {
   // The object's class and a member of it, for one use.
   template <class T, class Use>
   detail::outcome<T> with_member(detail::member kind, const char* name, const char* type, const Use& use) const {
-    if (auto* const why = misuse()) [[unlikely]] return detail::failed<T>(why);
+    if (auto* const why = misuse()) [[unlikely]]
+      return detail::failed<T>(why);
     const qv_jnienv env = java().env;
     void* const cls = detail::invoke<void*>(env, detail::place::get_object_class, 0, get());
     void* const id = detail::look_up(env, kind, cls, name, type);
@@ -177,10 +179,10 @@ class object {
 
   template <class Result, class... Arguments>
   detail::outcome<Result> call_by_name(const char* name, const Arguments&... values) const {
-    return with_member<Result>(detail::member::method, name,
-                               detail::signature_of<Result, detail::plain<Arguments>...>.c_str(), [&](void* id) {
-                                 return detail::call<Result>(java(), detail::place::call_method_a, {get(), id}, values...);
-                               });
+    return with_member<Result>(
+        detail::member::method, name, detail::signature_of<Result, detail::plain<Arguments>...>.c_str(), [&](void* id) {
+          return detail::call<Result>(java(), detail::place::call_method_a, {get(), id}, values...);
+        });
   }
 
   template <class Result, class... Arguments>
@@ -206,8 +208,7 @@ class object {
   detail::outcome<void> write_by_name(const char* name, const From& value) const {
     using type = detail::field_type<Value, From>;
     return with_member<void>(detail::member::field, name, detail::own_signature<type>.c_str(), [&](void* id) {
-      return detail::outcome<void>{
-          detail::set_field<type>(java(), detail::place::set_field, get(), id, value)};
+      return detail::outcome<void>{detail::set_field<type>(java(), detail::place::set_field, get(), id, value)};
     });
   }
 
@@ -240,8 +241,8 @@ struct java_type<T> : reference_type {
 
 }  // namespace detail
 
-/// A Java class by a name that is known when the program runs: makes objects, calls static methods, reads and writes static
-/// fields. A local reference.
+/// A Java class by a name that is known when the program runs: makes objects, calls static methods, reads and writes
+/// static fields. A local reference.
 class class_ref : public object {
  public:
   using object::object;
@@ -257,8 +258,7 @@ class class_ref : public object {
   /// The same with a result instead of an exception.
   template <class... Arguments>
   [[nodiscard]] result<object> try_create(const Arguments&... values) const {
-    return result<object>(
-        construct(detail::signature_of<void, detail::plain<Arguments>...>.c_str(), {}, values...));
+    return result<object>(construct(detail::signature_of<void, detail::plain<Arguments>...>.c_str(), {}, values...));
   }
   /// A new object from the constructor of that JNI signature, "(Ljava/lang/Object;)V".
   template <class... Arguments>
@@ -268,9 +268,8 @@ class class_ref : public object {
   }
   /// The same with a result instead of an exception.
   template <class... Arguments>
-  [[nodiscard]] result<object> try_create_as(
-      detail::signature_for<void, Arguments...> signature,
-      const Arguments&... values) const {
+  [[nodiscard]] result<object> try_create_as(detail::signature_for<void, Arguments...> signature,
+                                             const Arguments&... values) const {
     return result<object>(construct(signature.text(), signature.compared(), values...));
   }
 
@@ -287,16 +286,14 @@ class class_ref : public object {
   }
   /// Calls a static method by its JNI signature; see object::call_as.
   template <class Result = void, class... Arguments>
-  Result call_static_as(const char* name,
-                        detail::signature_for<Result, Arguments...> signature,
+  Result call_static_as(const char* name, detail::signature_for<Result, Arguments...> signature,
                         const Arguments&... values) const {
     return detail::value_of(call_static_by_signature<Result>(name, signature.text(), signature.compared(), values...));
   }
   /// The same with a result instead of an exception.
   template <class Result = void, class... Arguments>
-  result<Result> try_call_static_as(
-      const char* name, detail::signature_for<Result, Arguments...> signature,
-      const Arguments&... values) const {
+  result<Result> try_call_static_as(const char* name, detail::signature_for<Result, Arguments...> signature,
+                                    const Arguments&... values) const {
     return result<Result>(call_static_by_signature<Result>(name, signature.text(), signature.compared(), values...));
   }
 
@@ -322,8 +319,8 @@ class class_ref : public object {
     return result<void>(write_static<Value>(name, value));
   }
 
-  // Looked up once, used often; see handles.hpp. Signature is a C++ function type: int32_t(qvjvm::object). The functions
-  // throw qvjvm::error when there is no such member, or hand back a result.
+  // Looked up once, used often; see handles.hpp. Signature is a C++ function type: int32_t(qvjvm::object). The
+  // functions throw qvjvm::error when there is no such member, or hand back a result.
 
   /// A handle of an instance method.
   template <class Signature>
@@ -354,9 +351,11 @@ class class_ref : public object {
  private:
   template <class T>
   detail::outcome<void*> member_id(detail::member kind, const char* name, const char* type) const {
-    if (auto* const why = misuse()) [[unlikely]] return {why, nullptr};
+    if (auto* const why = misuse()) [[unlikely]]
+      return {why, nullptr};
     void* const id = detail::look_up(java().env, kind, get(), name, type);
-    if (id == nullptr) [[unlikely]] return {detail::take_exception(java()), nullptr};
+    if (id == nullptr) [[unlikely]]
+      return {detail::take_exception(java()), nullptr};
     return {nullptr, id};
   }
 
@@ -373,13 +372,15 @@ class class_ref : public object {
   detail::outcome<Result> call_static_by_name(const char* name, const Arguments&... values) const {
     const auto id = member_id<Result>(detail::member::static_method, name,
                                       detail::signature_of<Result, detail::plain<Arguments>...>.c_str());
-    if (id.why != nullptr) [[unlikely]] return detail::failed<Result>(id.why);
+    if (id.why != nullptr) [[unlikely]]
+      return detail::failed<Result>(id.why);
     return detail::call<Result>(java(), detail::place::call_static_method_a, {get(), id.value}, values...);
   }
 
   template <class Result, class... Arguments>
   detail::outcome<Result> call_static_by_signature(const char* name, const char* signature,
-                                                   const detail::comparison& compared, const Arguments&... values) const {
+                                                   const detail::comparison& compared,
+                                                   const Arguments&... values) const {
     if (compared.found != detail::mistake::none) {
       return detail::failed<Result>(detail::mistaken(compared, signature));
     }
@@ -391,8 +392,7 @@ class class_ref : public object {
 
   template <class Value>
   detail::outcome<Value> read_static(const char* name) const {
-    const auto id =
-        member_id<Value>(detail::member::static_field, name, detail::own_signature<Value>.c_str());
+    const auto id = member_id<Value>(detail::member::static_field, name, detail::own_signature<Value>.c_str());
     if (id.why != nullptr) return detail::failed<Value>(id.why);
     return detail::get_field<Value>(java(), detail::place::get_static_field, get(), id.value);
   }
@@ -408,8 +408,7 @@ class class_ref : public object {
 
 inline class_ref object::get_class() const {
   if (auto* const why = misuse()) detail::raise(why);
-  return class_ref(
-      detail::local(java(), detail::invoke<void*>(java().env, detail::place::get_object_class, 0, get())));
+  return class_ref(detail::local(java(), detail::invoke<void*>(java().env, detail::place::get_object_class, 0, get())));
 }
 
 inline bool object::is_instance_of(const class_ref& cls) const {
@@ -492,8 +491,7 @@ class global {
     void* const here = detail::invoke<void*>(java.value.env, detail::place::new_local_ref, 0, reference_);
     if (here == nullptr) return detail::failed<Type>(detail::new_failure(QV_E_OUTOFMEMORY, L"no memory in Java"));
     return detail::finish<Type>(
-        java.value, here,
-        detail::is_plain_object<Type> ? std::string_view() : detail::own_signature<Type>.view());
+        java.value, here, detail::is_plain_object<Type> ? std::string_view() : detail::own_signature<Type>.view());
   }
 
   detail::realm_user home_;

@@ -64,8 +64,8 @@ consteval auto join(const signature_text<Lengths>&... parts) {
 
 /// "(" arguments ")" result.
 template <class Result, class... Arguments>
-inline constexpr auto signature_of =
-    join(piece("("), java_type<Arguments>::signature()..., piece(")"), java_type<Result>::signature());
+inline constexpr auto signature_of = join(piece("("), java_type<Arguments>::signature()..., piece(")"),
+                                          java_type<Result>::signature());
 
 /// The type that begins at `at`, "I", "[J" or "Ljava/lang/String;"; empty where none does.
 constexpr std::string_view type_at(std::string_view signature, size_t at) noexcept {
@@ -110,8 +110,9 @@ constexpr fit fits(std::string_view own, std::string_view declared) noexcept {
   const auto above = [&](std::string_view list) { return is_one_of(declared, list) ? fit::yes : fit::no; };
   if (own == "Ljava/lang/String;") return above(above_string);
   if (own == "Ljava/lang/Boolean;" || own == "Ljava/lang/Character;") return above(above_box);
-  if (is_one_of(own, "Ljava/lang/Byte; Ljava/lang/Short; Ljava/lang/Integer; Ljava/lang/Long; Ljava/lang/Float; "
-                     "Ljava/lang/Double;")) {
+  if (is_one_of(own,
+                "Ljava/lang/Byte; Ljava/lang/Short; Ljava/lang/Integer; Ljava/lang/Long; Ljava/lang/Float; "
+                "Ljava/lang/Double;")) {
     return above(above_number);
   }
   if (own.size() == 2) return above(above_array);  // an array of a primitive type
@@ -124,10 +125,10 @@ enum class mistake { none, malformed, too_few_arguments, too_many_arguments, wro
 /// A signature compared with C++ types.
 struct comparison {
   mistake found = mistake::none;
-  size_t position = 0;       ///< of the argument, from 1
-  std::string_view own;      ///< what the C++ type stands for
-  std::string_view declared; ///< what the signature has in its place
-  uint64_t ask_java = 0;     ///< a bit for each argument whose class has to be asked for
+  size_t position = 0;        ///< of the argument, from 1
+  std::string_view own;       ///< what the C++ type stands for
+  std::string_view declared;  ///< what the signature has in its place
+  uint64_t ask_java = 0;      ///< a bit for each argument whose class has to be asked for
   bool ask_result = false;
 };
 
@@ -189,8 +190,7 @@ inline constexpr std::string_view own_signatures[sizeof...(Types) + 1] = {own_si
 template <class Result, class... Arguments>
 constexpr comparison compare_types(std::string_view signature) noexcept {
   static_assert(sizeof...(Arguments) <= 64, "qvjvm: a call takes at most 64 arguments");
-  return compare_signature(signature, own_signature<Result>.view(), own_signatures<Arguments...>,
-                           sizeof...(Arguments));
+  return compare_signature(signature, own_signature<Result>.view(), own_signatures<Arguments...>, sizeof...(Arguments));
 }
 
 // The compiler names these functions when a literal signature is wrong, with the argument's position and C++ type.

@@ -1,6 +1,6 @@
 /// @file
-/// Text between C++ and Java. Java's strings are UTF-16 and may hold anything; UTF-8 cannot say an unpaired surrogate and
-/// UTF-16 cannot say a wrong byte: either becomes U+FFFD on its way. Wide and UTF-16 text loses nothing both ways.
+/// Text between C++ and Java. Java's strings are UTF-16 and may hold anything; UTF-8 cannot say an unpaired surrogate
+/// and UTF-16 cannot say a wrong byte: either becomes U+FFFD on its way. Wide and UTF-16 text loses nothing both ways.
 #pragma once
 
 #include <cstdint>

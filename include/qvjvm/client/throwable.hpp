@@ -13,9 +13,7 @@ class throwable : public java_class<throwable, "java/lang/Throwable"> {
   using java_class::java_class;
 
   /// Its toString(), as failure::message has it.
-  [[nodiscard]] std::wstring text() const {
-    return misused() ? std::wstring() : detail::describe(java(), get());
-  }
+  [[nodiscard]] std::wstring text() const { return misused() ? std::wstring() : detail::describe(java(), get()); }
   /// The name of its class, "java.io.IOException".
   [[nodiscard]] std::wstring class_name() const {
     if (misused()) return {};
@@ -29,9 +27,7 @@ class throwable : public java_class<throwable, "java/lang/Throwable"> {
     return detail::ask_text(java().env, get(), java().home->roots().get_message);
   }
   /// Its cause; null without one.
-  [[nodiscard]] throwable cause() const {
-    return try_call<"getCause", throwable>().value_or(throwable());
-  }
+  [[nodiscard]] throwable cause() const { return try_call<"getCause", throwable>().value_or(throwable()); }
   /// The exceptions that were suppressed on its way, as by try-with-resources.
   [[nodiscard]] std::vector<throwable> suppressed() const {
     return try_call<"getSuppressed", std::vector<throwable>>().value_or({});
@@ -81,8 +77,8 @@ inline throwable failure::exception() const noexcept {
     detail::drop(java.why);
     return {};
   }
-  return throwable(detail::local(java.value, detail::invoke<void*>(java.value.env, detail::place::new_local_ref, 0,
-                                                                   record_->exception)));
+  return throwable(detail::local(
+      java.value, detail::invoke<void*>(java.value.env, detail::place::new_local_ref, 0, record_->exception)));
 }
 
 inline throwable java_error::exception() const noexcept { return reason().exception(); }

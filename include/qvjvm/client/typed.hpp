@@ -1,6 +1,6 @@
 /// @file
-/// Objects and classes whose names the compiler knows. What they name is looked up once for each class loader and kept, so
-/// a call is as fast as one with a resolved method, and nobody resolves anything by hand.
+/// Objects and classes whose names the compiler knows. What they name is looked up once for each class loader and kept,
+/// so a call is as fast as one with a resolved method, and nobody resolves anything by hand.
 ///
 /// @code
 /// struct driver : qvjvm::java_class<driver, "org/apache/fop/apps/Driver"> {
@@ -200,8 +200,8 @@ class instance : public Base {
     if (java.why != nullptr) detail::raise(java.why);
     void* const cls = detail::class_site<Class>::find(java.value);
     if (cls == nullptr) detail::raise(detail::take_exception(java.value));
-    return class_ref(detail::local(java.value,
-                                   detail::invoke<void*>(java.value.env, detail::place::new_local_ref, 0, cls)));
+    return class_ref(
+        detail::local(java.value, detail::invoke<void*>(java.value.env, detail::place::new_local_ref, 0, cls)));
   }
 
  protected:
@@ -209,12 +209,15 @@ class instance : public Base {
   template <detail::member Kind, fixed_text Name, class Signature>
   static detail::outcome<detail::target> find(const detail::context& java) {
     detail::target found;
-    if constexpr (Kind == detail::member::static_method || Kind == detail::member::static_field || Name.view() == "<init>") {
+    if constexpr (Kind == detail::member::static_method || Kind == detail::member::static_field ||
+                  Name.view() == "<init>") {
       found.reference = detail::class_site<Class>::find(java);
-      if (found.reference == nullptr) [[unlikely]] return {detail::take_exception(java), {}};
+      if (found.reference == nullptr) [[unlikely]]
+        return {detail::take_exception(java), {}};
     }
     found.method = detail::site<Class, Kind, Name, Signature>::find(java);
-    if (found.method == nullptr) [[unlikely]] return {detail::take_exception(java), {}};
+    if (found.method == nullptr) [[unlikely]]
+      return {detail::take_exception(java), {}};
     return {nullptr, found};
   }
 
@@ -222,9 +225,11 @@ class instance : public Base {
   static detail::outcome<Object> make(const Where& where, const Arguments&... values) {
     using types = detail::call_types<Signature, Arguments...>;
     const auto java = enter_from(where);
-    if (java.why != nullptr) [[unlikely]] return detail::failed<Object>(java.why);
+    if (java.why != nullptr) [[unlikely]]
+      return detail::failed<Object>(java.why);
     const auto found = find<detail::member::method, "<init>", typename types::signature>(java.value);
-    if (found.why != nullptr) [[unlikely]] return detail::failed<Object>(found.why);
+    if (found.why != nullptr) [[unlikely]]
+      return detail::failed<Object>(found.why);
     return types::apply(
         [&](const auto&... carried) {
           return detail::construct<Object>(java.value, found.value, types::signature::text.c_str(), types::ask,
@@ -239,9 +244,11 @@ class instance : public Base {
       -> detail::outcome<typename detail::call_types<Spec, Arguments...>::result> {
     using types = detail::call_types<Spec, Arguments...>;
     using result_type = typename types::result;
-    if (auto* const why = object::misuse()) [[unlikely]] return detail::failed<result_type>(why);
+    if (auto* const why = object::misuse()) [[unlikely]]
+      return detail::failed<result_type>(why);
     auto found = find<detail::member::method, Name, typename types::signature>(object::java());
-    if (found.why != nullptr) [[unlikely]] return detail::failed<result_type>(found.why);
+    if (found.why != nullptr) [[unlikely]]
+      return detail::failed<result_type>(found.why);
     found.value.reference = object::get();
     return detail::call_known<types>(object::java(), detail::place::call_method_a, found.value, values...);
   }
@@ -252,35 +259,44 @@ class instance : public Base {
     using types = detail::call_types<Spec, Arguments...>;
     using result_type = typename types::result;
     const auto java = enter_from(where);
-    if (java.why != nullptr) [[unlikely]] return detail::failed<result_type>(java.why);
+    if (java.why != nullptr) [[unlikely]]
+      return detail::failed<result_type>(java.why);
     const auto found = find<detail::member::static_method, Name, typename types::signature>(java.value);
-    if (found.why != nullptr) [[unlikely]] return detail::failed<result_type>(found.why);
+    if (found.why != nullptr) [[unlikely]]
+      return detail::failed<result_type>(found.why);
     return detail::call_known<types>(java.value, detail::place::call_static_method_a, found.value, values...);
   }
 
   template <fixed_text Name, class Value>
   detail::outcome<Value> read() const {
-    if (auto* const why = object::misuse()) [[unlikely]] return detail::failed<Value>(why);
+    if (auto* const why = object::misuse()) [[unlikely]]
+      return detail::failed<Value>(why);
     const auto found = find<detail::member::field, Name, detail::field_signature<Value>>(object::java());
-    if (found.why != nullptr) [[unlikely]] return detail::failed<Value>(found.why);
+    if (found.why != nullptr) [[unlikely]]
+      return detail::failed<Value>(found.why);
     return detail::get_field<Value>(object::java(), detail::place::get_field, object::get(), found.value.method);
   }
 
   template <fixed_text Name, class Named, class From>
   detail::outcome<void> write(const From& value) const {
     using type = detail::field_type<Named, From>;
-    if (auto* const why = object::misuse()) [[unlikely]] return {why};
+    if (auto* const why = object::misuse()) [[unlikely]]
+      return {why};
     const auto found = find<detail::member::field, Name, detail::field_signature<type>>(object::java());
-    if (found.why != nullptr) [[unlikely]] return {found.why};
-    return {detail::set_field<type>(object::java(), detail::place::set_field, object::get(), found.value.method, value)};
+    if (found.why != nullptr) [[unlikely]]
+      return {found.why};
+    return {
+        detail::set_field<type>(object::java(), detail::place::set_field, object::get(), found.value.method, value)};
   }
 
   template <fixed_text Name, class Value, class Where>
   static detail::outcome<Value> read_static(const Where& where) {
     const auto java = enter_from(where);
-    if (java.why != nullptr) [[unlikely]] return detail::failed<Value>(java.why);
+    if (java.why != nullptr) [[unlikely]]
+      return detail::failed<Value>(java.why);
     const auto found = find<detail::member::static_field, Name, detail::field_signature<Value>>(java.value);
-    if (found.why != nullptr) [[unlikely]] return detail::failed<Value>(found.why);
+    if (found.why != nullptr) [[unlikely]]
+      return detail::failed<Value>(found.why);
     return detail::get_field<Value>(java.value, detail::place::get_static_field, found.value.reference,
                                     found.value.method);
   }
@@ -289,16 +305,18 @@ class instance : public Base {
   static detail::outcome<void> write_static(const Where& where, const From& value) {
     using type = detail::field_type<Named, From>;
     const auto java = enter_from(where);
-    if (java.why != nullptr) [[unlikely]] return {java.why};
+    if (java.why != nullptr) [[unlikely]]
+      return {java.why};
     const auto found = find<detail::member::static_field, Name, detail::field_signature<type>>(java.value);
-    if (found.why != nullptr) [[unlikely]] return {found.why};
+    if (found.why != nullptr) [[unlikely]]
+      return {found.why};
     return {detail::set_field<type>(java.value, detail::place::set_static_field, found.value.reference,
                                     found.value.method, value)};
   }
 };
 
-/// The base of a host's own type for a Java class; see the head of this file. Base is the host's type for a class above,
-/// whose functions it then has and as which it is passed.
+/// The base of a host's own type for a Java class; see the head of this file. Base is the host's type for a class
+/// above, whose functions it then has and as which it is passed.
 template <class Self, fixed_text Class, class Base = object>
 class java_class : public instance<Class, Base> {
  public:

@@ -1,23 +1,21 @@
 /// @file
 /// Which C++ type stands for which Java type.
 ///
-/// | C++                                                                     | Java                                    |
+/// | C++                                                                     | Java |
 /// |-------------------------------------------------------------------------|-----------------------------------------|
-/// | `bool`, `int8_t`, `int16_t`, `int32_t` (`long`), `int64_t`              | boolean, byte, short, int, long         |
-/// | `char16_t`, `wchar_t`                                                   | char                                    |
-/// | `float`, `double`                                                       | float, double                           |
-/// | `void`, as a result                                                     | void                                    |
-/// | an enum, as an argument                                                 | its underlying type                     |
-/// | `std::wstring`, `std::u16string`, their views and literals              | String, unit for unit                   |
-/// | `std::string`, `std::u8string`, their views and literals                | String, from and to UTF-8               |
-/// | `std::vector`, `std::span` (argument) of a primitive type               | an array of it                          |
-/// | the same of `uint8_t`, `std::byte`                                      | byte[]                                  |
-/// | `std::vector` of text, of objects, of vectors                           | an array of these                       |
-/// | qvjvm::boxed<int32_t>                                                   | Integer, and so on                      |
-/// | qvjvm::object, qvjvm::instance, qvjvm::class_ref, qvjvm::array          | Object, the class named, Class, array   |
-/// | `std::optional` of any of these but primitive ones                      | the same, null for nothing              |
-/// | `std::optional` of a primitive type                                     | Integer and so on, null for nothing     |
-/// | `nullptr`, as an argument                                               | null, declared as Object                |
+/// | `bool`, `int8_t`, `int16_t`, `int32_t` (`long`), `int64_t`              | boolean, byte, short, int, long | |
+/// `char16_t`, `wchar_t`                                                   | char                                    |
+/// | `float`, `double`                                                       | float, double | | `void`, as a result |
+/// void                                    | | an enum, as an argument | its underlying type                     | |
+/// `std::wstring`, `std::u16string`, their views and literals              | String, unit for unit                   |
+/// | `std::string`, `std::u8string`, their views and literals                | String, from and to UTF-8 | |
+/// `std::vector`, `std::span` (argument) of a primitive type               | an array of it                          |
+/// | the same of `uint8_t`, `std::byte`                                      | byte[] | | `std::vector` of text, of
+/// objects, of vectors                           | an array of these                       | | qvjvm::boxed<int32_t> |
+/// Integer, and so on                      | | qvjvm::object, qvjvm::instance, qvjvm::class_ref, qvjvm::array | Object,
+/// the class named, Class, array   | | `std::optional` of any of these but primitive ones                      | the
+/// same, null for nothing              | | `std::optional` of a primitive type                                     |
+/// Integer and so on, null for nothing     | | `nullptr`, as an argument | null, declared as Object                |
 ///
 /// A Java null as the result of a type that cannot say so is an empty text or vector, and a failure for `boxed`.
 /// Unsigned integers have no counterpart; a plain `char` is neither byte nor char.
@@ -99,8 +97,7 @@ struct java_type<void> {
 };
 
 template <class T>
-requires std::is_enum_v<T> && (!std::is_same_v<T, std::byte>)
-struct java_type<T> : java_type<std::underlying_type_t<T>> {
+requires std::is_enum_v<T> &&(!std::is_same_v<T, std::byte>)struct java_type<T> : java_type<std::underlying_type_t<T>> {
   static void store(java_value& value, T argument) noexcept {
     java_type<std::underlying_type_t<T>>::store(value, static_cast<std::underlying_type_t<T>>(argument));
   }
@@ -115,13 +112,15 @@ struct no_type : primitive_type<int32_t, 'I', 5, &java_value::i> {
 };
 
 template <class T>
-inline constexpr bool is_character = std::is_same_v<T, char> || std::is_same_v<T, char8_t> || std::is_same_v<T, char32_t>;
+inline constexpr bool is_character =
+    std::is_same_v<T, char> || std::is_same_v<T, char8_t> || std::is_same_v<T, char32_t>;
 
 template <class T>
 struct java_type : no_type {
   static_assert(!(std::is_integral_v<T> && std::is_unsigned_v<T>) || is_character<T>,
                 "qvjvm: Java has no unsigned integers: pass a signed type that holds the value");
-  static_assert(!is_character<T>, "qvjvm: a lone character of this type has no Java counterpart: use char16_t or int8_t");
+  static_assert(!is_character<T>,
+                "qvjvm: a lone character of this type has no Java counterpart: use char16_t or int8_t");
   static_assert(std::is_integral_v<T> || is_character<T>,
                 "qvjvm: this C++ type has no Java counterpart: see the table in qvjvm/client/types.hpp");
   static_assert(!std::is_integral_v<T> || std::is_unsigned_v<T> || is_character<T>,
@@ -137,8 +136,8 @@ struct passed {
   failure_record* why = nullptr;
 };
 
-/// What all reference types have. Each one adds `signature`; `pass`, when it can be an argument; `read`, when it can be a
-/// result: it fills a value from a local reference that stays the caller's, or says why not.
+/// What all reference types have. Each one adds `signature`; `pass`, when it can be an argument; `read`, when it can be
+/// a result: it fills a value from a local reference that stays the caller's, or says why not.
 struct reference_type {
   static constexpr bool primitive = false;
   static constexpr bool keeps_reference = false;  ///< whether values of the type hold local references
@@ -151,7 +150,8 @@ concept is_primitive = java_type<T>::primitive && !std::is_void_v<T>;
 
 /// A new reference that Java made, or why it did not.
 inline passed made(const context& java, void* reference) noexcept {
-  if (reference == nullptr) [[unlikely]] return {nullptr, false, take_exception(java)};
+  if (reference == nullptr) [[unlikely]]
+    return {nullptr, false, take_exception(java)};
   return {reference, true, nullptr};
 }
 
@@ -215,9 +215,10 @@ struct java_type<T> : reference_type {
   }
 
   static failure_record* read(const local& from, T& into) {
-    static_assert(requires { take_text(std::wstring(), into); },
-                  "qvjvm: a result of text is a std::wstring, std::u16string, std::string or std::u8string: a view would "
-                  "have nothing to look at");
+    static_assert(
+        requires { take_text(std::wstring(), into); },
+        "qvjvm: a result of text is a std::wstring, std::u16string, std::string or std::u8string: a view would "
+        "have nothing to look at");
     if constexpr (requires { take_text(std::wstring(), into); }) {
       take_text(text_of(from.java().env, from.get()), into);
     }
@@ -380,14 +381,15 @@ struct java_type<std::span<T, Extent>> : reference_type {
     return pass_array(java, array_step<std::remove_const_t<T>>, elements.data(), elements.size());
   }
   static failure_record* read(const local&, std::span<T, Extent>&) noexcept {
-    static_assert(!sizeof(T*), "qvjvm: a span cannot be a result, it would have nothing to look at: use std::vector, or "
-                               "qvjvm::array and its get_region");
+    static_assert(!sizeof(T*),
+                  "qvjvm: a span cannot be a result, it would have nothing to look at: use std::vector, or "
+                  "qvjvm::array and its get_region");
     return nullptr;
   }
 };
 
-/// The class that a type's signature names, found through the realm of the context and kept there: a global reference, or
-/// null with the exception pending.
+/// The class that a type's signature names, found through the realm of the context and kept there: a global reference,
+/// or null with the exception pending.
 void* class_of_signature(const context& java, std::string_view type);
 
 /// Room for that many local references, which is advice to Java.
@@ -396,7 +398,9 @@ inline void expect_references(qv_jnienv env, int32_t count) noexcept {
 }
 
 template <class T>
-concept can_be_passed = requires(const context& java, const T& value) { java_type<T>::pass(java, value); };
+concept can_be_passed = requires(const context& java, const T& value) {
+  java_type<T>::pass(java, value);
+};
 
 /// Arrays of references: of text, of objects, of boxes, of arrays.
 template <class T>
@@ -409,8 +413,9 @@ requires(!array_element<T>) struct java_type<std::vector<T>> : reference_type {
     }
     void* const cls = class_of_signature(java, own_signature<T>.view());
     if (cls == nullptr) return {nullptr, false, take_exception(java)};
-    const passed array = made(java, invoke<void*>(java.env, place::new_object_array, 0,
-                                                  static_cast<int32_t>(elements.size()), cls, static_cast<void*>(nullptr)));
+    const passed array =
+        made(java, invoke<void*>(java.env, place::new_object_array, 0, static_cast<int32_t>(elements.size()), cls,
+                                 static_cast<void*>(nullptr)));
     if (array.why != nullptr) return array;
     for (size_t i = 0; i < elements.size(); ++i) {
       passed element = java_type<T>::pass(java, elements[i]);
