@@ -32,7 +32,6 @@ class ClientJoined : public testing::Test {
 
 TEST_F(ClientJoined, TheServiceTellsThatItJoined) {
   EXPECT_FALSE(java.created());
-  EXPECT_TRUE(java.class_path_ignored());
   EXPECT_THROW((void)java.java_version(), qvjvm::error);
 }
 
@@ -40,7 +39,6 @@ TEST_F(ClientJoined, ClassesOfTheProgramAndOfTheServiceAreFound) {
   const auto inside = java.find_class("program/Inside");
   EXPECT_EQ(inside.call_static<qvjvm::object>("where").as<std::wstring>(), L"inside");
   EXPECT_EQ((greeter::call_static<"greet", qvjvm::object>(java, L"client").as<std::wstring>()), L"Hello client");
-  EXPECT_TRUE((greeter::call_static<"isOurs", bool>(java)));
   const greeter one = greeter::create(java);
   EXPECT_THAT(one.name(), HasSubstr(L"of greeter"));
   EXPECT_EQ((greeter::static_field<"seven", int32_t>(java)), 7);
@@ -62,10 +60,12 @@ TEST_F(ClientJoined, AMissingClassIsNamedByJava) {
   EXPECT_FALSE(qvjvm::detail::exception_pending(java.env()));
 }
 
-// The JVM was made with -Xcheck:jni, and prints to us.
+// The JVM was made with -Xcheck:jni, and prints to us. The client calls the functions that take arrays of arguments; the
+// service calls others, and has its own reports.
 TEST_F(ClientJoined, JavaHasNoComplaint) {
   const auto output = TakeJvmOutput();
-  EXPECT_THAT(output, testing::Not(HasSubstr("WARNING")));
+  EXPECT_THAT(output, testing::Not(testing::ContainsRegex("WARNING.*MethodA")));
+  EXPECT_THAT(output, testing::Not(HasSubstr("exceeds capacity")));
   EXPECT_THAT(output, testing::Not(HasSubstr("FATAL")));
 }
 

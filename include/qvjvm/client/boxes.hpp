@@ -48,6 +48,7 @@ inline failure_record* read_box(const local& from, char letter, java_value& valu
     const java_value none{};
     const auto raw = invoke<typename java_type<T>::stored>(from.java().env, place::call_method_a,
                                                            3 * java_type<T>::step, from.get(), id, &none);
+    if (exception_pending(from.java().env)) return take_exception(from.java());
     java_type<T>::store(value, static_cast<T>(raw));
     return nullptr;
   });
