@@ -60,8 +60,8 @@ TEST_F(ClientJoined, AMissingClassIsNamedByJava) {
   EXPECT_FALSE(qvjvm::detail::exception_pending(java.env()));
 }
 
-// The JVM was made with -Xcheck:jni, and prints to us. The client calls the functions that take arrays of arguments; the
-// service calls others, and has its own reports.
+// The JVM was made with -Xcheck:jni, and prints to us. The client calls the functions that take arrays of arguments;
+// the service calls others, and has its own reports.
 TEST_F(ClientJoined, JavaHasNoComplaint) {
   const auto output = TakeJvmOutput();
   EXPECT_THAT(output, testing::Not(testing::ContainsRegex("WARNING.*MethodA")));
