@@ -260,7 +260,7 @@ struct LeavingThread {
     EXPECT_EQ(QV_AcquireThreadEnv(self.vm), self.env);
     EXPECT_EQ(QV_AcquireThreadEnv(self.vm), self.env) << "from here on it is remembered";
     self.ask.Set();
-    self.othersGoOn = self.answered.Wait(5000);
+    self.othersGoOn = self.answered.Wait(60000);
   }
 };
 
