@@ -35,8 +35,10 @@ inline passed pass_box(const context& java, char letter, java_value value) {
     void* const cls = class_site<Class>::find(java);
     void* const id = cls == nullptr ? nullptr : value_of::find(java);
     if (id == nullptr) return {nullptr, false, take_exception(java)};
-    return made(
-        java, invoke<void*>(java.env, place::call_static_method_a, 0, cls, id, static_cast<const java_value*>(&value)));
+    void* const box =
+        invoke<void*>(java.env, place::call_static_method_a, 0, cls, id, static_cast<const java_value*>(&value));
+    if (exception_pending(java.env)) return {nullptr, false, take_exception(java)};
+    return made(java, box);
   });
 }
 

@@ -136,7 +136,8 @@ inline void* load_class(const context& java, const char* name) {
   values[1].z = 1;
   values[2].l = java.home->loader();
   const root_classes& roots = java.home->roots();
-  return invoke<void*>(env, place::call_static_method_a, 0, roots.cls, roots.for_name, values);
+  void* const found = invoke<void*>(env, place::call_static_method_a, 0, roots.cls, roots.for_name, values);
+  return exception_pending(env) ? nullptr : found;
 }
 
 /// Takes the pending exception, or says that Java gave none.
