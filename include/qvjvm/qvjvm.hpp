@@ -154,6 +154,7 @@ inline failure_record* fill_roots(const context& java) {
 inline outcome<realm_user> open_realm(IQV_JavaVM* vm, void* loader) {
   realm_user home(realm::make(vm, loader));
   if (!home) {
+    if (loader != nullptr) vm->DeleteGlobalRef(loader);
     vm->Release();
     return failed<realm_user>(new_failure(QV_E_OUTOFMEMORY, L"no memory"));
   }
@@ -174,6 +175,7 @@ class thread_jvm : public detail::entry<thread_jvm> {
   /// Empty; using it is an error.
   thread_jvm() = default;
 
+  /// The context of the calling thread. For the client itself.
   friend detail::outcome<detail::context> enter_from(const thread_jvm& where) noexcept {
     if (!where.home_) [[unlikely]]
       return {detail::invalid(L"this qvjvm handle is empty"), {}};
@@ -249,6 +251,7 @@ class jvm : public detail::entry<jvm> {
   /// Drops or logs the JVM's output. For the whole process.
   void set_log_enabled(bool enabled) const { need()->SetJvmLogEnabled(enabled ? 1 : 0); }
 
+  /// The context of the calling thread. For the client itself.
   friend detail::outcome<detail::context> enter_from(const jvm& where) noexcept { return detail::enter(where.home_); }
 
  private:

@@ -16,6 +16,7 @@ class array : public object {
  public:
   using object::object;
 
+  /// The type that signatures have for it. For the client itself.
   static consteval auto java_signature() { return detail::java_type<std::vector<T>>::signature(); }
 
   /// A new array of so many elements, 0 or null each.
@@ -181,6 +182,7 @@ class critical_elements {
  public:
   /// No elements.
   critical_elements() = default;
+  /// For array::critical.
   static detail::outcome<critical_elements> open(const array<T>& from) {
     if (auto* const why = from.misuse()) return detail::failed<critical_elements>(why);
     critical_elements opened;
@@ -192,6 +194,7 @@ class critical_elements {
     if (opened.memory_ == nullptr) return detail::failed<critical_elements>(detail::take_exception(from.java()));
     return {nullptr, std::move(opened)};
   }
+  /// Leaves no elements behind.
   critical_elements(critical_elements&& other) noexcept
       : env_(other.env_), array_(other.array_), memory_(std::exchange(other.memory_, nullptr)), count_(other.count_) {}
   critical_elements& operator=(critical_elements&&) = delete;

@@ -67,10 +67,12 @@ class elements {
   /// The elements of an Iterable, an Iterator or an array of objects, which must outlive the loop.
   /// @throws qvjvm::error for null or anything else.
   explicit elements(const object& of) : elements(detail::value_of(open(of))) {}
+  /// Moves the walk.
   elements(elements&&) noexcept = default;
   /// None.
   elements() = default;
 
+  /// For try_for_each.
   static detail::outcome<elements> open(const object& of) {
     detail::outcome<elements> opened;
     if ((opened.why = of.misuse()) != nullptr) return opened;
@@ -117,23 +119,32 @@ class elements {
   /// For range-for.
   class iterator {
    public:
+    /// The type of an element.
     using value_type = T;
+    /// Iterators have one.
     using difference_type = std::ptrdiff_t;
     iterator() = default;
+    /// At the first element.
     explicit iterator(elements* of) : of_(of) { ++*this; }
+    /// Goes to the next element.
     iterator& operator++() {
       current_ = detail::value_of(of_->next());
       return *this;
     }
+    /// Goes to the next element.
     void operator++(int) { ++*this; }
+    /// The element.
     T& operator*() const { return *current_; }
+    /// Whether the walk is at its end.
     friend bool operator==(const iterator& at, std::default_sentinel_t) noexcept { return !at.current_.has_value(); }
 
    private:
     elements* of_ = nullptr;
     mutable std::optional<T> current_;
   };
+  /// The walk from here on.
   [[nodiscard]] iterator begin() { return iterator(this); }
+  /// The end of every walk.
   [[nodiscard]] std::default_sentinel_t end() const noexcept { return {}; }
 
  private:
@@ -172,6 +183,7 @@ template <class T>
   if (!done) return done.reason();
   return all;
 }
+/// The same, thrown.
 template <class T>
 [[nodiscard]] std::vector<T> to_vector(const object& of) {
   return try_to_vector<T>(of).value();
@@ -213,6 +225,7 @@ template <class Key, class Value>
   if (inner) return inner;
   return all;
 }
+/// The same, thrown.
 template <class Key, class Value>
 [[nodiscard]] std::vector<std::pair<Key, Value>> entries(const object& map) {
   return try_entries<Key, Value>(map).value();
@@ -238,6 +251,7 @@ template <detail::origin Where, class Range>
 [[nodiscard]] result<instance<"java/util/ArrayList">> try_new_list(const Where& where, const Range& range) {
   return detail::fill<"java/util/ArrayList">(where, range);
 }
+/// The same, thrown.
 template <detail::origin Where, class Range>
 [[nodiscard]] instance<"java/util/ArrayList"> new_list(const Where& where, const Range& range) {
   return try_new_list(where, range).value();
@@ -248,6 +262,7 @@ template <detail::origin Where, class Range>
 [[nodiscard]] result<instance<"java/util/LinkedHashSet">> try_new_set(const Where& where, const Range& range) {
   return detail::fill<"java/util/LinkedHashSet">(where, range);
 }
+/// The same, thrown.
 template <detail::origin Where, class Range>
 [[nodiscard]] instance<"java/util/LinkedHashSet"> new_set(const Where& where, const Range& range) {
   return try_new_set(where, range).value();
@@ -265,6 +280,7 @@ template <detail::origin Where, class Range>
   }
   return made;
 }
+/// The same, thrown.
 template <detail::origin Where, class Range>
 [[nodiscard]] instance<"java/util/LinkedHashMap"> new_map(const Where& where, const Range& range) {
   return try_new_map(where, range).value();

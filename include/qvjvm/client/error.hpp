@@ -14,6 +14,7 @@
 #if defined(__cpp_exceptions) || defined(_CPPUNWIND)
 #define QVJVM_EXCEPTIONS 1
 #else
+/// 1 where the build has exceptions.
 #define QVJVM_EXCEPTIONS 0
 #endif
 
@@ -181,10 +182,13 @@ class [[nodiscard]] failure {
   failure(int32_t status, std::wstring_view text) noexcept : record_(detail::new_failure(status, text)) {}
   /// Takes over a record. For the client itself.
   explicit failure(detail::failure_record* record) noexcept : record_(record) {}
+  /// Shares it.
   failure(const failure& other) noexcept : record_(other.record_) {
     if (record_ != nullptr && record_ != &detail::no_memory_for_a_record) record_->users.fetch_add(1);
   }
+  /// Leaves no failure behind.
   failure(failure&& other) noexcept : record_(std::exchange(other.record_, nullptr)) {}
+  /// Shares or takes over the other one.
   failure& operator=(failure other) noexcept {
     std::swap(record_, other.record_);
     return *this;
@@ -334,6 +338,7 @@ class [[nodiscard]] result {
   }
   /// The value, or the given one when there is none.
   [[nodiscard]] T value_or(T other) const& { return value_ ? *value_ : std::move(other); }
+  /// The value, or the given one when there is none.
   [[nodiscard]] T value_or(T other) && { return value_ ? std::move(*value_) : std::move(other); }
   /// The reason of a failure; one with status 0 and no text on success.
   [[nodiscard]] const failure& reason() const noexcept { return reason_; }

@@ -134,6 +134,7 @@ class static_method<Result(Parameters...)> {
   requires(sizeof...(Arguments) == sizeof...(Parameters)) Result operator()(const Arguments&... values) const {
     return detail::value_of(run(handle_.enter_class(), values...));
   }
+  /// The same for the thread of `here`.
   template <class... Arguments>
   requires(sizeof...(Arguments) == sizeof...(Parameters)) Result operator()(const thread_jvm& here,
                                                                             const Arguments&... values) const {
@@ -143,6 +144,7 @@ class static_method<Result(Parameters...)> {
   template <class... Arguments>
   requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Result> try_call(const Arguments&... values)
   const { return result<Result>(run(handle_.enter_class(), values...)); }
+  /// The same for the thread of `here`.
   template <class... Arguments>
   requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Result> try_call(const thread_jvm& here,
                                                                                   const Arguments&... values)
@@ -174,6 +176,7 @@ class constructor<Object(Parameters...)> {
       const Arguments&... values) const {
     return detail::value_of(run(handle_.enter_class(), values...));
   }
+  /// The same for the thread of `here`.
   template <class... Arguments>
   requires(sizeof...(Arguments) == sizeof...(Parameters)) [[nodiscard]] Object operator()(
       const thread_jvm& here, const Arguments&... values) const {
@@ -183,6 +186,7 @@ class constructor<Object(Parameters...)> {
   template <class... Arguments>
   requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Object> try_call(const Arguments&... values)
   const { return result<Object>(run(handle_.enter_class(), values...)); }
+  /// The same for the thread of `here`.
   template <class... Arguments>
   requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Object> try_call(const thread_jvm& here,
                                                                                   const Arguments&... values)

@@ -11,6 +11,7 @@ namespace qvjvm {
 class class_ref;
 class jvm;
 class thread_jvm;
+/// The context of the calling thread. For the client itself.
 inline detail::outcome<detail::context> enter_from(const thread_jvm& where) noexcept;
 
 /// A local reference to a Java object; null is allowed. Move-only. It belongs to the thread that got it and must not
@@ -247,6 +248,7 @@ class class_ref : public object {
  public:
   using object::object;
 
+  /// The type that signatures have for it. For the client itself.
   static consteval auto java_signature() { return detail::piece("Ljava/lang/Class;"); }
 
   /// A new object from the constructor with the arguments' types.
@@ -325,26 +327,31 @@ class class_ref : public object {
   /// A handle of an instance method.
   template <class Signature>
   [[nodiscard]] auto find_method(const char* name) const;
+  /// The same with a result instead of an exception.
   template <class Signature>
   [[nodiscard]] auto try_find_method(const char* name) const;
   /// A handle of a static method.
   template <class Signature>
   [[nodiscard]] auto find_static_method(const char* name) const;
+  /// The same with a result instead of an exception.
   template <class Signature>
   [[nodiscard]] auto try_find_static_method(const char* name) const;
   /// A handle of a constructor; the result of Signature is the type of the objects.
   template <class Signature>
   [[nodiscard]] auto find_constructor() const;
+  /// The same with a result instead of an exception.
   template <class Signature>
   [[nodiscard]] auto try_find_constructor() const;
   /// A handle of an instance field.
   template <class Value>
   [[nodiscard]] auto find_field(const char* name) const;
+  /// The same with a result instead of an exception.
   template <class Value>
   [[nodiscard]] auto try_find_field(const char* name) const;
   /// A handle of a static field.
   template <class Value>
   [[nodiscard]] auto find_static_field(const char* name) const;
+  /// The same with a result instead of an exception.
   template <class Value>
   [[nodiscard]] auto try_find_static_field(const char* name) const;
 
@@ -452,6 +459,7 @@ class global {
   global(const global&) = delete;
   global& operator=(const global&) = delete;
 
+  /// The type that signatures have for it. For the client itself.
   static consteval auto java_signature() { return detail::piece("Ljava/lang/Object;"); }
 
   /// Whether it refers to an object.

@@ -2,8 +2,9 @@
 /// What the handles of one qvjvm::jvm share: the service object, the class loader that classes are looked up through,
 /// and the classes, methods and fields that were looked up once.
 ///
-/// A compile-time name, instance<"java/util/List">::call<"size", int32_t>(), is a site. Each site has a number, and a
-/// realm has a place for each number, so that the id is one load away and belongs to the realm's own class loader.
+/// A compile-time name, `call<"size", int32_t>()` of an `instance<"java/util/List">`, is a site. Each site has a
+/// number, and a realm has a place for each number, so that the id is one load away and belongs to the realm's own
+/// class loader.
 #pragma once
 
 #include <atomic>
@@ -28,6 +29,7 @@
 #if defined(_MSC_VER) && !defined(__clang__)
 #define QVJVM_COLD __declspec(noinline)
 #else
+/// Marks what is never on a fast path.
 #define QVJVM_COLD __attribute__((noinline, cold))
 #endif
 
@@ -64,7 +66,6 @@ struct kept_name {
 /// What every realm keeps from its beginning, because it is wanted when Java has no memory to look it up.
 struct root_classes {
   void* cls = nullptr;  ///< java.lang.Class; a global reference, as the next ones
-  void* string = nullptr;
   void* throwable = nullptr;
   void* out_of_memory = nullptr;
   void* stack_overflow = nullptr;
@@ -123,10 +124,13 @@ class realm {
     while (!names_.compare_exchange_weak(kept->next, kept, std::memory_order_release, std::memory_order_relaxed)) {
     }
   }
-  /// Keeps a global reference until the realm ends. False without memory.
+  /// Keeps a global reference until the realm ends. False without memory: it is gone then.
   [[nodiscard]] bool own(void* global) noexcept {
     auto* const kept = new (std::nothrow) kept_name{{}, global, nullptr};
-    if (kept == nullptr) return false;
+    if (kept == nullptr) {
+      vm_->DeleteGlobalRef(global);
+      return false;
+    }
     kept->next = globals_.load(std::memory_order_relaxed);
     while (!globals_.compare_exchange_weak(kept->next, kept, std::memory_order_release, std::memory_order_relaxed)) {
     }

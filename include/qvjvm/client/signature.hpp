@@ -26,6 +26,7 @@ struct fixed_text {
 /// A signature that is only known when the program runs, for call_as; it is checked then.
 /// The text must live as long as the call.
 struct signature {
+  /// Takes the text; null is a malformed one.
   explicit constexpr signature(const char* jni_signature) noexcept : text(jni_signature) {}
   const char* text;  ///< "(Ljava/lang/Object;)Z"
 };

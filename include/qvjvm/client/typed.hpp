@@ -93,6 +93,7 @@ class instance : public Base {
   /// Takes over a local reference of this thread; for the client itself, which knows the class.
   explicit instance(detail::local reference) noexcept : Base(std::move(reference)) {}
 
+  /// The type that signatures have for it. For the client itself.
   static consteval auto java_signature() {
     return detail::join(detail::piece("L"), detail::piece(Class.text), detail::piece(";"));
   }
@@ -206,6 +207,7 @@ class instance : public Base {
 
  protected:
   // One class and one of its members; the class may be null where it is not wanted.
+  /// The class and a member of it. For the client itself.
   template <detail::member Kind, fixed_text Name, class Signature>
   static detail::outcome<detail::target> find(const detail::context& java) {
     detail::target found;
@@ -221,6 +223,7 @@ class instance : public Base {
     return {nullptr, found};
   }
 
+  /// A new object. For the client itself.
   template <class Object, class Signature, class Where, class... Arguments>
   static detail::outcome<Object> make(const Where& where, const Arguments&... values) {
     using types = detail::call_types<Signature, Arguments...>;

@@ -38,8 +38,10 @@ template <class T>
 struct boxed {
   T value{};  ///< what is in the box
 
+  /// Whether the values are the same.
   friend bool operator==(const boxed&, const boxed&) = default;
 };
+/// A box of the value's own type.
 template <class T>
 boxed(T) -> boxed<T>;
 

@@ -76,7 +76,7 @@ void PrepareRegisteredRuntime(RegistrySandbox& registry) {
 }
 
 std::optional<std::wstring> NoJavaHome() { return std::nullopt; }
-std::wstring HostFolder(const Site&) { return ProgramFolder() + L"\\fakejvm\\host;"; }
+std::wstring HostFolder(const Site& site) { return site.Folder().Path(L"web") + L";"; }
 std::wstring ClientFolder(const Site& site) { return site.Folder().Path(L"runtime") + L";"; }
 
 int32_t Start(Disturbed& run) { return run.Create(L"C:\\own.jar"); }
@@ -262,6 +262,7 @@ Site::Site() {
   m_withRuntime = m_folder.CopyIn(original, L"private\\qvjvm.dll");
   m_folder.WriteFile(L"private\\JRE\\BIN\\SERVER\\JVM.DLL");
   m_folder.CopyIn(FakeJvm::DefaultPath(), L"runtime\\client\\jvm.dll");
+  m_folder.CopyIn(ProgramFolder() + L"\\unit_module.dll", L"web\\qvrth.dll");
   m_folder.MakeFolder(L"hostdlls");
   m_folder.MakeFolder(L"logs");
 }
