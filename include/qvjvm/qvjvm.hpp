@@ -56,14 +56,14 @@ class entry {
     return instance<Class>::try_create(self(), values...);
   }
   /// Calls a static method; see instance::call_static.
-  template <fixed_text Class, fixed_text Name, class Spec = void, class... Arguments>
+  template <fixed_text Class, fixed_text Name, class Form = void, class... Arguments>
   auto call_static(const Arguments&... values) const {
-    return instance<Class>::template call_static<Name, Spec>(self(), values...);
+    return instance<Class>::template call_static<Name, Form>(self(), values...);
   }
   /// The same with a result instead of an exception.
-  template <fixed_text Class, fixed_text Name, class Spec = void, class... Arguments>
+  template <fixed_text Class, fixed_text Name, class Form = void, class... Arguments>
   auto try_call_static(const Arguments&... values) const {
-    return instance<Class>::template try_call_static<Name, Spec>(self(), values...);
+    return instance<Class>::template try_call_static<Name, Form>(self(), values...);
   }
 
   /// A new Java string. As an argument it is an Object; text itself is a String.
@@ -119,7 +119,7 @@ inline failure_record* fill_roots(const context& java) {
   const auto cls = [&](const char* name) -> void* {
     const scoped_local found(env, whole ? invoke<void*>(env, place::find_class, 0, name) : nullptr);
     void* const global = found.get() == nullptr ? nullptr : invoke<void*>(env, place::new_global_ref, 0, found.get());
-    whole = global != nullptr && java.home->own(global);
+    whole = global != nullptr && java.home->keep(name, global);
     return global;
   };
   const auto method = [&](void* of, const char* name, const char* type, member kind = member::method) -> method_id {

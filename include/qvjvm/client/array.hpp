@@ -67,20 +67,20 @@ class array : public object {
   /// Copies elements from `first` on into the host's memory.
   /// @throws java_error when the array has not that many; nothing is copied then.
   void get_region(int32_t first, std::span<T> into) const requires detail::array_element<T> {
-    detail::value_of(region(detail::place::get_array_region, first, into.data(), into.size()));
+    detail::value_of(region(detail::place::get_array_region, first, into));
   }
   /// The same with a result instead of an exception.
   result<void> try_get_region(int32_t first, std::span<T> into) const requires detail::array_element<T> {
-    return result<void>(region(detail::place::get_array_region, first, into.data(), into.size()));
+    return result<void>(region(detail::place::get_array_region, first, into));
   }
   /// Copies the host's memory to the elements from `first` on.
   /// @throws java_error when the array has not that many; nothing is copied then.
   void set_region(int32_t first, std::span<const T> from) const requires detail::array_element<T> {
-    detail::value_of(region(detail::place::set_array_region, first, from.data(), from.size()));
+    detail::value_of(region(detail::place::set_array_region, first, from));
   }
   /// The same with a result instead of an exception.
   result<void> try_set_region(int32_t first, std::span<const T> from) const requires detail::array_element<T> {
-    return result<void>(region(detail::place::set_array_region, first, from.data(), from.size()));
+    return result<void>(region(detail::place::set_array_region, first, from));
   }
   /// All elements.
   [[nodiscard]] std::vector<T> to_vector() const { return as<std::vector<T>>(); }
@@ -128,11 +128,13 @@ class array : public object {
     return {nullptr, array(detail::local(java.value, made.reference))};
   }
 
-  detail::outcome<void> region(detail::place way, int32_t first, const void* memory, size_t count) const {
+  template <class Memory>
+  detail::outcome<void> region(detail::place way, int32_t first, std::span<Memory> memory) const {
     if (auto* const why = misuse()) [[unlikely]]
       return {why};
-    if (count > detail::longest) return {detail::invalid(L"a Java array has at most 2,147,483,647 elements")};
-    detail::invoke<void>(java().env, way, detail::array_step<T>, get(), first, static_cast<int32_t>(count), memory);
+    if (memory.size() > detail::longest) return {detail::invalid(L"a Java array has at most 2,147,483,647 elements")};
+    detail::invoke<void>(java().env, way, detail::array_step<T>, get(), first, static_cast<int32_t>(memory.size()),
+                         memory.data());
     if (detail::exception_pending(java().env)) [[unlikely]]
       return {detail::take_exception(java())};
     return {};
@@ -144,10 +146,10 @@ class array : public object {
       detail::outcome<T> element;
       if constexpr (std::is_same_v<T, bool>) {
         uint8_t stored = 0;
-        element.why = region(detail::place::get_array_region, index, &stored, 1).why;
+        element.why = region(detail::place::get_array_region, index, std::span(&stored, 1)).why;
         element.value = stored != 0;
       } else {
-        element.why = region(detail::place::get_array_region, index, &element.value, 1).why;
+        element.why = region(detail::place::get_array_region, index, std::span(&element.value, 1)).why;
       }
       return element;
     } else {
@@ -162,7 +164,7 @@ class array : public object {
     if (auto* const why = misuse()) return {why};
     if constexpr (detail::array_element<T>) {
       const T element = static_cast<T>(value);
-      return region(detail::place::set_array_region, index, &element, 1);
+      return region(detail::place::set_array_region, index, std::span(&element, 1));
     } else {
       const detail::arguments<From> made(java(), value);
       if (made.why() != nullptr) return {made.why()};

@@ -6,10 +6,6 @@
 
 namespace qvjvm::detail {
 
-/// Whether an object needs no check to be taken for T: everything is an Object.
-template <class T>
-inline constexpr bool is_plain_object = own_signature<T>.view() == object_signature;
-
 /// The type of a field that is written: the one named, or that of the value.
 template <class Named, class From>
 using field_type = std::conditional_t<std::is_void_v<Named>, plain<From>, Named>;
@@ -88,7 +84,7 @@ struct parameter {
       java_type<P>::primitive && java_type<plain<A>>::primitive && std::is_convertible_v<const A&, P>;
   static constexpr bool ask = !number && fitting == fit::ask_java;
 
-  /// What the call converts: numbers as the parameter's type, references as they are.
+  /// What the call converts: numbers to the parameter's type, references not at all.
   static decltype(auto) carry(const A& value) noexcept {
     static_assert(number || fitting != fit::no, "qvjvm: an argument does not fit the declared parameter");
     if constexpr (number) {
@@ -140,28 +136,19 @@ inline void* load_class(const context& java, const char* name) {
   return exception_pending(env) ? nullptr : found;
 }
 
-/// Takes the pending exception, or says that Java gave none.
-template <class T>
-outcome<T> failed_with_exception(const context& java) {
-  return failed<T>(take_exception(java));
-}
-
 /// A class through the realm: found once, kept as a global reference until the realm ends. Null with the exception
 /// pending.
-inline void* kept_class(const context& java, std::string_view name) {
+inline void* find_or_keep_class(const context& java, std::string_view name) {
   if (void* const known = java.home->find(name)) return known;
-  const std::string text(name);
+  std::string text(name);
   const scoped_local found(java.env, load_class(java, text.c_str()));
   if (found.get() == nullptr) return nullptr;
   void* const global = invoke<void*>(java.env, place::new_global_ref, 0, found.get());
-  if (global == nullptr || !java.home->own(global)) return nullptr;
-  if (auto* const kept = new (std::nothrow) kept_name{text, global, nullptr}) java.home->keep(kept);
-  return global;
+  return global != nullptr && java.home->keep(std::move(text), global) ? global : nullptr;
 }
 
 inline void* class_of_signature(const context& java, std::string_view type) {
-  // An array's class is named by its signature, any other by the text between L and the semicolon.
-  return kept_class(java, type[0] == 'L' ? type.substr(1, type.size() - 2) : type);
+  return find_or_keep_class(java, class_name_of(type));
 }
 
 constexpr place lookup_of(member kind) noexcept {
@@ -185,7 +172,7 @@ inline void* look_up(qv_jnienv env, member kind, void* cls, const char* name, co
 /// A site's value the first time: looked up without a lock, because a class that is initialised by it may come here
 /// again, then published. Two threads may do the same work; the ids are the same. Null with the exception pending.
 QVJVM_COLD inline void* look_up_site(const context& java, const site_name& site, std::atomic<void*>* where) {
-  void* const cls = kept_class(java, site.cls);
+  void* const cls = find_or_keep_class(java, site.cls);
   if (cls == nullptr) return nullptr;
   void* value = cls;
   if (site.kind != member::cls) value = look_up(java.env, site.kind, cls, site.name, site.type);
@@ -220,10 +207,6 @@ struct field_signature {
 };
 struct no_signature {
   static constexpr auto text = piece("");
-};
-template <fixed_text Text>
-struct given_signature {
-  static constexpr auto text = piece(Text.text);
 };
 
 template <fixed_text Class>
@@ -263,8 +246,8 @@ QVJVM_COLD inline failure_record* verify_result(const context& java, void* refer
   if (is_instance(java.env, reference, cls)) return nullptr;
   const scoped_local own(java.env, invoke<void*>(java.env, place::get_object_class, 0, reference));
   const auto name = ask_text(java.env, own.get(), java.home->roots().get_name);
-  return new_failure(QV_E_FAIL, L"a " + name.value_or(L"Java object") + L" was taken for a " +
-                                    to_utf16(type[0] == 'L' ? type.substr(1, type.size() - 2) : type));
+  return new_failure(QV_E_FAIL,
+                     L"a " + name.value_or(L"Java object") + L" was taken for a " + to_utf16(class_name_of(type)));
 }
 
 /// Whether a class is the one that a type names, or below it.
@@ -289,31 +272,63 @@ outcome<Result> finish(const context& java, typename java_type<Result>::stored r
   }
 }
 
-/// A call that is typed by its arguments; nothing but the call is on this path.
-template <class Result, class... Arguments>
-outcome<Result> call(const context& java, place family, const target& what, const Arguments&... values) {
-  using stored = typename java_type<Result>::stored;
-  constexpr size_t step = 3 * java_type<Result>::step;
-  if constexpr (std::is_void_v<Result>) {
-    const arguments<Arguments...> made(java, values...);
-    if (made.why() != nullptr) [[unlikely]]
-      return {made.why()};
-    invoke<void>(java.env, family, step, what.reference, what.method, made.values());
-    if (exception_pending(java.env)) [[unlikely]]
-      return {take_exception(java)};
-    return {};
+/// An owned reference as a T, once Java has said that it is one; primitive types from their boxes.
+template <class T>
+outcome<T> read_checked(const context& java, void* reference) {
+  using type = as_reference<T>;
+  constexpr std::string_view wanted = own_signature<type>.view();
+  auto done = finish<type>(java, reference, wanted == object_signature ? std::string_view() : wanted);
+  if constexpr (std::is_same_v<type, T>) {
+    return done;
   } else {
-    stored raw;
-    {
-      const arguments<Arguments...> made(java, values...);
-      if (made.why() != nullptr) [[unlikely]]
-        return failed<Result>(made.why());
-      raw = invoke<stored>(java.env, family, step, what.reference, what.method, made.values());
-      if (exception_pending(java.env)) [[unlikely]]
-        return failed<Result>(take_exception(java));
+    return {done.why, done.value.value};
+  }
+}
+
+/// Which arguments of a call Java has to be asked about; see verify_arguments.
+struct doubt {
+  const char* signature = nullptr;
+  uint64_t arguments = 0;
+};
+
+/// Makes the arguments, calls the function at a place, and takes what was raised.
+template <class Stored, class... Arguments>
+outcome<Stored> perform(const context& java, place family, size_t step, const target& what, const doubt& about,
+                        const Arguments&... values) {
+  const arguments<Arguments...> made(java, values...);
+  failure_record* why = made.why();
+  if (why == nullptr && about.arguments != 0) [[unlikely]] {
+    why = verify_arguments(java, about.signature, about.arguments, made.values());
+  }
+  if (why != nullptr) [[unlikely]] {
+    return failed<Stored>(why);
+  }
+  outcome<Stored> done;
+  if constexpr (std::is_void_v<Stored>) {
+    invoke<void>(java.env, family, step, what.reference, what.method, made.values());
+  } else {
+    done.value = invoke<Stored>(java.env, family, step, what.reference, what.method, made.values());
+  }
+  if (exception_pending(java.env)) [[unlikely]] {
+    done.why = take_exception(java);
+  }
+  return done;
+}
+
+/// A call whose result is what the C++ type says.
+template <class Result, class... Arguments>
+outcome<Result> call(const context& java, place family, const target& what, const doubt& about,
+                     const Arguments&... values) {
+  using type = java_type<Result>;
+  auto raw = perform<typename type::stored>(java, family, 3 * type::step, what, about, values...);
+  if constexpr (std::is_void_v<Result>) {
+    return raw;
+  } else {
+    if (raw.why != nullptr) [[unlikely]] {
+      return failed<Result>(raw.why);
     }
-    constexpr bool ask = QVJVM_CHECKED && !java_type<Result>::primitive;
-    return finish<Result>(java, raw, ask ? own_signature<Result>.view() : std::string_view());
+    constexpr bool ask = QVJVM_CHECKED && !type::primitive;
+    return finish<Result>(java, raw.value, ask ? own_signature<Result>.view() : std::string_view());
   }
 }
 
@@ -329,43 +344,25 @@ outcome<Result> call_compared(const context& java, place family, const target& w
                               const comparison& compared, const Arguments&... values) {
   using stored = std::conditional_t<std::is_void_v<Result>, void*, typename java_type<Result>::stored>;
   const std::string_view declared = compared.declared;
-  stored raw{};
-  {
-    const arguments<Arguments...> made(java, values...);
-    failure_record* why = made.why();
-    if (why == nullptr && compared.ask_java != 0) {
-      why = verify_arguments(java, signature, compared.ask_java, made.values());
-    }
-    if (why != nullptr) return failed<Result>(why);
-    raw = invoke<stored>(java.env, family, step_of(declared), what.reference, what.method, made.values());
-    if (exception_pending(java.env)) [[unlikely]]
-      return failed<Result>(take_exception(java));
-  }
+  const auto raw = perform<stored>(java, family, step_of(declared), what, {signature, compared.ask_java}, values...);
+  if (raw.why != nullptr) return failed<Result>(raw.why);
   if constexpr (std::is_void_v<Result>) {
-    if (declared[0] == 'L' || declared[0] == '[') delete_local(java.env, raw);
+    if (declared[0] == 'L' || declared[0] == '[') delete_local(java.env, raw.value);
     return {};
   } else {
-    return finish<Result>(java, raw, compared.ask_result ? compared.own : std::string_view());
+    return finish<Result>(java, raw.value, compared.ask_result ? compared.own : std::string_view());
   }
 }
 
-/// A new object by a constructor; `marked` as in verify_arguments.
+/// A new object by a constructor.
 template <class Object, class... Arguments>
-outcome<Object> construct(const context& java, const target& what, const char* signature, uint64_t marked,
-                          const Arguments&... values) {
-  void* object = nullptr;
-  {
-    const arguments<Arguments...> made(java, values...);
-    failure_record* why = made.why();
-    if (why == nullptr && marked != 0) [[unlikely]]
-      why = verify_arguments(java, signature, marked, made.values());
-    if (why != nullptr) [[unlikely]]
-      return failed<Object>(why);
-    object = invoke<void*>(java.env, place::new_object_a, 0, what.reference, what.method, made.values());
-    if (object == nullptr || exception_pending(java.env)) [[unlikely]]
-      return failed<Object>(take_exception(java));
+outcome<Object> construct(const context& java, const target& what, const doubt& about, const Arguments&... values) {
+  auto raw = perform<void*>(java, place::new_object_a, 0, what, about, values...);
+  if (raw.why == nullptr && raw.value == nullptr) raw.why = take_exception(java);
+  if (raw.why != nullptr) [[unlikely]] {
+    return failed<Object>(raw.why);
   }
-  return {nullptr, Object(local(java, object))};
+  return {nullptr, Object(local(java, raw.value))};
 }
 
 /// Reads a field; its id is known, so nothing is raised.

@@ -19,11 +19,6 @@ namespace qvjvm {
 
 namespace detail {
 
-template <class T>
-inline constexpr bool is_optional = false;
-template <class T>
-inline constexpr bool is_optional<std::optional<T>> = true;
-
 /// A value as an element: primitive ones in their boxes.
 template <class T>
 decltype(auto) carried(const T& value) noexcept {
@@ -40,21 +35,11 @@ T copy_as(const object& known) noexcept {
   return T(local(known.java(), invoke<void*>(known.java().env, place::new_local_ref, 0, known.get())));
 }
 
-/// An element as the C++ type that was asked for, with its class checked.
+/// An element as the C++ type that was asked for.
 template <class T>
 outcome<T> read_element(object&& element) {
-  using type = as_reference<T>;
   const context java = element.java();
-  if constexpr (is_optional<T>) {
-    if (!element) return {};
-  }
-  auto done = finish<type>(java, element.take().release(),
-                           is_plain_object<type> ? std::string_view() : own_signature<type>.view());
-  if constexpr (std::is_same_v<type, T>) {
-    return done;
-  } else {
-    return {done.why, done.value.value};
-  }
+  return read_checked<T>(java, element.take().release());
 }
 
 }  // namespace detail
@@ -83,7 +68,7 @@ class elements {
     };
     if (is(std::type_identity<detail::class_site<"java/lang/Iterable">>())) {
       auto iterator = detail::copy_as<iterable_type>(of).template try_call<"iterator", iterator_type>();
-      if (!iterator) return detail::failed<elements>(failure(iterator.reason()).release());
+      if (!iterator) return detail::failed<elements>(iterator.reason());
       opened.value.iterator_ = std::move(iterator).value();
     } else if (opened.why == nullptr && is(std::type_identity<detail::class_site<"java/util/Iterator">>())) {
       opened.value.iterator_ = detail::copy_as<iterator_type>(of);
@@ -100,15 +85,15 @@ class elements {
     object element;
     if (iterator_) {
       auto more = iterator_.template try_call<"hasNext", bool>();
-      if (!more) return {failure(more.reason()).release(), {}};
+      if (!more) return detail::failed<std::optional<T>>(more.reason());
       if (!more.value()) return {};
       auto taken = iterator_.template try_call<"next", object>();
-      if (!taken) return {failure(taken.reason()).release(), {}};
+      if (!taken) return detail::failed<std::optional<T>>(taken.reason());
       element = std::move(taken).value();
     } else {
       if (at_ >= array_.length()) return {};
       auto taken = array_.try_at(at_++);
-      if (!taken) return {failure(taken.reason()).release(), {}};
+      if (!taken) return detail::failed<std::optional<T>>(taken.reason());
       element = std::move(taken).value();
     }
     auto value = detail::read_element<T>(std::move(element));

@@ -225,8 +225,6 @@ class [[nodiscard]] failure {
   /// The throwable, an object of the calling thread; null without one.
   [[nodiscard]] throwable exception() const noexcept;
 
-  /// The record. For the client itself.
-  [[nodiscard]] detail::failure_record* record() const noexcept { return record_; }
   /// The record, which is the caller's now. For the client itself.
   [[nodiscard]] detail::failure_record* release() noexcept { return std::exchange(record_, nullptr); }
 
@@ -266,8 +264,8 @@ class java_error : public error {
   [[nodiscard]] std::wstring java_message() const;
   /// Its stack and those of its causes and suppressed exceptions, as Java prints them.
   [[nodiscard]] std::wstring stack_text() const;
-  /// The throwable as that class, or nothing when it is of another: `if (auto io =
-  /// e.catch_as<"java/io/IOException">())`.
+  /// The throwable as that class, or nothing when it is of another:
+  /// `if (auto io = e.catch_as<"java/io/IOException">())`.
   template <fixed_text Class>
   [[nodiscard]] auto catch_as() const;
   /// Raises the same throwable in Java on the calling thread, where it stays pending: the last thing that a native
@@ -400,6 +398,10 @@ outcome<T> failed(failure_record* why) {
   outcome<T> result;
   result.why = why;
   return result;
+}
+template <class T>
+outcome<T> failed(failure why) {
+  return failed<T>(why.release());
 }
 
 }  // namespace detail

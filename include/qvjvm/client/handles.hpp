@@ -81,6 +81,57 @@ class handle {
 
 }  // namespace detail
 
+/// What all kinds of handles are.
+class bound_handle {
+ public:
+  /// Empty; class_ref makes usable ones.
+  bound_handle() = default;
+  /// For class_ref.
+  explicit bound_handle(detail::handle bound) noexcept : handle_(std::move(bound)) {}
+
+ protected:
+  /// The member. For the client itself.
+  detail::handle handle_;
+};
+
+/// What is called on a class: on the calling thread, or, which is faster, on that of a qvjvm::thread_jvm.
+/// Self has `run(context, values...)`.
+template <class Self, class Result>
+class class_handle : public bound_handle {
+ public:
+  using bound_handle::bound_handle;
+  /// Calls it on the calling thread.
+  /// @throws qvjvm::error when the thread cannot be joined, java_error when Java raised an exception.
+  template <class... Arguments>
+  Result operator()(const Arguments&... values) const {
+    return detail::value_of(enter_and_run(handle_.enter_class(), values...));
+  }
+  /// The same for the thread of `here`.
+  template <class... Arguments>
+  Result operator()(const thread_jvm& here, const Arguments&... values) const {
+    return detail::value_of(enter_and_run(enter_from(here), values...));
+  }
+  /// The same with a result instead of an exception.
+  template <class... Arguments>
+  result<Result> try_call(const Arguments&... values) const {
+    return result<Result>(enter_and_run(handle_.enter_class(), values...));
+  }
+  /// The same for the thread of `here`.
+  template <class... Arguments>
+  result<Result> try_call(const thread_jvm& here, const Arguments&... values) const {
+    return result<Result>(enter_and_run(enter_from(here), values...));
+  }
+
+ private:
+  template <class... Arguments>
+  detail::outcome<Result> enter_and_run(const detail::outcome<detail::context>& java,
+                                        const Arguments&... values) const {
+    if (java.why != nullptr) [[unlikely]]
+      return detail::failed<Result>(java.why);
+    return Self::run(java.value, handle_.on_class(), values...);
+  }
+};
+
 template <class Signature>
 class method;
 template <class Signature>
@@ -90,12 +141,9 @@ class constructor;
 
 /// A resolved instance method: `auto size = list.find_method<int32_t()>("size"); size(object)`.
 template <class Result, class... Parameters>
-class method<Result(Parameters...)> {
+class method<Result(Parameters...)> : public bound_handle {
  public:
-  /// Empty; class_ref::find_method makes usable ones.
-  method() = default;
-  /// For class_ref.
-  explicit method(detail::handle bound) noexcept : handle_(std::move(bound)) {}
+  using bound_handle::bound_handle;
   /// Calls it on an object of the calling thread.
   /// @throws qvjvm::error when the object is null, java_error when Java raised an exception.
   template <class... Arguments>
@@ -116,106 +164,49 @@ class method<Result(Parameters...)> {
     return detail::call_known<detail::call_types<Result(Parameters...), Arguments...>>(
         on.java(), detail::place::call_method_a, {on.get(), handle_.id()}, values...);
   }
-  detail::handle handle_;
 };
 
-/// A resolved static method: `parse(L"12")`, or `parse(here, L"12")` with the thread's qvjvm::thread_jvm, which is
-/// faster.
+/// A resolved static method: `parse(L"12")`, or `parse(here, L"12")` with the thread's qvjvm::thread_jvm.
 template <class Result, class... Parameters>
-class static_method<Result(Parameters...)> {
+class static_method<Result(Parameters...)> : public class_handle<static_method<Result(Parameters...)>, Result> {
+  using base = class_handle<static_method, Result>;
+  friend base;
+
  public:
-  /// Empty; class_ref::find_static_method makes usable ones.
-  static_method() = default;
-  /// For class_ref.
-  explicit static_method(detail::handle bound) noexcept : handle_(std::move(bound)) {}
-  /// Calls it on the calling thread.
-  /// @throws qvjvm::error when the thread cannot be joined, java_error when Java raised an exception.
-  template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) Result operator()(const Arguments&... values) const {
-    return detail::value_of(run(handle_.enter_class(), values...));
-  }
-  /// The same for the thread of `here`.
-  template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) Result operator()(const thread_jvm& here,
-                                                                            const Arguments&... values) const {
-    return detail::value_of(run(enter_from(here), values...));
-  }
-  /// The same with a result instead of an exception.
-  template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Result> try_call(const Arguments&... values)
-  const { return result<Result>(run(handle_.enter_class(), values...)); }
-  /// The same for the thread of `here`.
-  template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Result> try_call(const thread_jvm& here,
-                                                                                  const Arguments&... values)
-  const { return result<Result>(run(enter_from(here), values...)); }
+  using base::base;
 
  private:
   template <class... Arguments>
-  detail::outcome<Result> run(const detail::outcome<detail::context>& java, const Arguments&... values) const {
-    if (java.why != nullptr) [[unlikely]]
-      return detail::failed<Result>(java.why);
+  static detail::outcome<Result> run(const detail::context& java, const detail::target& what,
+                                     const Arguments&... values) {
     return detail::call_known<detail::call_types<Result(Parameters...), Arguments...>>(
-        java.value, detail::place::call_static_method_a, handle_.on_class(), values...);
+        java, detail::place::call_static_method_a, what, values...);
   }
-  detail::handle handle_;
 };
 
 /// A resolved constructor; Object is the type of the objects it makes: constructor<qvjvm::object(int32_t)>.
 template <class Object, class... Parameters>
-class constructor<Object(Parameters...)> {
+class constructor<Object(Parameters...)> : public class_handle<constructor<Object(Parameters...)>, Object> {
+  using base = class_handle<constructor, Object>;
+  friend base;
+
  public:
-  /// Empty; class_ref::find_constructor makes usable ones.
-  constructor() = default;
-  /// For class_ref.
-  explicit constructor(detail::handle bound) noexcept : handle_(std::move(bound)) {}
-  /// Makes an object on the calling thread.
-  /// @throws qvjvm::error when the thread cannot be joined, java_error when the constructor raised an exception.
-  template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) [[nodiscard]] Object operator()(
-      const Arguments&... values) const {
-    return detail::value_of(run(handle_.enter_class(), values...));
-  }
-  /// The same for the thread of `here`.
-  template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) [[nodiscard]] Object operator()(
-      const thread_jvm& here, const Arguments&... values) const {
-    return detail::value_of(run(enter_from(here), values...));
-  }
-  /// The same with a result instead of an exception.
-  template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Object> try_call(const Arguments&... values)
-  const { return result<Object>(run(handle_.enter_class(), values...)); }
-  /// The same for the thread of `here`.
-  template <class... Arguments>
-  requires(sizeof...(Arguments) == sizeof...(Parameters)) result<Object> try_call(const thread_jvm& here,
-                                                                                  const Arguments&... values)
-  const { return result<Object>(run(enter_from(here), values...)); }
+  using base::base;
 
  private:
   template <class... Arguments>
-  detail::outcome<Object> run(const detail::outcome<detail::context>& java, const Arguments&... values) const {
-    using types = detail::call_types<void(Parameters...), Arguments...>;
-    if (java.why != nullptr) [[unlikely]]
-      return detail::failed<Object>(java.why);
-    return types::apply(
-        [&](const auto&... carried) {
-          return detail::construct<Object>(java.value, handle_.on_class(), types::signature::text.c_str(), types::ask,
-                                           carried...);
-        },
-        values...);
+  static detail::outcome<Object> run(const detail::context& java, const detail::target& what,
+                                     const Arguments&... values) {
+    return detail::construct_known<Object, detail::call_types<void(Parameters...), Arguments...>>(java, what,
+                                                                                                  values...);
   }
-  detail::handle handle_;
 };
 
 /// A resolved instance field.
 template <class Value>
-class field_handle {
+class field_handle : public bound_handle {
  public:
-  /// Empty; class_ref::find_field makes usable ones.
-  field_handle() = default;
-  /// For class_ref.
-  explicit field_handle(detail::handle bound) noexcept : handle_(std::move(bound)) {}
+  using bound_handle::bound_handle;
   /// Reads it from an object of the calling thread.
   [[nodiscard]] Value get(const object& from) const { return detail::value_of(read(from)); }
   /// The same with a result instead of an exception.
@@ -243,17 +234,13 @@ class field_handle {
       return {why};
     return {detail::set_field<Value>(to.java(), detail::place::set_field, to.get(), handle_.id(), value)};
   }
-  detail::handle handle_;
 };
 
 /// A resolved static field.
 template <class Value>
-class static_field_handle {
+class static_field_handle : public bound_handle {
  public:
-  /// Empty; class_ref::find_static_field makes usable ones.
-  static_field_handle() = default;
-  /// For class_ref.
-  explicit static_field_handle(detail::handle bound) noexcept : handle_(std::move(bound)) {}
+  using bound_handle::bound_handle;
   /// Reads it on the calling thread.
   [[nodiscard]] Value get() const { return detail::value_of(read()); }
   /// The same with a result instead of an exception.
@@ -283,7 +270,6 @@ class static_field_handle {
     const auto on = handle_.on_class();
     return {detail::set_field<Value>(java.value, detail::place::set_static_field, on.reference, on.method, value)};
   }
-  detail::handle handle_;
 };
 
 namespace detail {

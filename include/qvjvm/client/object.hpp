@@ -150,15 +150,7 @@ class object {
     if (get() == nullptr) return detail::failed<T>(misuse());
     auto again = duplicate();
     if (again.why != nullptr) return detail::failed<T>(again.why);
-    using type = detail::as_reference<T>;
-    auto done =
-        detail::finish<type>(java(), again.value.take().release(),
-                             detail::is_plain_object<type> ? std::string_view() : detail::own_signature<type>.view());
-    if constexpr (std::is_same_v<type, T>) {
-      return done;
-    } else {
-      return {done.why, done.value.value};
-    }
+    return detail::read_checked<T>(java(), again.value.take().release());
   }
 
   // The object's class and a member of it, for one use.
@@ -170,7 +162,7 @@ class object {
     void* const cls = detail::invoke<void*>(env, detail::place::get_object_class, 0, get());
     void* const id = detail::look_up(env, kind, cls, name, type);
     if (id == nullptr) [[unlikely]] {
-      detail::outcome<T> none = detail::failed_with_exception<T>(java());
+      auto none = detail::failed<T>(detail::take_exception(java()));
       detail::delete_local(env, cls);
       return none;
     }
@@ -182,7 +174,7 @@ class object {
   detail::outcome<Result> call_by_name(const char* name, const Arguments&... values) const {
     return with_member<Result>(
         detail::member::method, name, detail::signature_of<Result, detail::plain<Arguments>...>.c_str(), [&](void* id) {
-          return detail::call<Result>(java(), detail::place::call_method_a, {get(), id}, values...);
+          return detail::call<Result>(java(), detail::place::call_method_a, {get(), id}, {}, values...);
         });
   }
 
@@ -356,32 +348,33 @@ class class_ref : public object {
   [[nodiscard]] auto try_find_static_field(const char* name) const;
 
  private:
-  template <class T>
-  detail::outcome<void*> member_id(detail::member kind, const char* name, const char* type) const {
+  // A member of the class, for one use.
+  template <class T, class Use>
+  detail::outcome<T> with_member(detail::member kind, const char* name, const char* type, const Use& use) const {
     if (auto* const why = misuse()) [[unlikely]]
-      return {why, nullptr};
+      return detail::failed<T>(why);
     void* const id = detail::look_up(java().env, kind, get(), name, type);
     if (id == nullptr) [[unlikely]]
-      return {detail::take_exception(java()), nullptr};
-    return {nullptr, id};
+      return detail::failed<T>(detail::take_exception(java()));
+    return use(id);
   }
 
   template <class... Arguments>
   detail::outcome<object> construct(const char* signature, const detail::comparison& compared,
                                     const Arguments&... values) const {
     if (compared.found != detail::mistake::none) return detail::failed<object>(detail::mistaken(compared, signature));
-    const auto id = member_id<object>(detail::member::method, "<init>", signature);
-    if (id.why != nullptr) return detail::failed<object>(id.why);
-    return detail::construct<object>(java(), {get(), id.value}, signature, compared.ask_java, values...);
+    return with_member<object>(detail::member::method, "<init>", signature, [&](void* id) {
+      return detail::construct<object>(java(), {get(), id}, {signature, compared.ask_java}, values...);
+    });
   }
 
   template <class Result, class... Arguments>
   detail::outcome<Result> call_static_by_name(const char* name, const Arguments&... values) const {
-    const auto id = member_id<Result>(detail::member::static_method, name,
-                                      detail::signature_of<Result, detail::plain<Arguments>...>.c_str());
-    if (id.why != nullptr) [[unlikely]]
-      return detail::failed<Result>(id.why);
-    return detail::call<Result>(java(), detail::place::call_static_method_a, {get(), id.value}, values...);
+    return with_member<Result>(
+        detail::member::static_method, name, detail::signature_of<Result, detail::plain<Arguments>...>.c_str(),
+        [&](void* id) {
+          return detail::call<Result>(java(), detail::place::call_static_method_a, {get(), id}, {}, values...);
+        });
   }
 
   template <class Result, class... Arguments>
@@ -391,25 +384,25 @@ class class_ref : public object {
     if (compared.found != detail::mistake::none) {
       return detail::failed<Result>(detail::mistaken(compared, signature));
     }
-    const auto id = member_id<Result>(detail::member::static_method, name, signature);
-    if (id.why != nullptr) return detail::failed<Result>(id.why);
-    return detail::call_compared<Result>(java(), detail::place::call_static_method_a, {get(), id.value}, signature,
-                                         compared, values...);
+    return with_member<Result>(detail::member::static_method, name, signature, [&](void* id) {
+      return detail::call_compared<Result>(java(), detail::place::call_static_method_a, {get(), id}, signature,
+                                           compared, values...);
+    });
   }
 
   template <class Value>
   detail::outcome<Value> read_static(const char* name) const {
-    const auto id = member_id<Value>(detail::member::static_field, name, detail::own_signature<Value>.c_str());
-    if (id.why != nullptr) return detail::failed<Value>(id.why);
-    return detail::get_field<Value>(java(), detail::place::get_static_field, get(), id.value);
+    return with_member<Value>(detail::member::static_field, name, detail::own_signature<Value>.c_str(), [&](void* id) {
+      return detail::get_field<Value>(java(), detail::place::get_static_field, get(), id);
+    });
   }
 
   template <class Value, class From>
   detail::outcome<void> write_static(const char* name, const From& value) const {
     using type = detail::field_type<Value, From>;
-    const auto id = member_id<void>(detail::member::static_field, name, detail::own_signature<type>.c_str());
-    if (id.why != nullptr) return {id.why};
-    return {detail::set_field<type>(java(), detail::place::set_static_field, get(), id.value, value)};
+    return with_member<void>(detail::member::static_field, name, detail::own_signature<type>.c_str(), [&](void* id) {
+      return detail::outcome<void>{detail::set_field<type>(java(), detail::place::set_static_field, get(), id, value)};
+    });
   }
 };
 
@@ -498,8 +491,7 @@ class global {
     if (java.why != nullptr) return detail::failed<Type>(java.why);
     void* const here = detail::invoke<void*>(java.value.env, detail::place::new_local_ref, 0, reference_);
     if (here == nullptr) return detail::failed<Type>(detail::new_failure(QV_E_OUTOFMEMORY, L"no memory in Java"));
-    return detail::finish<Type>(
-        java.value, here, detail::is_plain_object<Type> ? std::string_view() : detail::own_signature<Type>.view());
+    return detail::read_checked<Type>(java.value, here);
   }
 
   detail::realm_user home_;

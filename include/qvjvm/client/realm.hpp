@@ -56,11 +56,11 @@ struct site_name {
 template <fixed_text Class, member Kind, fixed_text Name, class Signature>
 struct site;
 
-/// A name that was looked up; never taken out again, so it is read without a lock.
-struct kept_name {
-  std::string name;
-  void* value;  ///< a global reference or an id
-  kept_name* next;
+/// A class that was looked up; never taken out again, so the list is read without a lock.
+struct kept_class {
+  std::string name;  ///< "java/util/List"
+  void* global;
+  kept_class* next;
 };
 
 /// What every realm keeps from its beginning, because it is wanted when Java has no memory to look it up.
@@ -111,28 +111,23 @@ class realm {
     return &first_place()[number];
   }
 
-  /// A name that was looked up before, or null.
+  /// A class that was kept before, or null.
   [[nodiscard]] void* find(std::string_view name) const noexcept {
-    for (const kept_name* kept = names_.load(std::memory_order_acquire); kept != nullptr; kept = kept->next) {
-      if (kept->name == name) return kept->value;
+    for (const kept_class* kept = classes_.load(std::memory_order_acquire); kept != nullptr; kept = kept->next) {
+      if (kept->name == name) return kept->global;
     }
     return nullptr;
   }
-  /// Keeps a name; another thread may have kept it too, which is no harm.
-  void keep(kept_name* kept) noexcept {
-    kept->next = names_.load(std::memory_order_relaxed);
-    while (!names_.compare_exchange_weak(kept->next, kept, std::memory_order_release, std::memory_order_relaxed)) {
-    }
-  }
-  /// Keeps a global reference until the realm ends. False without memory: it is gone then.
-  [[nodiscard]] bool own(void* global) noexcept {
-    auto* const kept = new (std::nothrow) kept_name{{}, global, nullptr};
+  /// Keeps a class, a global reference, until the realm ends. Another thread may have kept it too, which is no harm.
+  /// False without memory: the reference is gone then.
+  [[nodiscard]] bool keep(std::string name, void* global) noexcept {
+    auto* const kept = new (std::nothrow) kept_class{std::move(name), global, nullptr};
     if (kept == nullptr) {
       vm_->DeleteGlobalRef(global);
       return false;
     }
-    kept->next = globals_.load(std::memory_order_relaxed);
-    while (!globals_.compare_exchange_weak(kept->next, kept, std::memory_order_release, std::memory_order_relaxed)) {
+    kept->next = classes_.load(std::memory_order_relaxed);
+    while (!classes_.compare_exchange_weak(kept->next, kept, std::memory_order_release, std::memory_order_relaxed)) {
     }
     return true;
   }
@@ -146,17 +141,12 @@ class realm {
 
   std::atomic<void*>* first_place() noexcept { return reinterpret_cast<std::atomic<void*>*>(this + 1); }
 
-  static void end_list(kept_name* kept) noexcept {
-    while (kept != nullptr) delete std::exchange(kept, kept->next);
-  }
-
   void end() noexcept {
-    for (const kept_name* kept = globals_.load(std::memory_order_acquire); kept != nullptr; kept = kept->next) {
-      vm_->DeleteGlobalRef(kept->value);
+    for (kept_class* kept = classes_.load(std::memory_order_acquire); kept != nullptr;) {
+      vm_->DeleteGlobalRef(kept->global);
+      delete std::exchange(kept, kept->next);
     }
     if (loader_ != nullptr) vm_->DeleteGlobalRef(loader_);
-    end_list(globals_.load(std::memory_order_relaxed));
-    end_list(names_.load(std::memory_order_relaxed));
     vm_->Release();
     this->~realm();
     ::operator delete(static_cast<void*>(this));
@@ -169,8 +159,7 @@ class realm {
   uint32_t places_;
   bool joined_ = false;
   root_classes roots_;
-  std::atomic<kept_name*> names_{nullptr};
-  std::atomic<kept_name*> globals_{nullptr};
+  std::atomic<kept_class*> classes_{nullptr};
 };
 static_assert(sizeof(realm) % alignof(std::atomic<void*>) == 0);
 

@@ -82,6 +82,12 @@ constexpr std::string_view type_at(std::string_view signature, size_t at) noexce
   return signature.substr(at, end + 1 - at);
 }
 
+/// What Java's look-ups call the class of a type: an array's class has the type's own name, any other has the text
+/// between L and the semicolon.
+constexpr std::string_view class_name_of(std::string_view type) noexcept {
+  return type[0] == 'L' ? type.substr(1, type.size() - 2) : type;
+}
+
 /// Whether a value of a C++ type may go where the signature has a type.
 enum class fit { no, yes, ask_java };
 

@@ -27,10 +27,10 @@ concept origin = requires(const T& where) {
 };
 
 /// How a call is told: `bool` takes the parameters from the arguments, `bool(qvjvm::object)` declares them.
-template <class Spec, class... Arguments>
+template <class Form, class... Arguments>
 struct call_types {
-  using result = Spec;
-  using signature = typed_signature<Spec, detail::plain<Arguments>...>;
+  using result = Form;
+  using signature = typed_signature<Form, detail::plain<Arguments>...>;
   static constexpr uint64_t ask = 0;
   template <class Call>
   static decltype(auto) apply(const Call& call, const Arguments&... values) {
@@ -61,24 +61,25 @@ struct call_types<Result(Parameters...), Arguments...> {
   }
 };
 
+/// What of such a call the compiler could not know.
+template <class Types>
+inline constexpr doubt doubts_of{Types::signature::text.c_str(), Types::ask};
+
 /// A call of a member that is known; `Types` is a call_types.
 template <class Types, class... Arguments>
 auto call_known(const context& java, place family, const target& what, const Arguments&... values) {
-  using result = typename Types::result;
   return Types::apply(
       [&](const auto&... carried) {
-        if constexpr (Types::ask == 0) {
-          return call<result>(java, family, what, carried...);
-        } else {
-          constexpr auto& text = Types::signature::text;
-          constexpr std::string_view whole = text.view();
-          comparison known;
-          known.ask_java = Types::ask;
-          known.declared = whole.substr(whole.find(')') + 1);
-          return call_compared<result>(java, family, what, text.c_str(), known, carried...);
-        }
+        return call<typename Types::result>(java, family, what, doubts_of<Types>, carried...);
       },
       values...);
+}
+
+/// The same for a constructor.
+template <class Object, class Types, class... Arguments>
+outcome<Object> construct_known(const context& java, const target& what, const Arguments&... values) {
+  return Types::apply(
+      [&](const auto&... carried) { return construct<Object>(java, what, doubts_of<Types>, carried...); }, values...);
 }
 
 }  // namespace detail
@@ -127,29 +128,29 @@ class instance : public Base {
     return result<instance>(make<instance, Signature>(where, values...));
   }
 
-  /// Calls an instance method. Spec is the result, whose parameters are the arguments' types, or the whole type:
+  /// Calls an instance method. Form is the result, whose parameters are the arguments' types, or the whole type:
   /// `call<"size", int32_t>()`, `call<"add", bool(qvjvm::object)>(text)`.
   /// @throws qvjvm::error when there is no such method, java_error when Java raised an exception.
-  template <fixed_text Name, class Spec = void, class... Arguments>
-  auto call(const Arguments&... values) const -> typename detail::call_types<Spec, Arguments...>::result {
-    return detail::value_of(call_member<Name, Spec>(values...));
+  template <fixed_text Name, class Form = void, class... Arguments>
+  auto call(const Arguments&... values) const -> typename detail::call_types<Form, Arguments...>::result {
+    return detail::value_of(call_member<Name, Form>(values...));
   }
   /// The same with a result instead of an exception.
-  template <fixed_text Name, class Spec = void, class... Arguments>
+  template <fixed_text Name, class Form = void, class... Arguments>
   auto try_call(const Arguments&... values) const {
-    return result<typename detail::call_types<Spec, Arguments...>::result>(call_member<Name, Spec>(values...));
+    return result<typename detail::call_types<Form, Arguments...>::result>(call_member<Name, Form>(values...));
   }
   /// Calls a static method.
-  template <fixed_text Name, class Spec = void, detail::origin Where, class... Arguments>
+  template <fixed_text Name, class Form = void, detail::origin Where, class... Arguments>
   static auto call_static(const Where& where, const Arguments&... values) ->
-      typename detail::call_types<Spec, Arguments...>::result {
-    return detail::value_of(call_static_member<Name, Spec>(where, values...));
+      typename detail::call_types<Form, Arguments...>::result {
+    return detail::value_of(call_static_member<Name, Form>(where, values...));
   }
   /// The same with a result instead of an exception.
-  template <fixed_text Name, class Spec = void, detail::origin Where, class... Arguments>
+  template <fixed_text Name, class Form = void, detail::origin Where, class... Arguments>
   static auto try_call_static(const Where& where, const Arguments&... values) {
-    return result<typename detail::call_types<Spec, Arguments...>::result>(
-        call_static_member<Name, Spec>(where, values...));
+    return result<typename detail::call_types<Form, Arguments...>::result>(
+        call_static_member<Name, Form>(where, values...));
   }
 
   /// Reads an instance field of that type: field<"x", int32_t>().
@@ -206,8 +207,7 @@ class instance : public Base {
   }
 
  protected:
-  // One class and one of its members; the class may be null where it is not wanted.
-  /// The class and a member of it. For the client itself.
+  /// The class, null where the member does not need it, and the member. For the client itself.
   template <detail::member Kind, fixed_text Name, class Signature>
   static detail::outcome<detail::target> find(const detail::context& java) {
     detail::target found;
@@ -223,98 +223,83 @@ class instance : public Base {
     return {nullptr, found};
   }
 
-  /// A new object. For the client itself.
-  template <class Object, class Signature, class Where, class... Arguments>
-  static detail::outcome<Object> make(const Where& where, const Arguments&... values) {
-    using types = detail::call_types<Signature, Arguments...>;
-    const auto java = enter_from(where);
+  /// The same for one use on the calling thread. For the client itself.
+  template <class T, detail::member Kind, fixed_text Name, class Signature, class Use>
+  static detail::outcome<T> with_member(const detail::outcome<detail::context>& java, const Use& use) {
     if (java.why != nullptr) [[unlikely]]
-      return detail::failed<Object>(java.why);
-    const auto found = find<detail::member::method, "<init>", typename types::signature>(java.value);
+      return detail::failed<T>(java.why);
+    const auto found = find<Kind, Name, Signature>(java.value);
     if (found.why != nullptr) [[unlikely]]
-      return detail::failed<Object>(found.why);
-    return types::apply(
-        [&](const auto&... carried) {
-          return detail::construct<Object>(java.value, found.value, types::signature::text.c_str(), types::ask,
-                                           carried...);
-        },
-        values...);
+      return detail::failed<T>(found.why);
+    return use(java.value, found.value);
+  }
+
+  /// A new object. For the client itself.
+  template <class Object, class Form, class Where, class... Arguments>
+  static detail::outcome<Object> make(const Where& where, const Arguments&... values) {
+    using types = detail::call_types<Form, Arguments...>;
+    return with_member<Object, detail::member::method, "<init>", typename types::signature>(
+        enter_from(where), [&](const detail::context& java, const detail::target& what) {
+          return detail::construct_known<Object, types>(java, what, values...);
+        });
   }
 
  private:
-  template <fixed_text Name, class Spec, class... Arguments>
-  auto call_member(const Arguments&... values) const
-      -> detail::outcome<typename detail::call_types<Spec, Arguments...>::result> {
-    using types = detail::call_types<Spec, Arguments...>;
-    using result_type = typename types::result;
-    if (auto* const why = object::misuse()) [[unlikely]]
-      return detail::failed<result_type>(why);
-    auto found = find<detail::member::method, Name, typename types::signature>(object::java());
-    if (found.why != nullptr) [[unlikely]]
-      return detail::failed<result_type>(found.why);
-    found.value.reference = object::get();
-    return detail::call_known<types>(object::java(), detail::place::call_method_a, found.value, values...);
+  template <fixed_text Name, class Form, class... Arguments>
+  auto call_member(const Arguments&... values) const {
+    using types = detail::call_types<Form, Arguments...>;
+    return with_member<typename types::result, detail::member::method, Name, typename types::signature>(
+        entered(), [&](const detail::context& java, const detail::target& what) {
+          return detail::call_known<types>(java, detail::place::call_method_a, {object::get(), what.method}, values...);
+        });
   }
 
-  template <fixed_text Name, class Spec, class Where, class... Arguments>
-  static auto call_static_member(const Where& where, const Arguments&... values)
-      -> detail::outcome<typename detail::call_types<Spec, Arguments...>::result> {
-    using types = detail::call_types<Spec, Arguments...>;
-    using result_type = typename types::result;
-    const auto java = enter_from(where);
-    if (java.why != nullptr) [[unlikely]]
-      return detail::failed<result_type>(java.why);
-    const auto found = find<detail::member::static_method, Name, typename types::signature>(java.value);
-    if (found.why != nullptr) [[unlikely]]
-      return detail::failed<result_type>(found.why);
-    return detail::call_known<types>(java.value, detail::place::call_static_method_a, found.value, values...);
+  template <fixed_text Name, class Form, class Where, class... Arguments>
+  static auto call_static_member(const Where& where, const Arguments&... values) {
+    using types = detail::call_types<Form, Arguments...>;
+    return with_member<typename types::result, detail::member::static_method, Name, typename types::signature>(
+        enter_from(where), [&](const detail::context& java, const detail::target& what) {
+          return detail::call_known<types>(java, detail::place::call_static_method_a, what, values...);
+        });
   }
 
   template <fixed_text Name, class Value>
   detail::outcome<Value> read() const {
-    if (auto* const why = object::misuse()) [[unlikely]]
-      return detail::failed<Value>(why);
-    const auto found = find<detail::member::field, Name, detail::field_signature<Value>>(object::java());
-    if (found.why != nullptr) [[unlikely]]
-      return detail::failed<Value>(found.why);
-    return detail::get_field<Value>(object::java(), detail::place::get_field, object::get(), found.value.method);
+    return with_member<Value, detail::member::field, Name, detail::field_signature<Value>>(
+        entered(), [&](const detail::context& java, const detail::target& what) {
+          return detail::get_field<Value>(java, detail::place::get_field, object::get(), what.method);
+        });
   }
 
   template <fixed_text Name, class Named, class From>
   detail::outcome<void> write(const From& value) const {
     using type = detail::field_type<Named, From>;
-    if (auto* const why = object::misuse()) [[unlikely]]
-      return {why};
-    const auto found = find<detail::member::field, Name, detail::field_signature<type>>(object::java());
-    if (found.why != nullptr) [[unlikely]]
-      return {found.why};
-    return {
-        detail::set_field<type>(object::java(), detail::place::set_field, object::get(), found.value.method, value)};
+    return with_member<void, detail::member::field, Name, detail::field_signature<type>>(
+        entered(), [&](const detail::context& java, const detail::target& what) -> detail::outcome<void> {
+          return {detail::set_field<type>(java, detail::place::set_field, object::get(), what.method, value)};
+        });
   }
 
   template <fixed_text Name, class Value, class Where>
   static detail::outcome<Value> read_static(const Where& where) {
-    const auto java = enter_from(where);
-    if (java.why != nullptr) [[unlikely]]
-      return detail::failed<Value>(java.why);
-    const auto found = find<detail::member::static_field, Name, detail::field_signature<Value>>(java.value);
-    if (found.why != nullptr) [[unlikely]]
-      return detail::failed<Value>(found.why);
-    return detail::get_field<Value>(java.value, detail::place::get_static_field, found.value.reference,
-                                    found.value.method);
+    return with_member<Value, detail::member::static_field, Name, detail::field_signature<Value>>(
+        enter_from(where), [&](const detail::context& java, const detail::target& what) {
+          return detail::get_field<Value>(java, detail::place::get_static_field, what.reference, what.method);
+        });
   }
 
   template <fixed_text Name, class Named, class Where, class From>
   static detail::outcome<void> write_static(const Where& where, const From& value) {
     using type = detail::field_type<Named, From>;
-    const auto java = enter_from(where);
-    if (java.why != nullptr) [[unlikely]]
-      return {java.why};
-    const auto found = find<detail::member::static_field, Name, detail::field_signature<type>>(java.value);
-    if (found.why != nullptr) [[unlikely]]
-      return {found.why};
-    return {detail::set_field<type>(java.value, detail::place::set_static_field, found.value.reference,
-                                    found.value.method, value)};
+    return with_member<void, detail::member::static_field, Name, detail::field_signature<type>>(
+        enter_from(where), [&](const detail::context& java, const detail::target& what) -> detail::outcome<void> {
+          return {detail::set_field<type>(java, detail::place::set_static_field, what.reference, what.method, value)};
+        });
+  }
+
+  // A host's own type may have functions of any name.
+  [[nodiscard]] detail::outcome<detail::context> entered() const noexcept {
+    return enter_from(static_cast<const object&>(*this));
   }
 };
 

@@ -1,21 +1,20 @@
 /// @file
 /// Which C++ type stands for which Java type.
 ///
-/// | C++                                                                     | Java |
-/// |-------------------------------------------------------------------------|-----------------------------------------|
-/// | `bool`, `int8_t`, `int16_t`, `int32_t` (`long`), `int64_t`              | boolean, byte, short, int, long | |
-/// `char16_t`, `wchar_t`                                                   | char                                    |
-/// | `float`, `double`                                                       | float, double | | `void`, as a result |
-/// void                                    | | an enum, as an argument | its underlying type                     | |
-/// `std::wstring`, `std::u16string`, their views and literals              | String, unit for unit                   |
-/// | `std::string`, `std::u8string`, their views and literals                | String, from and to UTF-8 | |
-/// `std::vector`, `std::span` (argument) of a primitive type               | an array of it                          |
-/// | the same of `uint8_t`, `std::byte`                                      | byte[] | | `std::vector` of text, of
-/// objects, of vectors                           | an array of these                       | | qvjvm::boxed<int32_t> |
-/// Integer, and so on                      | | qvjvm::object, qvjvm::instance, qvjvm::class_ref, qvjvm::array | Object,
-/// the class named, Class, array   | | `std::optional` of any of these but primitive ones                      | the
-/// same, null for nothing              | | `std::optional` of a primitive type                                     |
-/// Integer and so on, null for nothing     | | `nullptr`, as an argument | null, declared as Object                |
+///  - `bool`, `int8_t`, `int16_t`, `int32_t` (also `long`), `int64_t`: boolean, byte, short, int, long.
+///  - `char16_t`, `wchar_t`: char.
+///  - `float`, `double`: float, double.
+///  - `void`, as a result: void.
+///  - An enum, as an argument: its underlying type.
+///  - `std::wstring`, `std::u16string`, their views and literals: String, unit for unit.
+///  - `std::string`, `std::u8string`, their views and literals: String, from and to UTF-8.
+///  - `std::vector`, and `std::span` as an argument, of a primitive type: an array of it; of `uint8_t` or `std::byte`:
+///    byte[].
+///  - `std::vector` of text, of objects, of vectors: an array of these.
+///  - qvjvm::boxed<int32_t> and its like: Integer and its like.
+///  - qvjvm::object, qvjvm::instance, qvjvm::class_ref, qvjvm::array: Object, the class named, Class, an array.
+///  - `std::optional` of any of these: the same, with null for nothing; of a primitive type: its box.
+///  - `nullptr`, as an argument: null, declared as Object.
 ///
 /// A Java null as the result of a type that cannot say so is an empty text or vector, and a failure for `boxed`.
 /// Unsigned integers have no counterpart; a plain `char` is neither byte nor char.
@@ -99,7 +98,10 @@ struct java_type<void> {
 };
 
 template <class T>
-requires std::is_enum_v<T> &&(!std::is_same_v<T, std::byte>)struct java_type<T> : java_type<std::underlying_type_t<T>> {
+concept enumeration = std::is_enum_v<T> && !std::is_same_v<T, std::byte>;
+
+template <enumeration T>
+struct java_type<T> : java_type<std::underlying_type_t<T>> {
   static void store(java_value& value, T argument) noexcept {
     java_type<std::underlying_type_t<T>>::store(value, static_cast<std::underlying_type_t<T>>(argument));
   }
