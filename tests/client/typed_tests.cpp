@@ -147,6 +147,20 @@ TEST_F(ClientTyped, DeclaredParametersConvertWhatTheyAreGiven) {
   EXPECT_THAT(refused.reason().message(), HasSubstr(L"argument 1 is no Ljava/util/List;"));
 }
 
+TEST_F(ClientTyped, NumbersWidenToTheDeclaredParameter) {
+  const auto sample = Sample::create(java);
+  EXPECT_EQ((sample.call<"wide", int64_t(int64_t)>(int8_t{-1})), -1);
+  EXPECT_EQ((sample.call<"wide", int64_t(int64_t)>(u'a')), 'a');
+  EXPECT_EQ((java.call_static<"java/lang/Math", "abs", double(double)>(int64_t{-7})), 7.0);
+}
+
+TEST_F(ClientTyped, AKeptBoxComesBackAsItsValue) {
+  using integer = qvjvm::instance<"java/lang/Integer">;
+  const qvjvm::global kept(integer::call_static<"valueOf", integer>(java, 7));
+  EXPECT_EQ(kept.on_this_thread<int32_t>(), 7);
+  EXPECT_FALSE(kept.try_on_this_thread<int64_t>());
+}
+
 TEST_F(ClientTyped, WhatIsMissingIsNamed) {
   using Nothing = qvjvm::instance<"no/such/Thing">;
   EXPECT_THAT(Nothing::try_create(java).reason().message(), HasSubstr(L"no/such/Thing"));

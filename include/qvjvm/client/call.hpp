@@ -80,8 +80,8 @@ template <class P, class A>
 struct parameter {
   static constexpr bool derived = std::is_base_of_v<P, plain<A>>;
   static constexpr fit fitting = derived ? fit::yes : fits(own_signature<plain<A>>.view(), own_signature<P>.view());
-  static constexpr bool number =
-      java_type<P>::primitive && java_type<plain<A>>::primitive && std::is_convertible_v<const A&, P>;
+  static constexpr bool number = java_type<P>::primitive && java_type<plain<A>>::primitive &&
+                                 widens(own_signature<plain<A>>.text[0], own_signature<P>.text[0]);
   static constexpr bool ask = !number && fitting == fit::ask_java;
 
   /// What the call converts: numbers to the parameter's type, references not at all.

@@ -88,6 +88,15 @@ constexpr std::string_view class_name_of(std::string_view type) noexcept {
   return type[0] == 'L' ? type.substr(1, type.size() - 2) : type;
 }
 
+/// Whether a number of one primitive type may go where another is declared: numbers only widen, as in Java.
+constexpr bool widens(char from, char to) noexcept {
+  if (from == to) return true;
+  constexpr std::string_view order = "BSIJFD";
+  const size_t target = order.find(to);
+  if (target == std::string_view::npos) return false;
+  return from == 'C' ? target >= order.find('I') : order.find(from) < target;
+}
+
 /// Whether a value of a C++ type may go where the signature has a type.
 enum class fit { no, yes, ask_java };
 
