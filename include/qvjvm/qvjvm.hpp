@@ -184,7 +184,7 @@ class thread_jvm : public detail::entry<thread_jvm> {
       return {detail::invalid(L"a thread_jvm was used on another thread than its own"), {}};
     }
 #endif
-    return {nullptr, {where.home_.get(), where.env_}};
+    return {detail::left_pending(where.env_), {where.home_.get(), where.env_}};
   }
 
  private:

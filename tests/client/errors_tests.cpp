@@ -137,6 +137,15 @@ TEST_F(ClientErrors, AJavaErrorIsRaisedAgainInJava) {
   env->DeleteLocalRef(pending);
 }
 
+TEST_F(ClientErrors, AFailureTellsItsTextWhileItIsRaisedAgain) {
+  const auto failed = Faults::try_call_static<"chain">(java);
+  auto* const env = static_cast<JNIEnv*>(java.env());
+  failed.reason().exception().throw_in_java();
+  EXPECT_THAT(failed.reason().message(), HasSubstr(L"outer"));
+  EXPECT_TRUE(env->ExceptionCheck());
+  env->ExceptionClear();
+}
+
 TEST_F(ClientErrors, ErrorsOutliveFramesThreadsAndTheJvmHandle) {
   std::optional<qvjvm::java_error> kept;
   std::thread([&] {

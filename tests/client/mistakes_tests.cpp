@@ -1,5 +1,7 @@
 // Mistakes of the host: each is told before anything happens, and nothing crashes. The program of these tests is built
 // twice; the checked one (QVJVM_CHECKED) also finds what costs calls of its own.
+#include <jni.h>
+
 #include <functional>
 #include <memory>
 #include <thread>
@@ -230,6 +232,21 @@ TEST_F(ClientMistakes, CheckedBuildsAskResultsThatTheMethodPromises) {
   const auto untrue = Sample::try_call_static<"untrue", qvjvm::object>(java);
   ASSERT_TRUE(untrue);
   EXPECT_FALSE(untrue.value().try_as<list>());
+}
+
+TEST_F(ClientMistakes, CheckedBuildsFindWhatTheHostsOwnJniLeftPending) {
+  const auto words = java.create<"java/util/ArrayList">();
+  const qvjvm::thread_jvm here = java.on_this_thread();
+  auto* const env = static_cast<JNIEnv*>(java.env());
+  env->ThrowNew(env->FindClass("java/io/IOException"), "left behind");
+  const auto left = HasSubstr(L"left an exception pending");
+  EXPECT_THAT(words.try_call<int32_t>("size").reason().message(), left);
+  EXPECT_THAT((words.try_call<"size", int32_t>().reason().message()), left);
+  EXPECT_THAT(java.try_find_class("java/util/List").reason().message(), left);
+  EXPECT_THAT(here.try_find_class("java/util/List").reason().message(), left);
+  EXPECT_TRUE(env->ExceptionCheck());
+  env->ExceptionClear();
+  EXPECT_EQ((words.call<"size", int32_t>()), 0);
 }
 
 TEST_F(ClientMistakes, CheckedBuildsKeepTheServiceForAForgottenObject) {

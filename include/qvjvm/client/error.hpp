@@ -139,12 +139,21 @@ inline const std::wstring* text_of_record(failure_record* record) noexcept {
   if (record->exception == nullptr) return nullptr;
   const context java{record->home.get(), thread_env(record->home.get())};
   if (java.env == nullptr) return nullptr;
+  const exception_aside aside(java.env);  // the failure may already be raised in Java again
   const std::wstring* const made =
       unless_out_of_memory([&] { return new std::wstring(describe(java, record->exception)); });
   const std::wstring* before = nullptr;
   if (made == nullptr || record->text.compare_exchange_strong(before, made, std::memory_order_acq_rel)) return made;
   delete made;
   return before;
+}
+
+/// Why Java must not be called: an exception that the host's own JNI left pending. Only checked builds ask; else null.
+[[nodiscard]] inline failure_record* left_pending([[maybe_unused]] qv_jnienv env) noexcept {
+#if QVJVM_CHECKED
+  if (exception_pending(env)) return invalid(L"the host's own JNI has left an exception pending");
+#endif
+  return nullptr;
 }
 
 /// Takes the pending Java exception away; the caller owns the record.
@@ -389,7 +398,7 @@ inline outcome<context> enter(const realm_user& home) noexcept {
   if (!home) return {invalid(L"this qvjvm handle was moved from"), {}};
   const qv_jnienv env = thread_env(home.get());
   if (env == nullptr) return {new_failure(QV_E_FAIL, L"this thread cannot be joined to the Java VM"), {}};
-  return {nullptr, {home.get(), env}};
+  return {left_pending(env), {home.get(), env}};
 }
 
 /// The same for a call that has no outcome of its own to fail with.

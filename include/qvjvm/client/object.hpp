@@ -127,7 +127,7 @@ class object {
     if (reference_.foreign()) [[unlikely]] {
       return detail::invalid(L"an object was used on another thread than its own: qvjvm::global shares objects");
     }
-    return nullptr;
+    return detail::left_pending(java().env);
   }
   /// The context of the object's thread. For the client itself.
   friend detail::outcome<detail::context> enter_from(const object& where) noexcept {

@@ -18,7 +18,7 @@
 
 #if !defined(QVJVM_CHECKED)
 /// 1 checks what costs calls of its own: the thread of an object, the class of a resolved method's object, the class of
-/// results whose method promises it.
+/// results whose method promises it, an exception that the host's own JNI left pending.
 #if defined(NDEBUG)
 #define QVJVM_CHECKED 0
 #else
@@ -266,6 +266,24 @@ class scoped_local {
  private:
   qv_jnienv env_;
   void* reference_;
+};
+
+/// Sets a pending exception aside while the client asks Java something.
+class exception_aside {
+ public:
+  explicit exception_aside(qv_jnienv env) noexcept
+      : env_(env), exception_(env, invoke<void*>(env, place::exception_occurred, 0)) {
+    if (exception_.get() != nullptr) clear_exception(env);
+  }
+  ~exception_aside() {
+    if (exception_.get() != nullptr) invoke<int32_t>(env_, place::throw_, 0, exception_.get());
+  }
+  exception_aside(const exception_aside&) = delete;
+  exception_aside& operator=(const exception_aside&) = delete;
+
+ private:
+  qv_jnienv env_;
+  scoped_local exception_;
 };
 
 }  // namespace qvjvm::detail
