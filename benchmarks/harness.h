@@ -4,15 +4,52 @@
 
 #include <nlohmann/json.hpp>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 namespace bench {
 
 /// Does the work `times` times and returns something that depends on all of it, to be compared between the two ways.
 using Batch = std::function<uint64_t(size_t times)>;
+
+/// The sum of what `work` gives in `times` runs.
+template <class Work>
+uint64_t Sum(size_t times, const Work& work) {
+  uint64_t sum = 0;
+  for (size_t i = 0; i < times; ++i) sum += static_cast<uint64_t>(work());
+  return sum;
+}
+
+/// The batch that sums up what `work` gives.
+template <class Work>
+Batch Repeat(Work work) {
+  return [work = std::move(work)](size_t times) { return Sum(times, work); };
+}
+
+/// `work(times)` on each of `count` threads at once; the time is that of all of them together.
+template <class Work>
+uint64_t AtOnce(size_t count, size_t times, const Work& work) {
+  std::atomic<uint64_t> sum = 0;
+  std::vector<std::thread> threads;
+  for (size_t i = 0; i < count; ++i) threads.emplace_back([&] { sum += work(times); });
+  for (std::thread& thread : threads) thread.join();
+  return sum;
+}
+
+/// The sum of what `work` gives on `times` threads, each from its start to its end before the next.
+template <class Work>
+uint64_t OnNewThreads(size_t times, const Work& work) {
+  return Sum(times, [&] {
+    uint64_t result = 0;
+    std::thread([&] { result = static_cast<uint64_t>(work()); }).join();
+    return result;
+  });
+}
 
 struct Settings {
   bool quick = false;  ///< Only proves that everything runs and both ways agree; the figures mean nothing.

@@ -1,8 +1,6 @@
 // How the service behaves with many threads: the environment of the calling thread with up to 1000 threads joined, from
 // several threads at once, and a thread's way from its first call to its end.
 #include <atomic>
-#include <memory>
-#include <thread>
 
 #include "benchmarks/host.h"
 
@@ -85,31 +83,19 @@ void Environment(Report& report, const Host& host, DWORD slot) {
   report.Note("environment, most threads, beyond the twin", most.service.median - most.twin.median, "ns", 5);
 }
 
-// `work` on each of `count` threads at once; the time is that of all of them together.
-template <class Work>
-uint64_t AtOnce(size_t count, size_t times, const Work& work) {
-  std::atomic<uint64_t> sum = 0;
-  std::vector<std::thread> threads;
-  for (size_t i = 0; i < count; ++i) threads.emplace_back([&] { sum += work(times); });
-  for (std::thread& thread : threads) thread.join();
-  return sum;
-}
-
 void Parallel(Report& report, const Host& host, DWORD slot) {
   IQV_JavaVM* const vm = host.Vm();
   for (const size_t count : {1U, 2U, 4U, 8U}) {
     // A thousand calls in one operation: starting the threads does not count then.
     report.Compare(
         "environment, 1,000,000 times from " + std::to_string(count) + " threads at once", 0,
-        [=](size_t times) { return AtOnce(count, times, [=](size_t n) { return AskService(vm, n * 1000000); }); },
-        [=](size_t times) { return AtOnce(count, times, [=](size_t n) { return AskSlot(slot, n * 1000000); }); });
+        [=](size_t times) {
+          return bench::AtOnce(count, times, [=](size_t n) { return AskService(vm, n * 1000000); });
+        },
+        [=](size_t times) {
+          return bench::AtOnce(count, times, [=](size_t n) { return AskSlot(slot, n * 1000000); });
+        });
   }
-}
-
-template <class Work>
-uint64_t OnNewThreads(size_t times, const Work& work) {
-  for (size_t i = 0; i < times; ++i) std::thread(work).join();
-  return times;
 }
 
 void ThreadLife(Report& report, const Host& host) {
@@ -118,18 +104,20 @@ void ThreadLife(Report& report, const Host& host) {
   report.Compare(
       "a thread's first call to its end", 1.10,
       [=](size_t times) {
-        return OnNewThreads(times, [=] {
+        return bench::OnNewThreads(times, [=] {
           qv_jnienv env = nullptr;
           if (vm->GetJNIEnv(&env) != QV_S_OK) bench::Die("GetJNIEnv");
+          return 1;
         });
       },
       [=](size_t times) {
-        return OnNewThreads(times, [=] {
+        return bench::OnNewThreads(times, [=] {
           void* env = nullptr;
           JavaVMAttachArgs arguments = {JNI_VERSION_1_2, nullptr, nullptr};
           if (jvm->AttachCurrentThread(&env, &arguments) != JNI_OK) bench::Die("AttachCurrentThread");
           if (static_cast<JNIEnv*>(env)->ExceptionCheck() != JNI_FALSE) bench::Die("an exception");
           jvm->DetachCurrentThread();
+          return 1;
         });
       });
 }
