@@ -8,14 +8,9 @@
 #include <fstream>
 
 #include "qvjvm/qvjvm.hpp"
+#include "tests/support/temp_folder.h"
 
 namespace qvtest {
-
-inline std::filesystem::path ProgramFolder() {
-  wchar_t path[1024];
-  GetModuleFileNameW(nullptr, path, 1024);
-  return std::filesystem::path(path).parent_path();
-}
 
 // Where Java itself watches the use of JNI (-Xcheck:jni), what it reports is a failure, but for the service's own way
 // of reading an exception's text; the client calls the functions that take arrays of arguments.
@@ -45,7 +40,7 @@ class ReportsOfJava : public testing::Environment {
 
 inline const qvjvm::jvm& Java() {
   static const qvjvm::jvm java = [] {
-    qvjvm::jvm started = qvjvm::jvm::start((ProgramFolder() / L"clienttests.jar").c_str());
+    qvjvm::jvm started = qvjvm::jvm::start((ProgramFolder() + L"\\clienttests.jar").c_str());
     auto* const reports = new ReportsOfJava();
     started.set_log_file(reports->Log().c_str());
     testing::AddGlobalTestEnvironment(reports);

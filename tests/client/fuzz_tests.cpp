@@ -1,28 +1,15 @@
 // Random signatures, names and texts: whatever comes, the client answers, and what it lets through is what Java takes.
 // The seed is in the failure's trace.
 #include <algorithm>
-#include <random>
 
 #include "tests/client/client_fixture.h"
+#include "tests/support/random.h"
 
 namespace qvtest {
 namespace {
 
 using Sample = qvjvm::instance<"client/Sample">;
 using ClientFuzz = ClientTest;
-
-class Random {
- public:
-  explicit Random(uint32_t seed) : m_engine(seed) {}
-  size_t Below(size_t end) { return std::uniform_int_distribution<size_t>(0, end - 1)(m_engine); }
-  template <class T, size_t Size>
-  const T& Of(const T (&from)[Size]) {
-    return from[Below(Size)];
-  }
-
- private:
-  std::mt19937 m_engine;
-};
 
 std::string RandomSignature(Random& random) {
   static const char* const pieces[] = {"(",
@@ -49,9 +36,9 @@ std::string RandomSignature(Random& random) {
                                        "[[",
                                        ""};
   std::string text = random.Below(4) == 0 ? "" : "(";
-  for (size_t i = random.Below(5); i > 0; --i) text += random.Of(pieces);
+  for (size_t i = random.Below(5); i > 0; --i) text += random.OneOf(pieces);
   if (random.Below(4) != 0) text += ")";
-  text += random.Of(pieces);
+  text += random.OneOf(pieces);
   return text;
 }
 
@@ -92,7 +79,7 @@ std::string RandomName(Random& random) {
   static const char* const pieces[] = {"java", "/", ".",        "lang", "String", "$",     "[",
                                        ";",    " ", "\xC3\xA4", "I",    "L",      "<init>"};
   std::string text;
-  for (size_t i = random.Below(7); i > 0; --i) text += random.Of(pieces);
+  for (size_t i = random.Below(7); i > 0; --i) text += random.OneOf(pieces);
   return text;
 }
 
@@ -131,8 +118,8 @@ TEST_F(ClientFuzz, TextsComeBackAsTheyWere) {
     std::wstring wide;
     std::string narrow;
     for (size_t n = random.Below(12); n > 0; --n) {
-      wide.push_back(random.Of(units));
-      narrow.push_back(static_cast<char>(random.Of(bytes)));
+      wide.push_back(random.OneOf(units));
+      narrow.push_back(static_cast<char>(random.OneOf(bytes)));
     }
     EXPECT_EQ((sample.call<"same", qvjvm::object(qvjvm::object)>(wide).as<std::wstring>()), wide);
     // Java's own decoder is the witness for bytes that are no UTF-8.

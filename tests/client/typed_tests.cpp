@@ -176,7 +176,7 @@ TEST_F(ClientTyped, WhatIsMissingIsNamed) {
 // A class that two loaders have: one C++ type, two Java classes, and the ids of each for its own objects.
 TEST_F(ClientTyped, EveryClassLoaderHasItsOwnClassesAndIds) {
   using Url = qvjvm::instance<"java/net/URL">;
-  const auto folder = java.create<"java/io/File">((ProgramFolder() / L"clienttests.jar").wstring());
+  const auto folder = java.create<"java/io/File">(ProgramFolder() + L"\\clienttests.jar");
   const auto url = folder.call<"toURI", qvjvm::instance<"java/net/URI">>().call<"toURL", Url>();
   const auto urls = qvjvm::array<Url>::make(java, 1);
   urls.set(0, url);
