@@ -19,8 +19,6 @@ StartupScene::StartupScene(const std::wstring& hostPath) {
   if (!hostPath.empty()) m_host.emplace(hostPath);
 }
 
-StartupScene::~StartupScene() { service.UnloadAndForget(); }
-
 void StartupScene::ConfigureKnownHost(const std::wstring& root) {
   registry.SetLocations(root, L"C:\\jdk", L"C:\\jre\\bin");
   registry.SetList(Hive::Machine, root + L"\\Java\\QVIDEConfig\\QVSysclasspath", {});

@@ -33,7 +33,6 @@ class StartupScene : private Pinned {
  public:
   // An unknown host, or the host with this path.
   explicit StartupScene(const std::wstring& hostPath = {});
-  ~StartupScene();
 
   struct NoScripts {
     NoScripts() { QvshrLedgerReset(); }

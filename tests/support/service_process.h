@@ -1,6 +1,5 @@
 // The service inside a test program, as the loader would have loaded it.
-// Every test is a process of its own, so the service's state is fresh when a test begins; Restart makes it fresh again
-// for tests that go through many starts.
+// Its end leaves the service's state as a process begins with; Restart does so for tests that go through many starts.
 // The program links the service's own objects (qv_whitebox), without its entry routine: this class calls what that
 // calls.
 #pragma once
@@ -21,7 +20,7 @@ namespace qvtest {
 class ServiceProcess : private Pinned {
  public:
   ServiceProcess() noexcept { qv::OnModuleLoaded(GetModuleHandleW(nullptr)); }
-  ~ServiceProcess() { Unload(); }
+  ~ServiceProcess() { UnloadAndForget(); }
 
   // What the entry routine does at process detach; nothing the second time.
   void Unload() noexcept {
