@@ -25,18 +25,36 @@ using signature_for = std::type_identity_t<call_signature<Result, plain<Argument
 template <class T>
 using argument_type = java_type<plain<T>>;
 
-/// The arguments of one call as JNI wants them. References made for the call end with this object.
-template <class... Arguments>
-class arguments {
+/// The references that are made for one call, at most so many; they end with this object.
+template <size_t Most>
+class made_references {
  public:
-  arguments(const context& java, const Arguments&... values) : env_(java.env) {
+  explicit made_references(qv_jnienv env) noexcept : env_(env) {}
+  ~made_references() {
+    for (void* const reference : references_) delete_local(env_, reference);
+  }
+  made_references(const made_references&) = delete;
+  made_references& operator=(const made_references&) = delete;
+  void own(void* reference) noexcept { references_[count_++] = reference; }
+
+ private:
+  qv_jnienv env_;
+  void* references_[Most] = {};
+  size_t count_ = 0;
+};
+template <>
+class made_references<0> {
+ public:
+  explicit made_references(qv_jnienv) noexcept {}
+};
+
+/// The arguments of one call as JNI wants them.
+template <class... Arguments>
+class arguments : made_references<(size_t{0} + ... + (argument_type<Arguments>::primitive ? 0 : 1))> {
+ public:
+  arguments(const context& java, const Arguments&... values) : arguments::made_references(java.env) {
     size_t at = 0;
     (void)(true && ... && add(java, values, values_[at++]));
-  }
-  ~arguments() {
-    if constexpr (references > 0) {
-      for (void* const reference : owned_) delete_local(env_, reference);
-    }
   }
   arguments(const arguments&) = delete;
   arguments& operator=(const arguments&) = delete;
@@ -46,8 +64,6 @@ class arguments {
   [[nodiscard]] const java_value* values() const noexcept { return values_; }
 
  private:
-  static constexpr size_t references = (size_t{0} + ... + (argument_type<Arguments>::primitive ? 0 : 1));
-
   template <class T>
   bool add(const context& java, const T& value, java_value& out) {
     using type = argument_type<T>;
@@ -62,16 +78,13 @@ class arguments {
           return false;
         }
         out.l = reference.reference;
-        if (reference.owned) owned_[owned_count_++] = reference.reference;
+        if (reference.owned) this->own(reference.reference);
       }
     }
     return true;
   }
 
-  qv_jnienv env_;
   java_value values_[sizeof...(Arguments) + 1] = {};
-  void* owned_[references == 0 ? 1 : references] = {};
-  size_t owned_count_ = 0;
   failure_record* why_ = nullptr;
 };
 
@@ -192,7 +205,7 @@ struct site {
       if (void* const known = where->load(std::memory_order_acquire)) [[likely]]
         return known;
     }
-    return look_up_site(java, name, where);
+    return look_up_site(java, name, number == 0 ? nullptr : where);
   }
 };
 
@@ -293,8 +306,8 @@ struct doubt {
 
 /// Makes the arguments, calls the function at a place, and takes what was raised.
 template <class Stored, class... Arguments>
-outcome<Stored> perform(const context& java, place family, size_t step, const target& what, const doubt& about,
-                        const Arguments&... values) {
+QVJVM_HOT outcome<Stored> perform(const context& java, place family, size_t step, const target& what,
+                                  const doubt& about, const Arguments&... values) {
   const arguments<Arguments...> made(java, values...);
   failure_record* why = made.why();
   if (why == nullptr && about.arguments != 0) [[unlikely]] {
@@ -317,8 +330,8 @@ outcome<Stored> perform(const context& java, place family, size_t step, const ta
 
 /// A call whose result is what the C++ type says.
 template <class Result, class... Arguments>
-outcome<Result> call(const context& java, place family, const target& what, const doubt& about,
-                     const Arguments&... values) {
+QVJVM_HOT outcome<Result> call(const context& java, place family, const target& what, const doubt& about,
+                               const Arguments&... values) {
   using type = java_type<Result>;
   auto raw = perform<typename type::stored>(java, family, 3 * type::step, what, about, values...);
   if constexpr (std::is_void_v<Result>) {
@@ -356,7 +369,8 @@ outcome<Result> call_compared(const context& java, place family, const target& w
 
 /// A new object by a constructor.
 template <class Object, class... Arguments>
-outcome<Object> construct(const context& java, const target& what, const doubt& about, const Arguments&... values) {
+QVJVM_HOT outcome<Object> construct(const context& java, const target& what, const doubt& about,
+                                    const Arguments&... values) {
   auto raw = perform<void*>(java, place::new_object_a, 0, what, about, values...);
   if (raw.why == nullptr && raw.value == nullptr) raw.why = take_exception(java);
   if (raw.why != nullptr) [[unlikely]] {

@@ -225,22 +225,23 @@ class instance : public Base {
 
   /// The same for one use on the calling thread. For the client itself.
   template <class T, detail::member Kind, fixed_text Name, class Signature, class Use>
-  static detail::outcome<T> with_member(const detail::outcome<detail::context>& java, const Use& use) {
-    if (java.why != nullptr) [[unlikely]]
-      return detail::failed<T>(java.why);
-    const auto found = find<Kind, Name, Signature>(java.value);
+  static detail::outcome<T> with_member(detail::failure_record* misuse, const detail::context& java, const Use& use) {
+    if (misuse != nullptr) [[unlikely]]
+      return detail::failed<T>(misuse);
+    const auto found = find<Kind, Name, Signature>(java);
     if (found.why != nullptr) [[unlikely]]
       return detail::failed<T>(found.why);
-    return use(java.value, found.value);
+    return use(found.value);
   }
 
   /// A new object. For the client itself.
   template <class Object, class Form, class Where, class... Arguments>
   static detail::outcome<Object> make(const Where& where, const Arguments&... values) {
     using types = detail::call_types<Form, Arguments...>;
+    const auto java = enter_from(where);
     return with_member<Object, detail::member::method, "<init>", typename types::signature>(
-        enter_from(where), [&](const detail::context& java, const detail::target& what) {
-          return detail::construct_known<Object, types>(java, what, values...);
+        java.why, java.value, [&](const detail::target& what) {
+          return detail::construct_known<Object, types>(java.value, what, values...);
         });
   }
 
@@ -249,25 +250,27 @@ class instance : public Base {
   auto call_member(const Arguments&... values) const {
     using types = detail::call_types<Form, Arguments...>;
     return with_member<typename types::result, detail::member::method, Name, typename types::signature>(
-        entered(), [&](const detail::context& java, const detail::target& what) {
-          return detail::call_known<types>(java, detail::place::call_method_a, {object::get(), what.method}, values...);
+        object::misuse(), object::java(), [&](const detail::target& what) {
+          return detail::call_known<types>(object::java(), detail::place::call_method_a, {object::get(), what.method},
+                                           values...);
         });
   }
 
   template <fixed_text Name, class Form, class Where, class... Arguments>
   static auto call_static_member(const Where& where, const Arguments&... values) {
     using types = detail::call_types<Form, Arguments...>;
+    const auto java = enter_from(where);
     return with_member<typename types::result, detail::member::static_method, Name, typename types::signature>(
-        enter_from(where), [&](const detail::context& java, const detail::target& what) {
-          return detail::call_known<types>(java, detail::place::call_static_method_a, what, values...);
+        java.why, java.value, [&](const detail::target& what) {
+          return detail::call_known<types>(java.value, detail::place::call_static_method_a, what, values...);
         });
   }
 
   template <fixed_text Name, class Value>
   detail::outcome<Value> read() const {
     return with_member<Value, detail::member::field, Name, detail::field_signature<Value>>(
-        entered(), [&](const detail::context& java, const detail::target& what) {
-          return detail::get_field<Value>(java, detail::place::get_field, object::get(), what.method);
+        object::misuse(), object::java(), [&](const detail::target& what) {
+          return detail::get_field<Value>(object::java(), detail::place::get_field, object::get(), what.method);
         });
   }
 
@@ -275,31 +278,29 @@ class instance : public Base {
   detail::outcome<void> write(const From& value) const {
     using type = detail::field_type<Named, From>;
     return with_member<void, detail::member::field, Name, detail::field_signature<type>>(
-        entered(), [&](const detail::context& java, const detail::target& what) -> detail::outcome<void> {
-          return {detail::set_field<type>(java, detail::place::set_field, object::get(), what.method, value)};
+        object::misuse(), object::java(), [&](const detail::target& what) -> detail::outcome<void> {
+          return {detail::set_field<type>(object::java(), detail::place::set_field, object::get(), what.method, value)};
         });
   }
 
   template <fixed_text Name, class Value, class Where>
   static detail::outcome<Value> read_static(const Where& where) {
+    const auto java = enter_from(where);
     return with_member<Value, detail::member::static_field, Name, detail::field_signature<Value>>(
-        enter_from(where), [&](const detail::context& java, const detail::target& what) {
-          return detail::get_field<Value>(java, detail::place::get_static_field, what.reference, what.method);
+        java.why, java.value, [&](const detail::target& what) {
+          return detail::get_field<Value>(java.value, detail::place::get_static_field, what.reference, what.method);
         });
   }
 
   template <fixed_text Name, class Named, class Where, class From>
   static detail::outcome<void> write_static(const Where& where, const From& value) {
     using type = detail::field_type<Named, From>;
+    const auto java = enter_from(where);
     return with_member<void, detail::member::static_field, Name, detail::field_signature<type>>(
-        enter_from(where), [&](const detail::context& java, const detail::target& what) -> detail::outcome<void> {
-          return {detail::set_field<type>(java, detail::place::set_static_field, what.reference, what.method, value)};
+        java.why, java.value, [&](const detail::target& what) -> detail::outcome<void> {
+          return {
+              detail::set_field<type>(java.value, detail::place::set_static_field, what.reference, what.method, value)};
         });
-  }
-
-  // A host's own type may have functions of any name.
-  [[nodiscard]] detail::outcome<detail::context> entered() const noexcept {
-    return enter_from(static_cast<const object&>(*this));
   }
 };
 
