@@ -19,8 +19,9 @@ wchar_t g_path[kPathUnits];          // written during attach only
 // What stands for "no such setting": no text file can hold it.
 constexpr wchar_t kAbsent[] = L"\xFFFF";
 
+// Asked at every thread's end, so a host without the file must not pay for reading one.
 int32_t HostSwitch(const wchar_t* key) noexcept {
-  if (g_path[0] == L'\0') return 0;
+  if (g_path[0] == L'\0' || GetFileAttributesW(g_path) == INVALID_FILE_ATTRIBUTES) return 0;
   return static_cast<int32_t>(GetPrivateProfileIntW(L"Host", key, 0, g_path));
 }
 
