@@ -1,4 +1,4 @@
-// Output, paths and exit codes of the example programs, with Windows alone.
+// Start, output, paths and exit codes of the example programs.
 #include "common/program.h"
 
 #include <windows.h>
@@ -23,6 +23,17 @@ void Print(DWORD stream, const std::wstring& text) {
 }
 
 }  // namespace
+
+qvjvm::jvm StartJava() {
+  const std::wstring folder = OwnFolder();
+  auto java = qvjvm::jvm::try_start(nullptr, (folder + L"\\qvjvm.dll").c_str());
+  if (!java) {
+    throw Failure{kNoService, java.reason().message() +
+                                  L". A Java runtime is looked for in JAVA_HOME, in the registry " + L"and in " +
+                                  folder + L"\\JRE."};
+  }
+  return std::move(java).value();
+}
 
 int TellFailure(const wchar_t* name, const Failure& failure) {
   Print(STD_ERROR_HANDLE, std::wstring(name) + L": " + failure.text + L"\n");
@@ -54,7 +65,5 @@ std::wstring OwnFolder() {
     path.resize(path.size() * 2);
   }
 }
-
-std::wstring Widen(const char* ascii) { return {ascii, ascii + strlen(ascii)}; }
 
 }  // namespace example

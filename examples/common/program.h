@@ -1,7 +1,9 @@
-// What every example program does outside of Java: exit codes, failures, output, paths.
+// What every example program does: start Java, tell failures, print, find its files.
 #pragma once
 
 #include <string>
+
+#include "qvjvm/qvjvm.hpp"
 
 namespace example {
 
@@ -13,10 +15,13 @@ struct Failure {
   std::wstring text;
 };
 
+/// Loads qvjvm.dll from the folder of this code and starts the JVM, or joins the one of this process.
+qvjvm::jvm StartJava();
+
 /// Tells a failure on the error output, after the program's name, and returns its exit code.
 int TellFailure(const wchar_t* name, const Failure& failure);
 
-/// Runs the body and returns the exit code.
+/// Runs the body and returns the exit code. What Java raised, or what could not be asked of it, is told too.
 template <class Body>
 int Run(const wchar_t* name, Body body) {
   try {
@@ -24,6 +29,8 @@ int Run(const wchar_t* name, Body body) {
     return kDone;
   } catch (const Failure& failure) {
     return TellFailure(name, failure);
+  } catch (const qvjvm::error& error) {
+    return TellFailure(name, {kJavaFailed, error.message()});
   }
 }
 
@@ -34,6 +41,5 @@ std::wstring FullPath(const wchar_t* path);
 std::wstring FolderOf(const std::wstring& path);
 /// The folder of the program or library that this code is linked into.
 std::wstring OwnFolder();
-std::wstring Widen(const char* ascii);
 
 }  // namespace example

@@ -5,26 +5,16 @@
 #include <windows.h>
 
 #include "common/program.h"
-#include "common/service.h"
 #include "fo2pdf/fop.h"
 
 namespace example {
 namespace {
 
-std::wstring SystemProperty(const Service& service, const wchar_t* name) {
-  return service.TextOf(service.CallStaticObject("java/lang/System", "getProperty",
-                                                 "(Ljava/lang/String;)Ljava/lang/String;", service.NewString(name)));
-}
-
-void PrintSurroundings(const Service& service) {
-  IQvString* text = nullptr;
-  service.Check(service->GetJavaVersion(&text), "GetJavaVersion");
-  PrintLine(L"java.version", TakeText(text));
-  PrintLine(L"java.home", SystemProperty(service, L"java.home"));
-  service.Check(service->GetClassPath(&text), "GetClassPath");
-  PrintLine(L"java.class.path", TakeText(text));
-  service.Check(service->GetLogFileName(&text), "GetLogFileName");
-  PrintLine(L"log", TakeText(text));
+void PrintSurroundings(const qvjvm::jvm& java) {
+  PrintLine(L"java.version", java.java_version());
+  PrintLine(L"java.home", java.call_static<"java/lang/System", "getProperty", std::wstring>(L"java.home"));
+  PrintLine(L"java.class.path", java.class_path());
+  PrintLine(L"log", java.log_file());
 }
 
 void Fo2Pdf(int argc, wchar_t** argv) {
@@ -34,9 +24,9 @@ void Fo2Pdf(int argc, wchar_t** argv) {
   if (GetFileAttributesW(input.c_str()) == INVALID_FILE_ATTRIBUTES) {
     throw Failure{kFileFailed, input + L" is not there"};
   }
-  const Service service(OwnFolder());
-  PrintSurroundings(service);
-  WritePdf(service, input, output);
+  const qvjvm::jvm java = StartJava();
+  PrintSurroundings(java);
+  WritePdf(java, input, output);
   PrintLine(L"written", output);
 }
 

@@ -3,57 +3,61 @@
 
 #include <windows.h>
 
+#include "common/program.h"
+
 namespace example {
 namespace {
 
+using Logger = qvjvm::instance<"org/apache/avalon/framework/logger/Logger">;
+using ConsoleLogger = qvjvm::instance<"org/apache/avalon/framework/logger/ConsoleLogger", Logger>;
+using OutputStream = qvjvm::instance<"java/io/OutputStream">;
+using FileOutputStream = qvjvm::instance<"java/io/FileOutputStream", OutputStream>;
+
 /// "file:/C:/folder/name" for a path, with everything but ASCII escaped.
-Ref AddressOf(const Service& service, const std::wstring& path) {
-  const Object file = service.New("java/io/File", "(Ljava/lang/String;)", service.NewString(path));
-  const Object uri(service, service.FindClass("java/net/URI"), file.CallObject("toURI", "()Ljava/net/URI;"));
-  return uri.CallObject("toASCIIString", "()Ljava/lang/String;");
+std::wstring AddressOf(const qvjvm::jvm& java, const std::wstring& path) {
+  const auto uri = java.create<"java/io/File">(path).call<"toURI", qvjvm::instance<"java/net/URI">>();
+  return uri.call<"toASCIIString", std::wstring>();
 }
 
 /// FOP's own settings as it ships them, and pictures named relative to the document.
-void Configure(const Service& service, const std::wstring& folder) {
-  service.New("org/apache/fop/apps/Options", "()");
-  service.CallStaticVoid("org/apache/fop/configuration/Configuration", "put", "(Ljava/lang/String;Ljava/lang/Object;)V",
-                         service.NewString(L"baseDir"), AddressOf(service, folder));
+void Configure(const qvjvm::jvm& java, const std::wstring& folder) {
+  (void)java.create<"org/apache/fop/apps/Options">();
+  java.call_static<"org/apache/fop/configuration/Configuration", "put", void(std::wstring, qvjvm::object)>(
+      L"baseDir", AddressOf(java, folder));
 }
 
-void Render(const Service& service, const std::wstring& input, const Object& stream) {
+void Render(const qvjvm::jvm& java, const std::wstring& input, const OutputStream& stream) {
   constexpr int32_t kWarningsAndErrors = 2;
   constexpr int32_t kRenderPdf = 1;
-  constexpr char kTakesLogger[] = "(Lorg/apache/avalon/framework/logger/Logger;)V";
-  const Object logger = service.New("org/apache/avalon/framework/logger/ConsoleLogger", "(I)", kWarningsAndErrors);
-  service.CallStaticVoid("org/apache/fop/messaging/MessageHandler", "setScreenLogger", kTakesLogger, logger);
-  Configure(service, FolderOf(input));
-  const Object source = service.New("org/xml/sax/InputSource", "(Ljava/lang/String;)", AddressOf(service, input));
-  const Object driver = service.New("org/apache/fop/apps/Driver", "()");
-  driver.CallVoid("setLogger", kTakesLogger, logger);
-  driver.CallVoid("setRenderer", "(I)V", kRenderPdf);
-  driver.CallVoid("setOutputStream", "(Ljava/io/OutputStream;)V", stream);
-  driver.CallVoid("setInputSource", "(Lorg/xml/sax/InputSource;)V", source);
-  driver.CallVoid("run", "()V");
+  const auto logger = ConsoleLogger::create(java, kWarningsAndErrors);
+  java.call_static<"org/apache/fop/messaging/MessageHandler", "setScreenLogger", void(Logger)>(logger);
+  Configure(java, FolderOf(input));
+  const auto driver = java.create<"org/apache/fop/apps/Driver">();
+  driver.call<"setLogger", void(Logger)>(logger);
+  driver.call<"setRenderer">(kRenderPdf);
+  driver.call<"setOutputStream">(stream);
+  driver.call<"setInputSource">(java.create<"org/xml/sax/InputSource">(AddressOf(java, input)));
+  driver.call<"run">();
 }
 
-void RenderTo(const Service& service, const std::wstring& input, const std::wstring& path) {
-  const Object stream = service.New("java/io/FileOutputStream", "(Ljava/lang/String;)", service.NewString(path));
+void RenderTo(const qvjvm::jvm& java, const std::wstring& input, const std::wstring& path) {
+  const auto stream = FileOutputStream::create(java, path);
   try {
-    Render(service, input, stream);
-  } catch (const Failure&) {
-    stream.CallVoid("close", "()V");
+    Render(java, input, stream);
+  } catch (const qvjvm::error&) {
+    (void)stream.try_call<"close">();
     throw;
   }
-  stream.CallVoid("close", "()V");
+  stream.call<"close">();
 }
 
 }  // namespace
 
-void WritePdf(const Service& service, const std::wstring& input, const std::wstring& output) {
+void WritePdf(const qvjvm::jvm& java, const std::wstring& input, const std::wstring& output) {
   const std::wstring partial = output + L".partial";
   try {
-    RenderTo(service, input, partial);
-  } catch (const Failure&) {
+    RenderTo(java, input, partial);
+  } catch (const qvjvm::error&) {
     DeleteFileW(partial.c_str());
     throw;
   }

@@ -3,12 +3,12 @@
 
 #include <string>
 
-#include "common/service.h"
+#include "qvjvm/qvjvm.hpp"
 
 namespace example {
 
 /// Lays out the XSL-FO document `input` and writes it as a PDF. The PDF appears under its name only when it is
 /// complete.
-void WritePdf(const Service& service, const std::wstring& input, const std::wstring& output);
+void WritePdf(const qvjvm::jvm& java, const std::wstring& input, const std::wstring& output);
 
 }  // namespace example

@@ -1,4 +1,4 @@
-// The rows that the database example writes and expects back, one column for each type of the service's typed calls.
+// The rows that the database example writes and expects back, one column for each type that a Java method can give.
 #pragma once
 
 #include <cstdint>

@@ -3,30 +3,24 @@
 // Exit codes: 0 done, 1 Java reported an error, 3 no service or no JVM, 4 a file could not be used.
 
 #include "common/program.h"
-#include "common/service.h"
 #include "fo2pdf/fop.h"
 
 namespace example {
 namespace {
 
-void MakePdf(const Service& service, qv_jstring input, qv_jstring output) {
-  int32_t created = 0;
-  service.Check(service->IsJVMCreated(&created), "IsJVMCreated");
-  PrintLine(L"the service", created ? L"created the JVM" : L"joined the JVM");
-  IQvString* classPath = nullptr;
-  service.Check(service->GetClassPath(&classPath), "GetClassPath");
-  PrintLine(L"the service's class path", TakeText(classPath));
-  const std::wstring pdf = service.TextOf(output);
-  WritePdf(service, service.TextOf(input), pdf);
+void MakePdf(const qvjvm::jvm& java, void* input, void* output) {
+  PrintLine(L"the service", java.created() ? L"created the JVM" : L"joined the JVM");
+  PrintLine(L"the service's class path", java.class_path());
+  const auto pdf = java.object_of(output).as<std::wstring>();
+  WritePdf(java, java.object_of(input).as<std::wstring>(), pdf);
   PrintLine(L"written", pdf);
 }
 
 }  // namespace
 }  // namespace example
 
-/// The two strings are local references of this thread, so the service's operations take them as they are. JNI's own
-/// environment, the first argument, is not needed.
+/// The two strings are JNI references of this thread. JNI's own environment, the first argument, is not needed.
 extern "C" __declspec(dllexport) int32_t
     Java_ReportHost_makePdf(void* /*env*/, void* /*cls*/, void* input, void* output) {
-  return example::Run(L"qvjoin", [=] { example::MakePdf(example::Service(example::OwnFolder()), input, output); });
+  return example::Run(L"qvjoin", [=] { example::MakePdf(example::StartJava(), input, output); });
 }

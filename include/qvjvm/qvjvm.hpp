@@ -25,6 +25,8 @@
 
 #include <windows.h>
 
+#include <cwchar>
+
 #include "qvjvm/client/buffer.hpp"
 #include "qvjvm/client/collections.hpp"
 #include "qvjvm/client/handles.hpp"
@@ -66,6 +68,13 @@ class entry {
     return instance<Class>::template try_call_static<Name, Form>(self(), values...);
   }
 
+  /// The object of a JNI reference of any kind, the argument of a native method for one; the reference stays the
+  /// caller's.
+  /// @throws qvjvm::error without memory in Java.
+  [[nodiscard]] object object_of(void* reference) const { return value_of(refer_to(reference)); }
+  /// The same with a result instead of an exception.
+  [[nodiscard]] result<object> try_object_of(void* reference) const { return result<object>(refer_to(reference)); }
+
   /// A new Java string. As an argument it is an Object; text itself is a String.
   /// @throws qvjvm::error without memory in Java.
   template <class Text>
@@ -97,6 +106,15 @@ class entry {
     if (found == nullptr) [[unlikely]]
       return failed<class_ref>(take_exception(java.value));
     return {nullptr, class_ref(local(java.value, found))};
+  }
+
+  [[nodiscard]] outcome<object> refer_to(void* reference) const {
+    const auto java = enter_from(self());
+    if (java.why != nullptr) return failed<object>(java.why);
+    if (reference == nullptr) return {};
+    void* const here = invoke<void*>(java.value.env, place::new_local_ref, 0, reference);
+    if (here == nullptr) return failed<object>(new_failure(QV_E_OUTOFMEMORY, L"no memory in Java"));
+    return {nullptr, object(local(java.value, here))};
   }
 
   template <class Text>
@@ -197,7 +215,8 @@ class jvm : public detail::entry<jvm> {
  public:
   /// Loads the service, starts the JVM or joins the one that runs.
   /// @param class_path  an extra class path, used only by the call that creates the JVM; see class_path_ignored.
-  /// @param library     the service's DLL; a plain name is looked for where Windows looks for DLLs. It stays loaded.
+  /// @param library     the service's DLL, which stays loaded; a plain name is looked for where Windows looks for DLLs,
+  ///                    and beside a path what the DLL itself needs.
   /// @throws qvjvm::error when the DLL cannot be loaded or there is no Java VM to be had.
   [[nodiscard]] static jvm start(const wchar_t* class_path = nullptr, const wchar_t* library = L"qvjvm.dll") {
     return detail::value_of(open(class_path, library));
@@ -257,8 +276,17 @@ class jvm : public detail::entry<jvm> {
  private:
   using text_operation = int32_t (IQV_JavaVM::*)(IQvString**) noexcept;
 
+  // With a path, the DLLs that it needs are looked for beside it.
+  static HMODULE load(const wchar_t* library) {
+    if (std::wcspbrk(library, L"\\/") == nullptr) return LoadLibraryW(library);
+    std::wstring path(GetFullPathNameW(library, 0, nullptr, nullptr), L'\0');
+    path.resize(GetFullPathNameW(library, static_cast<DWORD>(path.size()), path.data(), nullptr));
+    return LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  }
+
   static detail::outcome<jvm> open(const wchar_t* class_path, const wchar_t* library) {
-    const HMODULE service = LoadLibraryW(library);
+    if (library == nullptr) return detail::failed<jvm>(detail::invalid(L"the service's DLL has no name"));
+    const HMODULE service = load(library);
     if (service == nullptr) {
       const DWORD error = GetLastError();
       return fail(static_cast<int32_t>(error),

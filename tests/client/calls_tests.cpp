@@ -1,4 +1,6 @@
 // Values and signatures: what goes into Java comes out of it.
+#include <jni.h>
+
 #include <cmath>
 #include <limits>
 
@@ -139,6 +141,15 @@ TEST_F(ClientCalls, ObjectsKnowTheirClass) {
   EXPECT_EQ(list.get_class().call<std::wstring>("getName"), L"java.util.ArrayList");
   EXPECT_TRUE(list.same_as(list.copy()));
   EXPECT_FALSE(list.same_as(java.find_class("java/util/ArrayList").create()));
+}
+
+TEST_F(ClientCalls, AReferenceOfTheHostsOwnJniIsTakenOver) {
+  auto* const env = static_cast<JNIEnv*>(java.env());
+  const jstring text = env->NewStringUTF("by hand");
+  EXPECT_EQ(java.object_of(text).as<std::wstring>(), L"by hand");
+  EXPECT_EQ(env->GetStringLength(text), 7);  // it stays the host's
+  env->DeleteLocalRef(text);
+  EXPECT_FALSE(java.object_of(nullptr));
 }
 
 TEST_F(ClientCalls, TheServiceTellsAboutItself) {

@@ -238,6 +238,9 @@ TEST_F(ClientErrors, ResultsAreReadInEveryWay) {
 TEST_F(ClientErrors, AMissingOrForeignLibraryIsNamed) {
   EXPECT_THAT(FailureOf([] { (void)qvjvm::jvm::start(nullptr, L"no-such-service.dll"); }).message(),
               HasSubstr(L"no-such-service.dll"));
+  EXPECT_THAT(FailureOf([] { (void)qvjvm::jvm::start(nullptr, L"no\\such\\qvjvm.dll"); }).message(),
+              HasSubstr(L"cannot load no\\such\\qvjvm.dll, Windows error "));
+  EXPECT_EQ(FailureOf([] { (void)qvjvm::jvm::start(nullptr, nullptr); }).status(), QV_E_INVALIDARG);
   EXPECT_THAT(FailureOf([] { (void)qvjvm::jvm::start(nullptr, L"kernel32.dll"); }).message(),
               HasSubstr(L"kernel32.dll"));
 }

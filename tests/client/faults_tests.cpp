@@ -178,6 +178,7 @@ const Use kUses[] = {
        if (!list) return false;
        return AllOf{list.value().try_call_as<bool>("add", "(Ljava/lang/Object;)Z", L"x"),
                     list.value().try_call<int32_t>("size"), list.value().try_copy(),
+                    java.try_object_of(list.value().get()),
                     list.value().try_call_as<std::string>("get", "(I)Ljava/lang/Object;", 0)};
      }},
     {"typed",
