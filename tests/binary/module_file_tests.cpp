@@ -1,10 +1,5 @@
 // What the built modules say about themselves: exports, imports, hardening flags, version resources.
-#include <windows.h>
-
 #include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "tests/binary/pe_file.h"
 #include "tests/support/temp_folder.h"

@@ -1,8 +1,6 @@
 // String and byte arrays.
 #include <functional>
 #include <numeric>
-#include <string>
-#include <vector>
 
 #include "tests/bridge/bridge_test.h"
 

@@ -1,8 +1,6 @@
 // What the typed calls, the field reads and the array operations share: the environment first, then the record of
 // before, and at the end a look for an exception. And what the operations share that do none of it.
 #include <algorithm>
-#include <functional>
-#include <string>
 
 #include "tests/bridge/operation_rows.h"
 

@@ -1,7 +1,6 @@
 // FindClass: the JVM's own look-up, the fallback of a joined JVM, and what the record says after a failure.
 #include <algorithm>
 #include <clocale>
-#include <string>
 #include <thread>
 
 #include "tests/bridge/bridge_test.h"

@@ -1,6 +1,5 @@
 // NewObject and NewDefaultObject. What each failing call leads to stands in the table of operations.
 #include <limits>
-#include <string>
 
 #include "tests/bridge/bridge_test.h"
 

@@ -2,7 +2,6 @@
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
-#include <string>
 #include <thread>
 
 #include "tests/bridge/fake_jni.h"

@@ -1,7 +1,5 @@
 // The class loader over the service's own class path, which a joined JVM gets at the first class it does not know.
 #include <algorithm>
-#include <string>
-#include <vector>
 
 #include "tests/bridge/bridge_test.h"
 

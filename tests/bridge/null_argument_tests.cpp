@@ -1,7 +1,6 @@
 // What a null argument does, operation by operation: nothing is called in Java with it, out values are as stated.
 // The typed calls have their own rows in typed_call_tests.cpp.
 #include <algorithm>
-#include <string>
 #include <type_traits>
 
 #include "tests/bridge/bridge_test.h"

@@ -1,6 +1,4 @@
 // The raw environment, configuration values, the log switches, the JVM's class path and version.
-#include <string>
-
 #include "config/jvm_config_info.h"
 #include "service/output_log.h"
 #include "tests/bridge/bridge_test.h"

@@ -1,7 +1,4 @@
 // Java strings to and from the host's wide text.
-#include <string>
-#include <vector>
-
 #include "tests/bridge/bridge_test.h"
 #include "tests/support/import_hook.h"
 

@@ -1,10 +1,6 @@
 // One service object on several threads: texts may get lost, memory may not; each thread has its own environment.
-#include <windows.h>
-
 #include <algorithm>
 #include <atomic>
-#include <string>
-#include <vector>
 
 #include "tests/bridge/bridge_test.h"
 #include "tests/support/import_hook.h"

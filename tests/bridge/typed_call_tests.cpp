@@ -3,10 +3,8 @@
 #include <array>
 #include <functional>
 #include <limits>
-#include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "tests/bridge/bridge_test.h"
 #include "tests/bridge/typed_call_rows.h"

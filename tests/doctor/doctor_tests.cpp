@@ -1,13 +1,9 @@
 // Each case breaks a sound machine in one way; the doctor must name the cause on its first screen. A case is a process
 // of its own, because what the service learned about its machine stays for the life of the process.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <sstream>
 
@@ -20,11 +16,9 @@
 #include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
-#include "tests/support/pinned.h"
 #include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
-#include "tests/support/text.h"
 
 namespace qvtest {
 namespace {

@@ -1,13 +1,8 @@
 // The fake jvm.dll itself: what it records, and that its traps spring. The program is also its own child, which walks
 // into the trap that QV_FAKEJVM_TRAP names.
-#include <windows.h>
-
 #include <jni.h>
 
 #include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "base/procedure.h"
 #include "tests/fakejvm/fake_jvm_user.h"

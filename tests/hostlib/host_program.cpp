@@ -4,8 +4,6 @@
 
 #include <cstdio>
 #include <shellapi.h>
-#include <string>
-#include <vector>
 
 #include "tests/hostlib/host_build.h"
 #include "tests/support/text.h"

@@ -1,10 +1,5 @@
 // The ledger's books and guards: each thing that it claims to catch is done here on purpose, and must be caught.
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
 #include <cstring>
-#include <vector>
 
 #include "base/seh_guard.h"
 #include "host/qvshr.h"

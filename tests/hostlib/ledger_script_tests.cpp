@@ -1,11 +1,5 @@
 // What a test can script in the ledger build: failing allocations and calls, settings, folders, switches.
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "host/host_memory.h"
 #include "tests/hostlib/host_build.h"

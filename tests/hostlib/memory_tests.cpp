@@ -1,6 +1,5 @@
 // Memory: ordinals 1 and 2.
 #include <cstring>
-#include <vector>
 
 #include "tests/hostlib/host_build.h"
 

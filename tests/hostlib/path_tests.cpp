@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <shlobj.h>
-#include <string>
 
 #include "tests/hostlib/host_build.h"
 

@@ -1,7 +1,5 @@
 // Registry keys: ordinal 4 and the operations of their key objects, over the real registry and hostile data in it.
 // Every test has a key of its own below HKEY_CURRENT_USER.
-#include <windows.h>
-
 #include <algorithm>
 #include <atomic>
 

@@ -1,5 +1,4 @@
 // Settings and switches: ordinals 10, 11 and 12, with qvshr.ini beside a host program of the test's own.
-#include <vector>
 
 #include "tests/hostlib/host_process.h"
 

@@ -1,6 +1,4 @@
 // The object tables by slot number, called the way a host does that has no header: through bare function pointers.
-#include <windows.h>
-
 #include "tests/hostlib/host_build.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/slot_call.h"

@@ -1,6 +1,4 @@
 // Strings and their conversion: ordinals 3 and 6 and the operations of IQvString.
-#include <windows.h>
-
 #include "tests/hostlib/host_build.h"
 #include "tests/support/threads.h"
 

@@ -1,6 +1,4 @@
 // Built-in trees: ordinal 5 and the operations of their key objects.
-#include <windows.h>
-
 #include "tests/hostlib/host_build.h"
 #include "tests/support/threads.h"
 

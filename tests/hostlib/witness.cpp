@@ -1,7 +1,5 @@
 // Asks the host library while the process ends, from an entry routine: every other thread is gone then, and nothing may
 // wait. Prints one line.
-#include <windows.h>
-
 #include <cstdio>
 #include <cstring>
 

@@ -2,8 +2,6 @@
 // g_lock guards the records, the arenas and the counters of this file; it is a leaf, nothing is called under it that
 // could come back. The record of a freed heap block stays until its address is used again; a freed guarded block needs
 // none, because its address lies in an arena and is never used twice.
-#include <windows.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -12,7 +10,6 @@
 #include <utility>
 
 #include "base/handle.h"
-#include "hostlib/backend.h"
 #include "tests/ledger/ledger.h"
 #include "tests/ledger/ledger_lock.h"
 

@@ -1,14 +1,11 @@
 // What a test scripts in the ledger build: how often each operation was called, which call fails, and the answers of
 // settings, folders and switches. Counters and failures are atomic, since they are asked with every operation;
 // g_lock guards the texts. It is a leaf.
-#include <windows.h>
-
 #include <atomic>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "hostlib/backend.h"
 #include "hostlib/wide_text.h"
 #include "tests/ledger/ledger.h"
 #include "tests/ledger/ledger_lock.h"

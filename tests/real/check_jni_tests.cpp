@@ -3,9 +3,6 @@
 // come from sequences that the interface promises; each has its reason, and one that no longer comes fails the test as
 // a new one does. The JVM itself counts the references: it reports when those of a frame exceed the capacity that was
 // planned for it, so the room that is left tells how many live.
-#include <jni.h>
-
-#include <functional>
 #include <thread>
 
 #include "tests/real/checked_jni.h"

@@ -3,15 +3,10 @@
 // The JVM prints from any thread.
 #include "tests/real/joined_host.h"
 
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
-#include <utility>
 
 #include "tests/real/running_vm.h"
 

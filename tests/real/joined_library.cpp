@@ -1,12 +1,9 @@
 // The library of a Java program: runs the tests on the program's thread and gives back their result.
 // Arguments are those of a test program, without its name.
 // The output goes where the program's goes.
-#include <jni.h>
-
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <string>
 #include <vector>
 
 #include "tests/real/joined_host.h"

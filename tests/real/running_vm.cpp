@@ -3,9 +3,7 @@
 // The registry is replaced during creation only: the Java runtime reads it as well.
 #include "tests/real/running_vm.h"
 
-#include <filesystem>
 #include <iomanip>
-#include <iterator>
 #include <memory>
 #include <sstream>
 

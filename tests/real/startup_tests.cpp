@@ -1,8 +1,6 @@
 // The start of a real JVM by a program that the service does not know, with the runtime that it discovers itself: what
 // the process's search path and DLL folder are afterwards, what the JVM was told, and that the runtime is whole.
 // The installation has no private runtime; JAVA_HOME names one.
-#include <filesystem>
-
 #include "base/handle.h"
 #include "base/procedure.h"
 #include "tests/real/running_vm.h"

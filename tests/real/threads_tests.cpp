@@ -2,7 +2,6 @@
 // thread that made them.
 // The JVM's own count of threads tells whether a thread that ended was detached.
 #include <atomic>
-#include <memory>
 #include <thread>
 
 #include "tests/real/running_vm.h"

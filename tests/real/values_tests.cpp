@@ -6,7 +6,6 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
-#include <string>
 #include <type_traits>
 
 #include "tests/real/running_vm.h"

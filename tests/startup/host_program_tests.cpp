@@ -5,9 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <string>
 #include <tuple>
-#include <vector>
 
 #include "tests/fakejvm/fake_jvm_user.h"
 #include "tests/support/child_process.h"

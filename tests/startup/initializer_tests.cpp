@@ -2,8 +2,6 @@
 // is detached.
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "base/procedure.h"
 #include "config/jvm_config_info.h"
 #include "service/jni_initializer.h"

@@ -1,12 +1,5 @@
 // The very qvjvm.dll, loaded and freed by a host: what its loading needs, what FreeLibrary takes away, when it stays,
 // and the ends of threads as the library's own entry routine and callback see them.
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "base/procedure.h"
 #include "qvjvm/qvjvm.h"
 #include "tests/fakejvm/fake_jvm_user.h"

@@ -2,9 +2,6 @@
 // and what the user sees when a known host's configuration is incomplete.
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "config/jvm_config_info.h"
 #include "service/output_log.h"
 #include "tests/startup/startup_world.h"

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdarg>
-#include <string>
-#include <vector>
 
 #include "config/jvm_config_info.h"
 #include "service/output_log.h"

@@ -6,25 +6,19 @@
 //   threads         so many more threads are attached, and idle when the process ends
 //   nodetach        what the ledger build's QvshrNoDetachQuery answers, at process end too
 //   end             return (the default), exitprocess, freelibrary
-#include <windows.h>
-
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <map>
-#include <string>
-#include <vector>
 
 #include "base/procedure.h"
 #include "hostlib/calls.h"
 #include "qvjvm/qvjvm.h"
 #include "tests/fakejvm/fake_jvm.h"
 #include "tests/support/environment.h"
-#include "tests/support/import_hook.h"
 #include "tests/support/message_box.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
-#include "tests/support/text.h"
 #include "tests/support/threads.h"
 
 namespace {

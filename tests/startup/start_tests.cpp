@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "config/jvm_config_info.h"
 #include "service/jvm_state.h"

@@ -2,12 +2,8 @@
 // each call of the host library fails in turn. Whatever happens, the call gives a status that it has, a JVM is started
 // with the right options or not at all, nothing is left or freed twice, and with memory back the next call succeeds.
 // Guard pages stand behind every block meanwhile.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <map>
-#include <string>
-#include <vector>
 
 #include "config/jvm_config_info.h"
 #include "service/jvm_state.h"

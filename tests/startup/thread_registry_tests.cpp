@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "base/handle.h"
 #include "base/procedure.h"

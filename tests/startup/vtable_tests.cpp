@@ -4,17 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <string>
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
-#include <vector>
 
 #include "config/jvm_config_info.h"
 #include "service/java_vm_manager.h"
 #include "service/jni_initializer.h"
 #include "tests/startup/startup_world.h"
-#include "tests/support/product.h"
 #include "tests/support/slot_call.h"
 
 namespace qvtest {

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "base/handle.h"
 #include "tests/support/start_process.h"
 #include "tests/support/text.h"
 #include "tests/support/threads.h"

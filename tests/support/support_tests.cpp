@@ -5,19 +5,15 @@
 // After windows.h, whose types it needs.
 #include <gmock/gmock.h>
 #include <gtest/gtest-spi.h>
-#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstring>
 #include <shellapi.h>
-#include <string>
-#include <vector>
 
 #include "base/compiler.h"
 #include "host/host_memory.h"
 #include "tests/support/child_process.h"
 #include "tests/support/environment.h"
-#include "tests/support/import_hook.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
 #include "tests/support/module_path.h"
@@ -25,8 +21,6 @@
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/slot_call.h"
 #include "tests/support/temp_folder.h"
-#include "tests/support/text.h"
-#include "tests/support/threads.h"
 #include "tests/support/watchdog.h"
 
 namespace {

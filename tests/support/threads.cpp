@@ -1,7 +1,5 @@
 #include "tests/support/threads.h"
 
-#include <utility>
-
 namespace qvtest {
 
 HostThread::HostThread(std::function<void()> work)

@@ -2,16 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <limits>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "base/handle.h"
 #include "base/lock.h"
 #include "base/trace.h"
-#include "config/jvm_config_info.h"
 #include "service/jvm_start.h"
 #include "service/thread_registry.h"
 #include "tests/support/environment.h"

@@ -1,9 +1,6 @@
 // Every allocation of the configuration and of the start-up arguments fails in turn: that one alone, and from there on.
 // Each run gives one of the results that its operation names for that, leaves PATH whole and balances the books.
-#include <functional>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "tests/unit/fake_key.h"
 #include "tests/unit/unit_fixture.h"

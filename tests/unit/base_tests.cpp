@@ -3,7 +3,6 @@
 
 #include <array>
 #include <stdexcept>
-#include <vector>
 
 #include "base/bounded_text.h"
 #include "base/procedure.h"

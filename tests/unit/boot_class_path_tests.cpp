@@ -1,6 +1,4 @@
 // The boot class path option: its text from a folder, and the folder from the module that start-up recorded.
-#include <vector>
-
 #include "store/boot_class_path.h"
 #include "tests/unit/unit_fixture.h"
 

@@ -1,7 +1,4 @@
 // The class path from its sources: the built-in list, files beside the service, the registry, CLASSPATH.
-#include <vector>
-
-#include "tests/support/import_hook.h"
 #include "tests/unit/fake_key.h"
 #include "tests/unit/unit_fixture.h"
 

@@ -1,6 +1,5 @@
 // The composition of the class path from plain values.
 #include <set>
-#include <vector>
 
 #include "config/class_path.h"
 #include "tests/unit/unit_fixture.h"

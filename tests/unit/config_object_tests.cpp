@@ -1,10 +1,5 @@
 // The configuration object: its defaults and table, and the once-only load, with the host's path as a test gives it.
-#include <atomic>
-#include <optional>
-#include <vector>
-
 #include "base/module_handle.h"
-#include "tests/support/message_box.h"
 #include "tests/support/module_path.h"
 #include "tests/support/slot_call.h"
 #include "tests/support/threads.h"

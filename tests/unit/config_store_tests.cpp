@@ -1,7 +1,4 @@
 // The readers of the host product's registry keys, against the real registry with hives of the test's own.
-#include <atomic>
-#include <vector>
-
 #include "base/process_end.h"
 #include "store/config_store.h"
 #include "tests/support/threads.h"

@@ -1,6 +1,4 @@
 // A known host's way to a runtime: the configured locations in front of PATH, and nothing else.
-#include <vector>
-
 #include "tests/unit/fake_key.h"
 #include "tests/unit/runtime_fixture.h"
 

@@ -1,6 +1,5 @@
 // Numbered lists: what a Count text means, which entries come, where the separators stand, and the two messages.
 #include <climits>
-#include <vector>
 
 #include "store/counted_list.h"
 #include "tests/unit/fake_key.h"

@@ -1,7 +1,5 @@
 // The built-in configuration, record by record and as the host library presents it.
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "store/config_store.h"
 #include "store/default_tree.h"

@@ -1,8 +1,5 @@
 // Environment variables as the service reads them: unit for unit, of any length, in a block that may change meanwhile.
-#include <vector>
-
 #include "store/config_store.h"
-#include "tests/support/import_hook.h"
 #include "tests/unit/unit_fixture.h"
 
 namespace qvtest {

@@ -1,12 +1,9 @@
 // The option array from plain values: order, hooks, counts, and what happens when an entry is missing.
 #include <climits>
 #include <map>
-#include <string>
-#include <vector>
 
 #include "store/option_plan.h"
 #include "store/secret.h"
-#include "tests/support/import_hook.h"
 #include "tests/unit/unit_fixture.h"
 
 namespace qvtest {

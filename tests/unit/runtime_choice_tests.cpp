@@ -1,7 +1,6 @@
 // Which runtime is chosen, decided from plain values. The order of the places and what PATH becomes are in
 // runtime_locate_tests.cpp and configured_path_tests.cpp.
 #include <set>
-#include <vector>
 
 #include "config/runtime_choice.h"
 #include "tests/unit/unit_fixture.h"

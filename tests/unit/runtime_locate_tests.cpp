@@ -1,7 +1,4 @@
 // Runtime discovery with its effects: files in folders of the test's own, the real registry, the process's PATH.
-#include <vector>
-
-#include "tests/support/import_hook.h"
 #include "tests/unit/fake_key.h"
 #include "tests/unit/runtime_fixture.h"
 

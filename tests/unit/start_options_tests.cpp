@@ -1,7 +1,4 @@
 // The start-up options from their sources: the registry, the built-in configuration, and the rules between the two.
-#include <string>
-#include <vector>
-
 #include "tests/unit/fake_key.h"
 #include "tests/unit/unit_fixture.h"
 

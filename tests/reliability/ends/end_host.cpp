@@ -2,8 +2,6 @@
 // told: usage: end_host WAY main|other idle|busy EXITCODE
 // "other" ends it from a further attached thread while the main thread waits. It says "ending" when everything runs.
 // Exit code 2: it did not get that far. "end_host kill PROCESS-ID EXITCODE" ends another one.
-#include <windows.h>
-
 #include <jni.h>
 
 #include <cstdio>
@@ -11,7 +9,6 @@
 #include <cstring>
 #include <string>
 
-#include "qvjvm/qvjvm.h"
 #include "tests/reliability/ends/end_library.h"
 #include "tests/support/start_process.h"
 

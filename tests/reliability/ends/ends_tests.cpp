@@ -2,18 +2,12 @@
 // unless a crash was the way, each keeps its exit code. Several at a time, each with a time limit of its own.
 // QV_TEST_RUNTIME names the runtime of the installation; QV_TEST_ENDS says how often each is tried, instead of the
 // number that belongs to this form of the test.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <atomic>
-#include <filesystem>
 #include <mutex>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "tests/support/child_process.h"
-#include "tests/support/environment.h"
 #include "tests/support/reliability.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"

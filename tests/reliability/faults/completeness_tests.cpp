@@ -1,11 +1,6 @@
 // Every call outside the service has a row in the matrix or a reason that can be checked: the names come from the
 // import table of the built qvjvm.dll, from its objects and from its sources.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <map>
-#include <set>
-#include <string>
 
 #include "tests/binary/pe_file.h"
 #include "tests/fakejvm/fake_jvm_user.h"

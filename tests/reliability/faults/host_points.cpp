@@ -4,9 +4,7 @@
 
 #include <intrin.h>
 
-#include "host/host_ref.h"
 #include "tests/reliability/faults/fault_point.h"
-#include "tests/support/text.h"
 
 namespace qvtest {
 namespace {

@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
-#include <set>
-#include <string>
 
 #include "service/capture_mark.h"
 #include "tests/bridge/operation_rows.h"

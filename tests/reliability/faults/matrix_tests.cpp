@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <map>
-#include <set>
-#include <string>
 
 #include "tests/reliability/faults/expectations.h"
 #include "tests/reliability/faults/scenario.h"

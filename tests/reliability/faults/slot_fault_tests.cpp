@@ -3,9 +3,6 @@
 // does with a failing one, step by step.
 #include <algorithm>
 #include <map>
-#include <set>
-#include <string>
-#include <vector>
 
 #include "tests/bridge/operation_rows.h"
 #include "tests/reliability/faults/tally.h"

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "tests/reliability/faults/fault_point.h"
-#include "tests/support/text.h"
 
 namespace qvtest {
 namespace {

@@ -2,8 +2,6 @@
 // every text. Variadic slots with signatures that are none, classes that only the loader might know, class paths.
 #include <algorithm>
 #include <cwchar>
-#include <string>
-#include <vector>
 
 #include "config/path_list.h"
 #include "store/option_plan.h"

@@ -1,7 +1,5 @@
 #include "tests/reliability/hostile/hostile_text.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstring>

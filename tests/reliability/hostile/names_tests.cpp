@@ -4,7 +4,6 @@
 // A null signature is not among them: it goes to the JVM unchecked, which reads it.
 #include <jni.h>
 
-#include <atomic>
 #include <cstring>
 
 #include "tests/real/running_vm.h"

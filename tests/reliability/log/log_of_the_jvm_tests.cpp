@@ -1,21 +1,13 @@
 // What a real runtime prints while its log is abused: the JVM, its threads and every later call must go on, and what it
 // prints afterwards must arrive. It prints a report for every exception that Java code throws.
 // QV_TEST_RUNTIME names the runtime.
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
-#include <atomic>
 #include <regex>
 #include <set>
 #include <sstream>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "tests/real/running_vm.h"
 #include "tests/reliability/log/abuse.h"
-#include "tests/support/environment.h"
 #include "tests/support/reliability.h"
 #include "tests/support/temp_folder.h"
 

@@ -1,25 +1,15 @@
 // The output hook of the very qvjvm.dll, taken from what a recorded JVM is given, on files that cannot be written, that
 // vanish, that others hold and that many threads write at once: what it answers, what is lost, and that the next
 // message after the trouble arrives.
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <atomic>
 #include <cstdarg>
 #include <cstdio>
-#include <filesystem>
-#include <set>
-#include <string>
-#include <vector>
 
 #include "base/procedure.h"
 #include "qvjvm/qvjvm.h"
 #include "tests/fakejvm/fake_jvm_user.h"
 #include "tests/reliability/log/abuse.h"
 #include "tests/reliability/log/written_lines.h"
-#include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/reliability.h"

@@ -13,14 +13,9 @@
 //   set, unset      NAME=VALUE, NAME: done to the environment between the two calls
 //   find            a class that the JVM is asked for
 //   search          where libraries are not searched: current (folder), or path (and the current folder)
-#include <windows.h>
-
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "base/procedure.h"
 #include "qvjvm/qvjvm.h"
@@ -30,7 +25,6 @@
 #include "tests/support/process_counters.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
-#include "tests/support/text.h"
 #include "tests/support/threads.h"
 
 namespace {

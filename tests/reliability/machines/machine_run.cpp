@@ -1,13 +1,11 @@
 // One machine: the host program in a process of its own, the repair between its two calls, the comparison, the row.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <sstream>
 
 #include "tests/reliability/machines/machine.h"
-#include "tests/support/child_process.h"
 #include "tests/support/reliability.h"
 #include "tests/support/text.h"
 #include "tests/support/threads.h"

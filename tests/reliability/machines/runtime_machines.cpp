@@ -1,7 +1,5 @@
 // Runtimes that are there but not whole. A library that the system cannot load is the service's failure; what the JVM
 // itself misses while it starts is for the JVM to judge, and it ends the process.
-#include <gtest/gtest.h>
-
 #include "tests/reliability/machines/machine.h"
 #include "tests/support/broken_image.h"
 

@@ -1,13 +1,11 @@
 // What each runtime does with each option of the built-in tree, and with those that the doctor knows of: given alone,
 // in a start-up of its own. What the doctor says of them and what docs/runtimes.md says must be what happens.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "doctor/option_notes.h"
 #include "tests/reliability/machines/machine.h"
 #include "tests/reliability/runtimes/runtime_cell.h"
-#include "tests/support/environment.h"
 #include "tests/support/reliability.h"
 #include "tests/support/text.h"
 

@@ -1,14 +1,12 @@
 // The tests of the interface's values, texts, errors and threads, unchanged, in JVMs that were started with other
 // options: what a host sees must not depend on the runtime, its collector or its compiler.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
 
 #include "tests/reliability/machines/machine.h"
 #include "tests/reliability/runtimes/runtime_cell.h"
-#include "tests/support/environment.h"
 #include "tests/support/reliability.h"
 #include "tests/support/text.h"
 

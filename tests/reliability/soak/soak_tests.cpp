@@ -11,7 +11,6 @@
 
 #include "tests/real/running_vm.h"
 #include "tests/reliability/soak/walker.h"
-#include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/process_counters.h"
 #include "tests/support/reliability.h"

@@ -2,9 +2,7 @@
 // that end while another one keeps the system's loader lock and waits for Java.
 #include <jni.h>
 
-#include <atomic>
 #include <cstdio>
-#include <vector>
 
 #include "tests/real/running_vm.h"
 #include "tests/reliability/threads/host_thread.h"

@@ -1,13 +1,11 @@
 // Thousands of host threads that come, call and go, sixteen at a time, on a real JVM: the first of them find a machine
 // on which the JVM cannot start, then it is repaired while they come. Each checks what it gets; afterwards nothing of
 // them is left. QV_TEST_THREADS says how many come in the short form.
-#include <atomic>
 #include <cstdio>
 #include <mutex>
 
 #include "tests/real/running_vm.h"
 #include "tests/reliability/threads/host_thread.h"
-#include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/reliability.h"

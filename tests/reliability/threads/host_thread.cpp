@@ -1,7 +1,5 @@
 #include "tests/reliability/threads/host_thread.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 #include "tests/real/running_vm.h"

@@ -1,21 +1,12 @@
 // FreeLibrary of the service, to zero and beyond, in every state and by every way that it came into the process, with a
 // real runtime and the ledger build of the host library. Each test is a process of its own. Before the first thread of
 // the service's joins the JVM it goes and can come again; from then on it stays.
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
 #include <atomic>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "base/procedure.h"
-#include "qvjvm/qvjvm.h"
 #include "tests/real/joined_host.h"
 #include "tests/real/running_vm.h"
 #include "tests/reliability/unload/other_libraries.h"
-#include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/process_counters.h"
 #include "tests/support/registry_sandbox.h"
