@@ -1,5 +1,4 @@
 // String and byte arrays.
-#include <functional>
 #include <numeric>
 
 #include "tests/bridge/bridge_test.h"

@@ -2,8 +2,6 @@
 #include "tests/bridge/bridge_test.h"
 
 #include <atomic>
-#include <new>
-#include <utility>
 
 namespace qvtest {
 namespace {

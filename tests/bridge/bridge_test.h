@@ -2,18 +2,10 @@
 // one service object. Whatever a test leaves in the host library's books or pinned in the VM fails it.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <initializer_list>
-#include <memory>
 #include <optional>
 #include <ostream>
-#include <string>
-#include <vector>
 
 #include "service/java_vm_manager.h"
-#include "service/jvm_state.h"
-#include "tests/bridge/fake_jni.h"
 #include "tests/bridge/slot_table.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/service_process.h"

@@ -1,7 +1,6 @@
 // ExceptionClear and CaptureException: a pending Java exception becomes text in a record, and the thread is clean
 // again. What each failing call leads to stands in the table of operations.
 #include <algorithm>
-#include <string_view>
 
 #include "tests/bridge/bridge_test.h"
 

@@ -2,7 +2,6 @@
 #include "tests/bridge/operation_rows.h"
 
 #include <type_traits>
-#include <utility>
 
 #include "tests/bridge/typed_call_rows.h"
 #include "tests/support/slot_call.h"

@@ -2,12 +2,6 @@
 // fails, and without memory, and how many references it leaves on the thread. And a test that runs one of them.
 #pragma once
 
-#include <functional>
-#include <optional>
-#include <ostream>
-#include <string>
-#include <vector>
-
 #include "tests/bridge/bridge_test.h"
 
 namespace qvtest {

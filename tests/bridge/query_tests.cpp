@@ -1,9 +1,6 @@
 // The raw environment, configuration values, the log switches, the JVM's class path and version.
-#include "config/jvm_config_info.h"
-#include "service/output_log.h"
 #include "tests/bridge/bridge_test.h"
 #include "tests/support/environment.h"
-#include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 
 namespace qvtest {

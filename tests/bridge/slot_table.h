@@ -4,7 +4,6 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 
 #include "qvjvm/qvjvm.h"
 #include "tests/bridge/fake_jni.h"

@@ -1,10 +1,7 @@
 // The typed calls and the static field reads: every rule for each of the 23 operations.
 #include <algorithm>
-#include <array>
-#include <functional>
 #include <limits>
 #include <thread>
-#include <utility>
 
 #include "tests/bridge/bridge_test.h"
 #include "tests/bridge/typed_call_rows.h"

@@ -1,6 +1,5 @@
 // The program itself: its exit codes, its JSON, a trial start that fails, and that it writes nothing.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "tests/support/child_process.h"

@@ -2,14 +2,8 @@
 // nobody else.
 #pragma once
 
-#include <map>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "tests/hostlib/host_build.h"
 #include "tests/support/child_process.h"
-#include "tests/support/temp_folder.h"
 
 namespace hosttest {
 

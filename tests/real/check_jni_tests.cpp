@@ -39,10 +39,10 @@ class CheckJni : public testing::Test {
     ASSERT_NE(m_vm, nullptr);
     Local made(m_vm);
     EXPECT_TRUE(Ok(m_vm, m_vm->NewByteArray(made.Out(), 4)));
-    m_bytes = Global(made);
+    m_bytes = NewGlobal(m_vm, made);
     EXPECT_TRUE(Ok(m_vm, m_vm->NewStringArray(made.Out(), 1)));
-    m_strings = Global(made);
-    EXPECT_TRUE(Ok(m_vm, m_vm->CallStaticVoidMethod(FindClass(m_vm, "qvtest/Threads"), "dropErrorOutput", "()V")));
+    m_strings = NewGlobal(m_vm, made);
+    DropErrorOutput(m_vm);
   }
   void TearDown() override {
     if (m_vm != nullptr) m_vm->SetJvmLogEnabled(0);
@@ -51,21 +51,14 @@ class CheckJni : public testing::Test {
   std::vector<Row> Rows();
 
   IQV_JavaVM* const m_vm = StartVm({L"-Xcheck:jni", L"-Xmx128m"});
-  const qv_jclass m_echo = Global(FindClass(m_vm, "qvtest/Echo"));
-  const qv_jclass m_faults = Global(FindClass(m_vm, "qvtest/Faults"));
-  const qv_jobject m_object = Global(NewDefaultObject(m_vm, m_echo));
-  const qv_jobject m_faulty = Global(NewDefaultObject(m_vm, m_faults));
-  const qv_jstring m_text = Global(NewString(m_vm, L"some text"));
+  const qv_jclass m_echo = NewGlobal(m_vm, FindClass(m_vm, "qvtest/Echo"));
+  const qv_jclass m_faults = NewGlobal(m_vm, FindClass(m_vm, "qvtest/Faults"));
+  const qv_jobject m_object = NewGlobal(m_vm, NewDefaultObject(m_vm, m_echo));
+  const qv_jobject m_faulty = NewGlobal(m_vm, NewDefaultObject(m_vm, m_faults));
+  const qv_jstring m_text = NewGlobal(m_vm, NewString(m_vm, L"some text"));
   qv_jarray m_bytes = nullptr;
   qv_jarray m_strings = nullptr;
   TempFolder m_folder;
-
- private:
-  qv_jobject Global(const Local& local) {
-    qv_jobject global = nullptr;
-    EXPECT_TRUE(Ok(m_vm, m_vm->NewGlobalRef(&global, local)));
-    return global;
-  }
 };
 
 std::vector<Row> CheckJni::Rows() {
@@ -88,8 +81,6 @@ std::vector<Row> CheckJni::Rows() {
     EXPECT_EQ(vm->NewString(&string, L""), QV_S_OK);
     return (vm->*remove)(string);
   };
-  // Any array operation that succeeds does.
-  const auto forgetRecord = [=] { EXPECT_TRUE(Ok(vm, vm->NewByteArray(Local(vm).Out(), 0))); };
   const auto construct = [=, this](qv_jclass cls, const char* signature, auto... arguments) {
     return vm->NewObject(Local(vm).Out(), cls, signature, arguments...);
   };
@@ -211,7 +202,7 @@ std::vector<Row> CheckJni::Rows() {
        kUnfinished + kCaptured,
        {{kTextUnchecked, 1}, {kPending, 2}},
        [=, this] {
-         forgetRecord();
+         ForgetRecord(vm);
          EXPECT_EQ(construct(m_faults, kTextAlone, m_text), QV_S_OK);
          return callBoolean(m_echo, "staticBoolean", "(Z)Z");
        },
@@ -220,7 +211,7 @@ std::vector<Row> CheckJni::Rows() {
        kCaptured,
        {{kTextUnchecked, 1}, {kPending, 2}},
        [=, this] {
-         forgetRecord();
+         ForgetRecord(vm);
          EXPECT_EQ(construct(m_faults, "(J)", int64_t{0}), QV_E_FAIL);
          return callBoolean(m_faults, "ofStaticBoolean", "()Z");
        },
@@ -229,7 +220,7 @@ std::vector<Row> CheckJni::Rows() {
        1 + kCaptured,
        {{kTextUnchecked, 1}, {kPending, 1}},
        [=] {
-         forgetRecord();
+         ForgetRecord(vm);
          EXPECT_EQ(vm->NewStringArray(Local(vm).Out(), -1), QV_S_OK);
          return vm->NewByteArray(Local(vm).Out(), 0);
        },
@@ -302,7 +293,6 @@ TEST_F(References, AMillionOperationsLeaveWhatTheirFailuresLeave) {
     if (number % 1000 == 1) {
       return expect(m_vm->CallIntMethod(&result, m_echo, m_object, "isNotThere", "()I") == QV_E_FAIL);
     }
-
     if (number % 10 == 2) {
       Local string(m_vm);
       IQvString* text = nullptr;

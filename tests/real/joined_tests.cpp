@@ -64,7 +64,7 @@ class JoinedVm : public testing::Test {
   void SetUp() override {
     ASSERT_EQ(Process().status, QV_S_OK);
     ASSERT_NE(Vm(), nullptr);
-    EXPECT_TRUE(Ok(Vm(), Vm()->NewByteArray(Local(Vm()).Out(), 0)));
+    ForgetRecord(Vm());
   }
   static IQV_JavaVM* Vm() { return Process().vm; }
 
@@ -81,18 +81,10 @@ class JoinedVm : public testing::Test {
     EXPECT_TRUE(Ok(Vm(), Vm()->CallBooleanMethod(&same, objectClass, left, "equals", "(Ljava/lang/Object;)Z", right)));
     return same == 1;
   }
-  static int32_t ThreadsInJava() {
-    const JavaClass threadClass(Vm(), "java/lang/Thread");
-    const Local thread = threadClass.CallStatic("currentThread", "()Ljava/lang/Thread;");
-    const Local group = threadClass.Call(thread, "getThreadGroup", "()Ljava/lang/ThreadGroup;");
-    return JavaClass(Vm(), "java/lang/ThreadGroup").CallInt(group, "activeCount");
-  }
 };
 
 TEST_F(JoinedVm, IsTheHostsAndNotCreated) {
-  int32_t created = -1;
-  EXPECT_EQ(Vm()->IsJVMCreated(&created), QV_S_OK);
-  EXPECT_EQ(created, 0);
+  EXPECT_FALSE(CreatedTheJvm(Vm()));
   IQvString* version = nullptr;
   EXPECT_EQ(Vm()->GetJavaVersion(&version), QV_E_FAIL);
   EXPECT_EQ(version, nullptr);
@@ -130,9 +122,7 @@ TEST_F(JoinedVm, ClassPathIsTheConfiguredOne) {
     expected = L"C:\\some jdk\\JRE\\LIB\\rt.jar;C:\\some jdk\\LIB\\tools.jar;" + DefaultArchives(host) + L";" +
                kListed + L";" + kOfUser + L";.";
   }
-  IQvString* path = nullptr;
-  EXPECT_TRUE(Ok(Vm(), Vm()->GetClassPath(&path)));
-  EXPECT_EQ(TakeText(path), expected);
+  EXPECT_EQ(Ask(Vm(), &IQV_JavaVM::GetClassPath), expected);
 }
 
 TEST_F(JoinedVm, ClassesOfTheProgramComeFromTheProgram) {
@@ -165,11 +155,7 @@ TEST_F(JoinedVm, OneLoaderServesEveryLookUpOfAnObject) {
   EXPECT_EQ(other->Release(), 0U);
   // Another thread finds the same class.
   qv_jobject global = nullptr;
-
-  std::thread([&] {
-    const Local found = FindClass(Vm(), "outside/Greeter");
-    EXPECT_TRUE(Ok(Vm(), Vm()->NewGlobalRef(&global, found)));
-  }).join();
+  std::thread([&] { global = NewGlobal(Vm(), FindClass(Vm(), "outside/Greeter")); }).join();
   EXPECT_TRUE(Same(greeter, global));
   EXPECT_TRUE(Ok(Vm(), Vm()->DeleteGlobalRef(global)));
 }
@@ -210,12 +196,12 @@ TEST_F(JoinedVm, WithoutAConfiguredClassPathTheMessageSaysSo) {
 }
 
 TEST_F(JoinedVm, AThreadThatEndsIsDetachedUnlessTheHostIsJava) {
-  const int32_t before = ThreadsInJava();
+  const int32_t before = ThreadsInJava(Vm());
   int32_t during = 0;
-  std::thread([&] { during = ThreadsInJava(); }).join();
+  std::thread([&] { during = ThreadsInJava(Vm()); }).join();
   EXPECT_EQ(during, before + 1);
   const int32_t stay = KindOfHost() == HostKind::Java ? 1 : 0;
-  EXPECT_EQ(ThreadsInJava(), before + stay);
+  EXPECT_EQ(ThreadsInJava(Vm()), before + stay);
 }
 
 TEST_F(JoinedVm, AnObjectWithALoaderMayBeReleasedWhereItWasNeverUsed) {

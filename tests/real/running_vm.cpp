@@ -96,6 +96,11 @@ std::optional<Record> RecordOf(IQV_JavaVM* vm) {
   return record;
 }
 
+void ForgetRecord(IQV_JavaVM* vm) {
+  EXPECT_TRUE(Ok(vm, vm->NewByteArray(Local(vm).Out(), 0)));
+  EXPECT_EQ(RecordOf(vm), std::nullopt);
+}
+
 testing::AssertionResult Ok(IQV_JavaVM* vm, int32_t status) {
   return status == QV_S_OK ? testing::AssertionSuccess() : Unexpected(vm, status);
 }
@@ -139,6 +144,29 @@ std::wstring TextOf(IQV_JavaVM* vm, qv_jstring string) {
   std::wstring text(static_cast<size_t>(length), L'\0');
   EXPECT_TRUE(Ok(vm, vm->GetStringChars(text.data(), &length, string)));
   return text;
+}
+
+qv_jobject NewGlobal(IQV_JavaVM* vm, qv_jobject local) {
+  qv_jobject global = nullptr;
+  EXPECT_TRUE(Ok(vm, vm->NewGlobalRef(&global, local)));
+  return global;
+}
+
+bool CreatedTheJvm(IQV_JavaVM* vm) {
+  int32_t created = -1;
+  EXPECT_EQ(vm->IsJVMCreated(&created), QV_S_OK);
+  return created == 1;
+}
+
+int32_t ThreadsInJava(IQV_JavaVM* vm) {
+  const JavaClass thread(vm, "java/lang/Thread");
+  const Local current = thread.CallStatic("currentThread", "()Ljava/lang/Thread;");
+  const Local group = thread.Call(current, "getThreadGroup", "()Ljava/lang/ThreadGroup;");
+  return JavaClass(vm, "java/lang/ThreadGroup").CallInt(group, "activeCount");
+}
+
+void DropErrorOutput(IQV_JavaVM* vm) {
+  EXPECT_TRUE(Ok(vm, vm->CallStaticVoidMethod(FindClass(vm, "qvtest/Threads"), "dropErrorOutput", "()V")));
 }
 
 std::wstring PropertyOf(IQV_JavaVM* vm, const wchar_t* name) {

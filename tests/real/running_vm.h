@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <optional>
 #include <ostream>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -45,6 +44,8 @@ struct Record {
   friend std::ostream& operator<<(std::ostream& out, const Record& record);
 };
 std::optional<Record> RecordOf(IQV_JavaVM* vm);
+// Any array operation that succeeds does.
+void ForgetRecord(IQV_JavaVM* vm);
 
 // True for S_OK; otherwise the message holds the status and the record.
 testing::AssertionResult Ok(IQV_JavaVM* vm, int32_t status);
@@ -83,8 +84,17 @@ class Local {
 Local FindClass(IQV_JavaVM* vm, const char* name);
 Local NewString(IQV_JavaVM* vm, const std::wstring& text);
 Local NewDefaultObject(IQV_JavaVM* vm, qv_jclass cls);
+qv_jobject NewGlobal(IQV_JavaVM* vm, qv_jobject local);
 // The whole string, embedded nulls and all.
 std::wstring TextOf(IQV_JavaVM* vm, qv_jstring string);
+// The text that an operation gives.
+template <class Query, class... Of>
+std::wstring Ask(IQV_JavaVM* vm, Query query, Of... of) {
+  IQvString* text = nullptr;
+  EXPECT_TRUE(Ok(vm, (vm->*query)(&text, of...)));
+  return TakeText(text);
+}
+bool CreatedTheJvm(IQV_JavaVM* vm);
 
 // A class of Java's as a host uses it: each call has to succeed and gives its result.
 class JavaClass {
@@ -148,6 +158,11 @@ void ForEachTypedCall(Visit&& visit) {
         TypeName{"ofBoolean", L"boolean", "(Z)Z", "()Z"}, int32_t{1});
 }
 
+// Threads of the group that attached threads belong to.
+int32_t ThreadsInJava(IQV_JavaVM* vm);
+// What the JVM prints for its own problems stays; what stack traces print goes nowhere.
+void DropErrorOutput(IQV_JavaVM* vm);
+
 // A system property of the JVM's; "<null>" when there is none.
 std::wstring PropertyOf(IQV_JavaVM* vm, const wchar_t* name);
 // The number of the Java version that runs: "17".
@@ -161,13 +176,7 @@ class RunningVmTest : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_NE(m_vm, nullptr);
-    ForgetRecord();
-  }
-
-  // Any array operation that succeeds does; tests of one process share the object.
-  void ForgetRecord() {
-    EXPECT_TRUE(Ok(m_vm, m_vm->NewByteArray(Local(m_vm).Out(), 0)));
-    EXPECT_EQ(RecordOf(m_vm), std::nullopt);
+    ForgetRecord(m_vm);  // tests of one process share the object
   }
 
   [[nodiscard]] IQV_JavaVM* Vm() const { return m_vm; }

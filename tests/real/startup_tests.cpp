@@ -10,14 +10,6 @@
 namespace qvtest {
 namespace {
 
-constexpr wchar_t kSystemPath[] = L"C:\\windows\\system32;C:\\windows";
-
-std::wstring DllFolder() {
-  std::wstring folder(1024, L'\0');
-  folder.resize(GetDllDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
-  return folder;
-}
-
 // Whether a plain load finds a library there.
 bool CurrentFolderIsSearched() {
   const TempFolder folder;
@@ -97,12 +89,8 @@ TEST_F(StartUp, RunsTheRuntimeThatItDiscovered) {
   const std::wstring version = Property(L"java.version");
   EXPECT_EQ(version.substr(0, version.find(L'.')), ReadVariable(L"QV_TEST_RUNTIME"));
   EXPECT_TRUE(std::filesystem::equivalent(Property(L"java.home"), Start().home));
-  IQvString* told = nullptr;
-  EXPECT_TRUE(Ok(Vm(), Vm()->GetJavaVersion(&told)));
-  EXPECT_EQ(TakeText(told), version);
-  int32_t created = -1;
-  EXPECT_EQ(Vm()->IsJVMCreated(&created), QV_S_OK);
-  EXPECT_EQ(created, 1);
+  EXPECT_EQ(Ask(Vm(), &IQV_JavaVM::GetJavaVersion), version);
+  EXPECT_TRUE(CreatedTheJvm(Vm()));
 }
 
 TEST_F(StartUp, CompressionFilesAndSocketsWork) {
@@ -113,9 +101,7 @@ TEST_F(StartUp, CompressionFilesAndSocketsWork) {
 TEST_F(StartUp, ClassPathHoldsTheExtraPathTheArchivesTheEnvironmentAndTheCurrentFolder) {
   const std::wstring expected =
       InstallFolder() + L"\\qvtests.jar;" + DefaultArchives(InstallFolder()) + L";C:\\from environment.jar;.";
-  IQvString* told = nullptr;
-  EXPECT_TRUE(Ok(Vm(), Vm()->GetClassPath(&told)));
-  EXPECT_EQ(TakeText(told), expected);
+  EXPECT_EQ(Ask(Vm(), &IQV_JavaVM::GetClassPath), expected);
   EXPECT_EQ(Property(L"java.class.path"), expected);
 }
 

@@ -20,12 +20,7 @@ class Texts : public RunningVmTest {
     return TextOf(Vm(), m_class.CallStatic("unitsOf", kTextToText, string));
   }
 
-  // What GetStringValue gives.
-  std::wstring ValueOf(qv_jstring string) {
-    IQvString* value = nullptr;
-    EXPECT_TRUE(Ok(Vm(), Vm()->GetStringValue(&value, string)));
-    return TakeText(value);
-  }
+  std::wstring ValueOf(qv_jstring string) { return Ask(Vm(), &IQV_JavaVM::GetStringValue, string); }
 
   const JavaClass m_class{Vm(), "qvtest/Texts"};
 };

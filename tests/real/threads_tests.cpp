@@ -12,13 +12,7 @@ namespace {
 
 constexpr int kThreads = 16;
 
-class Threads : public RunningVmTest {
- protected:
-  int32_t CountInJava() {
-    const JavaClass threads(Vm(), "qvtest/Threads");
-    return threads.CallInt(threads.New(), "count");
-  }
-};
+using Threads = RunningVmTest;
 
 // A value goes to Java and back, as a number and as text.
 bool RoundTrip(IQV_JavaVM* vm, qv_jclass cls, qv_jobject object, int32_t value) {
@@ -86,17 +80,17 @@ TEST_F(Threads, RecordsOfObjectsOfTheirOwnNeverMix) {
 }
 
 TEST_F(Threads, AThreadThatEndsIsDetached) {
-  const int32_t before = CountInJava();
+  const int32_t before = ThreadsInJava(Vm());
   for (int round = 0; round < 3; ++round) {
     {
       std::vector<std::unique_ptr<WaitingThread>> threads;
       for (int i = 0; i < kThreads; ++i) {
         threads.push_back(std::make_unique<WaitingThread>([&] { EXPECT_NE(QV_AcquireThreadEnv(Vm()), nullptr); }));
       }
-      EXPECT_EQ(CountInJava(), before + kThreads);
+      EXPECT_EQ(ThreadsInJava(Vm()), before + kThreads);
       for (const auto& thread : threads) thread->Go();
     }
-    EXPECT_EQ(CountInJava(), before);
+    EXPECT_EQ(ThreadsInJava(Vm()), before);
   }
 }
 
@@ -122,17 +116,17 @@ TEST_F(Threads, AnAttachedThreadHasAnEnvironmentOfItsOwnAndNoContextClassLoader)
 }
 
 TEST_F(Threads, AnObjectMayBeReleasedWhereItWasNeverUsed) {
-  const int32_t before = CountInJava();
+  const int32_t before = ThreadsInJava(Vm());
   IQV_JavaVM* const other = NewService();
   ASSERT_NE(other, nullptr);
   EXPECT_EQ(other->FindClass(Local(other).Out(), "no/such/Thing"), QV_E_FAIL);
   OnThread([&] { EXPECT_EQ(other->Release(), 0U); });
-  EXPECT_EQ(CountInJava(), before);
+  EXPECT_EQ(ThreadsInJava(Vm()), before);
 }
 
 TEST_F(Threads, ThreadsComeAndGoWhileOthersWork) {
   constexpr int kShortThreads = 100;
-  const int32_t before = CountInJava();
+  const int32_t before = ThreadsInJava(Vm());
   std::atomic<bool> stop = false;
   std::atomic<int> wrong = 0;
   std::thread worker([&] {
@@ -149,7 +143,7 @@ TEST_F(Threads, ThreadsComeAndGoWhileOthersWork) {
   stop = true;
   worker.join();
   EXPECT_EQ(wrong, 0);
-  EXPECT_EQ(CountInJava(), before);
+  EXPECT_EQ(ThreadsInJava(Vm()), before);
 }
 
 }  // namespace

@@ -2,18 +2,12 @@
 // somebody might, and the test says what comes of it. The host asks Java for a class of an archive that it was not
 // given. Java 17 is the runtime that the machine means to use, Java 21 the planted one.
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
-#include <sstream>
 
 #include "tests/reliability/machines/machine.h"
-#include "tests/support/environment.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
 namespace {
-
-using nlohmann::json;
 
 std::wstring PlantedArchive() { return ProgramFolder() + L"\\..\\real\\qvejbclient.jar"; }
 std::wstring PlantedJvmFolder() { return World::InstalledRuntime(21) + L"\\bin\\server"; }
@@ -61,12 +55,10 @@ TEST_P(TrustTest, DecidesWhatRuns) {
   world.Argument(L"find", L"outside/Greeter");
   GetParam().plant(world);
   const ChildResult child = RunChild(world.Program(), world.Child());
-  std::istringstream lines(child.output);
   Outcome outcome;
   bool called = false;
-  for (std::string line; std::getline(lines, line);) {
-    const json report = json::parse(line, nullptr, false);
-    if (!report.is_object() || !report.contains("status")) continue;
+  for (const auto& report : ReportsIn(child.output)) {
+    if (!report.contains("status")) continue;
     called = true;
     outcome = {report.value("java", "").substr(0, 2), report.value("found", false)};
   }

@@ -1,13 +1,7 @@
 // The exported functions and the service object that QV_CreateJavaVM hands out: identity, the two counts, the error
 // record, and what the object takes with it when it goes.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
-#include "config/jvm_config_info.h"
 #include "service/java_vm_manager.h"
 #include "service/jvm_start.h"
-#include "service/jvm_state.h"
 #include "service/thread_registry.h"
 #include "tests/startup/startup_world.h"
 

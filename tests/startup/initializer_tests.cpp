@@ -1,11 +1,7 @@
 // One thread's way into the JVM: the texts of its failures, which a host reads as the error record, and when a thread
 // is detached.
-#include <gtest/gtest.h>
-
 #include "base/procedure.h"
-#include "config/jvm_config_info.h"
 #include "service/jni_initializer.h"
-#include "service/jvm_state.h"
 #include "service/thread_registry.h"
 #include "tests/startup/startup_world.h"
 

@@ -61,7 +61,7 @@ class LibraryTest : public testing::Test {
 
   TempFolder m_folder;
   RegistrySandbox m_registry{RegistrySandbox::Override::MachineAndUser};
-  EnvironmentScope m_path{L"PATH", L"C:\\windows\\system32;C:\\windows"};
+  EnvironmentScope m_path{L"PATH", kSystemPath};
   EnvironmentScope m_javaHome{L"JAVA_HOME", FakeJvm::Home()};
   EnvironmentScope m_classPath{L"CLASSPATH", std::nullopt};
 };

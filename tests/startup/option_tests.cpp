@@ -1,9 +1,5 @@
 // The options exactly as they reach JNI_CreateJavaVM: order, text and hooks, for each kind of host and configuration;
 // and what the user sees when a known host's configuration is incomplete.
-#include <gtest/gtest.h>
-
-#include "config/jvm_config_info.h"
-#include "service/output_log.h"
 #include "tests/startup/startup_world.h"
 
 namespace qvtest {

@@ -1,11 +1,7 @@
 // The JVM's output log: header, truncation, appending, redirection and silence, and the two hooks as the JVM calls
 // them. Files are text files, so a line ends in two characters on disk.
-#include <gtest/gtest.h>
-
 #include <cstdarg>
 
-#include "config/jvm_config_info.h"
-#include "service/output_log.h"
 #include "tests/startup/startup_world.h"
 
 namespace qvtest {

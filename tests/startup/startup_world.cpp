@@ -1,10 +1,7 @@
 // The registry contents that several tests start from.
 #include "tests/startup/startup_world.h"
 
-#include <gtest/gtest.h>
-
 #include "service/error_record.h"
-#include "tests/ledger/ledger.h"
 
 namespace qvtest {
 

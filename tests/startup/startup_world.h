@@ -4,26 +4,16 @@
 // The host is this test program, whose name no product has, unless the test gives it another path.
 #pragma once
 
-#include <windows.h>
-
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "qvjvm/qvjvm.h"
 #include "tests/fakejvm/fake_jvm_user.h"
 #include "tests/support/environment.h"
-#include "tests/support/import_hook.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
 #include "tests/support/module_path.h"
-#include "tests/support/pinned.h"
 #include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/service_process.h"
 #include "tests/support/temp_folder.h"
-#include "tests/support/text.h"
 #include "tests/support/threads.h"
 
 namespace qvtest {
@@ -39,7 +29,7 @@ class StartupScene : private Pinned {
   } noScripts;  // the host library answers and counts as if it had just been loaded
   TempFolder folder;
   RegistrySandbox registry{RegistrySandbox::Override::MachineAndUser};
-  EnvironmentScope path{L"PATH", L"C:\\windows\\system32;C:\\windows"};
+  EnvironmentScope path{L"PATH", kSystemPath};
   EnvironmentScope javaHome{L"JAVA_HOME", FakeJvm::Home()};
   EnvironmentScope classPath{L"CLASSPATH", std::nullopt};
   MessageBoxCatcher boxes;

@@ -2,11 +2,8 @@
 // each call of the host library fails in turn. Whatever happens, the call gives a status that it has, a JVM is started
 // with the right options or not at all, nothing is left or freed twice, and with memory back the next call succeeds.
 // Guard pages stand behind every block meanwhile.
-#include <algorithm>
 #include <map>
 
-#include "config/jvm_config_info.h"
-#include "service/jvm_state.h"
 #include "service/thread_registry.h"
 #include "tests/startup/startup_world.h"
 #include "tests/startup/whole_options.h"
@@ -92,7 +89,7 @@ class StartUpSweep : public testing::TestWithParam<Scenario> {
     m_world.service.UnloadAndForget();
     LedgerCheck ledger;
     {
-      const EnvironmentScope path(L"PATH", L"C:\\windows\\system32;C:\\windows");
+      const EnvironmentScope path(L"PATH", kSystemPath);
       m_world.service.Restart();
       m_world.jvm.Reset();
       GetParam().prepare(m_world);

@@ -1,14 +1,10 @@
 // The tables of the service's classes, walked by slot number: hosts of other compilers know nothing else of them.
 // Every operation is an ordinary virtual function at its index, the destructors included, which take a delete flag and
 // have one slot each.
-#include <gtest/gtest.h>
-
 #include <array>
 #include <type_traits>
 #include <typeinfo>
-#include <utility>
 
-#include "config/jvm_config_info.h"
 #include "service/java_vm_manager.h"
 #include "service/jni_initializer.h"
 #include "tests/startup/startup_world.h"

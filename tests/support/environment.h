@@ -1,4 +1,4 @@
-// Environment variables of the process for the life of an object, restored unit for unit.
+// What a process has from its environment; variables for the life of an object, restored unit for unit.
 // Works on the process's own block, which the service and the loader read, not on the C runtime's copy.
 #pragma once
 
@@ -20,6 +20,16 @@ inline std::optional<std::wstring> ReadVariable(const std::wstring& name) {
   if (units == 0 && GetLastError() == ERROR_ENVVAR_NOT_FOUND) return std::nullopt;
   value.resize(units);
   return value;
+}
+
+// A PATH that leads to no Java runtime.
+inline constexpr wchar_t kSystemPath[] = L"C:\\windows\\system32;C:\\windows";
+
+// Where the process looks for libraries beside PATH; empty unless somebody has said so.
+inline std::wstring DllFolder() {
+  std::wstring folder(32768, L'\0');
+  folder.resize(GetDllDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
+  return folder;
 }
 
 class EnvironmentScope : private Pinned {

@@ -28,24 +28,24 @@ auto ByName(const char* function) {
   };
 }
 
-void Write(void** place, void* value) {
-  DWORD before = 0;
-  VirtualProtect(place, sizeof(void*), PAGE_READWRITE, &before);
-  *place = value;
-  VirtualProtect(place, sizeof(void*), before, &before);
-}
-
 void* Replace(const std::vector<void**>& places, void* replacement, const std::string& what) {
   if (places.empty()) {
     ADD_FAILURE() << "the module does not import " << what << ", so nothing was replaced";
     return nullptr;
   }
   void* const original = *places.front();
-  for (void** place : places) Write(place, replacement);
+  for (void** place : places) WriteTo(place, replacement);
   return original;
 }
 
 }  // namespace
+
+void WriteTo(void** place, void* value) {
+  DWORD before = 0;
+  VirtualProtect(place, sizeof(void*), PAGE_READWRITE, &before);
+  *place = value;
+  VirtualProtect(place, sizeof(void*), before, &before);
+}
 
 ImportHook::ImportHook(HMODULE module, const char* function, void* replacement)
     : m_places(FindImports(module, ByName(function))), m_original(Replace(m_places, replacement, function)) {}
@@ -62,7 +62,7 @@ bool ImportHook::Imports(HMODULE module, const char* function) {
 }
 
 ImportHook::~ImportHook() {
-  for (void** place : m_places) Write(place, m_original);
+  for (void** place : m_places) WriteTo(place, m_original);
 }
 
 }  // namespace qvtest

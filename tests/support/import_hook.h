@@ -17,6 +17,9 @@
 
 namespace qvtest {
 
+// Into a table that is else only read.
+void WriteTo(void** place, void* value);
+
 class ImportHook : private Pinned {
  public:
   // By name, whichever DLL the module imports it from. A null module is the program itself.

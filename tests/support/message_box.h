@@ -3,12 +3,8 @@
 // It fails nothing by itself: a test compares Shown() with what it expects.
 #pragma once
 
-#include <windows.h>
-
 #include <mutex>
 #include <ostream>
-#include <string>
-#include <vector>
 
 #include "tests/support/import_hook.h"
 #include "tests/support/text.h"

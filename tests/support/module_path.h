@@ -3,12 +3,9 @@
 // Answers as Windows does: a path that is too long is cut at the capacity and terminated, and the capacity comes back.
 #pragma once
 
-#include <windows.h>
-
 #include <algorithm>
 #include <atomic>
 #include <string>
-#include <utility>
 
 #include "tests/support/import_hook.h"
 

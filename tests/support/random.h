@@ -3,11 +3,8 @@
 
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <iterator>
-#include <string>
 
-#include "tests/support/environment.h"
 #include "tests/support/reliability.h"
 
 namespace qvtest {

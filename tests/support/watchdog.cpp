@@ -6,9 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <tlhelp32.h>
-#include <utility>
 
-#include "base/handle.h"
 #include "tests/support/module_image.h"
 
 namespace qvtest {

@@ -4,14 +4,10 @@
 // Positive control: support_tests.cpp.
 #pragma once
 
-#include <windows.h>
-
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <string>
 
-#include "tests/support/pinned.h"
 #include "tests/support/threads.h"
 
 namespace qvtest {

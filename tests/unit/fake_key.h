@@ -2,17 +2,9 @@
 // They live as long as the test's own variables; the counts say whether every reference came back.
 #pragma once
 
-#include <windows.h>
-
 #include <atomic>
-#include <functional>
 #include <map>
-#include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "host/host_ref.h"
 #include "host/qvshr.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/text.h"

@@ -2,12 +2,6 @@
 // writes a test can record and fail.
 #pragma once
 
-#include <windows.h>
-
-#include <string>
-#include <vector>
-
-#include "tests/support/import_hook.h"
 #include "tests/unit/unit_fixture.h"
 
 namespace qvtest {

@@ -3,26 +3,16 @@
 // block of the host library.
 #pragma once
 
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "base/handle.h"
 #include "config/jvm_config_info.h"
 #include "tests/support/environment.h"
-#include "tests/support/import_hook.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/message_box.h"
-#include "tests/support/pinned.h"
 #include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
-#include "tests/support/text.h"
 
 namespace qvtest {
 

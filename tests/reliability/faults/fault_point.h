@@ -4,16 +4,10 @@
 // on any thread, also at a thread's end; a hook takes no lock and leaves the last error alone.
 #pragma once
 
-#include <windows.h>
-
 #include <atomic>
 #include <cerrno>
-#include <cstdint>
-#include <functional>
 #include <memory>
-#include <string>
 #include <type_traits>
-#include <vector>
 
 #include "tests/support/import_hook.h"
 #include "tests/support/text.h"

@@ -14,13 +14,6 @@ namespace {
 // The table of an object, one for all objects of its class.
 void** TableOf(void* object) { return *static_cast<void***>(object); }
 
-void Replace(void** place, void* value) {
-  DWORD before = 0;
-  VirtualProtect(place, sizeof(void*), PAGE_READWRITE, &before);
-  *place = value;
-  VirtualProtect(place, sizeof(void*), before, &before);
-}
-
 // One operation of one class of objects. The classes of an interface share the point's counter.
 template <class Object, int Class, class Fail, class Describe, class Result, class... Arguments>
 struct SlotHook {
@@ -41,7 +34,7 @@ void HookSlot(void* example, size_t slot) {
   void** const place = TableOf(example) + slot;
   if (Hook::original != nullptr) return;
   Hook::original = reinterpret_cast<decltype(Hook::original)>(*place);
-  Replace(place, reinterpret_cast<void*>(&Hook::Call));
+  WriteTo(place, reinterpret_cast<void*>(&Hook::Call));
 }
 
 // A key of the registry, a key of a built-in tree and a text: one example of each class.

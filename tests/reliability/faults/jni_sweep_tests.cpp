@@ -3,8 +3,6 @@
 // A call that no row speaks of fails the test, and so does a row that no call fits.
 #include <algorithm>
 #include <cstdlib>
-#include <map>
-#include <memory>
 
 #include "service/capture_mark.h"
 #include "tests/bridge/operation_rows.h"

@@ -1,7 +1,5 @@
 // Every call that the service makes outside itself fails in turn, in every operation that reaches it: its first, its
 // second and its last call. The operation ends as its row says, what it had is given back, and the next one works.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <map>
 
@@ -33,12 +31,6 @@ struct Ending {
   int64_t objectsLeft = 0;
   int64_t handlesLeft = 0;
 };
-
-std::wstring DllFolder() {
-  wchar_t folder[1024] = {};
-  GetDllDirectoryW(1024, folder);
-  return folder;
-}
 
 // Which rows the calls of a run can be the last of: "1", "2", "last", each once.
 std::set<uint64_t> Occurrences(uint64_t count) { return {1, std::min<uint64_t>(2, count), count}; }

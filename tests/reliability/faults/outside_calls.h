@@ -6,7 +6,6 @@
 
 #include <set>
 #include <sstream>
-#include <string>
 
 #include "tests/support/temp_folder.h"
 

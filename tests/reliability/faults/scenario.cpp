@@ -1,21 +1,15 @@
 // The scenarios, and the loading of a fresh service for each run.
 #include "tests/reliability/faults/scenario.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdarg>
 #include <cstdio>
 #include <winternl.h>
 
 #include "base/procedure.h"
-#include "tests/ledger/ledger.h"
 #include "tests/support/product.h"
-#include "tests/support/text.h"
 
 namespace qvtest {
 namespace {
-
-constexpr wchar_t kSystemPath[] = L"C:\\windows\\system32;C:\\windows";
 
 // ---- hooks before the entry routine ----
 

@@ -2,12 +2,6 @@
 // ends when nothing fails, and what shows afterwards that the service still works.
 #pragma once
 
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
-
-#include "base/handle.h"
 #include "qvjvm/qvjvm.h"
 #include "tests/fakejvm/fake_jvm_user.h"
 #include "tests/reliability/faults/fault_point.h"

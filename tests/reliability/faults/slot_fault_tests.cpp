@@ -2,7 +2,6 @@
 // of those calls fails in turn, the first, the second and the last. The ends were worked out from what every operation
 // does with a failing one, step by step.
 #include <algorithm>
-#include <map>
 
 #include "tests/bridge/operation_rows.h"
 #include "tests/reliability/faults/tally.h"

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <set>
-#include <string>
 
 #include "tests/support/reliability.h"
 

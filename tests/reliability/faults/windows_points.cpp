@@ -1,6 +1,5 @@
 // The Windows functions. What fails answers as the function's documentation says, with a last error that fits.
 #include <cstring>
-#include <utility>
 
 #include "tests/reliability/faults/fault_point.h"
 

@@ -7,7 +7,6 @@
 #include "store/option_plan.h"
 #include "tests/bridge/bridge_test.h"
 #include "tests/reliability/hostile/hostile_text.h"
-#include "tests/support/reliability.h"
 
 namespace qvtest {
 namespace {

@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "tests/support/reliability.h"
-
 namespace qvtest {
 namespace {
 

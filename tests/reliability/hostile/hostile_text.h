@@ -2,12 +2,7 @@
 // printed as a line of the corpus, to be added there.
 #pragma once
 
-#include <windows.h>
-
 #include <functional>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "tests/support/random.h"
 

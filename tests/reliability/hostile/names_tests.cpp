@@ -8,7 +8,6 @@
 
 #include "tests/real/running_vm.h"
 #include "tests/reliability/hostile/hostile_text.h"
-#include "tests/support/reliability.h"
 #include "tests/support/watchdog.h"
 
 namespace qvtest {
@@ -27,7 +26,7 @@ class HostileNames : public RunningVmTest {
     m_env = static_cast<JNIEnv*>(QV_AcquireThreadEnv(Vm()));
     ASSERT_NE(m_env, nullptr);
     EXPECT_TRUE(Ok(Vm(), Vm()->SetJvmLogEnabled(0)));
-    EXPECT_TRUE(Ok(Vm(), Vm()->CallStaticVoidMethod(Find("qvtest/Threads"), "dropErrorOutput", "()V")));
+    DropErrorOutput(Vm());
     m_throwable = m_env->FindClass("java/lang/Throwable");
     m_toString = m_env->GetMethodID(m_throwable, "toString", "()Ljava/lang/String;");
     m_echo = m_env->FindClass("qvtest/Echo");

@@ -3,13 +3,10 @@
 // filled), a hook refuses in its place.
 #pragma once
 
-#include <windows.h>
-
 #include <atomic>
 #include <memory>
 #include <ostream>
 #include <string>
-#include <vector>
 
 #include "tests/support/import_hook.h"
 

@@ -4,12 +4,13 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <set>
+#include <sstream>
 
 #include "base/procedure.h"
 #include "qvjvm/qvjvm.h"
 #include "tests/fakejvm/fake_jvm_user.h"
 #include "tests/reliability/log/abuse.h"
-#include "tests/reliability/log/written_lines.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/reliability.h"
@@ -21,6 +22,31 @@ namespace qvtest {
 namespace {
 
 using Hook = int32_t (*)(FILE* stream, const char* format, va_list args);
+
+// What became of lines that were written to a log.
+struct LineCount {
+  int found = 0;
+  int lost = 0;
+  int mixed = 0;  // lines of the file that nobody wrote so: pieces, or several in one
+};
+
+// Lines end in "\r\n" or "\n"; empty ones and the log's header do not count.
+LineCount CountLines(const std::string& content, const std::set<std::string>& written) {
+  LineCount count;
+  std::set<std::string> missing = written;
+  std::istringstream lines(content);
+  for (std::string line; std::getline(lines, line);) {
+    std::erase(line, '\r');
+    if (line.empty() || line == "*** Starting JVM Logging ***") continue;
+    if (missing.erase(line) != 0) {
+      ++count.found;
+    } else {
+      ++count.mixed;
+    }
+  }
+  count.lost = static_cast<int>(missing.size());
+  return count;
+}
 
 class LogAbuse : public testing::Test {
  protected:
@@ -81,7 +107,7 @@ class LogAbuse : public testing::Test {
 
   TempFolder m_folder;
   RegistrySandbox m_registry{RegistrySandbox::Override::MachineAndUser};
-  EnvironmentScope m_path{L"PATH", L"C:\\windows\\system32;C:\\windows"};
+  EnvironmentScope m_path{L"PATH", kSystemPath};
   EnvironmentScope m_javaHome{L"JAVA_HOME", FakeJvm::Home()};
   FakeJvm m_jvm;
   HMODULE m_service = nullptr;

@@ -5,10 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <memory>
+#include <sstream>
 
-#include "tests/support/environment.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
@@ -222,6 +221,20 @@ ChildOptions World::Child() const {
                        L"log",     folder.Path(L"log")};
   for (const auto& [key, value] : arguments) options.arguments.insert(options.arguments.end(), {key, value});
   return options;
+}
+
+std::vector<nlohmann::json> ReportsIn(const std::string& output, std::string* others) {
+  std::vector<nlohmann::json> reports;
+  std::istringstream lines(output);
+  for (std::string line; std::getline(lines, line);) {
+    nlohmann::json report = nlohmann::json::parse(line, nullptr, false);
+    if (report.is_object()) {
+      reports.push_back(std::move(report));
+    } else if (others != nullptr) {
+      *others += line + "\n";
+    }
+  }
+  return reports;
 }
 
 std::string World::Log() const {

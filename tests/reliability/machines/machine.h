@@ -2,19 +2,15 @@
 // installation, a runtime of its own, environment, registry), the break with its repair, and the expectation.
 #pragma once
 
-#include <windows.h>
+#include <nlohmann/json.hpp>
 
 #include <functional>
-#include <map>
-#include <optional>
 #include <ostream>
-#include <string>
-#include <string_view>
 #include <utility>
-#include <vector>
 
 #include "base/handle.h"
 #include "tests/support/child_process.h"
+#include "tests/support/environment.h"
 #include "tests/support/product.h"
 #include "tests/support/registry_sandbox.h"
 #include "tests/support/temp_folder.h"
@@ -35,7 +31,6 @@ inline constexpr Host kTableroHost{L"tk190.exe", Host::Known, kTableroRoot};
 inline constexpr Host kJavaHost{L"javaw.exe", Host::JavaProgram, kLoomhallRoot};
 
 inline const std::wstring kJavaSoft = L"Software\\JavaSoft\\Java Runtime Environment";
-inline constexpr wchar_t kSystemPath[] = L"C:\\windows\\system32;C:\\windows";
 
 using Bytes = std::vector<unsigned char>;
 // UTF-16 without a terminating null.
@@ -109,6 +104,9 @@ class World : private Pinned {
   bool m_ownRuntime = false;
   int m_hidden = 0;
 };
+
+// The lines of JSON that the host program printed; every other line is added to `others`.
+std::vector<nlohmann::json> ReportsIn(const std::string& output, std::string* others = nullptr);
 
 // What the first call gives.
 enum class First { Starts, Fails, EndsTheProcess };

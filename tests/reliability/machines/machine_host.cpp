@@ -37,12 +37,6 @@ void Print(const json& line) {
   std::fflush(stdout);
 }
 
-std::wstring DllFolder() {
-  std::wstring folder(32768, L'\0');
-  folder.resize(GetDllDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
-  return folder;
-}
-
 // What the JVM answers; empty when it does not.
 std::string JavaVersion(IQV_JavaVM* vm) {
   IQvString* version = nullptr;

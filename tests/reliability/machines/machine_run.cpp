@@ -1,9 +1,7 @@
 // One machine: the host program in a process of its own, the repair between its two calls, the comparison, the row.
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <sstream>
 
 #include "tests/reliability/machines/machine.h"
 #include "tests/support/reliability.h"
@@ -94,8 +92,9 @@ class MachineRun {
     m_oldPath = m_world.environment[L"PATH"];
     RunHost();
     EXPECT_FALSE(m_child.hung);
-    ReadOutput();
-    if (testing::Test::HasFatalFailure()) return row;
+    m_lines = ReportsIn(m_child.output);
+    EXPECT_FALSE(m_lines.empty()) << "exit code " << m_child.exitCode << "\n" << m_child.output;
+    if (m_lines.empty()) return row;
     m_log = m_world.Log();
     row.told.after = Why(m_machine.second);
     CheckFirst(row);
@@ -141,15 +140,6 @@ class MachineRun {
       for (auto step = m_world.repairs.rbegin(); step != m_world.repairs.rend(); ++step) (*step)();
       done.Set();
     }
-  }
-
-  void ReadOutput() {
-    std::istringstream lines(m_child.output);
-    for (std::string line; std::getline(lines, line);) {
-      json parsed = json::parse(line, nullptr, false);
-      if (parsed.is_object()) m_lines.push_back(std::move(parsed));
-    }
-    ASSERT_FALSE(m_lines.empty()) << "exit code " << m_child.exitCode << "\n" << m_child.output;
   }
 
   [[nodiscard]] std::string PathWith(const std::wstring& front) const {

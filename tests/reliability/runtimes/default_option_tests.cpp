@@ -1,7 +1,6 @@
 // What each runtime does with each option of the built-in tree, and with those that the doctor knows of: given alone,
 // in a start-up of its own. What the doctor says of them and what docs/runtimes.md says must be what happens.
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include "doctor/option_notes.h"
 #include "tests/reliability/machines/machine.h"
@@ -11,8 +10,6 @@
 
 namespace qvtest {
 namespace {
-
-using nlohmann::json;
 
 struct Reaction {
   bool starts = false;
@@ -37,21 +34,15 @@ Reaction Start(int runtime, const std::vector<std::wstring>& options) {
   EXPECT_FALSE(child.hung);
   Reaction reaction;
   std::string console;
-  std::istringstream lines(child.output);
-  size_t reports = 0;
-  for (std::string line; std::getline(lines, line);) {
-    const json report = json::parse(line, nullptr, false);
-    if (!report.is_object()) {
-      console += line + "\n";
-    } else if (++reports == 2) {
-      reaction.starts = report.value("status", -1) == 0;
-      reaction.interpreted = report.value("mode", "").starts_with("interpreted");
-      EXPECT_EQ(report.value("java", "").substr(0, reaction.starts ? 2 : 0),
-                reaction.starts ? std::to_string(runtime) : "");
-    }
+  const std::vector<nlohmann::json> reports = ReportsIn(child.output, &console);
+  EXPECT_FALSE(reports.empty()) << child.output;
+  reaction.endsTheProcess = reports.size() == 1;
+  if (reports.size() > 1) {
+    reaction.starts = reports[1].value("status", -1) == 0;
+    reaction.interpreted = reports[1].value("mode", "").starts_with("interpreted");
+    EXPECT_EQ(reports[1].value("java", "").substr(0, reaction.starts ? 2 : 0),
+              reaction.starts ? std::to_string(runtime) : "");
   }
-  EXPECT_GE(reports, 1u) << child.output;
-  reaction.endsTheProcess = reports == 1;
   reaction.logBytes = world.Log().size();
   // What is printed comes from the JVM; the log holds more than warnings when a native method is resolved.
   reaction.warnings = SaidIn(console + world.Log());

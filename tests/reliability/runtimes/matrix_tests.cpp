@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <filesystem>
 
 #include "tests/reliability/machines/machine.h"
 #include "tests/reliability/runtimes/runtime_cell.h"

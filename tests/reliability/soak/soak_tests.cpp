@@ -13,7 +13,6 @@
 #include "tests/reliability/soak/walker.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/process_counters.h"
-#include "tests/support/reliability.h"
 #include "tests/support/watchdog.h"
 
 namespace qvtest {
@@ -52,12 +51,6 @@ class Soak : public testing::TestWithParam<unsigned> {
   static inline IQV_JavaVM* g_vm = nullptr;
 };
 
-qv_jobject Global(IQV_JavaVM* vm, qv_jobject local) {
-  qv_jobject global = nullptr;
-  EXPECT_TRUE(Ok(vm, vm->NewGlobalRef(&global, local)));
-  return global;
-}
-
 // The heap has its full size, and compiler and collector all their threads, from the start: what grows is none of them,
 // and no collection waits for a thread that starts (see tests/reliability/threads/host_thread.h). The optimising
 // compiler would keep some ten MiB of scratch memory whenever it first meets a large method.
@@ -69,7 +62,7 @@ void Soak::SetUpTestSuite() {
   auto* const world = new World();
   world->create = LoadService().createJavaVM;
   world->shared = NewService();
-  const auto cls = [&](const char* name) { return Global(vm, FindClass(vm, name)); };
+  const auto cls = [&](const char* name) { return NewGlobal(vm, FindClass(vm, name)); };
   world->echo = cls("qvtest/Echo");
   world->faults = cls("qvtest/Faults");
   world->soak = cls("qvtest/Soak");
@@ -77,18 +70,18 @@ void Soak::SetUpTestSuite() {
   world->string = cls("java/lang/String");
   world->integer = cls("java/lang/Integer");
   world->number = cls("java/lang/Number");
-  world->echoObject = Global(vm, NewDefaultObject(vm, world->echo));
-  world->faultsObject = Global(vm, NewDefaultObject(vm, world->faults));
+  world->echoObject = NewGlobal(vm, NewDefaultObject(vm, world->echo));
+  world->faultsObject = NewGlobal(vm, NewDefaultObject(vm, world->faults));
   Local integer(vm);
   EXPECT_EQ(vm->NewObject(integer.Out(), world->integer, "(I)", 42), QV_S_OK);
-  world->integerObject = Global(vm, integer);
+  world->integerObject = NewGlobal(vm, integer);
   world->classPath = PropertyOf(vm, L"java.class.path");
   world->javaVersion = PropertyOf(vm, L"java.version");
   world->logs[0] = InstallFolder() + L"\\soak.log";
   world->logs[1] = InstallFolder() + L"\\other soak.log";
   EXPECT_EQ(vm->SetLogFileName(world->logs[0].c_str()), QV_S_OK);
   EXPECT_EQ(vm->SetJvmLogEnabled(0), QV_S_OK);
-  EXPECT_TRUE(Ok(vm, vm->CallStaticVoidMethod(FindClass(vm, "qvtest/Threads"), "dropErrorOutput", "()V")));
+  DropErrorOutput(vm);
   g_world = world;
   g_vm = vm;
 }
@@ -126,22 +119,19 @@ void Soak::Walk(unsigned threads, uint64_t operations, uint64_t seed) {
 
 Rest Soak::Count() {
   // A failure of the walk's may have left its record in the shared object: a block, or none.
-  EXPECT_TRUE(Ok(g_world->shared, g_world->shared->NewByteArray(Local(g_vm).Out(), 0)));
-  const auto ask = [](const char* className, const char* method) -> int64_t {
-    const JavaClass cls(g_vm, className);
-    return cls.CallInt(cls.New(), method);
-  };
-  const int64_t objects = ask("qvtest/Soak", "keptObjects");
-  const int64_t threads = ask("qvtest/Threads", "count");
-  QvshrLedgerState books{};
-  QvshrLedgerSnapshot(&books);
+  ForgetRecord(g_world->shared);
+  const JavaClass soak(g_vm, "qvtest/Soak");
+  const auto ask = [&](const char* method) -> int64_t { return soak.CallInt(soak.New(), method); };
+  const int64_t objects = ask("keptObjects");
+  const int64_t threads = ThreadsInJava(g_vm);
+  const QvshrLedgerState books = Books();
   EXPECT_EQ(books.errors, 0U);
   // Threads of the JVM's own come and go, and its compiler holds a global reference now and then.
   int64_t handles = INT64_MAX;
   int64_t globals = INT64_MAX;
   int64_t privateBytes = INT64_MAX;
   for (int i = 0; i < 10; ++i, Sleep(50)) {
-    globals = std::min(globals, ask("qvtest/Soak", "globalReferences"));
+    globals = std::min(globals, ask("globalReferences"));
     const ProcessCounters now = CountProcess();
     handles = std::min<int64_t>(handles, now.handles);
     privateBytes = std::min(privateBytes, static_cast<int64_t>(now.privateBytes));

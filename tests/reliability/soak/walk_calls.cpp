@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <type_traits>
 
 #include "tests/real/running_vm.h"
 #include "tests/reliability/soak/walker.h"

@@ -1,6 +1,4 @@
 // Slots 0 to 6 and 48 to 60: identity, lifetime, the error record, configuration and log, the environment.
-#include <windows.h>
-
 #include <algorithm>
 
 #include "host/qvshr.h"

@@ -5,7 +5,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <numeric>
-#include <utility>
 
 #include "tests/support/text.h"
 

@@ -9,11 +9,7 @@
 
 #include <array>
 #include <atomic>
-#include <cstdint>
 #include <mutex>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "qvjvm/qvjvm.h"
 #include "tests/support/random.h"
@@ -28,7 +24,6 @@ struct World {
   qv_jclass faults = nullptr;
   qv_jclass soak = nullptr;
   qv_jclass tracked = nullptr;
-  qv_jclass texts = nullptr;
   qv_jclass string = nullptr;
   qv_jclass integer = nullptr;
   qv_jclass number = nullptr;

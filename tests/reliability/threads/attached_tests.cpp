@@ -31,15 +31,10 @@ class ThreadOwners : public RunningVmTest {
     RunningVmTest::SetUp();
     auto* const env = static_cast<JNIEnv*>(QV_AcquireThreadEnv(Vm()));
     ASSERT_EQ(env->GetJavaVM(&m_java), JNI_OK);
-    m_attached = Global(Find("qvtest/Attached"));
+    m_attached = NewGlobal(Vm(), Find("qvtest/Attached"));
     EXPECT_TRUE(Ok(Vm(), Vm()->SetJvmLogEnabled(0)));
   }
 
-  qv_jobject Global(qv_jobject local) {
-    qv_jobject global = nullptr;
-    EXPECT_TRUE(Ok(Vm(), Vm()->NewGlobalRef(&global, local)));
-    return global;
-  }
   // The environment that the JVM itself knows for the calling thread; null when it is not attached.
   JNIEnv* KnownToJava() {
     void* env = nullptr;
@@ -207,7 +202,7 @@ TEST_F(ThreadOwners, AThreadLeavesTheJvmWhileAnotherKeepsTheLoaderLockAndWaitsFo
     const Event go(goName);
     const Event mayEnd;
     qv_jobject thread = nullptr;
-    const WaitingThread leaver([&] { thread = Global(CurrentThread()); }, [&] { mayEnd.Wait(); });
+    const WaitingThread leaver([&] { thread = NewGlobal(Vm(), CurrentThread()); }, [&] { mayEnd.Wait(); });
     leaver.Go();
     // Java tells when the leaver is no longer attached; its thread is attached before the lock is taken.
     const WaitingThread watcher(

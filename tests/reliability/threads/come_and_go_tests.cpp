@@ -181,7 +181,7 @@ TEST(ComeAndGo, ThreadsThatCallAndGoLeaveNothing) {
   IQV_JavaVM* const vm = NewService();
   ASSERT_NE(vm, nullptr);
   EXPECT_EQ(vm->SetJvmLogEnabled(0), QV_S_OK);
-  ASSERT_TRUE(Ok(vm, vm->CallStaticVoidMethod(FindClass(vm, "qvtest/Threads"), "dropErrorOutput", "()V")));
+  DropErrorOutput(vm);
 
   const auto life = [&](int number) { Lives(vm, complaints).Live(number); };
   // A lone thread first ends with an exception, so that the JVM links what it prints with (see kCrowdOptions).

@@ -16,10 +16,8 @@ constexpr int64_t kMoreHandles = 40;
 
 Remains CountRemains(IQV_JavaVM* vm) {
   Remains remains;
-  // Whatever record the object still had is a block.
-  EXPECT_TRUE(Ok(vm, vm->NewByteArray(Local(vm).Out(), 0)));
-  const JavaClass threads(vm, "qvtest/Threads");
-  remains.javaThreads = threads.CallInt(threads.New(), "count");
+  ForgetRecord(vm);  // which is a block
+  remains.javaThreads = ThreadsInJava(vm);
   remains.blocks = static_cast<int64_t>(Books().liveBlocks);
   remains.heapErrors = static_cast<int64_t>(Books().errors);
   remains.handles = INT64_MAX;

@@ -66,12 +66,6 @@ IQV_JavaVM* StartThrough(HMODULE other) {
   return vm;
 }
 
-bool CreatedTheJvm(IQV_JavaVM* vm) {
-  int32_t created = -1;
-  EXPECT_EQ(vm->IsJVMCreated(&created), QV_S_OK);
-  return created == 1;
-}
-
 void ExpectJavaWorks(IQV_JavaVM* vm) {
   ASSERT_NE(vm, nullptr);
   int32_t largest = 0;
@@ -84,19 +78,13 @@ void ExpectLoadsAndWorks() { ExpectJavaWorks(Start(Load(ServicePath()))); }
 
 // Threads come, call and end; the JVM must know none of them afterwards.
 void ExpectThreadsComeAndGo(const std::vector<IQV_JavaVM*>& vms) {
-  const auto count = [&] {
-    const JavaClass thread(vms.front(), "java/lang/Thread");
-    const JavaClass group(vms.front(), "java/lang/ThreadGroup");
-    const Local current = thread.CallStatic("currentThread", "()Ljava/lang/Thread;");
-    return group.CallInt(thread.Call(current, "getThreadGroup", "()Ljava/lang/ThreadGroup;"), "activeCount");
-  };
-  const int32_t before = count();
+  const int32_t before = ThreadsInJava(vms.front());
   for (int i = 0; i < 10; ++i) {
     OnThread([&] {
       for (IQV_JavaVM* vm : vms) ExpectJavaWorks(vm);
     });
   }
-  EXPECT_EQ(count(), before);
+  EXPECT_EQ(ThreadsInJava(vms.front()), before);
 }
 
 // What the work leaves: a block for each load of the service, and no more.

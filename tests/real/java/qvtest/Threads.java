@@ -6,12 +6,6 @@ import java.util.concurrent.locks.LockSupport;
 public class Threads {
   private static volatile long sink;
 
-  /** Threads of the group that attached threads belong to. */
-  public int count() {
-    final Thread[] threads = new Thread[1000];
-    return Thread.currentThread().getThreadGroup().enumerate(threads);
-  }
-
   public boolean hasContextLoader() {
     return Thread.currentThread().getContextClassLoader() != null;
   }
