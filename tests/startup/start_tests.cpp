@@ -1,12 +1,7 @@
 // Bringing the JVM into use: loading the runtime's library, joining the JVM that is there or creating one, what is
 // tried again after a failure and what is not.
-#include <gtest/gtest.h>
+#include <set>
 
-#include <filesystem>
-#include <string_view>
-
-#include "config/jvm_config_info.h"
-#include "service/jvm_state.h"
 #include "service/thread_registry.h"
 #include "tests/startup/startup_world.h"
 
@@ -238,7 +233,7 @@ TEST(Start, LibraryIsFoundThroughTheDiscoveredFolder) {
   const StartupScene scene;
   EXPECT_EQ(CreateVM().status, 0);
   EXPECT_EQ(FakeJvm::AlreadyLoaded().Count(kFakeCreateVM), 1u);
-  EXPECT_EQ(ReadVariable(L"PATH"), FakeJvm::Home() + L"\\BIN\\SERVER;C:\\windows\\system32;C:\\windows");
+  EXPECT_EQ(ReadVariable(L"PATH"), FakeJvm::Home() + L"\\BIN\\SERVER;" + kSystemPath);
 }
 
 TEST(Start, RuntimeThatCannotBeLoadedStandsOnThePathOnce) {
@@ -247,7 +242,7 @@ TEST(Start, RuntimeThatCannotBeLoadedStandsOnThePathOnce) {
   const EnvironmentScope home(L"JAVA_HOME", scene.folder.Path(L"home"));
   for (int call = 0; call < 2; ++call) {
     EXPECT_EQ(CreateVM().status, QV_E_FAIL);
-    EXPECT_EQ(ReadVariable(L"PATH"), scene.folder.Path(L"home") + L"\\BIN\\SERVER;C:\\windows\\system32;C:\\windows");
+    EXPECT_EQ(ReadVariable(L"PATH"), scene.folder.Path(L"home") + L"\\BIN\\SERVER;" + kSystemPath);
   }
 }
 
@@ -255,7 +250,7 @@ TEST(Start, JavaHostSkipsTheDiscoveryAndJoins) {
   StartupWorld world(L"C:\\java\\bin\\javaw.exe");
   world.jvm.Script().existing = 1;
   EXPECT_EQ(CreateVM().status, 0);
-  EXPECT_EQ(ReadVariable(L"PATH"), L"C:\\windows\\system32;C:\\windows") << "the search path is the host's";
+  EXPECT_EQ(ReadVariable(L"PATH"), kSystemPath) << "the search path is the host's";
   EXPECT_EQ(Now(), (Flags{1, 1, 0, 1}));
 }
 
@@ -367,6 +362,29 @@ TEST(Search, RuntimesZipLibraryIsThereWhileAJVMIsCreatedAndStaysWithIt) {
     EXPECT_EQ(GetModuleHandleW(L"zip.dll"), nullptr) << "held once";
     if (row.name == "raised") runtime.ledger.ExpectLeft(16, "the options of two creations");
   }
+}
+
+TEST(Search, LibrariesOfTheRuntimeAreLoadedWithoutDialogsAndNotWhenTheProcessHasThem) {
+  const OwnRuntime runtime;
+  const EnvironmentScope script(L"FAKEJVM_SCRIPT", L"createResult=-1");
+  const std::wstring zip = runtime.folder.CopyIn(FakeJvm::PathWithout(L"CreateJavaVM"), L"home\\bin\\zip.dll");
+  const ClosedSearch search;
+  std::set<std::wstring> loaded;
+  std::set<DWORD> modes;
+  const FunctionHook<decltype(&LoadLibraryExW)> load("LoadLibraryExW",
+                                                     [&](const wchar_t* path, HANDLE file, DWORD flags) {
+                                                       loaded.insert(std::filesystem::path(path).filename().wstring());
+                                                       modes.insert(GetThreadErrorMode());
+                                                       return load.Real(path, file, flags);
+                                                     });
+  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+  EXPECT_TRUE(loaded.contains(L"jvm.dll"));
+  EXPECT_TRUE(loaded.contains(L"zip.dll"));
+  EXPECT_EQ(modes, std::set<DWORD>{SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX});
+  const qv::Library hosts(LoadLibraryW(zip.c_str()));
+  loaded.clear();
+  EXPECT_EQ(CreateVM().status, QV_E_FAIL);
+  EXPECT_FALSE(loaded.contains(L"zip.dll"));
 }
 
 TEST(Start, ManyThreadsAtOnceStartOneJVM) {

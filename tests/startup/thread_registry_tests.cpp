@@ -1,11 +1,5 @@
 // Which threads are attached, which libraries were tried, which class path a thread asked for; what happens when a
 // thread ends and when the service goes.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <utility>
-
-#include "base/handle.h"
 #include "base/procedure.h"
 #include "service/java_vm_manager.h"
 #include "service/jni_initializer.h"
@@ -151,8 +145,14 @@ TEST(ModuleCache, NameIsTriedOnceAndComparedByteByByteAndTeardownFreesHeadFirst)
 TEST(ModuleCache, BrokenLibraryStopsNobodyAtADialog) {
   const StartupWorld world;
   const std::wstring broken = world.folder.WriteFile(L"broken.dll", "MZ, and nothing of a library");
+  DWORD modeOfTheLoad = 0;
+  const FunctionHook<decltype(&LoadLibraryA)> load("LoadLibraryA", [&](const char* name) {
+    modeOfTheLoad = GetThreadErrorMode();
+    return load.Real(name);
+  });
   SetThreadErrorMode(SEM_NOGPFAULTERRORBOX, nullptr);
   EXPECT_EQ(g_pThreadRegistry->LoadModuleCached(ToUtf8(broken).c_str()), nullptr);
+  EXPECT_EQ(modeOfTheLoad, DWORD{SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX});
   EXPECT_EQ(GetThreadErrorMode(), DWORD{SEM_NOGPFAULTERRORBOX}) << "the thread's error mode is the host's again";
   SetThreadErrorMode(0, nullptr);
 }
@@ -220,6 +220,25 @@ TEST(ThreadEnd, NotificationAndCallbackDetachOnceAndAThreadThatComesBackBetweenT
     EXPECT_NE(second, first) << "the environment of before is dead";
   });
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 3u);
+}
+
+int g_ends = 0;
+
+// It comes under the loader's lock, where nobody may ask for the registry's.
+TEST(ThreadEnd, AfterTheCallbackTheNotificationHasNothingToDo) {
+  const JoinedWorld world;
+  g_ends = 0;
+  ASSERT_TRUE(qv::PrepareThreadEnd([]() noexcept {
+    ++g_ends;
+    if (g_pThreadRegistry != nullptr) g_pThreadRegistry->OnThreadDetach();
+  }));
+  const DWORD afterwards = FlsAlloc([](void*) -> void { qv::OnThreadNotification(); });
+  OnThread([&] {
+    QV_AcquireThreadEnv(world.vm.get());
+    FlsSetValue(afterwards, &g_ends);
+  });
+  FlsFree(afterwards);
+  EXPECT_EQ(g_ends, 1);
 }
 
 int g_ownCallbacks = 0;

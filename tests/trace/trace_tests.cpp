@@ -1,6 +1,5 @@
 // The debugger channel: who listens hears every decision and every text that a failed start discards; nobody pays else.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <limits>
 
@@ -8,6 +7,7 @@
 #include "base/trace.h"
 #include "service/jvm_start.h"
 #include "service/thread_registry.h"
+#include "tests/fakejvm/fake_jvm_user.h"
 #include "tests/support/environment.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/registry_sandbox.h"
@@ -106,6 +106,17 @@ TEST_F(Trace, AFailedStartTellsWhatItTried) {
   EXPECT_THAT(all, HasSubstr(L"trace_tests.exe, not known"));
   EXPECT_THAT(all, HasSubstr(L"Java runtime, JAVA_HOME " + nowhere.Path() + L"\\BIN\\CLIENT: not there\n"));
   EXPECT_THAT(all, HasSubstr(L"cannot be loaded, Windows error 126"));
+}
+
+TEST_F(Trace, AJvmThatRefusesToStartIsTold) {
+  const FakeJvm jvm;
+  jvm.Script().createResult = -1;
+  const EnvironmentScope javaHome(L"JAVA_HOME", FakeJvm::Home());
+  const EnvironmentScope path(L"PATH", L"C:\\windows\\system32");
+  const ServiceProcess service;
+  ASSERT_TRUE(JVMConfigInfo().Load());
+  EXPECT_LT(StartJavaVM("jvm.dll", nullptr), 0);
+  EXPECT_THAT(m_lines, testing::Contains(L"qvjvm: Java VM not initialized properly. Cannot proceed!!\n"));
 }
 
 }  // namespace
