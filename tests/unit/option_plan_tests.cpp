@@ -202,6 +202,7 @@ TEST(SecretTest, AnOptionIsToldUpToTheValueBehindANameThatSaysSecret) {
                                                             {L"-Dkey.passPhrase=", L""},
                                                             {L"-XX:SomePassword=", L"x"},
                                                             {L"--token=", L"x"},
+                                                            {L"pwd=", L"x"},
                                                             {L"-agentlib:x=password=", L"y"},
                                                             {L"-agentlib:x=user=a,pwd=", L"b,port=1"},
                                                             {L"-javaagent:C:\\a.jar=secret=", L"b"},
