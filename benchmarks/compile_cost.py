@@ -93,9 +93,11 @@ def main():
         with tempfile.TemporaryDirectory() as folder:
             measured = [compile_text(text, command, folder) for _ in range(ROUNDS)]
         told += [statistics.median(seconds for seconds, _ in measured), measured[0][1]]
-    compiler = subprocess.run([command[0], "-dumpfullversion"], check=True, capture_output=True, text=True).stdout.split("-")[0].strip()
-    print("A host of 50 different calls compiles in {:.1f} s to {:.0f} KiB with the client, in {:.1f} s to {:.0f} KiB by hand; "
-          "the client's headers alone, those of Windows among them, take {:.1f} s (g++ {}, -O2).".format(*told[:5], compiler))
+    version = subprocess.run([command[0], "-dumpfullversion"], check=True, capture_output=True, text=True).stdout
+    client_s, client_kib, hand_s, hand_kib, headers_s, _ = told
+    print(f"A host of 50 different calls compiles in {client_s:.1f} s to {client_kib:.0f} KiB with the client, in "
+          f"{hand_s:.1f} s to {hand_kib:.0f} KiB by hand; the client's headers alone, those of Windows among them, take "
+          f"{headers_s:.1f} s (g++ {version.split('-')[0].strip()}, -O2).")
 
 
 main()

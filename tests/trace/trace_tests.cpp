@@ -112,7 +112,7 @@ TEST_F(Trace, AJvmThatRefusesToStartIsTold) {
   const FakeJvm jvm;
   jvm.Script().createResult = -1;
   const EnvironmentScope javaHome(L"JAVA_HOME", FakeJvm::Home());
-  const EnvironmentScope path(L"PATH", L"C:\\windows\\system32");
+  const EnvironmentScope path(L"PATH", kSystemPath);
   const ServiceProcess service;
   ASSERT_TRUE(JVMConfigInfo().Load());
   EXPECT_LT(StartJavaVM("jvm.dll", nullptr), 0);

@@ -95,7 +95,7 @@ class bound_handle {
 };
 
 /// What is called on a class: on the calling thread, or, which is faster, on that of a qvjvm::thread_jvm.
-/// Self has `run(context, values...)`.
+/// Self has `run(context, target, values...)`.
 template <class Self, class Result>
 class class_handle : public bound_handle {
  public:

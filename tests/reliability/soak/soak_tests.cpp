@@ -13,6 +13,7 @@
 #include "tests/reliability/soak/walker.h"
 #include "tests/support/ledger_check.h"
 #include "tests/support/process_counters.h"
+#include "tests/support/threads.h"
 #include "tests/support/watchdog.h"
 
 namespace qvtest {
@@ -44,6 +45,7 @@ class Soak : public testing::TestWithParam<unsigned> {
 
   void SetUp() override { ASSERT_NE(g_world, nullptr); }
 
+  static void MeetInJava(unsigned threads);
   static void Walk(unsigned threads, uint64_t operations, uint64_t seed);
   static Rest Count();
 
@@ -84,6 +86,15 @@ void Soak::SetUpTestSuite() {
   DropErrorOutput(vm);
   g_world = world;
   g_vm = vm;
+}
+
+// As many threads in Java at once as the walk can have. The JVM keeps the events of threads that ended for later ones,
+// so their number follows the most that ever lived together, which a short warm-up leaves to the scheduler.
+void Soak::MeetInJava(unsigned threads) {
+  std::vector<std::unique_ptr<WaitingThread>> all;
+  for (unsigned number = 0; number < threads; ++number) {
+    all.push_back(std::make_unique<WaitingThread>([] { EXPECT_NE(QV_AcquireThreadEnv(g_vm), nullptr); }));
+  }
 }
 
 // Every thread of the walk is a row of host threads, one after the other, each with a life of its own.
@@ -154,6 +165,7 @@ TEST_P(Soak, EveryOperationGivesWhatItMustAndNothingIsLeft) {
               static_cast<unsigned long long>(operations));
   std::fflush(stdout);
 
+  MeetInJava(threads);
   Walk(threads, IsNightly() ? kWarmUpOfLongForm : kWarmUp, Mixed(seed, 1) % 1000000);
   const Rest before = Count();
   const uint64_t doneBefore = g_world->progress;
