@@ -4,6 +4,7 @@
 
 #include "tests/hostlib/host_build.h"
 #include "tests/support/child_process.h"
+#include "tests/support/text.h"
 
 namespace hosttest {
 
@@ -27,14 +28,7 @@ class HostProcess {
     const qvtest::ChildResult result = qvtest::RunChild(m_program, {.arguments = commands, .environment = environment});
     EXPECT_FALSE(result.hung);
     exitCode = result.exitCode;
-    std::vector<std::string> lines;
-    std::string line;
-    for (const char c : result.output) {
-      if (c == '\n') lines.push_back(std::exchange(line, ""));
-      if (c != '\n' && c != '\r') line += c;
-    }
-    if (!line.empty()) lines.push_back(line);
-    return lines;
+    return qvtest::LinesOf(result.output);
   }
   // The same for one command.
   std::string RunOne(const std::wstring& command) {

@@ -6,16 +6,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <sstream>
+
+#include "tests/support/text.h"
 
 namespace qvtest {
 
 JniReports ReportsIn(const std::string& output) {
   JniReports reports;
-  std::istringstream lines(output);
-  for (std::string line; std::getline(lines, line);) {
+  for (const std::string& line : LinesOf(output)) {
     const size_t begin = std::min(line.find("WARNING"), line.find("FATAL ERROR"));
-    if (begin != std::string::npos) ++reports[line.substr(begin, line.find_last_not_of("\r ") + 1 - begin)];
+    if (begin != std::string::npos) ++reports[line.substr(begin, line.find_last_not_of(' ') + 1 - begin)];
   }
   return reports;
 }

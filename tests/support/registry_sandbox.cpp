@@ -78,6 +78,12 @@ void RegistrySandbox::SetLocations(const std::wstring& root, const std::wstring&
   SetText(Hive::Machine, root + L"\\Java", L"JREBinLocation", jreBin);
 }
 
+void RegistrySandbox::RegisterRuntime(const std::wstring& version, const std::wstring& home) {
+  const std::wstring key = L"Software\\JavaSoft\\Java Runtime Environment";
+  SetText(Hive::Machine, key, L"CurrentVersion", version);
+  SetText(Hive::Machine, key + L"\\" + version, L"JavaHome", home);
+}
+
 const std::wstring& RegistrySandbox::Path(Hive hive) const {
   return hive == Hive::Machine ? m_machine.path : m_user.path;
 }

@@ -34,6 +34,9 @@ class RegistrySandbox : private Pinned {
   // Where a known host's Java is: values of the key "Java" below a product's root, in the machine's hive.
   void SetLocations(const std::wstring& root, const std::wstring& jdk, const std::wstring& jreBin);
 
+  // As the machine's current runtime.
+  void RegisterRuntime(const std::wstring& version, const std::wstring& home);
+
   // Where a hive's stand-in is, below the real HKEY_CURRENT_USER: for OverrideHive in a child process.
   [[nodiscard]] const std::wstring& Path(Hive hive) const;
 

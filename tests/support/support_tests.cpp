@@ -12,6 +12,7 @@
 
 #include "base/compiler.h"
 #include "host/host_memory.h"
+#include "host/host_ref.h"
 #include "tests/support/child_process.h"
 #include "tests/support/environment.h"
 #include "tests/support/ledger_check.h"
@@ -204,51 +205,42 @@ TEST(LedgerCheck, BalancedWorkPasses) {
 }
 
 TEST(LedgerCheck, ReportsWhatIsNotEven) {
-  static void* block = nullptr;
-  static IQvString* string = nullptr;
-  const auto nothing = [] {};
-  const struct {
-    const char* report;
-    void (*before)();
-    void (*work)(LedgerCheck&);
-    void (*after)();
-  } rows[] = {
-      {"123 bytes, made at support_tests.exe+0x", nothing, [](LedgerCheck&) { block = QvshrAlloc(123); },
-       [] { QvshrFree(block); }},
-      {"blocks left behind", [] { block = QvshrAlloc(1); }, [](LedgerCheck&) { QvshrFree(block); }, nothing},
-      {"string objects left behind", nothing,
-       [](LedgerCheck& ledger) {
-         QvshrCreateString(L"left", &string);
+  qv::HostPtr<void> before;  // made before the check
+  qv::HostPtr<void> block;
+  qv::StringRef string;
+  const std::pair<const char*, std::function<void(LedgerCheck&)>> rows[] = {
+      {"123 bytes, made at support_tests.exe+0x", [&](LedgerCheck&) { block.reset(QvshrAlloc(123)); }},
+      {"blocks left behind", [&](LedgerCheck&) { before.reset(); }},
+      {"string objects left behind",
+       [&](LedgerCheck& ledger) {
+         QvshrCreateString(L"left", string.Out());
          ledger.ExpectLeft(1, "the string's own block");
-       },
-       [] { string->Release(); }},
-      {"was freed twice", nothing,
+       }},
+      {"was freed twice",
        [](LedgerCheck&) {
-         block = QvshrAlloc(1);
-         QvshrFree(block);
-         QvshrFree(block);
-       },
-       nothing},
-      {"written over at an edge", nothing,
+         void* const twice = QvshrAlloc(1);
+         QvshrFree(twice);
+         QvshrFree(twice);
+       }},
+      {"written over at an edge",
        [](LedgerCheck&) {
          auto* const overrun = static_cast<char*>(QvshrAlloc(5));
          overrun[5] = 'x';
          QvshrFree(overrun);
-       },
-       nothing},
-      {"two that a contract leaves", nothing,
-       [](LedgerCheck& ledger) { ledger.ExpectLeft(2, "two that a contract leaves"); }, nothing},
+       }},
+      {"two that a contract leaves", [](LedgerCheck& ledger) { ledger.ExpectLeft(2, "two that a contract leaves"); }},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.report);
-    row.before();
+  for (const auto& [report, work] : rows) {
+    SCOPED_TRACE(report);
+    before.reset(QvshrAlloc(1));
     EXPECT_NONFATAL_FAILURE(
         {
           LedgerCheck ledger;
-          row.work(ledger);
+          work(ledger);
         },
-        row.report);
-    row.after();
+        report);
+    block.reset();
+    string.Reset();
   }
 }
 
@@ -397,13 +389,14 @@ TEST(CallSlot, ReachesAnOperationByItsNumber) {
   EXPECT_EQ((CallSlot<int>(&object, 1, 2)), 42);
 }
 
-TEST(Text, SurrogatesThatStandAloneBecomeEscapes) {
+TEST(Text, SurrogatesThatStandAloneBecomeEscapesAndLinesEndEitherWay) {
   const wchar_t text[] = {L'a', 0xD83D, 0xDE00, L'b', 0xD83D, 0};
   EXPECT_EQ(ToUtf8(text),
             "a\xF0\x9F\x98\x80"
             "b\\uD83D");
   EXPECT_EQ(ToWide("\xC3\xA4"), L"\u00E4");
   EXPECT_EQ(qvtest::TextOf(nullptr), L"<null>");
+  EXPECT_THAT(LinesOf("a\r\n\nb"), testing::ElementsAre("a", "", "b"));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <cwchar>
+#include <sstream>
 
 namespace qvtest {
 namespace {
@@ -40,6 +41,16 @@ std::wstring ToWide(std::string_view utf8) {
   std::wstring out(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), bytes, nullptr, 0)), L'\0');
   MultiByteToWideChar(CP_UTF8, 0, utf8.data(), bytes, out.data(), static_cast<int>(out.size()));
   return out;
+}
+
+std::vector<std::string> LinesOf(const std::string& text) {
+  std::istringstream stream(text);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(stream, line);) {
+    std::erase(line, '\r');
+    lines.push_back(line);
+  }
+  return lines;
 }
 
 std::wstring TextOf(IQvString* string) {

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/host_ref.h"
 
@@ -11,6 +12,9 @@ namespace qvtest {
 
 std::string ToUtf8(std::wstring_view text);
 std::wstring ToWide(std::string_view utf8);
+
+// The lines of a text, whichever way they end.
+std::vector<std::string> LinesOf(const std::string& text);
 
 // The object's text as a value; "<null>" for a null pointer. Does not take the reference.
 std::wstring TextOf(IQvString* string);

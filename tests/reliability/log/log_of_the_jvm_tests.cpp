@@ -3,7 +3,6 @@
 // QV_TEST_RUNTIME names the runtime.
 #include <regex>
 #include <set>
-#include <sstream>
 #include <thread>
 
 #include "tests/real/running_vm.h"
@@ -24,9 +23,7 @@ Reports ReadReports(const std::wstring& log) {
       R"(\[[0-9.,]+s\]\[info *\]\[exceptions *\] Exception <a 'java/lang/IllegalStateException'\{0x[0-9a-f]+\}: noise (\w+ \d+)>)");
   Reports reports;
   if (!FileExists(log)) return reports;
-  std::istringstream content(ReadWholeFile(log));
-  for (std::string line; std::getline(content, line);) {
-    std::erase(line, '\r');
+  for (const std::string& line : LinesOf(ReadWholeFile(log))) {
     std::smatch match;
     if (std::regex_match(line, match, kWhole)) {
       reports.found.insert(match[1]);

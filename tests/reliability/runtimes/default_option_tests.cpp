@@ -116,8 +116,8 @@ INSTANTIATE_TEST_SUITE_P(Options, DefaultOptions, testing::ValuesIn(kOptions),
 
 // The line of docs/runtimes.md for a runtime.
 std::string Documented(int runtime) {
-  std::istringstream lines(ReadWholeFile(ReadVariable(L"QV_TEST_DOCS").value_or(L"") + L"\\runtimes.md"));
-  for (std::string line; std::getline(lines, line);) {
+  for (const std::string& line :
+       LinesOf(ReadWholeFile(ReadVariable(L"QV_TEST_DOCS").value_or(L"") + L"\\runtimes.md"))) {
     if (line.starts_with("| " + std::to_string(runtime) + " |")) return line;
   }
   return "";

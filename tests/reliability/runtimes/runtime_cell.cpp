@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
-#include <sstream>
+
+#include "tests/support/text.h"
 
 namespace qvtest {
 namespace {
@@ -19,7 +20,7 @@ std::string WithoutDecoration(std::string text) {
   }
   const std::string prefix = "OpenJDK 64-Bit Server VM warning: ";
   for (size_t at = text.find(prefix); at != std::string::npos; at = text.find(prefix)) text.erase(at, prefix.size());
-  return text.erase(text.find_last_not_of("\r ") + 1);
+  return text.erase(text.find_last_not_of(' ') + 1);
 }
 
 bool IsNews(const std::string& line) {
@@ -33,8 +34,7 @@ bool IsNews(const std::string& line) {
 
 std::vector<std::string> SaidIn(const std::string& output) {
   std::vector<std::string> said;
-  std::istringstream lines(output);
-  for (std::string line; std::getline(lines, line);) {
+  for (const std::string& line : LinesOf(output)) {
     const std::string text = IsNews(line) ? WithoutDecoration(line) : "";
     if (!text.empty() && std::find(said.begin(), said.end(), text) == said.end()) said.push_back(text);
   }
