@@ -45,14 +45,10 @@ char* MakeBlock(size_t bytes) { return static_cast<char*>(QvshrAlloc(bytes)); }
 
 class LedgerBooksTest : public testing::TestWithParam<bool> {
  protected:
-  LedgerBooksTest() {
-    QvshrLedgerReset();
-    QvshrLedgerSetGuard(GetParam() ? 1 : 0);
-  }
-  ~LedgerBooksTest() override {
-    QvshrLedgerSetGuard(0);
-    QvshrLedgerReset();
-  }
+  LedgerBooksTest() { QvshrLedgerReset(); }
+  ~LedgerBooksTest() override { QvshrLedgerReset(); }
+
+  const qvtest::GuardPages m_guard{GetParam()};
 };
 INSTANTIATE_TEST_SUITE_P(Ledger, LedgerBooksTest, testing::Bool(),
                          [](const auto& row) { return std::string(row.param ? "Guarded" : "OnTheHeap"); });
@@ -229,11 +225,9 @@ TEST_P(LedgerBooksTest, AFreshBlockDoesNotLookInitialisedAndMayBeFilledToItsEnd)
 
 class GuardPagesTest : public testing::Test {
  protected:
-  GuardPagesTest() {
-    QvshrLedgerReset();
-    QvshrLedgerSetGuard(1);
-  }
-  ~GuardPagesTest() override { QvshrLedgerSetGuard(0); }
+  GuardPagesTest() { QvshrLedgerReset(); }
+
+  const qvtest::GuardPages m_guard;
 };
 
 TEST_F(GuardPagesTest, BehindABlockLiesAnInaccessiblePage) {

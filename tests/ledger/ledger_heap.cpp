@@ -8,6 +8,7 @@
 #include <cstring>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "base/handle.h"
 #include "tests/ledger/ledger.h"
@@ -48,10 +49,6 @@ size_t g_arenaCount = 0;
 std::byte* g_arenaNext = nullptr;
 std::byte* g_arenaEnd = nullptr;
 bool g_guard = false;
-uint64_t g_failAt = 0;
-uint64_t g_failSeen = 0;
-uint64_t g_fired = 0;
-bool g_failFrom = false;
 QvshrLedgerState g_state;  // without the objects
 QvshrLedgerError g_lastError;
 
@@ -119,16 +116,8 @@ void NoteError(QvshrLedgerErrorKind kind, const void* address, const void* calle
   g_lastError = {kind, address, caller, serial};
 }
 
-bool AllocationIsToFail() noexcept {
-  if (g_failAt == 0) return false;
-  ++g_failSeen;
-  const bool fails = g_failFrom ? g_failSeen >= g_failAt : g_failSeen == g_failAt;
-  if (fails) ++g_fired;
-  return fails;
-}
-
 bool TryMakeBlock(Record& record) noexcept {
-  if (AllocationIsToFail() || record.bytes > kMaxBlockBytes) return false;
+  if (CallFails(kEveryAllocation) || record.bytes > kMaxBlockBytes) return false;
   return g_guard ? TryMakeGuarded(record) : TryMakeOnHeap(record);
 }
 
@@ -233,23 +222,13 @@ extern "C" void QvshrLedgerSnapshot(QvshrLedgerState* state) noexcept {
 
 extern "C" uint64_t QvshrLedgerLiveBlocks(QvshrLedgerBlock* blocks, uint64_t capacity) noexcept {
   const LedgerLock lock(g_lock);
-  const auto older = [](const QvshrLedgerBlock& a, const QvshrLedgerBlock& b) { return a.serial < b.serial; };
-  uint64_t written = 0;
+  std::vector<QvshrLedgerBlock> live;
   for (const auto& [address, record] : g_records) {
-    if (!record.live || blocks == nullptr || capacity == 0) continue;
-    const QvshrLedgerBlock block = {address, record.bytes, record.serial, record.caller};
-    // A heap with the youngest on top, so that the oldest ones are those that stay.
-    if (written == capacity) {
-      if (!older(block, blocks[0])) continue;
-      std::pop_heap(blocks, blocks + written, older);
-      blocks[written - 1] = block;
-    } else {
-      blocks[written++] = block;
-    }
-    std::push_heap(blocks, blocks + written, older);
+    if (record.live) live.push_back({address, record.bytes, record.serial, record.caller});
   }
-  if (blocks != nullptr) std::sort_heap(blocks, blocks + written, older);
-  return g_state.liveBlocks;
+  std::sort(live.begin(), live.end(), [](const auto& a, const auto& b) { return a.serial < b.serial; });
+  if (blocks != nullptr) std::copy_n(live.begin(), std::min<uint64_t>(capacity, live.size()), blocks);
+  return live.size();
 }
 
 extern "C" void QvshrLedgerLastError(QvshrLedgerError* error) noexcept {
@@ -269,21 +248,7 @@ extern "C" int32_t QvshrLedgerSetGuard(int32_t on) noexcept {
   return std::exchange(g_guard, on != 0) ? 1 : 0;
 }
 
-extern "C" void QvshrLedgerFailAt(uint64_t n, int32_t mode) noexcept {
-  const LedgerLock lock(g_lock);
-  g_failAt = n;
-  g_failFrom = mode == kQvshrFailFromHere;
-  g_failSeen = 0;
-  g_fired = 0;
-}
-
-extern "C" uint64_t QvshrLedgerFired() noexcept {
-  const LedgerLock lock(g_lock);
-  return g_fired;
-}
-
 extern "C" void QvshrLedgerReset() noexcept {
-  QvshrLedgerFailAt(0, kQvshrFailOnce);
   QvshrLedgerClearErrors();
   ResetScripts();
 }

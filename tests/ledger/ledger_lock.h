@@ -32,6 +32,10 @@ class LedgerLock {
   bool m_held = false;
 };
 
+/// Whatever the library allocates, for itself too: counted and scripted like an operation, none of which has this
+/// number.
+inline constexpr QvshrCall kEveryAllocation{};
+
 /// Back to no scripts, failures and counts.
 void ResetScripts() noexcept;
 

@@ -18,11 +18,8 @@ struct CallScript {
   std::atomic<uint64_t> failAt;  // in the numbering of `calls`; 0: none
   std::atomic<uint64_t> fired;
   std::atomic<bool> failFrom;
-};
-
-struct IntScript {
-  std::atomic<bool> on;
-  std::atomic<int32_t> value;
+  std::atomic<bool> answered;  // by a test, with `answer`
+  std::atomic<int32_t> answer;
 };
 
 struct SettingScript {
@@ -30,7 +27,6 @@ struct SettingScript {
 };
 
 CallScript g_calls[kQvshrCallLimit];
-IntScript g_ints[2];
 
 SRWLOCK g_lock = SRWLOCK_INIT;
 // Never destroyed: they are asked until the process is gone.
@@ -38,11 +34,6 @@ std::vector<SettingScript>& g_settings = *new std::vector<SettingScript>();
 using FolderScripts = std::optional<std::wstring>[2];  // the folder in use, its default place
 std::optional<std::wstring>* const g_folders = new FolderScripts;
 QvshrLedgerFolderRequest g_lastFolder;
-
-IntScript* IntFor(uint32_t call) noexcept {
-  if (call == kQvshrCallIsWebDeployment) return &g_ints[0];
-  return call == kQvshrCallNoDetachQuery ? &g_ints[1] : nullptr;
-}
 
 // The latest one.
 const SettingScript* FindSetting(const wchar_t* section, const wchar_t* key) noexcept {
@@ -64,10 +55,8 @@ bool CallFails(QvshrCall call) noexcept {
 }
 
 bool ScriptedInt(QvshrCall call, int32_t* value) noexcept {
-  const IntScript* const script = IntFor(call);
-  if (script == nullptr || !script->on) return false;
-  *value = script->value;
-  return true;
+  *value = g_calls[call].answer;
+  return g_calls[call].answered;
 }
 
 bool ScriptedSetting(const wchar_t* section, const wchar_t* key, wchar_t* out, int32_t capacity,
@@ -95,8 +84,8 @@ void ResetScripts() noexcept {
     script.failFrom = false;
     script.fired = 0;
     script.calls = 0;
+    script.answered = false;
   }
-  for (IntScript& script : g_ints) script.on = false;
   const LedgerLock lock(g_lock);
   g_settings.clear();
   for (const int useDefault : {0, 1}) g_folders[useDefault].reset();
@@ -124,15 +113,18 @@ extern "C" uint64_t QvshrLedgerCallFired(uint32_t call) noexcept {
   return call < kQvshrCallLimit ? g_calls[call].fired.load() : 0;
 }
 
+extern "C" void QvshrLedgerFailAt(uint64_t n, int32_t mode) noexcept { QvshrLedgerFailCall(kEveryAllocation, n, mode); }
+
+extern "C" uint64_t QvshrLedgerFired() noexcept { return QvshrLedgerCallFired(kEveryAllocation); }
+
 extern "C" void QvshrLedgerOverrideInt(uint32_t call, int32_t value) noexcept {
-  IntScript* const script = IntFor(call);
-  if (script == nullptr) return;
-  script->value = value;
-  script->on = true;
+  if (call >= kQvshrCallLimit) return;
+  g_calls[call].answer = value;
+  g_calls[call].answered = true;
 }
 
 extern "C" void QvshrLedgerClearInt(uint32_t call) noexcept {
-  if (IntScript* const script = IntFor(call)) script->on = false;
+  if (call < kQvshrCallLimit) g_calls[call].answered = false;
 }
 
 extern "C" void QvshrLedgerOverrideSetting(const wchar_t* section, const wchar_t* key, const wchar_t* text) noexcept {
