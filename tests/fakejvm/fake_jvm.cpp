@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "base/handle.h"
+#include "base/lock.h"
 
 namespace {
 
@@ -27,7 +28,7 @@ struct Environment {
   bool attached;
 };
 
-SRWLOCK g_lock = SRWLOCK_INIT;
+qv::SlimLock g_lock;
 FakeJvmState g_state;
 bool g_created = false;  // VM 0 was made by JNI_CreateJavaVM
 Environment g_environments[kEnvironments];
@@ -38,25 +39,6 @@ JNINativeInterface_ g_functions;
 JNINativeInterface_ g_deadFunctions;
 extern const JNIInvokeInterface_ g_invoke;
 JavaVM g_vms[kFakeVMs] = {{&g_invoke}, {&g_invoke}, {&g_invoke}};
-
-class Locked {
- public:
-  Locked() : m_held(TryAcquireSRWLockExclusive(&g_lock) != 0) {
-    // At process end the other threads are gone, perhaps with the lock.
-    for (int i = 0; !m_held && i < 20000; ++i) {
-      Sleep(0);
-      m_held = TryAcquireSRWLockExclusive(&g_lock) != 0;
-    }
-  }
-  ~Locked() {
-    if (m_held) ReleaseSRWLockExclusive(&g_lock);
-  }
-  Locked(const Locked&) = delete;
-  Locked& operator=(const Locked&) = delete;
-
- private:
-  bool m_held;
-};
 
 void AppendToLog(const FakeJvmCall& call) {
   if (g_logPath[0] == L'\0') return;
@@ -153,7 +135,7 @@ Environment* Attach(int32_t vm) {
 
 // The one function of an environment that start-up and teardown may use.
 void JNICALL DeleteGlobalRef(JNIEnv* env, jobject reference) {
-  const Locked lock;
+  const qv::SlimGuard lock(g_lock);
   const auto* const environment = reinterpret_cast<const Environment*>(env);
   FakeJvmCall call = NewCall(kFakeDeleteGlobalRef, environment->vm);
   call.env = env;
@@ -170,7 +152,7 @@ jint JNICALL NeverCalled(JavaVM*, Arguments...) {
 }
 
 jint JNICALL AttachCurrentThread(JavaVM* vm, void** env, void* arguments) {
-  const Locked lock;
+  const qv::SlimGuard lock(g_lock);
   FakeJvmCall call = NewCall(kFakeAttach, IndexOf(vm));
   call.result = g_state.script.attachResult;
   const auto* const args = static_cast<const JavaVMAttachArgs*>(arguments);
@@ -191,7 +173,7 @@ jint JNICALL AttachCurrentThread(JavaVM* vm, void** env, void* arguments) {
 jint JNICALL DetachCurrentThread(JavaVM* vm) {
   const FakeJvmScript script = g_state.script;
   if (script.duringDetach != nullptr) script.duringDetach(script.duringDetachContext);
-  const Locked lock;
+  const qv::SlimGuard lock(g_lock);
   FakeJvmCall call = NewCall(kFakeDetach, IndexOf(vm));
   call.result = g_state.script.detachResult;
   Environment* const attached = FindEnvironment(call.vm, call.threadId);
@@ -270,14 +252,14 @@ void ReadScript(char* field) {
 extern "C" {
 
 jint JNICALL JNI_GetDefaultJavaVMInitArgs(void*) {
-  const Locked lock;
+  const qv::SlimGuard lock(g_lock);
   FakeJvmCall call = NewCall(kFakeGetDefaultArgs, -1);
   call.result = g_state.script.defaultArgsResult;
   return Record(call);
 }
 
 jint JNICALL JNI_GetCreatedJavaVMs(JavaVM** vms, jsize capacity, jsize* count) {
-  const Locked lock;
+  const qv::SlimGuard lock(g_lock);
   FakeJvmCall call = NewCall(kFakeGetCreatedVMs, -1);
   call.capacity = capacity;
   call.countBefore = *count;
@@ -296,7 +278,7 @@ jint JNICALL JNI_CreateJavaVM(JavaVM** vm, void** env, void* arguments) {
   bool prints = false;
   jint result = JNI_OK;
   {
-    const Locked lock;
+    const qv::SlimGuard lock(g_lock);
     FakeJvmCall call = NewCall(kFakeCreateVM, -1);
     call.version = args.version;
     call.ignoreUnrecognized = args.ignoreUnrecognized;
@@ -325,7 +307,7 @@ jint JNICALL JNI_CreateJavaVM(JavaVM** vm, void** env, void* arguments) {
 }
 
 FakeJvmState* FakeJvmGetState(int32_t reset) {
-  const Locked lock;
+  const qv::SlimGuard lock(g_lock);
   if (reset != 0) {
     g_state = {};
     g_created = false;

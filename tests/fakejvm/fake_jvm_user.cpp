@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdarg>
+#include <cstdio>
 #include <stdexcept>
 
 #include "base/procedure.h"
@@ -67,6 +69,19 @@ std::vector<std::string> FakeJvm::OptionTexts(size_t creation) const {
   std::vector<std::string> texts;
   for (const SeenOption& option : Options(creation)) texts.push_back(option.text);
   return texts;
+}
+
+int32_t FakeJvm::Print(const char* format, ...) const {
+  using VfprintfHook = int32_t (*)(FILE*, const char*, va_list);
+  void* hook = nullptr;
+  for (const SeenOption& option : Options(Count(kFakeCreateVM) - 1)) {
+    if (option.text == "vfprintf") hook = option.extraInfo;
+  }
+  va_list arguments;
+  va_start(arguments, format);
+  const int32_t written = reinterpret_cast<VfprintfHook>(hook)(nullptr, format, arguments);
+  va_end(arguments);
+  return written;
 }
 
 std::wstring FakeJvm::Home() { return ProgramFolder() + L"\\fakejvm"; }

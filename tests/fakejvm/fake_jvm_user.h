@@ -41,6 +41,8 @@ class FakeJvm {
   [[nodiscard]] std::vector<SeenOption> Options(size_t creation = 0) const;
   // Their texts alone.
   [[nodiscard]] std::vector<std::string> OptionTexts(size_t creation = 0) const;
+  // Calls the vfprintf hook that the latest creation was given, as a JVM does that prints.
+  int32_t Print(const char* format, ...) const;
   [[nodiscard]] int32_t AttachedThreads() const { return m_state->attachedThreads; }
   [[nodiscard]] HMODULE Module() const { return m_module; }
 

@@ -1,8 +1,6 @@
 // The scenarios, and the loading of a fresh service for each run.
 #include "tests/reliability/faults/scenario.h"
 
-#include <cstdarg>
-#include <cstdio>
 #include <winternl.h>
 
 #include "base/procedure.h"
@@ -63,11 +61,7 @@ void PrepareWithoutList(RegistrySandbox& registry) {
 void PrepareUnknownHost(RegistrySandbox& registry) {
   SetOptions(registry, std::wstring(kQuovantRoot) + L"\\Java\\QVRTConfig");
 }
-void PrepareRegisteredRuntime(RegistrySandbox& registry) {
-  const std::wstring key = L"Software\\JavaSoft\\Java Runtime Environment";
-  registry.SetText(Hive::Machine, key, L"CurrentVersion", L"1.5");
-  registry.SetText(Hive::Machine, key + L"\\1.5", L"JavaHome", FakeJvm::Home());
-}
+void PrepareRegisteredRuntime(RegistrySandbox& registry) { registry.RegisterRuntime(L"1.5", FakeJvm::Home()); }
 
 std::optional<std::wstring> NoJavaHome() { return std::nullopt; }
 std::wstring HostFolder(const Site& site) { return site.Folder().Path(L"web") + L";"; }
@@ -141,7 +135,7 @@ int32_t ComeBack(Disturbed& run) {
   return run.jvm.AttachedThreads() == 1 ? kDone : kMissed;
 }
 
-int32_t FirstMessage(Disturbed& run) { return run.Print("%s %d\n", "message", 42); }
+int32_t FirstMessage(Disturbed& run) { return run.jvm.Print("%s %d\n", "message", 42); }
 void FirstMessageIsWritten(Disturbed& run) {
   Started(run);
   EXPECT_EQ(FirstMessage(run), 11);
@@ -334,19 +328,6 @@ void Disturbed::ReleaseVm() {
   if (IQV_JavaVM* const vm = std::exchange(m_vm, nullptr)) {
     EXPECT_EQ(vm->Release(), 0u);
   }
-}
-
-int32_t Disturbed::Print(const char* format, ...) {
-  using VfprintfHook = int32_t (*)(FILE*, const char*, va_list);
-  void* hook = nullptr;
-  for (const SeenOption& option : jvm.Options(jvm.Count(kFakeCreateVM) - 1)) {
-    if (option.text == "vfprintf") hook = option.extraInfo;
-  }
-  va_list arguments;
-  va_start(arguments, format);
-  const int32_t written = reinterpret_cast<VfprintfHook>(hook)(nullptr, format, arguments);
-  va_end(arguments);
-  return written;
 }
 
 void HookEveryService(const std::vector<Point>& points) {

@@ -78,8 +78,6 @@ class Disturbed : private Pinned {
   [[nodiscard]] IQV_JavaVM* Vm() const { return m_vm; }
   void ReleaseVm();
   [[nodiscard]] HMODULE Service() const { return m_service; }
-  // The address of the JVM's output hook, called with a message.
-  int32_t Print(const char* format, ...);
 
   const Scenario& scenario;
   const Site& site;

@@ -2,10 +2,7 @@
 // vanish, that others hold and that many threads write at once: what it answers, what is lost, and that the next
 // message after the trouble arrives.
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <set>
-#include <sstream>
 
 #include "base/procedure.h"
 #include "qvjvm/qvjvm.h"
@@ -21,8 +18,6 @@
 namespace qvtest {
 namespace {
 
-using Hook = int32_t (*)(FILE* stream, const char* format, va_list args);
-
 // What became of lines that were written to a log.
 struct LineCount {
   int found = 0;
@@ -34,9 +29,7 @@ struct LineCount {
 LineCount CountLines(const std::string& content, const std::set<std::string>& written) {
   LineCount count;
   std::set<std::string> missing = written;
-  std::istringstream lines(content);
-  for (std::string line; std::getline(lines, line);) {
-    std::erase(line, '\r');
+  for (const std::string& line : LinesOf(content)) {
     if (line.empty() || line == "*** Starting JVM Logging ***") continue;
     if (missing.erase(line) != 0) {
       ++count.found;
@@ -56,10 +49,6 @@ class LogAbuse : public testing::Test {
     ASSERT_NE(m_service, nullptr);
     const auto create = qv::FindProcedure<QV_CreateJavaVMFn>(m_service, "QV_CreateJavaVM");
     ASSERT_EQ(create(&m_vm, nullptr), QV_S_OK);
-    for (const SeenOption& option : m_jvm.Options()) {
-      if (option.text == "vfprintf") m_hook = reinterpret_cast<Hook>(option.extraInfo);
-    }
-    ASSERT_NE(m_hook, nullptr);
     m_vm->SetLogFileName(m_log.c_str());
   }
 
@@ -68,21 +57,13 @@ class LogAbuse : public testing::Test {
     QvshrLedgerOverrideInt(kQvshrCallNoDetachQuery, 1);  // the recorded runtime goes before the process does
   }
 
-  int32_t Print(const char* format, ...) const {
-    va_list args;
-    va_start(args, format);
-    const int32_t written = m_hook(nullptr, format, args);
-    va_end(args);
-    return written;
-  }
-
   // Writes lines and counts the answers that were `answer`; 0 stands for the line's length.
   int PrintLines(const char* name, int count, int32_t answer = 0) {
     int asExpected = 0;
     for (int i = 0; i < count; ++i) {
       const std::string line = std::string(name) + " " + std::to_string(i);
       m_written.insert(line);
-      const int32_t written = Print("%s\n", line.c_str());
+      const int32_t written = m_jvm.Print("%s\n", line.c_str());
       if (written == (answer != 0 ? answer : static_cast<int32_t>(line.size()) + 1)) ++asExpected;
     }
     return asExpected;
@@ -91,7 +72,7 @@ class LogAbuse : public testing::Test {
   // The trouble is over: a message arrives, and the service works.
   void ExpectGoesOn() {
     const std::string line = "afterwards";
-    EXPECT_EQ(Print("%s\n", line.c_str()), 11);
+    EXPECT_EQ(m_jvm.Print("%s\n", line.c_str()), 11);
     EXPECT_EQ(CountLines(ReadWholeFile(m_log), {line}).found, 1);
     OnThread([&] { EXPECT_NE(QV_AcquireThreadEnv(m_vm), nullptr); });
   }
@@ -112,7 +93,6 @@ class LogAbuse : public testing::Test {
   FakeJvm m_jvm;
   HMODULE m_service = nullptr;
   IQV_JavaVM* m_vm = nullptr;
-  Hook m_hook = nullptr;
   std::wstring m_log = m_folder.MakeFolder(L"logs") + L"\\abused.log";
   std::set<std::string> m_written;
 };
@@ -160,7 +140,7 @@ TEST_F(LogAbuse, FullDisk) {
   if (full.empty()) GTEST_SKIP() << "this system has no full disk at hand; the hook stands for it";
   m_vm->SetLogFileName(full.c_str());
   PrintLines("full", kMessages);
-  Print("%s", std::string(100000, 'x').c_str());
+  m_jvm.Print("%s", std::string(100000, 'x').c_str());
   m_vm->SetLogFileName(m_log.c_str());
   ExpectGoesOn();
   const LineCount lines = CountWritten(m_log);
@@ -202,7 +182,7 @@ class ManyWriters : public LogAbuse {
     const Crew crew(kThreads, [&](int thread) {
       for (int number = 0; number < linesEach; ++number) {
         const std::string line = LineOf(thread, number);
-        if (Print("%s\n", line.c_str()) != static_cast<int32_t>(line.size()) + 1) ++refused;
+        if (m_jvm.Print("%s\n", line.c_str()) != static_cast<int32_t>(line.size()) + 1) ++refused;
       }
       --writing;
     });
@@ -304,7 +284,7 @@ TEST_F(LogAbuse, VeryLongMessages) {
   for (const size_t size : sizes) {
     const std::string line(size, 'm');
     m_written.insert(line);
-    EXPECT_EQ(Print("%s\n", line.c_str()), static_cast<int32_t>(size) + 1);
+    EXPECT_EQ(m_jvm.Print("%s\n", line.c_str()), static_cast<int32_t>(size) + 1);
   }
   const LineCount lines = CountWritten(m_log);
   EXPECT_EQ(lines.lost, 0);
@@ -346,7 +326,7 @@ TEST_F(LogAbuse, PathOf300Characters) {
   const LongPath path(m_folder.Path());
   ASSERT_EQ(path.Plain().size(), 300u);
   m_vm->SetLogFileName(path.Plain().c_str());
-  const int32_t answer = Print("plain\n");
+  const int32_t answer = m_jvm.Print("plain\n");
   const bool there = FileExists(path.Prefixed());
   EXPECT_EQ(answer, there ? 6 : -1) << "refused by the system or written";
   Record("15", "a path of 300 characters", 1, {there ? 1 : 0, there ? 0 : 1, 0}, kArrives);
