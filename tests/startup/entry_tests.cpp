@@ -65,8 +65,7 @@ TEST(CreateJavaVM, ConfigurationThatCannotLoadGivesEFailAndLeavesTheOutPointer) 
 }
 
 TEST(CreateJavaVM, NoMemoryForTheObjectGivesOutOfMemoryAndNull) {
-  const StartupWorld world;
-  ASSERT_EQ(CreateVM().status, 0);
+  const StartedWorld world;
   const FailAllocation fault(1, kQvshrFailFromHere);
   EXPECT_EQ(CreateVM().status, QV_E_OUTOFMEMORY);  // CreateVM checks the null
   EXPECT_EQ(CreateVM(L"C:\\late.jar").status, QV_E_OUTOFMEMORY) << "before the note about the class path";
@@ -103,13 +102,12 @@ TEST(DebugMode, IsOnAtFirstAndTakesAnyByteBeforeAndAfterTheStart) {
 }
 
 TEST(QueryInterface, AnswersItsTwoIdsWithAReferenceEachAndNoOther) {
-  const StartupWorld world;
-  const Created created = CreateVM();
+  const StartedWorld world;
   for (const GUID& id : {kUnknownId, kJavaVMId}) {
     void* found = Unwritten();
-    EXPECT_EQ(created.vm->QueryInterface(id, &found), 0);
-    EXPECT_EQ(found, created.vm.get());
-    EXPECT_EQ(created.vm->Release(), 1u) << "QueryInterface had added one";
+    EXPECT_EQ(world.vm->QueryInterface(id, &found), 0);
+    EXPECT_EQ(found, world.vm.get());
+    EXPECT_EQ(world.vm->Release(), 1u) << "QueryInterface had added one";
   }
   GUID lastByteOff = kJavaVMId;
   lastByteOff.Data4[7] ^= 1;
@@ -118,11 +116,11 @@ TEST(QueryInterface, AnswersItsTwoIdsWithAReferenceEachAndNoOther) {
   constexpr GUID kDispatch = {0x00020400, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
   for (const GUID& id : {lastByteOff, firstByteOff, kDispatch, GUID{}}) {
     void* found = Unwritten();
-    EXPECT_EQ(static_cast<uint32_t>(created.vm->QueryInterface(id, &found)), 0x80004002u);
+    EXPECT_EQ(static_cast<uint32_t>(world.vm->QueryInterface(id, &found)), 0x80004002u);
     EXPECT_EQ(found, Unwritten());
   }
-  EXPECT_EQ(created.vm->AddRef(), 2u) << "no reference was added";
-  created.vm->Release();
+  EXPECT_EQ(world.vm->AddRef(), 2u) << "no reference was added";
+  world.vm->Release();
 }
 
 TEST(ReferenceCount, StartsAt1AndTheLastReleaseFreesTheObject) {
@@ -160,16 +158,15 @@ TEST(HoldCount, TheLastReleaseServiceDestroysTheObjectWithoutAnyRelease) {
 }
 
 TEST(ErrorRecordOfAnObject, FreshObjectHasNoneAndNullOutPointersAreRefused) {
-  const StartupWorld world;
-  const Created created = CreateVM();
+  const StartedWorld world;
   auto* text = static_cast<IQvString*>(Unwritten());
-  EXPECT_EQ(static_cast<uint32_t>(created.vm->GetErrorText(&text)), 0x80004005u);
+  EXPECT_EQ(static_cast<uint32_t>(world.vm->GetErrorText(&text)), 0x80004005u);
   EXPECT_EQ(text, nullptr);
   int32_t code = 77;
-  EXPECT_EQ(static_cast<uint32_t>(created.vm->GetErrorCode(&code)), 0x80004005u);
+  EXPECT_EQ(static_cast<uint32_t>(world.vm->GetErrorCode(&code)), 0x80004005u);
   EXPECT_EQ(code, 0);
-  EXPECT_EQ(static_cast<uint32_t>(created.vm->GetErrorText(nullptr)), 0x80070057u);
-  EXPECT_EQ(static_cast<uint32_t>(created.vm->GetErrorCode(nullptr)), 0x80070057u);
+  EXPECT_EQ(static_cast<uint32_t>(world.vm->GetErrorText(nullptr)), 0x80070057u);
+  EXPECT_EQ(static_cast<uint32_t>(world.vm->GetErrorCode(nullptr)), 0x80070057u);
 }
 
 // An object with its insides in reach.
@@ -220,8 +217,7 @@ TEST(ErrorRecordOfAnObject, TextIsCutTo511CharactersAndWhatIsBehindItIsZero) {
 
 TEST(ObjectWithAClassLoader, DeletesItThroughItsOwnSlotAndSoMayAttachTheThread) {
   for (const int32_t attachResult : {0, -1}) {
-    const StartupWorld world;
-    const Created created = CreateVM();
+    const StartedWorld world;
     auto* const vm = new OpenObject();
     auto* const loader = static_cast<jobject>(Unwritten());
     vm->m_jClassLoader = loader;

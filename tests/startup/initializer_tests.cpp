@@ -174,59 +174,50 @@ TEST(AcquireThreadEnv, FailureOfAThreadIsTheObjectsRecord) {
                    kRaised},
        }) {
     SCOPED_TRACE(row.name);
-    StartupWorld world;
-    world.jvm.Script().existing = 1;
-    const Created created = CreateVM();
-    ASSERT_EQ(created.status, 0);
+    JoinedWorld world;
     world.jvm.Script() = row.script;
     OnThread([&] {
-      EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), nullptr);
-      EXPECT_EQ(ErrorText(*created.vm), row.text);
+      EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), nullptr);
+      EXPECT_EQ(ErrorText(*world.vm), row.text);
       world.jvm.Script() = With(&FakeJvmScript::existing, 1);
-      EXPECT_NE(QV_AcquireThreadEnv(created.vm.get()), nullptr) << "tried again by the next call";
-      EXPECT_EQ(ErrorText(*created.vm), L"<none>") << "the old record is gone";
+      EXPECT_NE(QV_AcquireThreadEnv(world.vm.get()), nullptr) << "tried again by the next call";
+      EXPECT_EQ(ErrorText(*world.vm), L"<none>") << "the old record is gone";
     });
     if (row.script.createRaises != 0) world.ledger.ExpectLeft(8, "the options of a creation that raised");
   }
 }
 
 TEST(AcquireThreadEnv, FoundEnvironmentLeavesTheRecordAlone) {
-  const StartupWorld world;
-  world.jvm.Script().existing = 1;
-  const Created created = CreateVM();
-  const qv_jnienv mine = QV_AcquireThreadEnv(created.vm.get());
+  const JoinedWorld world;
+  const qv_jnienv mine = QV_AcquireThreadEnv(world.vm.get());
   EXPECT_EQ(mine, world.jvm.Calls(kFakeAttach).at(0).env);
   world.jvm.Script().attachResult = -1;
-  OnThread([&] { EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), nullptr); });
-  EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), mine);
-  EXPECT_EQ(ErrorText(*created.vm), kNotInitialized) << "the other thread's failure stays readable";
+  OnThread([&] { EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), nullptr); });
+  EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), mine);
+  EXPECT_EQ(ErrorText(*world.vm), kNotInitialized) << "the other thread's failure stays readable";
 }
 
 TEST(AcquireThreadEnv, WithoutMemoryTheOldRecordIsGoneAllTheSame) {
-  const StartupWorld world;
-  world.jvm.Script().existing = 1;
-  const Created created = CreateVM();
+  const JoinedWorld world;
   world.jvm.Script().attachResult = -1;
   OnThread([&] {
-    EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), nullptr);
-    EXPECT_EQ(ErrorText(*created.vm), kNotInitialized);
+    EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), nullptr);
+    EXPECT_EQ(ErrorText(*world.vm), kNotInitialized);
     const FailAllocation fault(1, kQvshrFailOnce);
-    EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), nullptr);
+    EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), nullptr);
     EXPECT_TRUE(fault.Fired());
   });
-  EXPECT_EQ(ErrorText(*created.vm), L"<none>");
+  EXPECT_EQ(ErrorText(*world.vm), L"<none>");
   EXPECT_EQ(world.jvm.Count(kFakeAttach), 2u) << "the last call had no initializer to attach with";
 }
 
 TEST(AcquireThreadEnv, ThreadThatFindsNoJVMCreatesItWithItsOwnClassPath) {
-  const StartupWorld world;
-  world.jvm.Script().existing = 1;
-  const Created created = CreateVM();
+  const JoinedWorld world;
   ASSERT_EQ(g_bJvmCreated, 0);
   world.jvm.Script().existing = 0;
   OnThread([&] {
     ASSERT_TRUE(g_pThreadRegistry->RegisterThreadClassPath(GetCurrentThreadId(), L"C:\\thread.jar"));
-    EXPECT_NE(QV_AcquireThreadEnv(created.vm.get()), nullptr);
+    EXPECT_NE(QV_AcquireThreadEnv(world.vm.get()), nullptr);
   });
   EXPECT_EQ(g_bJvmCreated, 1);
   EXPECT_EQ(world.jvm.OptionTexts().at(0).rfind("-Djava.class.path=C:\\thread.jar;", 0), 0u)
@@ -234,10 +225,9 @@ TEST(AcquireThreadEnv, ThreadThatFindsNoJVMCreatesItWithItsOwnClassPath) {
 }
 
 TEST(AcquireThreadEnv, WithoutARegistryThereIsNoEnvironment) {
-  StartupWorld world;
-  const Created created = CreateVM();
+  StartedWorld world;
   world.service.Unload();
-  EXPECT_EQ(QV_AcquireThreadEnv(created.vm.get()), nullptr);
+  EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), nullptr);
 }
 
 }  // namespace

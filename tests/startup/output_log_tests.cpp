@@ -19,11 +19,8 @@ int32_t Print(const char* format, ...) {
 }
 
 // A world with a service object whose log goes to vm.out in the test's folder.
-class LogWorld : public StartupWorld {
+class LogWorld : public StartedWorld {
  public:
-  LogWorld() { vm = CreateVM().vm; }
-
-  VmOwner vm;
   const std::wstring log = folder.Path(L"vm.out");
 };
 

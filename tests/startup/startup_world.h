@@ -66,6 +66,23 @@ struct Created {
 };
 Created CreateVM(const wchar_t* classPath = nullptr);
 
+// A world in which the service has created its JVM, or has joined the one that was there; the main thread is attached.
+class StartedWorld : public StartupWorld {
+ public:
+  explicit StartedWorld(int32_t existing = 0) {
+    jvm.Script().existing = existing;
+    Created created = CreateVM();
+    EXPECT_EQ(created.status, 0);
+    vm = std::move(created.vm);
+  }
+
+  VmOwner vm;
+};
+class JoinedWorld : public StartedWorld {
+ public:
+  JoinedWorld() : StartedWorld(1) {}
+};
+
 // The object's error text, "<none>" when it has no record.
 std::wstring ErrorText(IQV_JavaVM& vm);
 

@@ -261,22 +261,20 @@ TEST(OperationSweep, LoadingTheService) {
 }
 
 TEST(OperationSweep, ThreadsFirstCall) {
-  const StartupWorld world;
-  world.jvm.Script().existing = 1;
-  const Created created = CreateVM();
+  const JoinedWorld world;
   SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
     const LedgerCheck ledger;
     bool fired = false;
     OnThread([&] {
       const FailAllocation fault(n, mode);
-      const qv_jnienv env = QV_AcquireThreadEnv(created.vm.get());
+      const qv_jnienv env = QV_AcquireThreadEnv(world.vm.get());
       fired = fault.Fired();
       EXPECT_EQ(env == nullptr, fired);
       EXPECT_EQ(world.jvm.AttachedThreads(), env == nullptr ? 1 : 2) << "attached and registered, or neither";
     });
     EXPECT_EQ(world.jvm.AttachedThreads(), 1);
     // The record of a failure lives until the next thread attaches.
-    OnThread([&] { EXPECT_NE(QV_AcquireThreadEnv(created.vm.get()), nullptr); });
+    OnThread([&] { EXPECT_NE(QV_AcquireThreadEnv(world.vm.get()), nullptr); });
     return fired;
   });
 }

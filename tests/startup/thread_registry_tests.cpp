@@ -12,17 +12,6 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-// A world in which the service joined a JVM; the main thread is attached.
-class JoinedWorld : public StartupWorld {
- public:
-  JoinedWorld() {
-    jvm.Script().existing = 1;
-    vm = CreateVM().vm;
-  }
-
-  VmOwner vm;
-};
-
 JNIEnv* Environment(int number) { return reinterpret_cast<JNIEnv*>(static_cast<uintptr_t>(number) * 16); }
 
 // An initializer that writes its number down when it is terminated.
@@ -263,40 +252,33 @@ TEST(ThreadEnd, CallbackOnAnotherThreadDetachesNobodyButThatThread) {
 }
 
 // The uncaught exception's handler of a thread that leaves the JVM is Java code.
-struct LeavingThread {
-  IQV_JavaVM* vm;
-  qv_jnienv env = nullptr;
-  int handled = 0;
-  Event ask{};
-  Event answered{};
-  bool othersGoOn = false;
-
-  static void Handle(void* context) {
-    auto& self = *static_cast<LeavingThread*>(context);
-    ++self.handled;
-    EXPECT_EQ(QV_AcquireThreadEnv(self.vm), self.env);
-    EXPECT_EQ(QV_AcquireThreadEnv(self.vm), self.env) << "from here on it is remembered";
-    self.ask.Set();
-    self.othersGoOn = self.answered.Wait(60000);
-  }
-};
-
 TEST(ThreadEnd, ServiceCallsOfAThreadThatLeavesTheJvmLeaveNothingBehind) {
   const JoinedWorld world;
-  LeavingThread leaving{world.vm.get()};
-  world.jvm.Script().duringDetachContext = &leaving;
-  world.jvm.Script().duringDetach = &LeavingThread::Handle;
+  qv_jnienv env = nullptr;
+  int handled = 0;
+  const Event ask;
+  const Event answered;
+  bool othersGoOn = false;
+  std::function<void()> handle = [&] {
+    ++handled;
+    EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), env);
+    EXPECT_EQ(QV_AcquireThreadEnv(world.vm.get()), env) << "from here on it is remembered";
+    ask.Set();
+    othersGoOn = answered.Wait(60000);
+  };
+  world.jvm.Script().duringDetachContext = &handle;
+  world.jvm.Script().duringDetach = [](void* context) { (*static_cast<std::function<void()>*>(context))(); };
   // Runs already when the first one ends: under Wine no thread can begin or end while such a callback waits.
   const HostThread other([&] {
-    leaving.ask.Wait();
+    ask.Wait();
     g_pThreadRegistry->FindThreadEnv(kSomeThread);
-    leaving.answered.Set();
+    answered.Set();
   });
-  const DWORD threadId = OnThread([&] { leaving.env = QV_AcquireThreadEnv(world.vm.get()); });
+  const DWORD threadId = OnThread([&] { env = QV_AcquireThreadEnv(world.vm.get()); });
   other.Join();
   world.jvm.Script().duringDetach = nullptr;
-  EXPECT_EQ(leaving.handled, 1);
-  EXPECT_TRUE(leaving.othersGoOn) << "the handler may wait for a thread that asks for its environment";
+  EXPECT_EQ(handled, 1);
+  EXPECT_TRUE(othersGoOn) << "the handler may wait for a thread that asks for its environment";
   EXPECT_EQ(world.jvm.Count(kFakeAttach), 2u) << "the main thread's and this one's";
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 1u);
   EXPECT_EQ(g_pThreadRegistry->FindThreadEnv(threadId), nullptr);
@@ -341,7 +323,6 @@ struct Fibers {
   void* second = nullptr;
   qv_jnienv env = nullptr;
 
-  explicit Fibers(IQV_JavaVM* service) : vm(service) {}
   void RunSecond() {
     first = ConvertThreadToFiber(nullptr);
     second = CreateFiber(
@@ -370,7 +351,7 @@ TEST(ThreadEnd, ThreadOfFibersIsDetachedWhenItEndsAndNotBefore) {
                              }}}) {
     SCOPED_TRACE(row.name);
     const JoinedWorld world;
-    Fibers fibers(world.vm.get());
+    Fibers fibers{world.vm.get()};
     const DWORD threadId = OnThread([&] {
       fibers.RunSecond();
       row.rest(fibers);
@@ -387,7 +368,7 @@ TEST(ThreadEnd, ThreadOfFibersIsDetachedWhenItEndsAndNotBefore) {
 TEST(ThreadEnd, FiberOfAnotherThreadThatIsDeletedDetachesNobody) {
   const JoinedWorld world;
   const qv_jnienv mine = QV_AcquireThreadEnv(world.vm.get());
-  Fibers fibers(world.vm.get());
+  Fibers fibers{world.vm.get()};
   WaitingThread owner([&] { fibers.RunSecond(); });
   DeleteFiber(fibers.second);  // callbacks for what it had run here, on this thread
   EXPECT_EQ(world.jvm.Count(kFakeDetach), 0u);
