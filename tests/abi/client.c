@@ -1,6 +1,6 @@
 /* A host that calls every operation of the interface through the public header, as C or, by client.cpp, as C++.
- * It needs no other header and no library of its compiler, so that any compiler for Windows will do; the few functions
- * of Windows and of the C runtime are declared here.
+ * It needs no other header but a list of names and no library of its compiler, so that any compiler for Windows will do;
+ * the few functions of Windows and of the C runtime are declared here.
  * Exit code 0: every check held. A failed one is printed with its line. */
 #include "qvjvm/qvjvm.h"
 
@@ -243,18 +243,20 @@ static void CheckObjectCalls(qv_jclass cls, qv_jobject object) {
   CHECK(TakeString(told, L"1 2.5 -3 4.5 5 6.5 7000000000 8.5 -9 10.5"));
 }
 
+static int KeptIs(qv_jclass cls, qv_jobject object, const wchar_t* text) {
+  qv_jobject kept = NULL;
+  OK(CALL(g_vm, CallObjectMethod, &kept, cls, object, "kept", "()Ljava/lang/String;"));
+  return TakeString(kept, text);
+}
+
 static void CheckVoidCalls(qv_jclass cls, qv_jobject object) {
   const char* const signature = "(Ljava/lang/String;)V";
-  qv_jobject kept = NULL;
   OK(CALL(g_vm, CallVoidMethod, cls, object, "keep", signature, NewString(L"first")));
-  OK(CALL(g_vm, CallObjectMethod, &kept, cls, object, "kept", "()Ljava/lang/String;"));
-  CHECK(TakeString(kept, L"first"));
+  CHECK(KeptIs(cls, object, L"first"));
   OK(CALL(g_vm, CallVoidMethod2, cls, object, "keep", signature, NewString(L"second")));
-  OK(CALL(g_vm, CallObjectMethod, &kept, cls, object, "kept", "()Ljava/lang/String;"));
-  CHECK(TakeString(kept, L"second"));
+  CHECK(KeptIs(cls, object, L"second"));
   OK(CALL(g_vm, CallStaticVoidMethod, cls, "staticKeep", signature, NewString(L"third")));
-  OK(CALL(g_vm, CallObjectMethod, &kept, cls, object, "kept", "()Ljava/lang/String;"));
-  CHECK(TakeString(kept, L"third"));
+  CHECK(KeptIs(cls, object, L"third"));
 }
 
 /* ---- slots 43 to 47 ---- */
@@ -324,27 +326,11 @@ static void CheckExceptions(void) {
 }
 
 #if !QV_CPP_VIEW
-/* Every operation stands in its place of the table; here are the places in order, four a row. */
-#define AT(operation) offsetof(IQV_JavaVMVtbl, operation)
-/* clang-format off */
+/* Every operation stands in its place of the table; here are the places in order. */
 static const size_t kPlaces[QV_SLOT_COUNT] = {
-    /*  0 */ AT(QueryInterface), AT(AddRef), AT(Release), AT(AcquireService),
-    /*  4 */ AT(ReleaseService), AT(GetErrorText), AT(GetErrorCode), AT(CastReference),
-    /*  8 */ AT(DeleteLocalRef), AT(DeleteLocalRef2), AT(DeleteLocalRef3), AT(DeleteGlobalRef),
-    /* 12 */ AT(FindClass), AT(NewGlobalRef), AT(NewString), AT(GetStringLength),
-    /* 16 */ AT(GetStringChars), AT(GetStringValue), AT(NewObject), AT(NewDefaultObject),
-    /* 20 */ AT(CallIntMethod), AT(CallIntMethod2), AT(CallShortMethod), AT(CallShortMethod2),
-    /* 24 */ AT(CallFloatMethod), AT(CallFloatMethod2), AT(CallDoubleMethod), AT(CallDoubleMethod2),
-    /* 28 */ AT(CallByteMethod), AT(CallByteMethod2), AT(CallVoidMethod), AT(CallVoidMethod2),
-    /* 32 */ AT(CallObjectMethod), AT(CallObjectMethod2), AT(CallBooleanMethod), AT(CallBooleanMethod2),
-    /* 36 */ AT(CallLongMethod), AT(CallLongMethod2), AT(CallStaticBooleanMethod), AT(CallStaticObjectMethod),
-    /* 40 */ AT(CallStaticVoidMethod), AT(GetStaticIntField), AT(GetStaticShortField), AT(NewStringArray),
-    /* 44 */ AT(SetObjectArrayElement), AT(NewByteArray), AT(GetByteArrayData), AT(SetByteArrayData),
-    /* 48 */ AT(GetJNIEnv), AT(GetJDKLocation), AT(GetJREBinLocation), AT(GetLogFileName),
-    /* 52 */ AT(SetLogFileName), AT(SetJvmLogEnabled), AT(IsJVMCreated), AT(GetClassPath),
-    /* 56 */ AT(GetJavaVersion), AT(Destroy), AT(ExceptionClear), AT(CaptureException),
-    /* 60 */ AT(AcquireThreadEnv)};
-/* clang-format on */
+#define QV_SLOT(operation) offsetof(IQV_JavaVMVtbl, operation),
+#include "../support/slot_names.inc"
+};
 static void CheckPlaces(void) {
   size_t slot;
   for (slot = 0; slot < QV_SLOT_COUNT; ++slot) {

@@ -141,12 +141,11 @@ TEST(HostProgram, WithoutAnyRegistryGetsTheBuiltInConfigurationFromBesideTheServ
     ASSERT_NE(at, std::wstring::npos);
     archives.erase(at, 4);
   }
-  std::wstring lib = FakeJvm::Home() + L"\\bin\\server\\LIB\\";
-  CharUpperW(lib.data());
-  EXPECT_EQ(report.value("options", Strings()),
-            (Strings{"-Djava.class.path=C:\\mine.jar;" + ToUtf8(archives) + ";.",
-                     "-Xbootclasspath/a:" + ToUtf8(lib + L"deploy.jar;" + lib + L"javaws.jar;" + lib + L"plugin.jar"),
-                     "vfprintf", "exit", "-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}));
+  std::wstring libraries = FakeJvm::Home() + L"\\bin\\server\\LIB";
+  CharUpperW(libraries.data());
+  EXPECT_EQ(report.value("options", Strings()), (Strings{"-Djava.class.path=C:\\mine.jar;" + ToUtf8(archives) + ";.",
+                                                         ToUtf8(BootClassPathOption(libraries)), "vfprintf", "exit",
+                                                         "-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}));
 }
 
 TEST(HostProgram, LogLiesBelowTheUsersLocalApplicationDataOrInAWebDeploymentIsTheBareName) {

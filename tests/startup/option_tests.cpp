@@ -13,14 +13,14 @@ std::string ClassPathOption(const std::string& first = {}, const std::string& en
 }
 
 // For a server JVM, whose folder stays in.
-std::string BootClassPathOption() {
-  std::wstring lib = FakeJvm::Home() + L"\\BIN\\SERVER\\LIB\\";
-  CharUpperW(lib.data());
-  return "-Xbootclasspath/a:" + ToUtf8(lib + L"deploy.jar;" + lib + L"javaws.jar;" + lib + L"plugin.jar");
+std::string ServersBootClassPath() {
+  std::wstring libraries = FakeJvm::Home() + L"\\BIN\\SERVER\\LIB";
+  CharUpperW(libraries.data());
+  return ToUtf8(BootClassPathOption(libraries));
 }
 
 Strings Expected(const std::string& classPath, const Strings& configured) {
-  Strings all = {classPath, BootClassPathOption(), "vfprintf", "exit"};
+  Strings all = {classPath, ServersBootClassPath(), "vfprintf", "exit"};
   all.insert(all.end(), configured.begin(), configured.end());
   return all;
 }
@@ -28,8 +28,7 @@ Strings Expected(const std::string& classPath, const Strings& configured) {
 const std::wstring kLongPath(30000, L'p');
 
 TEST(Options, UnknownHostWithoutConfigurationGetsTheSevenBuiltInOnes) {
-  const StartupWorld world;
-  ASSERT_EQ(CreateVM().status, 0);
+  const StartedWorld world;
   EXPECT_EQ(world.jvm.OptionTexts(), Expected(ClassPathOption(), {"-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}));
   const std::vector<SeenOption> options = world.jvm.Options();
   EXPECT_EQ(options.at(2).extraInfo, reinterpret_cast<void*>(&JvmVfprintfHook));

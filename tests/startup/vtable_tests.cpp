@@ -5,6 +5,7 @@
 #include <type_traits>
 #include <typeinfo>
 
+#include "base/compiler.h"
 #include "service/java_vm_manager.h"
 #include "service/jni_initializer.h"
 #include "tests/startup/startup_world.h"
@@ -22,7 +23,7 @@ int64_t NoteSlot() {
 
 // The entry of the table through which an operation of the service object is called.
 template <class Object, class Operation, class... Arguments>
-size_t SlotCalled(Operation operation, Arguments... arguments) {
+QV_NOINLINE size_t SlotCalled(Operation operation, Arguments... arguments) {
   static constexpr auto kTable = []<size_t... Slot>(std::index_sequence<Slot...>) {
     return std::array{&NoteSlot<Slot>...};
   }
@@ -41,35 +42,12 @@ size_t SlotOf(Result (Object::*operation)(Arguments..., ...) noexcept) {
   return SlotCalled<Object>(operation, Arguments{}...);
 }
 
-// The operations as they are written, and the entry of each.
-template <class... Operations>
-std::pair<std::string, std::vector<size_t>> SlotsOf(const char* written, Operations... operations) {
-  return {written, {SlotOf(operations)...}};
-}
-#define QV_SLOTS_OF(...) SlotsOf(#__VA_ARGS__, __VA_ARGS__)
-
-using Vm = CQV_JNIVMManager;
-
 TEST(Tables, ServiceObjectHasEachOfIts61OperationsUnderItsNumber) {
-  const auto [written, slots] = QV_SLOTS_OF(
-      &Vm::QueryInterface, &Vm::AddRef, &Vm::Release, &Vm::AcquireService, &Vm::ReleaseService, &Vm::GetErrorText,
-      &Vm::GetErrorCode, &Vm::CastReference, &Vm::DeleteLocalRef, &Vm::DeleteLocalRef2, &Vm::DeleteLocalRef3,
-      &Vm::DeleteGlobalRef, &Vm::FindClass, &Vm::NewGlobalRef, &Vm::NewString, &Vm::GetStringLength,
-      &Vm::GetStringChars, &Vm::GetStringValue, &Vm::NewObject, &Vm::NewDefaultObject, &Vm::CallIntMethod,
-      &Vm::CallIntMethod2, &Vm::CallShortMethod, &Vm::CallShortMethod2, &Vm::CallFloatMethod, &Vm::CallFloatMethod2,
-      &Vm::CallDoubleMethod, &Vm::CallDoubleMethod2, &Vm::CallByteMethod, &Vm::CallByteMethod2, &Vm::CallVoidMethod,
-      &Vm::CallVoidMethod2, &Vm::CallObjectMethod, &Vm::CallObjectMethod2, &Vm::CallBooleanMethod,
-      &Vm::CallBooleanMethod2, &Vm::CallLongMethod, &Vm::CallLongMethod2, &Vm::CallStaticBooleanMethod,
-      &Vm::CallStaticObjectMethod, &Vm::CallStaticVoidMethod, &Vm::GetStaticIntField, &Vm::GetStaticShortField,
-      &Vm::NewStringArray, &Vm::SetObjectArrayElement, &Vm::NewByteArray, &Vm::GetByteArrayData, &Vm::SetByteArrayData,
-      &Vm::GetJNIEnv, &Vm::GetJDKLocation, &Vm::GetJREBinLocation, &Vm::GetLogFileName, &Vm::SetLogFileName,
-      &Vm::SetJvmLogEnabled, &Vm::IsJVMCreated, &Vm::GetClassPath, &Vm::GetJavaVersion, &Vm::Destroy,
-      &Vm::ExceptionClear, &Vm::CaptureException, &Vm::AcquireThreadEnv);
-  std::string names;
-  for (const char* name : kSlotNames) names += (names.empty() ? "&Vm::" : ", &Vm::") + std::string(name);
-  EXPECT_EQ(written, names);
-  ASSERT_EQ(slots.size(), 61u);
-  for (size_t slot = 0; slot < 61; ++slot) EXPECT_EQ(slots[slot], slot) << kSlotNames[slot];
+  const size_t slots[] = {
+#define QV_SLOT(name) SlotOf(&CQV_JNIVMManager::name),
+#include "tests/support/slot_names.inc"
+  };
+  for (size_t slot = 0; slot < std::size(slots); ++slot) EXPECT_EQ(slots[slot], slot) << kSlotNames[slot];
 }
 
 TEST(Tables, ServiceObjectsDestructorInSlot57FreesItsMemoryByTheFlagAlone) {
@@ -98,8 +76,7 @@ class NotingInitializer final : public CQV_JNIInitializer {
 };
 
 TEST(Tables, InitializerHasItsFourOperations) {
-  const StartupWorld world;
-  ASSERT_EQ(CreateVM().status, 0);
+  const StartedWorld world;
   OnThread([&] {
     auto* const initializer = new CQV_JNIInitializer();
     EXPECT_EQ(initializer->ThreadId(), 0u);
@@ -126,9 +103,8 @@ TEST(Tables, InitializersDestructorTerminatesThroughItsTable) {
 }
 
 TEST(Tables, ClassesCarryTheirTypeInformation) {
-  const StartupWorld world;
-  const Created created = CreateVM();
-  EXPECT_EQ(typeid(*static_cast<CQV_JavaVMManager*>(created.vm.get())), typeid(CQV_JNIVMManager));
+  const StartedWorld world;
+  EXPECT_EQ(typeid(*static_cast<CQV_JavaVMManager*>(world.vm.get())), typeid(CQV_JNIVMManager));
   EXPECT_EQ(typeid(JVMConfigInfo()), typeid(CQV_JVMConfigInfo));
   const InitializerOwner initializer(new CQV_JNIInitializer());
   EXPECT_EQ(typeid(static_cast<CQV_JavaInitializer&>(*initializer)), typeid(CQV_JNIInitializer));

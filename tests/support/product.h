@@ -2,6 +2,7 @@
 // archives of the built-in class path, the operations of a service object.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <iterator>
 #include <string>
@@ -32,27 +33,17 @@ std::wstring JoinedBelow(const std::wstring& folder, const Entries& entries) {
   return joined;
 }
 inline std::wstring BuiltInClassPath(const std::wstring& folder) { return JoinedBelow(folder, kBuiltInArchives); }
+// Of a runtime with its libraries in that folder.
+inline std::wstring BootClassPathOption(const std::wstring& libraries) {
+  return L"-Xbootclasspath/a:" +
+         JoinedBelow(libraries, std::to_array({L"\\deploy.jar", L"\\javaws.jar", L"\\plugin.jar"}));
+}
 
-// By index: what a host calls under each number of the table, four a row.
-// clang-format off
+// By index: what a host calls under each number of the table.
 inline constexpr const char* kSlotNames[] = {
-    /*  0 */ "QueryInterface", "AddRef", "Release", "AcquireService",
-    /*  4 */ "ReleaseService", "GetErrorText", "GetErrorCode", "CastReference",
-    /*  8 */ "DeleteLocalRef", "DeleteLocalRef2", "DeleteLocalRef3", "DeleteGlobalRef",
-    /* 12 */ "FindClass", "NewGlobalRef", "NewString", "GetStringLength",
-    /* 16 */ "GetStringChars", "GetStringValue", "NewObject", "NewDefaultObject",
-    /* 20 */ "CallIntMethod", "CallIntMethod2", "CallShortMethod", "CallShortMethod2",
-    /* 24 */ "CallFloatMethod", "CallFloatMethod2", "CallDoubleMethod", "CallDoubleMethod2",
-    /* 28 */ "CallByteMethod", "CallByteMethod2", "CallVoidMethod", "CallVoidMethod2",
-    /* 32 */ "CallObjectMethod", "CallObjectMethod2", "CallBooleanMethod", "CallBooleanMethod2",
-    /* 36 */ "CallLongMethod", "CallLongMethod2", "CallStaticBooleanMethod", "CallStaticObjectMethod",
-    /* 40 */ "CallStaticVoidMethod", "GetStaticIntField", "GetStaticShortField", "NewStringArray",
-    /* 44 */ "SetObjectArrayElement", "NewByteArray", "GetByteArrayData", "SetByteArrayData",
-    /* 48 */ "GetJNIEnv", "GetJDKLocation", "GetJREBinLocation", "GetLogFileName",
-    /* 52 */ "SetLogFileName", "SetJvmLogEnabled", "IsJVMCreated", "GetClassPath",
-    /* 56 */ "GetJavaVersion", "Destroy", "ExceptionClear", "CaptureException",
-    /* 60 */ "AcquireThreadEnv"};
-// clang-format on
+#define QV_SLOT(name) #name,
+#include "tests/support/slot_names.inc"
+};
 static_assert(std::size(kSlotNames) == 61);
 inline const char* SlotName(size_t slot) { return kSlotNames[slot]; }
 

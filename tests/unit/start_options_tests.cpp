@@ -216,9 +216,7 @@ TEST_F(StartOptionsTest, TheFixedOptionsAreOfferedWithTheBootClassPathOfTheRecor
   m_config->m_pfnFindLoadedModule = [](const char*) { return recorded; };
   std::wstring libraries = m_folder.Path(L"jre") + L"\\LIB";
   CharUpperBuffW(libraries.data(), static_cast<DWORD>(libraries.size()));
-  const std::string upper = ToUtf8(libraries);
-  EXPECT_EQ(Build().texts.at(1),
-            "-Xbootclasspath/a:" + upper + "\\deploy.jar;" + upper + "\\javaws.jar;" + upper + "\\plugin.jar");
+  EXPECT_EQ(Build().texts.at(1), ToUtf8(BootClassPathOption(libraries)));
 }
 
 // ---- a known host ----
