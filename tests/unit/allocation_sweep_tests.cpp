@@ -18,10 +18,10 @@ class AllocationSweepTest : public ConfigTest {
  protected:
   void TearDown() override {}  // what cannot be read may be shown as missing
 
-  // Sweeps `run`, which gives the result of an operation on a fresh configuration object as a text: `whole` when no
-  // memory fails, otherwise each of the others at least once and nothing else.
+  // Sweeps an operation on a fresh configuration object: it gives `whole` when no memory fails, otherwise each of the
+  // others at least once and nothing else.
   template <class Run>
-  void Sweep(const std::wstring& whole, const Results& withoutMemory, Run&& run) {
+  void Sweep(const std::wstring& whole, const Results& withoutMemory, Run run) {
     Results seen;
     SweepAllocations([&](uint64_t n, QvshrLedgerMode mode) {
       const EnvironmentScope path(L"PATH", kOldPath);
@@ -29,7 +29,7 @@ class AllocationSweepTest : public ConfigTest {
       const ConfigObject config;
       m_prepare(*config);
       const FailAllocation fault(n, mode);
-      const std::wstring result = run(*config);
+      const std::wstring result = Given(*config, run);
       const bool fired = fault.Fired();
       const Results& allowed = fired ? withoutMemory : Results{whole};
       EXPECT_TRUE(allowed.contains(result)) << (fired ? "" : "although none failed: ") << ToUtf8(result);
@@ -37,13 +37,6 @@ class AllocationSweepTest : public ConfigTest {
       return fired;
     });
     EXPECT_EQ(seen, withoutMemory) << "a result that is allowed never came";
-  }
-  // The same of an operation that gives success and a text.
-  template <class Read>
-  void SweepText(const std::wstring& whole, const Results& withoutMemory, Read&& read) {
-    Sweep(whole, withoutMemory, [&](CQV_JVMConfigInfo& config) {
-      return ResultAndText([&](IQvString** text) { return read(config, text); });
-    });
   }
   void BeHost(HostKind kind) {
     m_prepare = [kind](CQV_JVMConfigInfo& config) { SetHost(config, kind); };
@@ -59,8 +52,8 @@ TEST_F(AllocationSweepTest, Locations) {
   m_registry.SetLocations(kQuovantRoot, L"C:\\jdk", L"C:\\jre");
   for (const bool kept : {false, true}) {
     m_prepare = [kept](CQV_JVMConfigInfo& config) { config.m_bRuntimeFound = kept; };
-    SweepText(L"true: C:\\jdk", {L"false: <null>"}, std::mem_fn(&CQV_JVMConfigInfo::ReadJDKLocation));
-    SweepText(L"true: C:\\jre", {L"false: <null>"}, std::mem_fn(&CQV_JVMConfigInfo::ReadJREBinLocation));
+    Sweep(L"true: C:\\jdk", {L"false: <null>"}, &CQV_JVMConfigInfo::ReadJDKLocation);
+    Sweep(L"true: C:\\jre", {L"false: <null>"}, &CQV_JVMConfigInfo::ReadJREBinLocation);
   }
   EXPECT_EQ(m_boxes.Shown(), std::vector<ShownBox>{});
 }
@@ -75,7 +68,7 @@ TEST_F(AllocationSweepTest, CountedLists) {
       m_registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\" + list, L"Count", count);
       for (const bool quiet : {true, false}) {
         // An entry that cannot be read for want of memory is not a missing one.
-        SweepText(whole, {L"false: ", L"false: <null>"}, [&](CQV_JVMConfigInfo& config, IQvString** text) {
+        Sweep(whole, {L"false: ", L"false: <null>"}, [&](CQV_JVMConfigInfo& config, IQvString** text) {
           return config.ReadCountedList(HKEY_LOCAL_MACHINE, list, 0x20019, text, quiet);
         });
       }
@@ -85,30 +78,21 @@ TEST_F(AllocationSweepTest, CountedLists) {
 
 TEST_F(AllocationSweepTest, UserClassPath) {
   m_registry.SetList(Hive::User, std::wstring(kQuovantRoot) + L"\\ClassPath", {L"u1", L"u2"});
-  Sweep(L"u1;u2", {L"", L"<null>"}, [](CQV_JVMConfigInfo& config) {
-    IQvString* list = nullptr;
-    config.ReadUserClassPath(&list);
-    return TakeText(list);
-  });
+  Sweep(L"u1;u2", {L"", L"<null>"}, &CQV_JVMConfigInfo::ReadUserClassPath);
 }
 
 TEST_F(AllocationSweepTest, EnvironmentVariable) {
   const std::wstring value(3000, L'v');
   const EnvironmentScope variable(L"QV_UNIT_VARIABLE", value);
-  SweepText(L"true: " + value, {L"false: <null>", L"true: <null>"}, [](CQV_JVMConfigInfo& config, IQvString** text) {
+  Sweep(L"true: " + value, {L"false: <null>", L"true: <null>"}, [](CQV_JVMConfigInfo& config, IQvString** text) {
     return config.ReadEnvironmentVariable(L"QV_UNIT_VARIABLE", text);
   });
 }
 
 TEST_F(AllocationSweepTest, LogFilePath) {
-  const auto read = [](CQV_JVMConfigInfo& config) {
-    IQvString* path = nullptr;
-    config.GetLogFilePath(&path);
-    return TakeText(path);
-  };
-  Sweep(L"vm.out", {L"<null>"}, read);
+  Sweep(L"vm.out", {L"<null>"}, &CQV_JVMConfigInfo::GetLogFilePath);
   m_prepare = [](CQV_JVMConfigInfo& config) { config.SetLogFilePath(qv::MakeString(L"D:\\log").Detach()); };
-  Sweep(L"D:\\log", {L"<null>"}, read);
+  Sweep(L"D:\\log", {L"<null>"}, &CQV_JVMConfigInfo::GetLogFilePath);
 }
 
 TEST_F(AllocationSweepTest, Load) {
@@ -123,18 +107,13 @@ TEST_F(AllocationSweepTest, Load) {
 
 class ClassPathSweepTest : public AllocationSweepTest {
  protected:
-  static std::wstring Build(CQV_JVMConfigInfo& config) {
-    return ResultAndText([&](IQvString** text) { return config.BuildSystemClassPath(text); });
-  }
-  static std::wstring Compose(CQV_JVMConfigInfo& config) {
-    return ResultAndText([&](IQvString** text) { return config.ComposeClassPath(text); });
-  }
+  static constexpr auto kBuild = &CQV_JVMConfigInfo::BuildSystemClassPath;
+  static constexpr auto kCompose = &CQV_JVMConfigInfo::ComposeClassPath;
   // What the operation gives when no memory fails; the expectations for that are in the tests of its own.
-  template <class Read>
-  std::wstring Whole(Read&& read) {
+  std::wstring Whole(bool (CQV_JVMConfigInfo::*read)(IQvString**) noexcept) {
     const ConfigObject config;
     m_prepare(*config);
-    const std::wstring whole = read(*config);
+    const std::wstring whole = Given(*config, read);
     EXPECT_EQ(whole.substr(0, 6), L"true: ");
     return whole;
   }
@@ -147,8 +126,8 @@ class ClassPathSweepTest : public AllocationSweepTest {
 TEST_F(ClassPathSweepTest, OfAnUnknownHost) {
   m_folder.WriteFile(L"install\\JRE\\LIB\\rt.jar");
   m_folder.WriteFile(L"install\\qvjdbc12.jar");
-  Sweep(Whole(Build), {L"false: <null>"}, Build);
-  Sweep(Whole(Compose), {L"false: <null>"}, Compose);
+  Sweep(Whole(kBuild), {L"false: <null>"}, kBuild);
+  Sweep(Whole(kCompose), {L"false: <null>"}, kCompose);
 }
 
 TEST_F(ClassPathSweepTest, OfAKnownHost) {
@@ -156,20 +135,20 @@ TEST_F(ClassPathSweepTest, OfAKnownHost) {
   m_registry.SetList(Hive::Machine, kJava + L"\\QVIDEConfig\\QVSysclasspath", {L"d1", L"d2"});
   m_registry.SetList(Hive::User, std::wstring(kQuovantRoot) + L"\\ClassPath", {L"u1", L"u2"});
   BeHost(HostKind::Quovant);
-  const std::wstring whole = Whole(Compose);
+  const std::wstring whole = Whole(kCompose);
   // A JDK location and a user list that cannot be read are left out, for whatever reason.
   std::wstring noJdk = whole;
   for (size_t at = noJdk.find(L"C:\\jdk"); at != std::wstring::npos; at = noJdk.find(L"C:\\jdk")) noJdk.erase(at, 6);
   std::wstring noUsers = whole;
   noUsers.erase(noUsers.find(L";u1;u2"), 6);
-  Sweep(whole, {L"false: <null>", noJdk, noUsers}, Compose);
+  Sweep(whole, {L"false: <null>", noJdk, noUsers}, kCompose);
 }
 
 TEST_F(ClassPathSweepTest, OfAJavaLauncher) {
   BeHost(HostKind::Loomhall);
-  const std::wstring whole = Whole(Compose);
+  const std::wstring whole = Whole(kCompose);
   // The user's list, which is not there, may fail for whatever reason.
-  Sweep(whole, {L"false: <null>", whole}, Compose);
+  Sweep(whole, {L"false: <null>", whole}, kCompose);
 }
 
 // ---- the start-up arguments ----
@@ -231,10 +210,8 @@ TEST_F(OptionSweepTest, BootClassPath) {
   static HMODULE module = nullptr;
   module = m_service.Handle();
   m_prepare = [](CQV_JVMConfigInfo& config) { config.m_pfnFindLoadedModule = [](const char*) { return module; }; };
-  const auto build = [](CQV_JVMConfigInfo& config) {
-    return ResultAndText([&](IQvString** option) { return config.BuildBootClassPath(option); });
-  };
-  Sweep(Whole(build), {L"true: <null>"}, build);
+  constexpr auto kBoot = &CQV_JVMConfigInfo::BuildBootClassPath;
+  Sweep(Whole(kBoot), {L"true: <null>"}, kBoot);
 }
 
 // ---- runtime discovery ----
@@ -250,9 +227,7 @@ class RuntimeSweepTest : public ClassPathSweepTest {
   }
   std::wstring Found(const std::wstring& folder) const { return L"true: " + folder + L";" + kOldPath; }
   void RegisterHome() {
-    const std::wstring key = L"Software\\JavaSoft\\Java Runtime Environment";
-    m_registry.SetText(Hive::Machine, key, L"CurrentVersion", L"1.8");
-    m_registry.SetText(Hive::Machine, key + L"\\1.8", L"JavaHome", m_folder.Path(L"registered"));
+    m_registry.RegisterRuntime(L"1.8", m_folder.Path(L"registered"));
     m_folder.WriteFile(L"registered\\bin\\server\\jvm.dll");
   }
   std::wstring AddPrivateRuntime() {

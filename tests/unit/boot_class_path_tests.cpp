@@ -5,11 +5,6 @@
 namespace qvtest {
 namespace {
 
-std::wstring OptionFor(const std::wstring& libraries) {
-  return L"-Xbootclasspath/a:" + libraries + L"\\deploy.jar;" + libraries + L"\\javaws.jar;" + libraries +
-         L"\\plugin.jar";
-}
-
 class BootClassPathTest : public LedgerTest {};
 
 TEST_F(BootClassPathTest, OnlyTheClientsFolderIsCutOffAtItsFirstOccurrence) {
@@ -31,14 +26,14 @@ TEST_F(BootClassPathTest, OnlyTheClientsFolderIsCutOffAtItsFirstOccurrence) {
       {L"", L""},
   };
   for (const auto& [folder, libraries] : rows) {
-    EXPECT_EQ(qv::BootClassPathOption(folder).View(), OptionFor(libraries)) << ToUtf8(folder);
+    EXPECT_EQ(qv::BootClassPathOption(folder).View(), BootClassPathOption(libraries)) << ToUtf8(folder);
   }
 }
 
 TEST_F(BootClassPathTest, TheLibraryFolderGrowsPastTheSizeOfAPath) {
   for (const size_t units : {255u, 256u, 257u, 258u, 259u, 300u, 5000u}) {
     const std::wstring folder = L"C:\\" + std::wstring(units - 3, L'X');
-    EXPECT_TRUE(qv::BootClassPathOption(folder).View() == OptionFor(folder + L"\\LIB")) << units << " units";
+    EXPECT_TRUE(qv::BootClassPathOption(folder).View() == BootClassPathOption(folder + L"\\LIB")) << units << " units";
   }
 }
 
@@ -55,9 +50,7 @@ class BootClassPathBuildTest : public LedgerTest {
       return s_module;
     };
   }
-  std::wstring Build() {
-    return ResultAndText([&](IQvString** option) { return m_config->BuildBootClassPath(option); });
-  }
+  std::wstring Build() { return Given(*m_config, &CQV_JVMConfigInfo::BuildBootClassPath); }
   std::wstring Upper(std::wstring text) {
     CharUpperBuffW(text.data(), static_cast<DWORD>(text.size()));
     return text;
@@ -90,7 +83,7 @@ TEST_F(BootClassPathBuildTest, TheFolderIsThatOfTheLoadedFileAndAServerLibraryKe
        {std::pair(L"jre\\bin\\client\\jvm.dll", L"\\LIB"), {L"jre\\bin\\server\\jvm.dll", L"\\BIN\\SERVER\\LIB"}}) {
     const LoadedModule library(m_folder, file);
     Record(library.Handle());
-    EXPECT_EQ(Build(), L"true: " + OptionFor(Upper(m_folder.Path(L"jre")) + libraries));
+    EXPECT_EQ(Build(), L"true: " + BootClassPathOption(Upper(m_folder.Path(L"jre")) + libraries));
   }
 }
 
@@ -99,12 +92,12 @@ TEST_F(BootClassPathBuildTest, FoldersUpToTheLongestPathAreKeptWhole) {
   for (const size_t folderUnits : {250u, 253u, 254u, 255u, 256u, 257u}) {
     const std::wstring folder = L"C:\\" + std::wstring(folderUnits - 3, L'X');
     const UnterminatedModulePath path(folder + L"\\j");
-    EXPECT_TRUE(Build() == L"true: " + OptionFor(folder + L"\\LIB")) << folderUnits << " units";
+    EXPECT_TRUE(Build() == L"true: " + BootClassPathOption(folder + L"\\LIB")) << folderUnits << " units";
   }
   for (const size_t units : {259u, 260u, 261u, 300u}) {
     const std::wstring folder = L"C:\\" + std::wstring(200, L'X');
     const UnterminatedModulePath path(folder + L"\\" + std::wstring(units - folder.size() - 1, L'n'));
-    EXPECT_TRUE(Build() == L"true: " + OptionFor(folder + L"\\LIB")) << units << " units";
+    EXPECT_TRUE(Build() == L"true: " + BootClassPathOption(folder + L"\\LIB")) << units << " units";
   }
 }
 

@@ -10,12 +10,8 @@ class ClassPathBuildTest : public ConfigTest {
   [[nodiscard]] std::wstring Install() const { return m_folder.Path(L"install"); }
   // Below it lie the entries that are not installed.
   static std::wstring Ide() { return ProgramFolder() + L"\\IDE"; }
-  std::wstring Build() {
-    return ResultAndText([&](IQvString** text) { return m_config->BuildSystemClassPath(text); });
-  }
-  std::wstring Compose() {
-    return ResultAndText([&](IQvString** text) { return m_config->ComposeClassPath(text); });
-  }
+  std::wstring Build() { return Given(*m_config, &CQV_JVMConfigInfo::BuildSystemClassPath); }
+  std::wstring Compose() { return Given(*m_config, &CQV_JVMConfigInfo::ComposeClassPath); }
   void SetDevelopmentList(const wchar_t* root, const std::vector<std::wstring>& entries) {
     m_registry.SetList(Hive::Machine, std::wstring(root) + L"\\Java\\QVIDEConfig\\QVSysclasspath", entries);
   }

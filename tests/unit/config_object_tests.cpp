@@ -291,9 +291,7 @@ TEST_F(ConfigObjectTest, ALoadWithoutMemoryForTheLogPathSucceedsWithoutOne) {
   EXPECT_TRUE(config->m_bLoaded);
   ExpectHost(config, kTablero);
   EXPECT_EQ(config->m_pLogFilePath, nullptr);
-  IQvString* path = nullptr;
-  config->GetLogFilePath(&path);
-  EXPECT_EQ(TakeText(path), L"vm.out");
+  EXPECT_EQ(Given(*config, &CQV_JVMConfigInfo::GetLogFilePath), L"vm.out");
 }
 
 // ---- the texts ----

@@ -18,19 +18,9 @@ class ConfigStoreTest : public ConfigTest {
   static constexpr Location kLocations[] = {{L"JDKLocation", &CQV_JVMConfigInfo::ReadJDKLocation},
                                             {L"JREBinLocation", &CQV_JVMConfigInfo::ReadJREBinLocation}};
 
-  std::wstring Read(const Location& location) {
-    return ResultAndText([&](IQvString** text) { return ((*m_config).*location.read)(text); });
-  }
-  std::wstring UserClassPath() {
-    IQvString* list = nullptr;
-    m_config->ReadUserClassPath(&list);
-    return TakeText(list);
-  }
-  std::wstring LogPath() {
-    IQvString* path = nullptr;
-    m_config->GetLogFilePath(&path);
-    return TakeText(path);
-  }
+  std::wstring Read(const Location& location) { return Given(*m_config, location.read); }
+  std::wstring UserClassPath() { return Given(*m_config, &CQV_JVMConfigInfo::ReadUserClassPath); }
+  std::wstring LogPath() { return Given(*m_config, &CQV_JVMConfigInfo::GetLogFilePath); }
   static std::wstring JavaKey(const wchar_t* root = kQuovantRoot) { return std::wstring(root) + L"\\Java"; }
 };
 

@@ -15,10 +15,7 @@ class RuntimeLocateTest : public ConfigTest {
   [[nodiscard]] std::wstring Home() const { return m_folder.Path(L"home"); }
   [[nodiscard]] std::wstring Install() const { return m_folder.Path(L"install"); }
   void AddJvm(const std::wstring& relativeFolder) const { m_folder.WriteFile(relativeFolder + L"\\jvm.dll"); }
-  void RegisterCurrentRuntime(const std::wstring& home) {
-    m_registry.SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"1.8");
-    m_registry.SetText(Hive::Machine, std::wstring(kJavaSoft) + L"\\1.8", L"JavaHome", home);
-  }
+  void RegisterCurrentRuntime(const std::wstring& home) { m_registry.RegisterRuntime(L"1.8", home); }
   static std::wstring Path() { return ReadVariable(L"PATH").value_or(L"<absent>"); }
   // Locates with a fresh configuration object and the usual PATH; gives what PATH is then. Nothing found is true too.
   std::wstring LocateAfresh(HostKind host = HostKind::Unknown) {

@@ -132,5 +132,19 @@ std::wstring ResultAndText(Read&& read) {
   const bool ok = read(&text);
   return (ok ? L"true: " : L"false: ") + TakeText(text);
 }
+// What an operation on a configuration object gives: its own text, that of a reader with its result, or that of a
+// reader without one.
+template <class Read>
+std::wstring Given(CQV_JVMConfigInfo& config, Read&& read) {
+  if constexpr (std::is_invocable_v<Read, CQV_JVMConfigInfo&>) {
+    return read(config);
+  } else if constexpr (std::is_void_v<std::invoke_result_t<Read, CQV_JVMConfigInfo&, IQvString**>>) {
+    IQvString* text = nullptr;
+    std::invoke(read, config, &text);
+    return TakeText(text);
+  } else {
+    return ResultAndText([&](IQvString** text) { return std::invoke(read, config, text); });
+  }
+}
 
 }  // namespace qvtest
