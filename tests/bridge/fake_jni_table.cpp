@@ -70,9 +70,32 @@ class Entry {
   FakeVm::Entered m_entered;
 };
 
+// -- the table: traps, but for the functions that follow --
+
+template <size_t Index>
+void* Trap() {
+  constexpr size_t kReserved = 4;
+  ADD_FAILURE() << "JNI function " << (Index < kReserved ? "(reserved)" : kJniNames[Index - kReserved])
+                << " is not expected here";
+  return nullptr;
+}
+template <size_t... Index>
+JNINativeInterface_ Traps(std::index_sequence<Index...>) {
+  JNINativeInterface_ table{};
+  ((reinterpret_cast<void**>(&table)[Index] = reinterpret_cast<void*>(&Trap<Index>)), ...);
+  return table;
+}
+JNINativeInterface_ g_table = Traps(std::make_index_sequence<sizeof(JNINativeInterface_) / sizeof(void*)>());
+
+// Begins a function of the table, and has it in its place.
+#define QV_JNI(Result, Name, ...)                              \
+  Result JNICALL Name(JNIEnv* env __VA_OPT__(, ) __VA_ARGS__); \
+  [[maybe_unused]] const auto in##Name = g_table.Name = Name;  \
+  Result JNICALL Name(JNIEnv* env __VA_OPT__(, ) __VA_ARGS__)
+
 // -- classes, members, references --
 
-jclass JNICALL FindClass(JNIEnv* env, const char* name) {
+QV_JNI(jclass, FindClass, const char* name) {
   const Entry call(env, "FindClass", name);
   if (call.Failed()) return nullptr;
   if (call.Vm().classes.contains(name)) return call.Local<jclass>(Class(name));
@@ -88,39 +111,38 @@ Id FindMember(JNIEnv* env, const char* function, const char* error, jclass cls, 
   if (call.Vm().missingMembers.contains(name)) return call.Throw(error, name);
   return reinterpret_cast<Id>(call.Vm().Member(name, signature != nullptr ? signature : ""));
 }
-jmethodID JNICALL GetMethodID(JNIEnv* env, jclass cls, const char* name, const char* signature) {
-  return FindMember<jmethodID>(env, "GetMethodID", "java.lang.NoSuchMethodError", cls, name, signature);
-}
-jmethodID JNICALL GetStaticMethodID(JNIEnv* env, jclass cls, const char* name, const char* signature) {
-  return FindMember<jmethodID>(env, "GetStaticMethodID", "java.lang.NoSuchMethodError", cls, name, signature);
-}
-jfieldID JNICALL GetStaticFieldID(JNIEnv* env, jclass cls, const char* name, const char* signature) {
-  return FindMember<jfieldID>(env, "GetStaticFieldID", "java.lang.NoSuchFieldError", cls, name, signature);
-}
+#define QV_FAKE_LOOKUP(Id, Name, error)                                          \
+  QV_JNI(Id, Name, jclass cls, const char* name, const char* signature) {        \
+    return FindMember<Id>(env, #Name, "java.lang." error, cls, name, signature); \
+  }
+QV_FAKE_LOOKUP(jmethodID, GetMethodID, "NoSuchMethodError")
+QV_FAKE_LOOKUP(jmethodID, GetStaticMethodID, "NoSuchMethodError")
+QV_FAKE_LOOKUP(jfieldID, GetStaticFieldID, "NoSuchFieldError")
+#undef QV_FAKE_LOOKUP
 
-jobject JNICALL NewGlobalRef(JNIEnv* env, jobject reference) {
+QV_JNI(jobject, NewGlobalRef, jobject reference) {
   const Entry call(env, "NewGlobalRef", reference);
   const Thing thing = call.Look(reference);
   return call.Failed() ? nullptr : call.Vm().Make(nullptr, thing, true);
 }
-void JNICALL DeleteGlobalRef(JNIEnv* env, jobject reference) {
+QV_JNI(void, DeleteGlobalRef, jobject reference) {
   Entry(env, "DeleteGlobalRef", reference).Vm().Delete(env, reference, true);
 }
-void JNICALL DeleteLocalRef(JNIEnv* env, jobject reference) {
+QV_JNI(void, DeleteLocalRef, jobject reference) {
   Entry(env, "DeleteLocalRef", reference).Vm().Delete(env, reference, false);
 }
 
 // -- exceptions --
 
-jthrowable JNICALL ExceptionOccurred(JNIEnv* env) {
+QV_JNI(jthrowable, ExceptionOccurred) {
   const Entry call(env, "ExceptionOccurred");
   return call.Jni().Pending() != nullptr ? call.Local<jthrowable>(call.Jni().Pending()) : nullptr;
 }
-jboolean JNICALL ExceptionCheck(JNIEnv* env) {
+QV_JNI(jboolean, ExceptionCheck) {
   return Entry(env, "ExceptionCheck").Jni().Pending() != nullptr ? JNI_TRUE : JNI_FALSE;
 }
-void JNICALL ExceptionDescribe(JNIEnv* env) { Entry(env, "ExceptionDescribe").Jni().SetPending(nullptr); }
-void JNICALL ExceptionClear(JNIEnv* env) { Entry(env, "ExceptionClear").Jni().SetPending(nullptr); }
+QV_JNI(void, ExceptionDescribe) { Entry(env, "ExceptionDescribe").Jni().SetPending(nullptr); }
+QV_JNI(void, ExceptionClear) { Entry(env, "ExceptionClear").Jni().SetPending(nullptr); }
 
 // -- calls --
 
@@ -185,7 +207,7 @@ jvalue Call(JNIEnv* env, const char* function, jobject target, jmethodID id, va_
   return result;
 }
 
-jobject JNICALL CallObjectMethod(JNIEnv* env, jobject target, jmethodID id, ...) {
+QV_JNI(jobject, CallObjectMethod, jobject target, jmethodID id, ...) {
   va_list list;
   va_start(list, id);
   const jvalue result = Call(env, "CallObjectMethod", target, id, list);
@@ -193,9 +215,9 @@ jobject JNICALL CallObjectMethod(JNIEnv* env, jobject target, jmethodID id, ...)
   return result.l;
 }
 
-#define QV_FAKE_CALL(Type, Target, Name, member)                              \
-  Type JNICALL Name(JNIEnv* env, Target target, jmethodID id, va_list list) { \
-    return static_cast<Type>(Call(env, #Name, target, id, list) member);      \
+#define QV_FAKE_CALL(Type, Target, Name, member)                         \
+  QV_JNI(Type, Name, Target target, jmethodID id, va_list list) {        \
+    return static_cast<Type>(Call(env, #Name, target, id, list) member); \
   }
 QV_FAKE_CALL(jobject, jobject, CallObjectMethodV, .l)
 QV_FAKE_CALL(jboolean, jobject, CallBooleanMethodV, .z)
@@ -215,12 +237,8 @@ jvalue Field(JNIEnv* env, const char* function, jclass cls, jfieldID id) {
   const Entry call(env, function, cls, member.name + ":" + member.signature);
   return Answer(call, member, call.Look(cls), {});
 }
-jint JNICALL GetStaticIntField(JNIEnv* env, jclass cls, jfieldID id) {
-  return Field(env, "GetStaticIntField", cls, id).i;
-}
-jshort JNICALL GetStaticShortField(JNIEnv* env, jclass cls, jfieldID id) {
-  return Field(env, "GetStaticShortField", cls, id).s;
-}
+QV_JNI(jint, GetStaticIntField, jclass cls, jfieldID id) { return Field(env, "GetStaticIntField", cls, id).i; }
+QV_JNI(jshort, GetStaticShortField, jclass cls, jfieldID id) { return Field(env, "GetStaticShortField", cls, id).s; }
 
 // A constructor's answer is that of "<init>"; without one it gives an object named after its class and arguments.
 jobject Construct(JNIEnv* env, const char* function, jclass cls, jmethodID id, va_list list) {
@@ -233,28 +251,28 @@ jobject Construct(JNIEnv* env, const char* function, jclass cls, jmethodID id, v
   if (call.Vm().answers.contains("<init>")) return Answer(call, member, thing, arguments).l;
   return call.Local(Object(thing->label + "(" + (given.empty() ? "" : given.substr(2)) + ")"));
 }
-jobject JNICALL NewObject(JNIEnv* env, jclass cls, jmethodID id, ...) {
+QV_JNI(jobject, NewObject, jclass cls, jmethodID id, ...) {
   va_list list;
   va_start(list, id);
   const jobject made = Construct(env, "NewObject", cls, id, list);
   va_end(list);
   return made;
 }
-jobject JNICALL NewObjectV(JNIEnv* env, jclass cls, jmethodID id, va_list list) {
+QV_JNI(jobject, NewObjectV, jclass cls, jmethodID id, va_list list) {
   return Construct(env, "NewObjectV", cls, id, list);
 }
 
 // -- strings --
 
-jstring JNICALL NewString(JNIEnv* env, const jchar* units, jsize length) {
+QV_JNI(jstring, NewString, const jchar* units, jsize length) {
   const Thing text = Text(std::wstring(units, units + length));
   const Entry call(env, "NewString", text->label, length);
   return call.Failed() ? nullptr : call.Local<jstring>(text);
 }
-jsize JNICALL GetStringLength(JNIEnv* env, jstring string) {
+QV_JNI(jsize, GetStringLength, jstring string) {
   return static_cast<jsize>(Entry(env, "GetStringLength", string).Look(string)->text.size());
 }
-const jchar* JNICALL GetStringChars(JNIEnv* env, jstring string, jboolean* isCopy) {
+QV_JNI(const jchar*, GetStringChars, jstring string, jboolean* isCopy) {
   const Entry call(env, "GetStringChars", string);
   const std::wstring& text = call.Look(string)->text;
   if (isCopy != nullptr) *isCopy = JNI_TRUE;
@@ -262,12 +280,12 @@ const jchar* JNICALL GetStringChars(JNIEnv* env, jstring string, jboolean* isCop
   const char* const bytes = reinterpret_cast<const char*>(text.data());
   return static_cast<const jchar*>(call.Vm().Pin({bytes, bytes + text.size() * sizeof(jchar)}));
 }
-void JNICALL ReleaseStringChars(JNIEnv* env, jstring string, const jchar* units) {
+QV_JNI(void, ReleaseStringChars, jstring string, const jchar* units) {
   const Entry call(env, "ReleaseStringChars", string, std::string(units != nullptr ? "characters" : "null"));
   call.Look(string);
   if (units != nullptr) call.Vm().Unpin(units, "ReleaseStringChars");
 }
-void JNICALL GetStringRegion(JNIEnv* env, jstring string, jsize start, jsize length, jchar* buffer) {
+QV_JNI(void, GetStringRegion, jstring string, jsize start, jsize length, jchar* buffer) {
   const Entry call(env, "GetStringRegion", string, start, length);
   const std::wstring part = call.Look(string)->text.substr(static_cast<size_t>(start), static_cast<size_t>(length));
   std::copy(part.begin(), part.end(), buffer);
@@ -285,14 +303,14 @@ Array NewArray(const Entry& call, FakeThing::Kind kind, const char* label, jsize
   fill(*array, static_cast<size_t>(length));
   return call.Local<Array>(array);
 }
-jobjectArray JNICALL NewObjectArray(JNIEnv* env, jsize length, jclass cls, jobject initial) {
+QV_JNI(jobjectArray, NewObjectArray, jsize length, jclass cls, jobject initial) {
   const Entry call(env, "NewObjectArray", length, cls, initial);
   call.Look(cls);
   return NewArray<jobjectArray>(
       call, FakeThing::Kind::ObjectArray, "array", length,
       [element = call.Look(initial)](FakeThing& array, size_t count) { array.elements.assign(count, element); });
 }
-void JNICALL SetObjectArrayElement(JNIEnv* env, jobjectArray array, jsize index, jobject value) {
+QV_JNI(void, SetObjectArrayElement, jobjectArray array, jsize index, jobject value) {
   const Entry call(env, "SetObjectArrayElement", array, index, value);
   const Thing thing = call.Look(array);
   const Thing element = call.Look(value);
@@ -303,18 +321,18 @@ void JNICALL SetObjectArrayElement(JNIEnv* env, jobjectArray array, jsize index,
     thing->elements[static_cast<size_t>(index)] = element;
   }
 }
-jbyteArray JNICALL NewByteArray(JNIEnv* env, jsize length) {
+QV_JNI(jbyteArray, NewByteArray, jsize length) {
   return NewArray<jbyteArray>(Entry(env, "NewByteArray", length), FakeThing::Kind::ByteArray, "bytes", length,
                               [](FakeThing& array, size_t count) { array.bytes.resize(count); });
 }
-jbyte* JNICALL GetByteArrayElements(JNIEnv* env, jbyteArray array, jboolean* isCopy) {
+QV_JNI(jbyte*, GetByteArrayElements, jbyteArray array, jboolean* isCopy) {
   const Entry call(env, "GetByteArrayElements", array);
   const Thing thing = call.Look(array);
   if (isCopy != nullptr) *isCopy = JNI_TRUE;
   if (call.Failed()) return nullptr;
   return static_cast<jbyte*>(call.Vm().Pin({thing->bytes.begin(), thing->bytes.end()}));
 }
-void JNICALL ReleaseByteArrayElements(JNIEnv* env, jbyteArray array, jbyte* elements, jint mode) {
+QV_JNI(void, ReleaseByteArrayElements, jbyteArray array, jbyte* elements, jint mode) {
   const Entry call(env, "ReleaseByteArrayElements", array, mode);
   const Thing thing = call.Look(array);
   const std::vector<char> content = call.Vm().Unpin(elements, "ReleaseByteArrayElements");
@@ -322,65 +340,7 @@ void JNICALL ReleaseByteArrayElements(JNIEnv* env, jbyteArray array, jbyte* elem
   call.Failed();
 }
 
-// -- the tables --
-
-template <size_t Index>
-void* Trap() {
-  constexpr size_t kReserved = 4;
-  ADD_FAILURE() << "JNI function " << (Index < kReserved ? "(reserved)" : kJniNames[Index - kReserved])
-                << " is not expected here";
-  return nullptr;
-}
-
-template <size_t... Index>
-void FillWithTraps(JNINativeInterface_& table, std::index_sequence<Index...>) {
-  auto* const entries = reinterpret_cast<void**>(&table);
-  ((entries[Index] = reinterpret_cast<void*>(&Trap<Index>)), ...);
-}
-JNINativeInterface_ MakeJniTable() {
-  JNINativeInterface_ table{};
-  FillWithTraps(table, std::make_index_sequence<sizeof(JNINativeInterface_) / sizeof(void*)>());
-#define QV_OPEN(Name) table.Name = Name
-  QV_OPEN(FindClass);
-  QV_OPEN(GetMethodID);
-  QV_OPEN(GetStaticMethodID);
-  QV_OPEN(GetStaticFieldID);
-  QV_OPEN(NewGlobalRef);
-  QV_OPEN(DeleteGlobalRef);
-  QV_OPEN(DeleteLocalRef);
-  QV_OPEN(ExceptionOccurred);
-  QV_OPEN(ExceptionCheck);
-  QV_OPEN(ExceptionDescribe);
-  QV_OPEN(ExceptionClear);
-  QV_OPEN(CallObjectMethod);
-  QV_OPEN(CallObjectMethodV);
-  QV_OPEN(CallBooleanMethodV);
-  QV_OPEN(CallByteMethodV);
-  QV_OPEN(CallShortMethodV);
-  QV_OPEN(CallIntMethodV);
-  QV_OPEN(CallLongMethodV);
-  QV_OPEN(CallFloatMethodV);
-  QV_OPEN(CallDoubleMethodV);
-  QV_OPEN(CallVoidMethodV);
-  QV_OPEN(CallStaticObjectMethodV);
-  QV_OPEN(CallStaticBooleanMethodV);
-  QV_OPEN(GetStaticIntField);
-  QV_OPEN(GetStaticShortField);
-  QV_OPEN(NewObject);
-  QV_OPEN(NewObjectV);
-  QV_OPEN(NewString);
-  QV_OPEN(GetStringLength);
-  QV_OPEN(GetStringChars);
-  QV_OPEN(ReleaseStringChars);
-  QV_OPEN(GetStringRegion);
-  QV_OPEN(NewObjectArray);
-  QV_OPEN(SetObjectArrayElement);
-  QV_OPEN(NewByteArray);
-  QV_OPEN(GetByteArrayElements);
-  QV_OPEN(ReleaseByteArrayElements);
-#undef QV_OPEN
-  return table;
-}
+#undef QV_JNI
 
 // -- the invocation table --
 
@@ -393,29 +353,23 @@ jint JNICALL Attach(JavaVM* vm, void** env, void* arguments) {
 }
 jint JNICALL Detach(JavaVM* vm) { return OwnerOf(vm).Detach(); }
 
-jint JNICALL DestroyTrap(JavaVM*) {
-  ADD_FAILURE() << "DestroyJavaVM is not expected here";
-  return JNI_ERR;
-}
-jint JNICALL GetEnvTrap(JavaVM*, void**, jint) {
-  ADD_FAILURE() << "GetEnv is not expected here";
-  return JNI_ERR;
-}
-jint JNICALL DaemonTrap(JavaVM*, void**, void*) {
-  ADD_FAILURE() << "AttachCurrentThreadAsDaemon is not expected here";
-  return JNI_ERR;
-}
+#define QV_TRAP(Name, ...)                                \
+  jint JNICALL Name(JavaVM* __VA_OPT__(, ) __VA_ARGS__) { \
+    ADD_FAILURE() << #Name " is not expected here";       \
+    return JNI_ERR;                                       \
+  }
+QV_TRAP(DestroyJavaVM)
+QV_TRAP(GetEnv, void**, jint)
+QV_TRAP(AttachCurrentThreadAsDaemon, void**, void*)
+#undef QV_TRAP
 
 }  // namespace
 
-const JNINativeInterface_* FakeJniTable() {
-  static const JNINativeInterface_ table = MakeJniTable();
-  return &table;
-}
+const JNINativeInterface_* FakeJniTable() { return &g_table; }
 
 const JNIInvokeInterface_* FakeVmTable() {
-  static const JNIInvokeInterface_ table = {nullptr, nullptr, nullptr,    DestroyTrap,
-                                            Attach,  Detach,  GetEnvTrap, DaemonTrap};
+  static const JNIInvokeInterface_ table = {nullptr, nullptr, nullptr, DestroyJavaVM,
+                                            Attach,  Detach,  GetEnv,  AttachCurrentThreadAsDaemon};
   return &table;
 }
 
