@@ -170,14 +170,12 @@ TEST_F(ByteCopies, AnExceptionAfterTheReleaseIsReported) {
 }
 
 TEST_F(ByteCopies, TheArrayGoesThroughSlot7) {
-  static qv_jobject other;
   ForBoth([&](const auto& copy) {
-    other = Jni().GivenBytes({7, 8});
-    Watch().Replace(
-        7, +[](void*, qv_jobject* out, qv_jobject) -> int32_t {
-          *out = other;
-          return S_OK;
-        });
+    qv_jobject const other = Jni().GivenBytes({7, 8});
+    Watch().Replace<7>([&](void*, qv_jobject* out, qv_jobject) {
+      *out = other;
+      return S_OK;
+    });
     m_array = Jni().GivenBytes({1, 2});
     EXPECT_EQ(copy(), S_OK);
     EXPECT_EQ(Behind(Jni(), m_array).bytes, (std::vector<jbyte>{1, 2}));

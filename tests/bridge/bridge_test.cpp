@@ -1,8 +1,6 @@
 // The service joins the recorded VM in the ordinary way: its look for existing VMs finds that one.
 #include "tests/bridge/bridge_test.h"
 
-#include <atomic>
-
 namespace qvtest {
 namespace {
 
@@ -14,17 +12,6 @@ jint JNICALL GetCreatedJavaVMs(JavaVM** vms, jsize capacity, jsize* count) {
   *count = 1;
   return JNI_OK;
 }
-
-std::wstring g_classPath;
-int32_t g_classPathStatus = 0;
-std::atomic<int> g_classPathCalls = 0;
-int32_t AnswerClassPath(void*, IQvString** text) {
-  ++g_classPathCalls;
-  const int32_t made = QvshrCreateString(g_classPath.c_str(), text);
-  return made < 0 ? made : g_classPathStatus;
-}
-
-qv_jnienv NoEnvironment(void*) { return nullptr; }
 
 }  // namespace
 
@@ -52,12 +39,6 @@ Lines CaptureOf(const std::string& throwable, const std::string& text) {
           "slot 16 GetStringChars", kEnvironment, "slot 15 GetStringLength", kEnvironment,
           "GetStringLength(" + string + ")", "GetStringChars(" + string + ")",
           "ReleaseStringChars(" + string + ", characters)", "slot 58 ExceptionClear", "ExceptionClear()"};
-}
-
-Lines JniCaptureOf(const std::string& throwable, const std::string& text) {
-  Lines lines = CaptureOf(throwable, text);
-  std::erase_if(lines, [](const std::string& line) { return line.starts_with("slot "); });
-  return lines;
 }
 
 Lines Entered(size_t slot) { return {SlotLine(slot), kEnvironment}; }
@@ -167,14 +148,16 @@ SlotTable& BridgeTest::Watch() {
 }
 
 void BridgeTest::ServeClassPath(const std::wstring& text, int32_t status) {
-  g_classPath = text;
-  g_classPathStatus = status;
-  g_classPathCalls = 0;
-  Watch().Replace(55, AnswerClassPath);
+  m_classPathCalls = 0;
+  Watch().Replace<55>([=, this](void*, IQvString** out) {
+    ++m_classPathCalls;
+    const int32_t made = QvshrCreateString(text.c_str(), out);
+    return made < 0 ? made : status;
+  });
 }
 
-int BridgeTest::ClassPathCalls() { return g_classPathCalls; }
-
-void BridgeTest::TakeEnvironmentAway() { Watch().Replace(QV_SLOT_ACQUIRE_THREAD_ENV, NoEnvironment); }
+void BridgeTest::TakeEnvironmentAway() {
+  Watch().Replace<QV_SLOT_ACQUIRE_THREAD_ENV>([](void*) { return qv_jnienv{}; });
+}
 
 }  // namespace qvtest

@@ -2,6 +2,7 @@
 // one service object. Whatever a test leaves in the host library's books or pinned in the VM fails it.
 #pragma once
 
+#include <atomic>
 #include <optional>
 #include <ostream>
 
@@ -36,8 +37,6 @@ std::vector<T> operator+(std::vector<T> left, const std::vector<T>& right) {
 
 // What CaptureException does in a JVM that knows java/lang/Throwable, from its first look on: slots and JNI calls.
 Lines CaptureOf(const std::string& throwable, const std::string& text);
-// The same without a watched table: the JNI calls alone.
-Lines JniCaptureOf(const std::string& throwable, const std::string& text);
 // A look that finds nothing.
 inline const Lines kNothingPending = {"slot 59 CaptureException", "ExceptionOccurred()"};
 inline const std::string kEnvironment = "slot 60 AcquireThreadEnv";
@@ -91,7 +90,7 @@ class BridgeTest : public testing::Test {
   // What slot 55 hands out from now on; with a failure there is a text that must not be used.
   void ServeClassPath(const std::wstring& text, int32_t status = S_OK);
   // How often it was asked since then.
-  static int ClassPathCalls();
+  [[nodiscard]] int ClassPathCalls() const { return m_classPathCalls; }
   // No environment for anybody from now on, and nothing that says why.
   void TakeEnvironmentAway();
 
@@ -112,6 +111,7 @@ class BridgeTest : public testing::Test {
   CQV_JNIVMManager* m_object = nullptr;
   std::unique_ptr<SlotTable> m_slots;
   std::optional<LedgerCheck> m_ledger;
+  std::atomic<int> m_classPathCalls = 0;
 };
 
 }  // namespace qvtest

@@ -115,34 +115,25 @@ TEST_F(CallFrame, ReferencesStringsAndConstructionLeaveTheRecordOfBefore) {
   }
 }
 
-// A slot 59 that answers as it is told.
-int32_t g_answer = 0;
-ErrorRecord** g_where = nullptr;
-qv_jnienv g_environment = nullptr;
-bool g_makeRecord = false;
-int32_t AnswerCapture(void*, ErrorRecord** record, qv_jnienv env) {
-  g_where = record;
-  g_environment = env;
-  if (g_makeRecord) *record = qv::NewErrorRecord(L"from slot 59", 5);
-  return g_answer;
-}
-
 TEST_F(CallFrame, Slot59GetsTheObjectsOwnRecordAndItsAnswerDecides) {
   ForEach([&](const Operation& row, size_t slot) {
     if (slot == kNewStringArray) return;
-    Watch().Replace(59, AnswerCapture);
-    g_makeRecord = true;
-    g_answer = 1;
+    int32_t answer = 1;
+    bool makeRecord = true;
+    Watch().Replace<59>([&](void*, ErrorRecord** record, qv_jnienv env) {
+      EXPECT_EQ(record, Object().RecordSlot());
+      EXPECT_EQ(env, &Jni());
+      if (makeRecord) *record = qv::NewErrorRecord(L"from slot 59", 5);
+      return answer;
+    });
     EXPECT_EQ(row.call(Api(), Jni()), E_FAIL);
-    EXPECT_EQ(g_where, Object().RecordSlot());
-    EXPECT_EQ(g_environment, &Jni());
     EXPECT_EQ(ObjectRecord(), Record(L"from slot 59", -1001));
-    g_makeRecord = false;
+    makeRecord = false;
     EXPECT_EQ(row.call(Api(), Jni()), E_FAIL) << "1 without a record";
     EXPECT_EQ(ObjectRecord(), kNoRecord);
-    for (const int32_t answer : {0, 2, -1}) {
-      g_answer = answer;
-      EXPECT_EQ(row.call(Api(), Jni()), S_OK) << answer;
+    for (const int32_t other : {0, 2, -1}) {
+      answer = other;
+      EXPECT_EQ(row.call(Api(), Jni()), S_OK) << other;
     }
   });
 }

@@ -111,63 +111,49 @@ TEST_F(Capture, TextsAreTakenUnitForUnitAndCutAt511) {
   }
 }
 
-// What a replaced slot 16 was given.
-std::vector<int32_t> g_sizes;
-int32_t g_copyResult = 0;
-
-int32_t CopyNothing(void*, wchar_t* buffer, int32_t* size, qv_jstring) {
-  g_sizes.push_back(*size);
-  constexpr std::wstring_view kText = L"from slot 16";
-  buffer[kText.copy(buffer, kText.size())] = L'\0';
-  return g_copyResult;
-}
-
 TEST_F(Capture, TheTextComesThroughSlot16WithASizeOf512UnlessThatDoesNotReturnZero) {
   for (const int32_t result : {S_OK, E_FAIL, E_INVALIDARG, S_FALSE}) {
     SCOPED_TRACE(result);
-    g_copyResult = result;
+    std::vector<int32_t> sizes;
     LeavePending(L"java.lang.Error");
-    Watch().Replace(16, CopyNothing);
+    Watch().Replace<16>([&](void*, wchar_t* buffer, int32_t* size, qv_jstring) {
+      sizes.push_back(*size);
+      constexpr std::wstring_view kText = L"from slot 16";
+      buffer[kText.copy(buffer, kText.size())] = L'\0';
+      return result;
+    });
     EXPECT_EQ(Take(), result == S_OK ? (Captured{1, Record(L"from slot 16", 0)}) : kUnknownException);
-    EXPECT_EQ(std::exchange(g_sizes, {}), (std::vector<int32_t>{512}));
+    EXPECT_EQ(sizes, (std::vector<int32_t>{512}));
     Renew();
   }
 }
 
-std::string g_className;
-qv_jclass g_class = nullptr;
-
-int32_t FindAnother(void*, qv_jclass* out, const char* name) {
-  g_className = name;
-  *out = g_class;
-  return E_FAIL;
-}
-
 TEST_F(Capture, TheClassComesThroughSlot12AndCountsWhateverTheStatusIs) {
   LeavePending(L"java.lang.Error");
-  g_class = Jni().GivenClass("another");
-  Watch().Replace(12, FindAnother);
+  std::string asked;
+  Watch().Replace<12>([&](void*, qv_jclass* out, const char* name) {
+    asked = name;
+    *out = Jni().GivenClass("another");
+    return E_FAIL;
+  });
   EXPECT_EQ(Take(), (Captured{1, Record(L"java.lang.Error", 0)}));
-  EXPECT_EQ(g_className, "java/lang/Throwable");
+  EXPECT_EQ(asked, "java/lang/Throwable");
   const Lines log = Log();
   EXPECT_NE(std::find(log.begin(), log.end(), "GetMethodID(another, \"toString\", \"()Ljava/lang/String;\")"),
             log.end());
 }
 
-std::vector<qv_jnienv> g_cleared;
-
 TEST_F(Capture, TheFinalClearGoesThroughSlot58WithTheSameEnvironment) {
   for (const bool readable : {true, false}) {
-    g_cleared.clear();
+    std::vector<qv_jnienv> cleared;
     LeavePending();
     if (!readable) Java().missingMembers = {"toString"};
-    Watch().Replace(
-        58, +[](void*, qv_jnienv env) {
-          g_cleared.push_back(env);
-          static_cast<FakeJni*>(static_cast<JNIEnv*>(env))->SetPending(nullptr);
-        });
+    Watch().Replace<58>([&](void*, qv_jnienv env) {
+      cleared.push_back(env);
+      Jni().SetPending(nullptr);
+    });
     Take();
-    EXPECT_EQ(g_cleared, (std::vector<qv_jnienv>{&Jni(), &Jni()})) << "once in the look-up, once at the end";
+    EXPECT_EQ(cleared, (std::vector<qv_jnienv>{&Jni(), &Jni()})) << "once in the look-up, once at the end";
     Renew();
   }
 }

@@ -51,16 +51,14 @@ TEST_F(ClassLookup, TheServicesOwnTextIsCutAt511Characters) {
 }
 
 TEST_F(ClassLookup, TheErrorIsCapturedThroughSlot59IntoAPointerOfItsOwn) {
-  static ErrorRecord** where = nullptr;
+  ErrorRecord** where = nullptr;
   SetCreated(true);
   GiveObjectRecord(L"from before", 7);
-
-  Watch().Replace(
-      59, +[](void*, ErrorRecord** record, qv_jnienv) -> int32_t {
-        where = record;
-        *record = qv::NewErrorRecord(L"from slot 59", 3);
-        return 1;
-      });
+  Watch().Replace<59>([&](void*, ErrorRecord** record, qv_jnienv) {
+    where = record;
+    *record = qv::NewErrorRecord(L"from slot 59", 3);
+    return int32_t{1};
+  });
   ExpectNotFound("no/Such");
   EXPECT_NE(where, Object().RecordSlot());
   EXPECT_EQ(ObjectRecord(), Record(L"from slot 59", 3));
@@ -141,65 +139,52 @@ TEST_F(Fallback, TheNameIsWidenedInTheCurrentCodePageOrCountsAsNoString) {
   EXPECT_EQ(record.code, 0);
 }
 
-// What a replaced slot 33 was given.
-struct LoadCall {
-  qv_jclass* result;
-  qv_jclass cls;
-  qv_jobject object;
-  std::string method;
-  qv_jobject argument;
-};
-LoadCall g_load;
-qv_jclass g_loaded = nullptr;
-int32_t RecordLoad(void*, qv_jobject* result, qv_jclass cls, qv_jobject object, const char* name, const char* signature,
-                   qv_jobject argument) {
-  g_load = {result, cls, object, std::string(name) + signature, argument};
-  *result = g_loaded;
-  return g_loaded != nullptr ? E_FAIL : S_OK;
-}
-
 TEST_F(Fallback, Slot33GetsTheCallersPointerEvenWithoutALoader) {
-  SlotTable& slots = Watch();
-  ServeClassPath(L"");
-  slots.Replace(33, RecordLoad);
+  int calls = 0;
   qv_jclass found = nullptr;
+  ServeClassPath(L"");
+  Watch().Replace<33>([&](void*, qv_jobject* result, qv_jclass cls, qv_jobject object, const char* name,
+                          const char* signature, qv_jobject argument) {
+    ++calls;
+    EXPECT_EQ(result, &found);
+    EXPECT_EQ(Java().Label(cls), "java/net/URLClassLoader");
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(std::string(name) + signature, "loadClass(Ljava/lang/String;)Ljava/lang/Class;");
+    EXPECT_EQ(Java().Label(argument), "\"a.B\"");
+    *result = nullptr;
+    return S_OK;
+  });
   EXPECT_EQ(Api().FindClass(&found, "a/B"), E_FAIL);
-  EXPECT_EQ(g_load.result, &found);
-  EXPECT_EQ(Java().Label(g_load.cls), "java/net/URLClassLoader");
-  EXPECT_EQ(g_load.object, nullptr);
-  EXPECT_EQ(g_load.method, "loadClass(Ljava/lang/String;)Ljava/lang/Class;");
-  EXPECT_EQ(Java().Label(g_load.argument), "\"a.B\"");
+  EXPECT_EQ(calls, 1);
 }
 
 TEST_F(Fallback, AClassThatCameBackCountsAndTheStatusIsThatOfTheBuild) {
-  g_loaded = Jni().GivenClass("a/B");
-  Watch().Replace(33, RecordLoad);
+  qv_jclass const loaded = Jni().GivenClass("a/B");
+  Watch().Replace<33>([&](void*, qv_jobject* result, qv_jclass, qv_jobject, const char*, const char*, qv_jobject) {
+    *result = loaded;
+    return E_FAIL;
+  });
   for (const int32_t status : {0, 5}) {
     ServeClassPath(L"", status);
     qv_jclass found = nullptr;
     EXPECT_EQ(Api().FindClass(&found, "a/B"), status);
-    EXPECT_EQ(found, g_loaded);
+    EXPECT_EQ(found, loaded);
   }
-  g_loaded = nullptr;
 }
 
 TEST_F(Fallback, ThroughSlots14And8GoesTheNameAsAString) {
-  static qv_jobject deleted;
-  static qv_jstring made;
-  made = Jni().GivenString(L"replaced");
+  qv_jobject deleted = nullptr;
+  qv_jstring const made = Jni().GivenString(L"replaced");
   GiveLoader();
-  SlotTable& slots = Watch();
-  slots.Replace(
-      14, +[](void*, qv_jstring* out, const wchar_t* text) -> int32_t {
-        EXPECT_STREQ(text, L"a.B");
-        *out = made;
-        return S_OK;
-      });
-  slots.Replace(
-      8, +[](void*, qv_jobject reference) -> int32_t {
-        deleted = reference;
-        return S_OK;
-      });
+  Watch().Replace<14>([&](void*, qv_jstring* out, const wchar_t* text) {
+    EXPECT_STREQ(text, L"a.B");
+    *out = made;
+    return S_OK;
+  });
+  Watch().Replace<8>([&](void*, qv_jobject reference) {
+    deleted = reference;
+    return S_OK;
+  });
   ExpectNotFound("a/B");
   EXPECT_EQ(ObjectRecord(), Record(L"java.lang.ClassNotFoundException: replaced", -1001));
   EXPECT_EQ(deleted, made);

@@ -243,7 +243,7 @@ void AddClassLookup(Table& table) {
        .prepare =
            [](FakeVm& java, IQV_JavaVM&, SlotTable& slots) {
              java.loaderClasses = {"a.B"};
-             slots.Replace(55, ClassPathA);
+             slots.Replace<55>(ClassPathA);
            },
        .call = FindSuchClass,
        .withoutMemory =  // the class path's string object, the copy of its text, the name of the class
@@ -272,7 +272,7 @@ void AddClassLookup(Table& table) {
        .prepare =
            [](FakeVm& java, IQV_JavaVM& vm, SlotTable& slots) {
              java.loaderClasses = {"first.One"};
-             slots.Replace(55, ClassPathA);
+             slots.Replace<55>(ClassPathA);
              qv_jclass first = nullptr;
              EXPECT_EQ(vm.FindClass(&first, "first/One"), S_OK);
            },

@@ -59,33 +59,27 @@ struct LogPathScope : private Pinned {
   ~LogPathScope() { JVMConfigInfo().SetLogFilePath(nullptr); }
 };
 
-TEST_F(Queries, SettingALogFileNameStartsANewLogAndSwitchesItOnAndWithoutOneItIsVmOut) {
+TEST_F(Queries, SettingALogFileNameStartsANewLogAndSwitchesItOnAndWithoutOneOrMemoryForItItIsVmOut) {
   const LogPathScope scope;
   EXPECT_EQ(LogFileName(), L"vm.out");
 
   TakeEnvironmentAway();
-  for (const wchar_t* const path : {L"C:\\first.log", L"C:\\second \x00E9.log", L""}) {
+  const auto set = [&](const wchar_t* path) {
     g_bJvmLogStarted = true;
     g_bJvmLogEnabled = 0;
     EXPECT_EQ(Api().SetLogFileName(path), S_OK);
     EXPECT_FALSE(g_bJvmLogStarted);
     EXPECT_EQ(g_bJvmLogEnabled, 1);
+  };
+  for (const wchar_t* const path : {L"", L"C:\\second \x00E9.log", L"C:\\first.log"}) {
+    set(path);
     EXPECT_EQ(LogFileName(), path);
   }
-}
-
-TEST_F(Queries, ALogFileNameThatFindsNoMemoryIsVmOutAndASuccess) {
-  const LogPathScope scope;
-  EXPECT_EQ(Api().SetLogFileName(L"C:\\first.log"), S_OK);
   {
     const FailCall fault(kQvshrCallCreateString, 1);
-    g_bJvmLogStarted = true;
-    g_bJvmLogEnabled = 0;
-    EXPECT_EQ(Api().SetLogFileName(L"C:\\second.log"), S_OK);
+    set(L"C:\\second.log");
     EXPECT_TRUE(fault.Fired());
   }
-  EXPECT_FALSE(g_bJvmLogStarted);
-  EXPECT_EQ(g_bJvmLogEnabled, 1);
   EXPECT_EQ(LogFileName(), L"vm.out");
 }
 
@@ -187,17 +181,13 @@ TEST_F(Properties, WithoutAnEnvironmentThereIsNoAnswer) {
   });
 }
 
-int32_t g_status = 0;
-int32_t AnswerStringValue(void*, IQvString** text, qv_jstring) {
-  *text = nullptr;
-  return g_status < 0 || QvshrCreateString(L"from slot 17", text) < 0 ? E_OUTOFMEMORY : g_status;
-}
-
 TEST_F(Properties, TheStatusOfSlot17IsHandedOn) {
   ForEach([&](const Property& row) {
-    Watch().Replace(17, AnswerStringValue);
     for (const int32_t status : {E_OUTOFMEMORY, S_FALSE}) {
-      g_status = status;
+      Watch().Replace<17>([&](void*, IQvString** text, qv_jstring) {
+        *text = nullptr;
+        return status < 0 || QvshrCreateString(L"from slot 17", text) < 0 ? E_OUTOFMEMORY : status;
+      });
       EXPECT_EQ(Get(row), status);
     }
   });

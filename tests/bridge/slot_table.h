@@ -19,12 +19,11 @@ class SlotTable {
   SlotTable(const SlotTable&) = delete;
   SlotTable& operator=(const SlotTable&) = delete;
 
-  // From now on this function stands in the slot; its first argument is the object.
-  template <class Result, class... Arguments>
-  void Replace(size_t slot, Result (*function)(void*, Arguments...)) {
-    m_targets[slot] = reinterpret_cast<void*>(function);
+  // From now on this answer stands in the slot, which may hold what it needs; its first argument is the object.
+  template <size_t Slot, class Answer>
+  void Replace(Answer answer) {
+    m_targets[Slot] = Answering<Slot>(std::function(std::move(answer)));
   }
-  void Restore(size_t slot) { m_targets[slot] = m_original[slot]; }
   // The n-th call of the slot from now on, counted from 1, goes to this function and no further.
   void FailAt(size_t slot, int n, void* function) {
     m_faultSlot = slot;
@@ -41,6 +40,13 @@ class SlotTable {
   void RecordCall(size_t slot) const;
 
  private:
+  template <size_t Slot, class Result, class... Arguments>
+  static void* Answering(std::function<Result(Arguments...)> answer) {
+    static std::function<Result(Arguments...)> s_answer;
+    s_answer = std::move(answer);
+    return reinterpret_cast<void*>(+[](Arguments... arguments) { return s_answer(arguments...); });
+  }
+
   static constexpr size_t kBefore = 2;  // what a table has in front of its first slot: type information
 
   void*** m_object;

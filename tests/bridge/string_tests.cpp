@@ -64,18 +64,13 @@ TEST_F(Strings, AreReadUnitForUnit) {
   }
 }
 
-int32_t g_length = 0;
-
-int32_t ShorterLength(void*, int32_t* length, qv_jstring) {
-  *length = g_length;
-  return S_OK;
-}
-
 TEST_F(Strings, CopyingTakesItsLengthFromSlot15) {
   const jstring string = Jni().GivenString(L"whole");
   wchar_t buffer[512] = L"before";
-  Watch().Replace(15, ShorterLength);
-  g_length = 2;
+  Watch().Replace<15>([](void*, int32_t* length, qv_jstring) {
+    *length = 2;
+    return S_OK;
+  });
   EXPECT_EQ(Api().GetStringChars(buffer, nullptr, string), S_OK);
   EXPECT_STREQ(buffer, L"wh");
 }

@@ -143,19 +143,15 @@ TEST_F(Threads, RecordsAreReplacedAndReadUnderALockThatNeitherTheHostNorJavaSees
 }
 
 TEST_F(Threads, OfTwoLoadersBuiltAtOnceOneStaysAndTheOtherIsDeleted) {
-  static std::atomic<int> arrived;
-  static Event* both;
-  Event event;
-  both = &event;
-  arrived = 0;
+  std::atomic<int> arrived = 0;
+  const Event both;
   SetCreated(false);
   Java().loaderClasses = {"a.B"};
-  Watch().Replace(
-      55, +[](void*, IQvString** text) -> int32_t {
-        if (++arrived == 2) both->Set();
-        EXPECT_TRUE(both->Wait(kLimitMs));
-        return QvshrCreateString(L"a.jar", text);
-      });
+  Watch().Replace<55>([&](void*, IQvString** text) {
+    if (++arrived == 2) both.Set();
+    EXPECT_TRUE(both.Wait(kLimitMs));
+    return QvshrCreateString(L"a.jar", text);
+  });
   OnThreads(2, [&](int) {
     qv_jclass found = nullptr;
     EXPECT_EQ(Api().FindClass(&found, "a/B"), S_OK);

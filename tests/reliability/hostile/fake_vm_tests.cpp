@@ -72,7 +72,7 @@ int32_t OneArchive(void*, IQvString** text) { return QvshrCreateString(L"C:\\a.j
 TEST_F(HostileText, ClassNamesForTheLoader) {
   Try("6", "class names for the loader of a joined JVM", L"CLASS_NAMES", [&](const std::string& text) -> std::string {
     const GuardedText name(text);
-    Watch().Replace(55, OneArchive);
+    Watch().Replace<55>(OneArchive);
     if (Java().classes.contains(text)) return "";
     qv_jclass found = this;
     if (Api().FindClass(&found, name) != E_FAIL || found != nullptr) return "a class";
