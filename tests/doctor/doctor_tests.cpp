@@ -138,9 +138,7 @@ const Case kCases[] = {
     {"JavaHomeIsItsBinFolder", kUnknown, JavaHomeBelow(L"", L"java\\bin", L""), L"JAVA_HOME has no jvm.dll"},
     {"JavaHomeHidesTheRegisteredRuntime", kUnknown,
      [](SoundMachine& machine) {
-       const std::wstring key = L"Software\\JavaSoft\\Java Runtime Environment";
-       machine.registry.SetText(Hive::Machine, key, L"CurrentVersion", L"17");
-       machine.registry.SetText(Hive::Machine, key + L"\\17", L"JavaHome", machine.folder.Path(L"java"));
+       machine.registry.RegisterRuntime(L"17", machine.folder.Path(L"java"));
        machine.SetVariable(L"JAVA_HOME", std::wstring(L"C:\\gone"));
      },
      L"registered runtime is not looked for"},

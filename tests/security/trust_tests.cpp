@@ -21,7 +21,9 @@ void PlantClassFiles(const std::wstring& folder) {
   }
 }
 
-void NoRuntimeToDiscover(World& world) { world.Variable(L"JAVA_HOME", std::nullopt); }
+const Break kNoRuntimeToDiscover = Variable(L"JAVA_HOME", std::nullopt);
+const Break kPlantedOnPath = Variable(L"PATH", PlantedJvmFolder() + L";" + kSystemPath);
+const Break kInPlantedFolder = WorkFolder(PlantedJvmFolder());
 
 // What the host says of its start: that it failed, or which Java runs and whether that has the planted class.
 struct Outcome {
@@ -73,9 +75,8 @@ const Trust kRows[] = {
     {"JavaHome", Variable(L"JAVA_HOME", World::InstalledRuntime(21)), kPlantedRuntime},
     {"RegisteredRuntime",
      [](World& world) {
-       NoRuntimeToDiscover(world);
-       world.registry.SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"21");
-       world.registry.SetText(Hive::Machine, kJavaSoft + L"\\21", L"JavaHome", World::InstalledRuntime(21));
+       kNoRuntimeToDiscover(world);
+       world.registry.RegisterRuntime(L"21", World::InstalledRuntime(21));
      },
      kPlantedRuntime},
     {"ConfiguredRuntimeOfAKnownHost",
@@ -84,33 +85,12 @@ const Trust kRows[] = {
      },
      kPlantedRuntime, kQuovantHost},
     {"JavaHomeOfAKnownHost", Variable(L"JAVA_HOME", World::InstalledRuntime(21)), kAsMeant, kQuovantHost},
-    {"JvmDllOnPathWithoutARuntimeToDiscover",
-     [](World& world) {
-       NoRuntimeToDiscover(world);
-       world.Variable(L"PATH", PlantedJvmFolder() + L";" + kSystemPath);
-     },
-     kPlantedRuntime},
-    {"JvmDllOnPathBehindTheDiscoveredRuntime", Variable(L"PATH", PlantedJvmFolder() + L";" + kSystemPath), kAsMeant},
-    {"JvmDllInTheCurrentFolderWithoutARuntimeToDiscover",
-     [](World& world) {
-       NoRuntimeToDiscover(world);
-       world.workFolder = PlantedJvmFolder();
-     },
-     kPlantedRuntime},
-    {"JvmDllInTheCurrentFolderBeforeTheDiscoveredRuntime", [](World& world) { world.workFolder = PlantedJvmFolder(); },
-     kPlantedRuntime},
-    {"JvmDllInTheCurrentFolderThatTheHostDoesNotSearch",
-     [](World& world) {
-       world.workFolder = PlantedJvmFolder();
-       world.Argument(L"search", L"current");
-     },
-     kAsMeant},
-    {"JvmDllInTheCurrentFolderOfAHardenedHost",
-     [](World& world) {
-       world.workFolder = PlantedJvmFolder();
-       world.Argument(L"search", L"path");
-     },
-     kAsMeant},
+    {"JvmDllOnPathWithoutARuntimeToDiscover", kNoRuntimeToDiscover + kPlantedOnPath, kPlantedRuntime},
+    {"JvmDllOnPathBehindTheDiscoveredRuntime", kPlantedOnPath, kAsMeant},
+    {"JvmDllInTheCurrentFolderWithoutARuntimeToDiscover", kNoRuntimeToDiscover + kInPlantedFolder, kPlantedRuntime},
+    {"JvmDllInTheCurrentFolderBeforeTheDiscoveredRuntime", kInPlantedFolder, kPlantedRuntime},
+    {"JvmDllInTheCurrentFolderThatTheHostDoesNotSearch", kInPlantedFolder + Argument(L"search", L"current"), kAsMeant},
+    {"JvmDllInTheCurrentFolderOfAHardenedHost", kInPlantedFolder + Argument(L"search", L"path"), kAsMeant},
     {"JvmDllBesideTheHost",  // no JVM's library at all, and loaded all the same
      [](World& world) { world.folder.CopyIn(ProgramFolder() + L"\\unit_module.dll", L"host\\jvm.dll"); }, kNoJvm},
 

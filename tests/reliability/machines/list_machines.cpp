@@ -13,13 +13,12 @@ constexpr wchar_t kProperties[] = L"QVJVMprops";
 constexpr wchar_t kArchives[] = L"QVSysclasspath";
 
 // The options cannot be built; the registry is read again by every call.
-Machine Unconfigured(const char* name, Break breakIt, const Host& host = kUnknownHost, uint32_t boxes = 0) {
-  return {.name = name,
-          .breakIt = std::move(breakIt),
-          .first = First::Fails,
-          .second = Second::Starts,
-          .boxes = boxes,
-          .host = host};
+Machine Unconfigured(const char* name, Break breakIt, uint32_t boxes = 0) {
+  return {.name = name, .breakIt = std::move(breakIt), .first = First::Fails, .second = Second::Starts, .boxes = boxes};
+}
+Machine OfAKnownHost(Machine machine) {
+  machine.host = kQuovantHost;
+  return machine;
 }
 
 // A value of the options' list, of the archives' or of the product's key.
@@ -28,6 +27,9 @@ Break RawOption(const wchar_t* value, DWORD type, const Bytes& bytes) {
     world.Configure();
     world.Spoil().SetRaw(Hive::Machine, world.ConfigKey(kOptions), value, type, bytes);
   };
+}
+Break RawLocation(const wchar_t* value, DWORD type, const Bytes& bytes) {
+  return [=](World& world) { world.Spoil().SetRaw(Hive::Machine, world.ProductKey(), value, type, bytes); };
 }
 Break OptionCount(const wchar_t* count) {
   return [=](World& world) {
@@ -91,61 +93,40 @@ const Machine kLists[] = {
             world.Spoil().SetText(Hive::Machine, world.ConfigKey(kProperties), L"long", std::wstring(524287, L'v'));
           }),
 
-    Works("archive Count -5", ArchiveCount(L"-5"), "", kQuovantHost),
-    Works("archive Count 12abc", ArchiveCount(L"12abc"), "is 12, 2 present", kQuovantHost),
-    Works("archive Count 2147483647", ArchiveCount(L"2147483647"), "", kQuovantHost),
-    Works("archive Count 4294967300", ArchiveCount(L"4294967300"), "", kQuovantHost),
-    Works(
-        "archive Count 5, 3 present",
-        [](World& world) {
-          world.registry.SetText(Hive::Machine, world.ConfigKey(kArchives), L"4", L"C:\\five.jar");
-          world.Spoil().SetText(Hive::Machine, world.ConfigKey(kArchives), L"Count", L"5");
-        },
-        "", kQuovantHost),
-    Works(
-        "an archive of 1 MiB",
-        [](World& world) {
-          world.Spoil().SetRaw(Hive::Machine, world.ConfigKey(kArchives), L"1", REG_SZ,
-                               Unterminated(std::wstring(524288, L'a')));
-        },
-        "", kQuovantHost),
-    Works(
-        "the user's list with a Count of 2147483647",
-        [](World& world) {
-          const std::wstring list = std::wstring(kQuovantHost.root) + L"\\ClassPath";
-          world.registry.SetText(Hive::User, list, L"Count", L"2147483647");
-          world.registry.SetText(Hive::User, list, L"0", L"C:\\mine.jar");
-        },
-        "", kQuovantHost),
-    Unconfigured(
+    OfAKnownHost(Works("archive Count -5", ArchiveCount(L"-5"))),
+    OfAKnownHost(Works("archive Count 12abc", ArchiveCount(L"12abc"), "is 12, 2 present")),
+    OfAKnownHost(Works("archive Count 2147483647", ArchiveCount(L"2147483647"))),
+    OfAKnownHost(Works("archive Count 4294967300", ArchiveCount(L"4294967300"))),
+    OfAKnownHost(Works("archive Count 5, 3 present",
+                       [](World& world) {
+                         world.registry.SetText(Hive::Machine, world.ConfigKey(kArchives), L"4", L"C:\\five.jar");
+                         ArchiveCount(L"5")(world);
+                       })),
+    OfAKnownHost(Works("an archive of 1 MiB",
+                       [](World& world) {
+                         world.Spoil().SetRaw(Hive::Machine, world.ConfigKey(kArchives), L"1", REG_SZ,
+                                              Unterminated(std::wstring(524288, L'a')));
+                       })),
+    OfAKnownHost(Works("the user's list with a Count of 2147483647",
+                       [](World& world) {
+                         const std::wstring list = std::wstring(kQuovantHost.root) + L"\\ClassPath";
+                         world.registry.SetText(Hive::User, list, L"Count", L"2147483647");
+                         world.registry.SetText(Hive::User, list, L"0", L"C:\\mine.jar");
+                       })),
+    OfAKnownHost(Unconfigured(
         "archive Count is missing",
-        [](World& world) { world.Spoil().DeleteValue(Hive::Machine, world.ConfigKey(kArchives), L"Count"); },
-        kQuovantHost, 1),
-    Unconfigured("the archive list is missing", WithoutKey(kArchives), kQuovantHost, 1),
-    Unconfigured("the option list is missing", WithoutKey(kOptions), kQuovantHost),
-    Unconfigured("the properties are missing", WithoutKey(kProperties), kQuovantHost),
-    Unconfigured("the product's key is missing", WithoutProduct, kQuovantHost),
-    Unconfigured(
-        "JDKLocation is empty",
-        [](World& world) {
-          world.Spoil().SetText(Hive::Machine, world.ProductKey(), L"JDKLocation", L"");
-          world.NotFound();
-        },
-        kQuovantHost),
-    Unconfigured(
-        "JREBinLocation is a DWORD",
-        [](World& world) {
-          world.Spoil().SetRaw(Hive::Machine, world.ProductKey(), L"JREBinLocation", REG_DWORD, {1, 0, 0, 0});
-          world.NotFound();
-        },
-        kQuovantHost),
-    Works(
-        "JREBinLocation without its terminator",
-        [](World& world) {
-          const Bytes folder = Unterminated(world.runtime + L"\\bin\\server");
-          world.Spoil().SetRaw(Hive::Machine, world.ProductKey(), L"JREBinLocation", REG_SZ, folder);
-        },
-        "", kQuovantHost),
+        [](World& world) { world.Spoil().DeleteValue(Hive::Machine, world.ConfigKey(kArchives), L"Count"); }, 1)),
+    OfAKnownHost(Unconfigured("the archive list is missing", WithoutKey(kArchives), 1)),
+    OfAKnownHost(Unconfigured("the option list is missing", WithoutKey(kOptions))),
+    OfAKnownHost(Unconfigured("the properties are missing", WithoutKey(kProperties))),
+    OfAKnownHost(Unconfigured("the product's key is missing", WithoutProduct)),
+    OfAKnownHost(Unconfigured("JDKLocation is empty", RawLocation(L"JDKLocation", REG_SZ, {0, 0}) + NotFound)),
+    OfAKnownHost(
+        Unconfigured("JREBinLocation is a DWORD", RawLocation(L"JREBinLocation", REG_DWORD, {1, 0, 0, 0}) + NotFound)),
+    OfAKnownHost(Works("JREBinLocation without its terminator",
+                       [](World& world) {
+                         RawLocation(L"JREBinLocation", REG_SZ, Unterminated(world.runtime + L"\\bin\\server"))(world);
+                       })),
 };
 
 QV_MACHINES(ListMachines, 4, kLists);

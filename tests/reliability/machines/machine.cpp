@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <sstream>
 
 #include "tests/support/text.h"
 
@@ -225,8 +224,7 @@ ChildOptions World::Child() const {
 
 std::vector<nlohmann::json> ReportsIn(const std::string& output, std::string* others) {
   std::vector<nlohmann::json> reports;
-  std::istringstream lines(output);
-  for (std::string line; std::getline(lines, line);) {
+  for (const std::string& line : LinesOf(output)) {
     nlohmann::json report = nlohmann::json::parse(line, nullptr, false);
     if (report.is_object()) {
       reports.push_back(std::move(report));

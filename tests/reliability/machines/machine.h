@@ -64,6 +64,11 @@ class World : private Pinned {
   // A break of the environment that is repaired: `sound` is what the host sets before its second call.
   void Break(const std::wstring& name, const std::optional<std::wstring>& value,
              const std::optional<std::wstring>& sound);
+  // A JAVA_HOME that leads to no runtime until it is repaired.
+  void BreakHome(const std::optional<std::wstring>& home) {
+    Break(L"JAVA_HOME", home, runtime);
+    NotFound();
+  }
   // The key of the folders, and the lists below it.
   [[nodiscard]] std::wstring ProductKey() const { return std::wstring(host.root) + L"\\Java"; }
   [[nodiscard]] std::wstring ConfigKey(const std::wstring& list) const;
@@ -173,8 +178,20 @@ inline Break Options(const std::vector<std::wstring>& options) {
 inline Break Variable(const wchar_t* name, const std::optional<std::wstring>& value) {
   return [=](World& world) { world.Variable(name, value); };
 }
-inline Break ClassPath(const std::wstring& path) {
-  return [=](World& world) { world.Argument(L"classpath", path); };
+inline Break Argument(const wchar_t* name, const std::wstring& value) {
+  return [=](World& world) { world.Argument(name, value); };
+}
+inline Break ClassPath(const std::wstring& path) { return Argument(L"classpath", path); }
+inline Break WorkFolder(const std::wstring& path) {
+  return [=](World& world) { world.workFolder = path; };
+}
+inline void NotFound(World& world) { world.NotFound(); }
+// One after the other.
+inline Break operator+(const Break& first, const Break& second) {
+  return [=](World& world) {
+    first(world);
+    second(world);
+  };
 }
 
 // Breaks, runs, repairs, compares, and records the row; `order` is its place in the table.

@@ -18,18 +18,8 @@ void UseLongPath(World& world, size_t characters) {
   world.OwnRuntimeAt(home);
 }
 
-void SetHome(World& world, const std::optional<std::wstring>& home) {
-  world.Break(L"JAVA_HOME", home, world.runtime);
-  world.NotFound();
-}
 Break Home(const std::wstring& home) {
-  return [=](World& world) { SetHome(world, home); };
-}
-
-// What the machine names as its current runtime.
-void Register(World& world) {
-  world.registry.SetText(Hive::Machine, kJavaSoft, L"CurrentVersion", L"17");
-  world.registry.CreateKey(Hive::Machine, kJavaSoft + L"\\17");
+  return [=](World& world) { world.BreakHome(home); };
 }
 
 // A runtime in this folder below the machine's.
@@ -47,19 +37,20 @@ void WriteHome(World& world, const std::wstring& home) {
 }
 
 const Machine kPlaces[] = {
-    NotLoaded("JAVA_HOME in quotes", [](World& world) { SetHome(world, L"\"" + world.runtime + L"\""); }),
+    NotLoaded("JAVA_HOME in quotes", [](World& world) { world.BreakHome(L"\"" + world.runtime + L"\""); }),
     NotLoaded("JAVA_HOME that leads nowhere", Home(L"C:\\gone\\java")),
     NotLoaded("JAVA_HOME on a missing drive", Home(L"Q:\\java")),
     NotLoaded("JAVA_HOME on a missing server", Home(L"\\\\nowhere.invalid\\share\\java")),
-    NotLoaded("JAVA_HOME is its bin folder", [](World& world) { SetHome(world, world.runtime + L"\\bin"); }),
-    NotLoaded("JAVA_HOME is a file", [](World& world) { SetHome(world, world.JvmDll()); }),
+    NotLoaded("JAVA_HOME is its bin folder", [](World& world) { world.BreakHome(world.runtime + L"\\bin"); }),
+    NotLoaded("JAVA_HOME is a file", [](World& world) { world.BreakHome(world.JvmDll()); }),
     NotLoaded("JAVA_HOME of 30,000 characters", Home(L"C:\\" + std::wstring(30000, L'j'))),
     NotLoaded("JAVA_HOME with characters that no name may have", Home(L"C:\\<java>|?*")),
     NotLoaded("JAVA_HOME is empty, nothing registered", Home(L"")),
     NotLoaded("a registered runtime without its JavaHome",
               [](World& world) {
-                SetHome(world, std::nullopt);
-                Register(world);
+                world.BreakHome(std::nullopt);
+                world.registry.RegisterRuntime(L"17", L"");
+                world.registry.DeleteValue(Hive::Machine, kJavaSoft + L"\\17", L"JavaHome");
               }),
     NotLoaded("the current runtime switched off, no other",
               [](World& world) {
@@ -72,8 +63,7 @@ const Machine kPlaces[] = {
     Works("JAVA_HOME is empty, a runtime is registered",
           [](World& world) {
             world.Variable(L"JAVA_HOME", L"");
-            Register(world);
-            world.registry.SetText(Hive::Machine, kJavaSoft + L"\\17", L"JavaHome", world.runtime);
+            world.registry.RegisterRuntime(L"17", world.runtime);
           }),
     Works("JAVA_HOME that leads nowhere, folders configured",
           [](World& world) {
@@ -123,11 +113,7 @@ const Machine kPlaces[] = {
           }),
     Works("PATH is missing", Variable(L"PATH", std::nullopt)),
     Works("PATH is empty", Variable(L"PATH", L"")),
-    Works("no folder for temporary files",
-          [](World& world) {
-            world.Variable(L"TEMP", L"C:\\gone");
-            world.Variable(L"TMP", L"C:\\gone");
-          }),
+    Works("no folder for temporary files", Variable(L"TEMP", L"C:\\gone") + Variable(L"TMP", L"C:\\gone")),
 };
 
 QV_MACHINES(PlaceMachines, 2, kPlaces);

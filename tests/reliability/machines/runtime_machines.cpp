@@ -27,11 +27,7 @@ Break FolderInstead(const wchar_t* relative) {
 std::string ForX86(const std::string& library) { return ForMachine(library, kX86); }
 
 const Machine kRuntimes[] = {
-    NotLoaded("no runtime anywhere",
-              [](World& world) {
-                world.Break(L"JAVA_HOME", std::nullopt, world.runtime);
-                world.NotFound();
-              }),
+    NotLoaded("no runtime anywhere", [](World& world) { world.BreakHome(std::nullopt); }),
     NotLoaded("jvm.dll for 32-bit programs", Changed(kJvm, ForX86)),
     NotLoaded("jvm.dll for ARM64",
               Changed(kJvm, [](const std::string& library) { return ForMachine(library, kArm64); })),
@@ -63,11 +59,7 @@ const Machine kRuntimes[] = {
                 world.Replace(L"bin\\client\\jvm.dll", "");
                 world.PathFront(world.runtime + L"\\BIN\\CLIENT;");
               }),
-    NotLoaded("bin is missing",
-              [](World& world) {
-                world.Remove(L"bin");
-                world.NotFound();
-              }),
+    NotLoaded("bin is missing", Remove(L"bin") + NotFound),
 
     Ended("lib is missing", Remove(L"lib")),
     Ended("lib\\modules is missing", Remove(kModules)),
@@ -86,13 +78,8 @@ const Machine kRuntimes[] = {
     Ended("jimage.dll is missing", Remove(L"bin\\jimage.dll")),
     Ended("zip.dll is missing", Remove(L"bin\\zip.dll"), 21),
     Ended("verify.dll is missing", Remove(L"bin\\verify.dll"), 17),
-    OnEach(Works(
-        "net.dll and nio.dll are missing",
-        [](World& world) {
-          world.Remove(L"bin\\net.dll");
-          world.Remove(L"bin\\nio.dll");
-        },
-        "found missing when Java first opens a file or a socket")),
+    OnEach(Works("net.dll and nio.dll are missing", Remove(L"bin\\net.dll") + Remove(L"bin\\nio.dll"),
+                 "found missing when Java first opens a file or a socket")),
     OnEach(Works("conf is missing", Remove(L"conf"), "found missing when Java first looks at security or logging")),
 };
 
