@@ -2,7 +2,6 @@
 // thread that made them.
 // The JVM's own count of threads tells whether a thread that ended was detached.
 #include <atomic>
-#include <thread>
 
 #include "tests/real/running_vm.h"
 #include "tests/support/threads.h"
@@ -129,19 +128,19 @@ TEST_F(Threads, ThreadsComeAndGoWhileOthersWork) {
   const int32_t before = ThreadsInJava(Vm());
   std::atomic<bool> stop = false;
   std::atomic<int> wrong = 0;
-  std::thread worker([&] {
+  const HostThread worker([&] {
     const Local cls = Find("qvtest/Echo");
     const Local object = NewDefaultObject(Vm(), cls);
     for (int i = 0; !stop; ++i) wrong += RoundTrip(Vm(), cls, object, i) ? 0 : 1;
   });
   for (int i = 0; i < kShortThreads; ++i) {
-    std::thread([&] {
+    OnThread([&] {
       int32_t number = 0;
       wrong += Vm()->GetStaticIntField(&number, Find("qvtest/Echo"), "intMinusOne") == QV_S_OK ? 0 : 1;
-    }).join();
+    });
   }
   stop = true;
-  worker.join();
+  worker.Join();
   EXPECT_EQ(wrong, 0);
   EXPECT_EQ(ThreadsInJava(Vm()), before);
 }

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <atomic>
 #include <mutex>
-#include <thread>
 
 #include "tests/support/child_process.h"
 #include "tests/support/reliability.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 namespace {
@@ -152,15 +152,12 @@ TEST_P(Ends, NeitherHangNorCrashAndKeepTheirExitCode) {
   std::atomic<int> begun = 0;
   Tally tally;
   std::mutex lock;
-  const auto work = [&] {
+  OnThreads(4, [&](int) {
     for (int number = begun++; number < ends; number = begun++) {
       const wchar_t* const load = number % 2 == 0 ? L"busy" : L"idle";
       for (int attempt = 0; attempt < 3 && !CountOneEnd(GetParam(), load, tally, lock); ++attempt) continue;
     }
-  };
-  std::vector<std::thread> workers;
-  for (int i = 0; i < 4; ++i) workers.emplace_back(work);
-  for (std::thread& worker : workers) worker.join();
+  });
 
   const std::string of = " of " + std::to_string(tally.ends);
   EXPECT_EQ(tally.ends, ends);

@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstdio>
 #include <sstream>
-#include <thread>
 
 #include "tests/real/running_vm.h"
 #include "tests/reliability/soak/walker.h"
@@ -105,27 +104,23 @@ void Soak::Walk(unsigned threads, uint64_t operations, uint64_t seed) {
     for (const Walker* const walker : g_world->walkers) text += walker->Where() + "\n";
     return text;
   });
-  std::vector<std::thread> rows;
-  for (unsigned number = 0; number < threads; ++number) {
-    rows.emplace_back([=] {
-      Random lives(Mixed(seed, Mixed(threads, number)));
-      uint64_t left = operations / threads;
-      for (unsigned life = 0; left > 0; ++life) {
-        const auto length =
-            static_cast<uint32_t>(std::min<uint64_t>(left, kShortestLife + lives.Below(kLongestLife - kShortestLife)));
-        const uint64_t lifeSeed = lives.Next();
-        left -= length;
-        if (!only.empty() && only != std::to_wstring(number) + L":" + std::to_wstring(life)) continue;
-        std::thread([&] {
-          Walker(*g_world, lifeSeed,
-                 "seed " + std::to_string(seed) + ", " + std::to_string(threads) + " threads, life " +
-                     std::to_string(number) + ":" + std::to_string(life))
-              .Walk(length);
-        }).join();
-      }
-    });
-  }
-  for (std::thread& row : rows) row.join();
+  OnThreads(static_cast<int>(threads), [&](int number) {
+    Random lives(Mixed(seed, Mixed(threads, static_cast<uint64_t>(number))));
+    uint64_t left = operations / threads;
+    for (unsigned life = 0; left > 0; ++life) {
+      const auto length =
+          static_cast<uint32_t>(std::min<uint64_t>(left, kShortestLife + lives.Below(kLongestLife - kShortestLife)));
+      const uint64_t lifeSeed = lives.Next();
+      left -= length;
+      if (!only.empty() && only != std::to_wstring(number) + L":" + std::to_wstring(life)) continue;
+      OnThread([&] {
+        Walker(*g_world, lifeSeed,
+               "seed " + std::to_string(seed) + ", " + std::to_string(threads) + " threads, life " +
+                   std::to_string(number) + ":" + std::to_string(life))
+            .Walk(length);
+      });
+    }
+  });
 }
 
 Rest Soak::Count() {

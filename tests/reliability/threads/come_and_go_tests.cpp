@@ -2,7 +2,6 @@
 // on which the JVM cannot start, then it is repaired while they come. Each checks what it gets; afterwards nothing of
 // them is left. QV_TEST_THREADS says how many come in the short form.
 #include <cstdio>
-#include <mutex>
 
 #include "tests/real/running_vm.h"
 #include "tests/reliability/threads/host_thread.h"
@@ -21,23 +20,6 @@ constexpr wchar_t kRuntimeConfig[] = L"Software\\Harlowe\\Quovant\\19.0\\Java\\Q
 
 std::atomic<uint64_t> g_progress = 0;
 
-// What went wrong, the first few; counted all.
-class Complaints {
- public:
-  void Expect(bool right, const char* what, int thread) {
-    if (right) return;
-    const std::lock_guard guard(m_lock);
-    if (++m_count <= 10) m_first += "thread " + std::to_string(thread) + ": " + what + "\n";
-  }
-  [[nodiscard]] int Count() const { return m_count; }
-  [[nodiscard]] const std::string& First() const { return m_first; }
-
- private:
-  std::mutex m_lock;
-  int m_count = 0;
-  std::string m_first;
-};
-
 // So many threads, sixteen at a time, each as new as the last; `life(number)` is what one does.
 void RunThreads(int count, const std::function<void(int)>& life) {
   std::atomic<int> next = 0;
@@ -54,11 +36,12 @@ std::wstring ClassPath() { return InstallFolder() + L"\\qvtests.jar"; }
 // One thread's life with an object that others use as well.
 class Lives {
  public:
-  Lives(IQV_JavaVM* shared, Complaints& complaints) : m_shared(shared), m_complaints(complaints) {}
+  static inline std::atomic<int> wrong = 0;
 
-  void Live(int number) {
-    m_number = number;
-    switch (number % 8) {
+  Lives(IQV_JavaVM* shared, int number) : m_shared(shared), m_number(number) {}
+
+  void Live() {
+    switch (m_number % 8) {
       case 0:
         return Expect(QV_AcquireThreadEnv(m_shared) != nullptr, "an environment");
       case 1:
@@ -81,7 +64,9 @@ class Lives {
   }
 
  private:
-  void Expect(bool right, const char* what) { m_complaints.Expect(right, what, m_number); }
+  void Expect(bool right, const char* what) {
+    if (!right && ++wrong <= 10) ADD_FAILURE() << "thread " << m_number << ": " << what;
+  }
 
   // Right calls, a failing one, references that are left to the thread's end.
   void Call(IQV_JavaVM* vm, bool own) {
@@ -137,34 +122,31 @@ class Lives {
   }
 
   IQV_JavaVM* m_shared;
-  Complaints& m_complaints;
-  int m_number = 0;
+  int m_number;
 };
 
 // Before the JVM: every call fails, and a thread that asked for a class path takes it along. What fails lies before the
 // JVM: one that has refused its options once starts later, but with an empty class path.
-void FailToStart(Complaints& complaints) {
+void FailToStart() {
   RunThreads(kFailingStarts, [&](int number) {
     IQV_JavaVM* vm = nullptr;
-    complaints.Expect(LoadService().createJavaVM(&vm, number % 2 == 0 ? ClassPath().c_str() : nullptr) == QV_E_FAIL,
-                      "a start that fails", number);
-    complaints.Expect(vm == nullptr, "no object", number);
+    EXPECT_EQ(LoadService().createJavaVM(&vm, number % 2 == 0 ? ClassPath().c_str() : nullptr), QV_E_FAIL) << number;
+    EXPECT_EQ(vm, nullptr) << number;
   });
 }
 
 TEST(ComeAndGo, ThreadsThatCallAndGoLeaveNothing) {
   const int count = IsNightly() ? 10000 : std::stoi(ReadVariable(L"QV_TEST_THREADS").value_or(L"1000"));
   const Watchdog watchdog(g_progress, kHangMs);
-  Complaints complaints;
   std::optional<RegistrySandbox> registry(std::in_place);
   registry->SetList(Hive::Machine, std::wstring(kRuntimeConfig) + L"\\QVJVMconfig",
                     {std::begin(kCrowdOptions), std::end(kCrowdOptions)});
   registry->CreateKey(Hive::Machine, std::wstring(kRuntimeConfig) + L"\\QVJVMprops");
   {
     const FailCall noOptions(kQvshrCallWideToMultiByte, 1, kQvshrFailFromHere);
-    FailToStart(complaints);
+    FailToStart();
     const LedgerCheck ledger;  // starts that failed leave nothing
-    FailToStart(complaints);
+    FailToStart();
   }
   // Repaired: all come at once, and one of them makes the JVM.
   std::atomic<int> created = 0;
@@ -172,34 +154,33 @@ TEST(ComeAndGo, ThreadsThatCallAndGoLeaveNothing) {
     IQV_JavaVM* made = nullptr;
     const int32_t status = LoadService().createJavaVM(&made, ClassPath().c_str());
     created += status == QV_S_OK ? 1 : 0;
-    complaints.Expect(made != nullptr && status >= 0, "a start that succeeds", number);
-    if (made != nullptr) complaints.Expect(made->Release() == 0, "the last reference", number);
+    EXPECT_TRUE(made != nullptr && status >= 0) << number << " gets no object";
+    EXPECT_TRUE(made == nullptr || made->Release() == 0) << number << " has not the last reference";
   });
   EXPECT_GE(created, 1) << "nobody was told that its class path was used";
-  EXPECT_EQ(complaints.Count(), 0) << complaints.First();
   registry.reset();
   IQV_JavaVM* const vm = NewService();
   ASSERT_NE(vm, nullptr);
   EXPECT_EQ(vm->SetJvmLogEnabled(0), QV_S_OK);
   DropErrorOutput(vm);
 
-  const auto life = [&](int number) { Lives(vm, complaints).Live(number); };
+  const auto life = [&](int number) { Lives(vm, number).Live(); };
   // A lone thread first ends with an exception, so that the JVM links what it prints with (see kCrowdOptions).
   for (int number = 0; number < 8; ++number) OnThread([&] { life(number); });
   RunThreads(400, life);
   const Remains before = CountRemains(vm);
   RunThreads(count, life);
   const Remains after = CountRemains(vm);
-  EXPECT_EQ(complaints.Count(), 0) << complaints.First();
+  EXPECT_EQ(Lives::wrong, 0) << "of which the first ten are told";
   ExpectFlat(before, after);
 
   const std::string runtime = RuntimeOf(vm);
   const auto between = [](int64_t from, int64_t to) { return std::to_string(from) + " → " + std::to_string(to); };
-  std::printf("threads %d, wrong %d, handles %s, Java threads %s, blocks %s\n", count, complaints.Count(),
+  std::printf("threads %d, wrong %d, handles %s, Java threads %s, blocks %s\n", count, Lives::wrong.load(),
               between(before.handles, after.handles).c_str(), between(before.javaThreads, after.javaThreads).c_str(),
               between(before.blocks, after.blocks).c_str());
   RecordRow("threads", runtime,
-            {runtime, count, complaints.Count(), between(before.handles, after.handles),
+            {runtime, count, Lives::wrong.load(), between(before.handles, after.handles),
              between(before.javaThreads, after.javaThreads), between(before.blocks, after.blocks)});
 }
 
