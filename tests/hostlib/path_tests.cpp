@@ -32,44 +32,36 @@ std::wstring Ask(PathFunction function, const wchar_t* path, int32_t capacity) {
 
 struct PathCase {
   const wchar_t* path;
-  const wchar_t* want;
+  const wchar_t* directory;
+  const wchar_t* name;
 };
 
-TEST_P(PathTest, TheDirectoryIsWhatStandsBeforeTheLastSeparator) {
-  for (const PathCase& row : {PathCase{L"C:\\Java\\bin\\jvm.dll", L"C:\\Java\\bin"},
-                              {L"C:\\Java\\", L"C:\\Java"},
-                              {L"C:\\Java\\\\jvm.dll", L"C:\\Java"},
-                              {L"C:\\x", L"C:"},
-                              {L"C:\\", L"C:"},
-                              {L"\\\\server\\share\\file", L"\\\\server\\share"},
-                              {L"dir\\file", L"dir"},
-                              {L"dir/file", L"dir"},
-                              {L"C:/Java\\bin/jvm.dll", L"C:/Java\\bin"},
-                              {L"..\\file", L".."},
-                              {L"a b\\c d", L"a b"},
-                              {L"file", L"<none>"},
-                              {L"C:file", L"<none>"},
-                              {L"\\file", L"<none>"},
-                              {L"\\\\", L"<none>"},
-                              {L"", L"<none>"},
-                              {nullptr, L"<none>"}}) {
-    EXPECT_EQ(Ask(host.GetDirectory, row.path, 64), row.want) << (row.path != nullptr ? row.path : L"(null)");
-  }
-}
-
-TEST_P(PathTest, TheFileNameIsWhatStandsBehindTheLastSeparator) {
-  for (const PathCase& row : {PathCase{L"C:\\Java\\bin\\jvm.dll", L"jvm.dll"},
-                              {L"C:/Java/bin/jvm.dll", L"jvm.dll"},
-                              {L"C:\\Java/jvm.dll", L"jvm.dll"},
-                              {L"C:/Java\\jvm.dll", L"jvm.dll"},
-                              {L"file", L"file"},
-                              {L"C:file", L"C:file"},
-                              {L"\\file", L"file"},
-                              {L"dir\\", L"<none>"},
-                              {L"dir/", L"<none>"},
-                              {L"", L"<none>"},
-                              {nullptr, L"<none>"}}) {
-    EXPECT_EQ(Ask(host.GetFileName, row.path, 64), row.want) << (row.path != nullptr ? row.path : L"(null)");
+TEST_P(PathTest, DirectoryAndFileNameAreWhatStandsBeforeAndBehindTheLastSeparator) {
+  for (const PathCase& row : {PathCase{L"C:\\Java\\bin\\jvm.dll", L"C:\\Java\\bin", L"jvm.dll"},
+                              {L"C:\\Java\\", L"C:\\Java", L"<none>"},
+                              {L"C:\\Java\\\\jvm.dll", L"C:\\Java", L"jvm.dll"},
+                              {L"C:\\x", L"C:", L"x"},
+                              {L"C:\\", L"C:", L"<none>"},
+                              {L"\\\\server\\share\\file", L"\\\\server\\share", L"file"},
+                              {L"dir\\file", L"dir", L"file"},
+                              {L"dir/file", L"dir", L"file"},
+                              {L"C:/Java\\bin/jvm.dll", L"C:/Java\\bin", L"jvm.dll"},
+                              {L"C:/Java/bin/jvm.dll", L"C:/Java/bin", L"jvm.dll"},
+                              {L"C:\\Java/jvm.dll", L"C:\\Java", L"jvm.dll"},
+                              {L"C:/Java\\jvm.dll", L"C:/Java", L"jvm.dll"},
+                              {L"..\\file", L"..", L"file"},
+                              {L"a b\\c d", L"a b", L"c d"},
+                              {L"file", L"<none>", L"file"},
+                              {L"C:file", L"<none>", L"C:file"},
+                              {L"\\file", L"<none>", L"file"},
+                              {L"\\\\", L"<none>", L"<none>"},
+                              {L"dir\\", L"dir", L"<none>"},
+                              {L"dir/", L"dir", L"<none>"},
+                              {L"", L"<none>", L"<none>"},
+                              {nullptr, L"<none>", L"<none>"}}) {
+    SCOPED_TRACE(testing::Message() << (row.path != nullptr ? row.path : L"(null)"));
+    EXPECT_EQ(Ask(host.GetDirectory, row.path, 64), row.directory);
+    EXPECT_EQ(Ask(host.GetFileName, row.path, 64), row.name);
   }
 }
 
