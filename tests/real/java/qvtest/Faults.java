@@ -2,13 +2,6 @@ package qvtest;
 
 /** Methods that throw: one for every result type, and exceptions with difficult texts. */
 public class Faults {
-  public static class NullText extends RuntimeException {
-    @Override
-    public String toString() {
-      return null;
-    }
-  }
-
   public static class FailingText extends RuntimeException {
     @Override
     public String toString() {
@@ -88,7 +81,7 @@ public class Faults {
   }
 
   public static void throwNullText() {
-    throw new NullText();
+    throw new GivenText(null);
   }
 
   public static void throwFailingText() {
