@@ -1,5 +1,7 @@
 #include <cstdio>
 #include <map>
+#include <sstream>
+#include <stdexcept>
 #include <thread>
 #include "qvjvm/qvjvm.hpp"
 
@@ -102,6 +104,45 @@ void threads(const qvjvm::jvm& java) {
   std::printf("%lld\n", static_cast<long long>(shared.on_this_thread().call<int64_t>("get")));
 }
 
+// ---- callbacks ----
+
+void callbacks(const qvjvm::jvm& java) {
+  const auto words = qvjvm::new_list(java, std::vector<std::string>{"three", "a", "by"});
+  const auto shorter = qvjvm::implement<"java/util/Comparator">(
+      java, [](const std::string& left, const std::string& right) { return left.size() < right.size() ? -1 : 1; });
+  words.call<"sort", void(qvjvm::instance<"java/util/Comparator">)>(shorter);
+  std::printf("%s\n", words.call<"toString", std::string>().c_str());
+
+  int32_t count = 2;
+  const auto countdown = qvjvm::implement<"java/util/Iterator">(java, qvjvm::on<"hasNext">([&] { return count > 0; }),
+                                                                qvjvm::on<"next">([&] { return --count; }));
+  for (const int32_t number : qvjvm::elements<int32_t>(countdown)) std::printf("%d\n", number);
+  countdown.revoke();  // `count` ends, and Java may still have the object
+
+  const auto failing = qvjvm::implement<"java/lang/Runnable">(java, [] { throw std::out_of_range("too far"); });
+  try {
+    failing.call<"run">();
+  } catch (const std::out_of_range& error) {  // the same that was thrown
+    std::printf("%s\n", error.what());
+  }
+}
+
+// ---- streams ----
+
+void streams(const qvjvm::jvm& java) {
+  std::istringstream source("streams of the host");
+  const auto in = qvjvm::new_input_stream(java, source);
+  std::vector<std::byte> written;
+  const auto out = qvjvm::new_output_stream(java, written);
+  in.call<"transferTo", int64_t(qvjvm::instance<"java/io/OutputStream">)>(out);
+  std::printf("%d bytes\n", static_cast<int>(written.size()));
+
+  qvjvm::input_streambuf buffer(java.create<"java/io/ByteArrayInputStream">(std::vector<int8_t>{'1', '7'}));
+  int number = 0;
+  std::istream(&buffer) >> number;
+  std::printf("%d\n", number);
+}
+
 int main() {
   try {
     const qvjvm::jvm java = qvjvm::jvm::start();
@@ -112,6 +153,8 @@ int main() {
     collections(java);
     exceptions(java);
     threads(java);
+    callbacks(java);
+    streams(java);
   } catch (const qvjvm::error& error) {
     std::printf("%s\n", error.what());
     return 1;

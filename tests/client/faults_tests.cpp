@@ -4,6 +4,7 @@
 
 #include <array>
 #include <functional>
+#include <istream>
 #include <map>
 #include <thread>
 
@@ -44,6 +45,10 @@ class FailingJni {
     m_locals = m_globals = 0;
   }
   [[nodiscard]] bool Failed() const { return m_left <= 0; }
+  // From here on, inside a call of Java, a function of the host is at work: its calls are watched, too.
+  static void EnterHostFunction() {
+    if (g_active != nullptr) g_active->m_inside = false;
+  }
   [[nodiscard]] int Locals() const { return m_locals; }
   [[nodiscard]] int Globals() const { return m_globals; }
 
@@ -51,8 +56,8 @@ class FailingJni {
   using Function = void* (*)(JNIEnv*, void*, void*, void*, void*, void*);
 
   static constexpr bool GivesLocal(size_t at) {
-    for (const place each : {place::find_class, place::exception_occurred, place::new_local_ref, place::new_object_a,
-                             place::get_object_class, place::call_method_a, place::get_field,
+    for (const place each : {place::define_class, place::find_class, place::exception_occurred, place::new_local_ref,
+                             place::new_object_a, place::get_object_class, place::call_method_a, place::get_field,
                              place::call_static_method_a, place::get_static_field, place::new_string,
                              place::new_object_array, place::get_object_array_element, place::new_direct_byte_buffer}) {
       if (at == static_cast<size_t>(each)) return true;
@@ -123,6 +128,8 @@ struct Function {
 
 using Way = FailingJni::Way;
 const Function kFunctions[] = {
+    {"DefineClass", place::define_class, 0, Way::NullAndException},
+    {"RegisterNatives", place::register_natives, 0, Way::ErrorAndException},
     {"FindClass", place::find_class, 0, Way::NullAndException},
     {"PushLocalFrame", place::push_local_frame, 0, Way::ErrorAndException},
     {"NewGlobalRef", place::new_global_ref, 0, Way::NullAlone},
@@ -137,6 +144,7 @@ const Function kFunctions[] = {
     {"GetFieldID", place::get_field_id, 0, Way::NullAndException},
     {"GetStaticMethodID", place::get_static_method_id, 0, Way::NullAndException},
     {"CallStaticObjectMethodA", place::call_static_method_a, 0, Way::NullAndException},
+    {"CallStaticBooleanMethodA", place::call_static_method_a, 3, Way::NullAndException},
     {"CallStaticIntMethodA", place::call_static_method_a, 15, Way::NullAndException},
     {"CallStaticVoidMethodA", place::call_static_method_a, 27, Way::ExceptionAlone},
     {"GetStaticFieldID", place::get_static_field_id, 0, Way::NullAndException},
@@ -148,6 +156,9 @@ const Function kFunctions[] = {
     {"NewIntArray", place::new_array, 4, Way::NullAndException},
     {"GetIntArrayRegion", place::get_array_region, 4, Way::ExceptionAlone},
     {"SetIntArrayRegion", place::set_array_region, 4, Way::ExceptionAlone},
+    {"GetByteArrayRegion", place::get_array_region, 1, Way::ExceptionAlone},
+    {"SetByteArrayRegion", place::set_array_region, 1, Way::ExceptionAlone},
+    {"UnregisterNatives", place::unregister_natives, 0, Way::ErrorAndException},
     {"GetPrimitiveArrayCritical", place::get_primitive_array_critical, 0, Way::NullAlone},
     {"NewDirectByteBuffer", place::new_direct_byte_buffer, 0, Way::NullAndException},
     {"GetDirectBufferAddress", place::get_direct_buffer_address, 0, Way::NullAlone},
@@ -168,6 +179,17 @@ struct AllOf {
   operator bool() const { return good; }
   bool good;
 };
+
+// Gives everything back that callbacks keep for the module. A fault hits once.
+bool CloseCallbacks(const qvjvm::jvm& java) {
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const auto closed = qvjvm::try_close_callbacks(java, std::chrono::seconds(60));
+    if (closed && closed.value()) return true;
+  }
+  return false;
+}
+
+double Half(double value) { return value / 2; }
 
 const Use kUses[] = {
     {"by name",
@@ -254,6 +276,46 @@ const Use kUses[] = {
        if (!other) return false;
        return AllOf{other.value().try_find_class("client/Sample"), Sample::try_create(other.value())};
      }},
+    {"callbacks",
+     [](const qvjvm::jvm& java) -> bool {
+       // So that no class is looked up inside a call of Java's, where nothing is counted.
+       if (!qvjvm::try_new_list(java, std::vector<int32_t>{1})) return false;
+       const auto object = qvjvm::try_implement<"client/Callbacks$Defaults">(java, [](int32_t value) { return value; });
+       const bool good = object && AllOf{object.value().try_call<"twice", int32_t>(21), object.value().try_handle(),
+                                         object.value().try_revoke()};
+       return CloseCallbacks(java) && good;
+     }},
+    {"streams",
+     [](const qvjvm::jvm& java) -> bool {
+       const std::string text = "text";
+       std::vector<std::byte> memory;
+       bool good = false;
+       {
+         const auto in = qvjvm::try_new_input_stream(java, text);
+         const auto out = qvjvm::try_new_output_stream(java, memory);
+         if (in && out) {
+           const auto from = qvjvm::input_streambuf::try_make(in.value());
+           const auto to = qvjvm::output_streambuf::try_make(out.value());
+           if (from && to) {
+             std::array<char, 4> read{};
+             const bool whole = std::istream(from.value().get()).read(read.data(), 4).gcount() == 4;
+             std::ostream(to.value().get()) << "text";
+             good = to.value()->try_close() && whole && memory.size() == 4;
+           }
+         }
+       }
+       return CloseCallbacks(java) && good;
+     }},
+    {"natives",
+     [](const qvjvm::jvm& java) -> bool {
+       const auto half = qvjvm::static_native<"half", &Half>;
+       // The function's objects belong to the jvm of its first registration, which stays.
+       static const auto first = qvjvm::try_register_natives<"client/Natives">(Java(), half);
+       using Natives = qvjvm::instance<"client/Natives">;
+       return first && AllOf{qvjvm::try_register_natives<"client/Natives">(java, half),
+                             Natives::try_call_static<"half", double>(java, 3.0),
+                             qvjvm::try_unregister_natives<"client/Natives">(java)};
+     }},
 };
 
 TEST(ClientFaults, EveryJniFunctionFailsAtEveryCall) {
@@ -312,6 +374,46 @@ TEST(ClientFaults, NoFailureKeepsAReference) {
       }
     }
   }
+}
+
+// What a function of the host does last, in Java's hands already.
+TEST(ClientFaults, FailuresOfTheHostsFunctionsFailInTurn) {
+  const qvjvm::jvm& java = Java();
+  auto* const env = static_cast<JNIEnv*>(java.env());
+  using enter = FailingJni;
+  const auto text = qvjvm::implement<"java/util/concurrent/Callable">(java, [] {
+    enter::EnterHostFunction();
+    return L"text";
+  });
+  const auto thrown = qvjvm::implement<"java/util/concurrent/Callable">(java, []() -> int32_t {
+    enter::EnterHostFunction();
+    throw std::out_of_range("thrown");
+  });
+  const auto failed = qvjvm::implement<"java/util/concurrent/Callable">(java, []() -> qvjvm::result<int32_t> {
+    enter::EnterHostFunction();
+    return qvjvm::failure(QV_E_FAIL, L"failed");
+  });
+  const qvjvm::object* const objects[] = {&text, &thrown, &failed};
+  int failures = 0;
+  for (const qvjvm::object* object : objects) {
+    for (const Function& function : kFunctions) {
+      bool hit = true;
+      for (int nth = 1; hit; ++nth) {
+        SCOPED_TRACE(std::string(function.name) + " " + std::to_string(nth));
+        FailingJni jni(env);
+        jni.Begin(static_cast<size_t>(function.family) + function.step, function.way, nth);
+        const auto called = object->try_call<qvjvm::object>("call");
+        hit = jni.Failed();
+        if (hit) {
+          ++failures;
+          ASSERT_FALSE(called);
+        }
+        ASSERT_FALSE(env->ExceptionCheck());
+        ASSERT_LT(nth, 50);
+      }
+    }
+  }
+  EXPECT_GT(failures, 10);
 }
 
 }  // namespace

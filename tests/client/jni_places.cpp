@@ -43,9 +43,12 @@ using qvjvm::detail::place;
   QV_PLACE(6, at, before##Float##after);   \
   QV_PLACE(7, at, before##Double##after)
 
+QV_PLACE(0, define_class, DefineClass);
 QV_PLACE(0, find_class, FindClass);
+QV_PLACE(0, from_reflected_method, FromReflectedMethod);
 QV_PLACE(0, is_assignable_from, IsAssignableFrom);
 QV_PLACE(0, throw_, Throw);
+QV_PLACE(0, throw_new, ThrowNew);
 QV_PLACE(0, ensure_local_capacity, EnsureLocalCapacity);
 QV_PLACE(0, get_primitive_array_critical, GetPrimitiveArrayCritical);
 QV_PLACE(0, release_primitive_array_critical, ReleasePrimitiveArrayCritical);
@@ -57,6 +60,7 @@ QV_PLACE(0, exception_clear, ExceptionClear);
 QV_PLACE(0, push_local_frame, PushLocalFrame);
 QV_PLACE(0, pop_local_frame, PopLocalFrame);
 QV_PLACE(0, new_global_ref, NewGlobalRef);
+QV_PLACE(0, delete_global_ref, DeleteGlobalRef);
 QV_PLACE(0, delete_local_ref, DeleteLocalRef);
 QV_PLACE(0, is_same_object, IsSameObject);
 QV_PLACE(0, new_local_ref, NewLocalRef);
@@ -73,10 +77,13 @@ QV_PLACE(0, get_array_length, GetArrayLength);
 QV_PLACE(0, new_object_array, NewObjectArray);
 QV_PLACE(0, get_object_array_element, GetObjectArrayElement);
 QV_PLACE(0, set_object_array_element, SetObjectArrayElement);
+QV_PLACE(0, register_natives, RegisterNatives);
+QV_PLACE(0, unregister_natives, UnregisterNatives);
 QV_PLACE(0, get_string_region, GetStringRegion);
 QV_PLACE(0, exception_check, ExceptionCheck);
 QV_CALLS(call_method_a, Call);
 QV_CALLS(call_static_method_a, CallStatic);
+QV_CALLS(call_nonvirtual_method_a, CallNonvirtual);
 QV_TYPES(get_field, Get, Field);
 QV_TYPES(get_static_field, GetStatic, Field);
 QV_TYPES(set_field, Set, Field);

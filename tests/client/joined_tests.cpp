@@ -53,6 +53,27 @@ TEST_F(ClientJoined, AThreadOfTheHostsFindsTheSameClasses) {
   }).join();
 }
 
+// An interface of Java's, of the program's loader and of the service's: each through the loader that has it.
+TEST_F(ClientJoined, TheHostImplementsInterfacesOfEveryLoader) {
+  int calls = 0;
+  const auto run = qvjvm::implement<"java/lang/Runnable">(java, [&] { ++calls; });
+  run.call<"run">();
+  const auto outside = qvjvm::implement<"outside/Greeting">(java, [](const std::wstring& name) { return name + L"!"; });
+  EXPECT_EQ((greeter::call_static<"greetBy", std::wstring(qvjvm::instance<"outside/Greeting">, std::wstring)>(
+                java, outside, L"client")),
+            L"client!");
+  const auto both = qvjvm::implement<"outside/Greeting", "java/util/function/IntUnaryOperator">(
+      java, qvjvm::on<"greet">([](const std::wstring& name) { return name; }),
+      qvjvm::on<"applyAsInt">([](int32_t value) -> int32_t {
+        if (value < 0) throw std::out_of_range("below zero");
+        return value;
+      }));
+  using Operator = qvjvm::instance<"java/util/function/IntUnaryOperator">;
+  EXPECT_THROW((both.as<Operator>().call<"applyAsInt", int32_t>(-1)), std::out_of_range);
+  EXPECT_EQ(calls, 1);
+  EXPECT_TRUE(qvjvm::close_callbacks(java, std::chrono::minutes(1)));
+}
+
 TEST_F(ClientJoined, AMissingClassIsNamedByJava) {
   const auto missing = java.try_find_class("no/such/Thing");
   EXPECT_THAT(missing.reason().message(), HasSubstr(L"no/such/Thing"));

@@ -54,6 +54,26 @@ void UseEverything(const qvjvm::jvm& java) {
   Expect(!qvjvm::jvm().try_find_class("x"), "an empty jvm");
 }
 
+void UseCallbacks(const qvjvm::jvm& java) {
+  int runs = 0;
+  const auto run = qvjvm::try_implement<"java/lang/Runnable">(java, [&] { ++runs; });
+  Expect(run && run.value().try_call<"run">() && runs == 1, "a callback");
+  const auto failing = qvjvm::try_implement<"java/util/concurrent/Callable">(
+      java, []() -> qvjvm::result<int32_t> { return qvjvm::failure(QV_E_INVALIDARG, L"handed back"); });
+  const auto failed = failing.value().try_call<"call", qvjvm::object>();
+  Expect(!failed && failed.reason().status() == QV_E_INVALIDARG &&
+             failed.reason().message() == L"qvjvm.HostException: handed back",
+         "a callback's failure");
+  Expect(!qvjvm::try_implement<"java/lang/Runnable">(java, [](int32_t) {}), "a callback of another type");
+  Expect(static_cast<bool>(run.value().try_revoke()) && !run.value().try_call<"run">(), "revoked");
+  const std::string text = "text";
+  const auto in = qvjvm::try_new_input_stream(java, text);
+  const auto buffer = qvjvm::input_streambuf::try_make(in.value());
+  std::string back(4, ' ');
+  Expect(buffer.value()->sgetn(back.data(), 4) == 4 && back == text, "a stream there and back");
+  Expect(qvjvm::try_close_callbacks(java, std::chrono::minutes(1)).value(), "closed");
+}
+
 }  // namespace
 
 int main() {
@@ -63,6 +83,7 @@ int main() {
     return 1;
   }
   UseEverything(java.value());
+  UseCallbacks(java.value());
   if (g_failed == 0) std::printf("everything held\n");
   return g_failed == 0 ? 0 : 1;
 }

@@ -26,14 +26,47 @@ class throwable;
 
 namespace detail {
 
+/// The host's part of a Java object. Java ends it once, on any thread.
+class host_part {
+ public:
+  virtual void end() noexcept = 0;
+
+ protected:
+  host_part() = default;
+  ~host_part() = default;
+};
+
+/// An exception of the host's code that goes through Java: shared by Java's exception and by the failures that are made
+/// of it. Any thread.
+class crossing final : public host_part {
+ public:
+  crossing(int32_t status, std::exception_ptr thrown) noexcept : status_(status), thrown_(std::move(thrown)) {}
+
+  void add_user() noexcept { users_.fetch_add(1, std::memory_order_relaxed); }
+  void end() noexcept override {
+    if (users_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+  }
+  [[nodiscard]] int32_t status() const noexcept { return status_; }
+  /// Null in builds without exceptions.
+  [[nodiscard]] const std::exception_ptr& thrown() const noexcept { return thrown_; }
+
+ private:
+  ~crossing() = default;
+
+  std::atomic<uint32_t> users_{1};
+  int32_t status_;
+  std::exception_ptr thrown_;
+};
+
 /// Why something failed: what a failure and its copies share. Any thread.
 struct failure_record {
   explicit constexpr failure_record(int32_t code) noexcept : status(code) {}
 
   std::atomic<uint32_t> users{1};
   int32_t status;
-  realm_user home;            ///< where the throwable is from
-  void* exception = nullptr;  ///< the throwable, a global reference, or null
+  realm_user home;              ///< where the throwable is from
+  void* exception = nullptr;    ///< the throwable, a global reference, or null
+  crossing* crossed = nullptr;  ///< what the throwable is in C++, or null
   std::atomic<const std::wstring*> text{nullptr};
   std::atomic<const std::string*> utf8{nullptr};
 };
@@ -47,6 +80,7 @@ inline void drop(failure_record* record) noexcept {
   if (record == nullptr || record == &no_memory_for_a_record) return;
   if (record->users.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
   if (record->exception != nullptr) record->home.get()->vm()->DeleteGlobalRef(record->exception);
+  if (record->crossed != nullptr) record->crossed->end();
   delete record->text.load(std::memory_order_relaxed);
   delete record->utf8.load(std::memory_order_relaxed);
   delete record;
@@ -156,6 +190,9 @@ inline const std::wstring* text_of_record(failure_record* record) noexcept {
   return nullptr;
 }
 
+/// What a throwable is in C++, with a count for the caller; null for Java's own ones. In host.hpp.
+crossing* find_crossing(const context& java, void* exception) noexcept;
+
 /// Takes the pending Java exception away; the caller owns the record.
 [[nodiscard]] QVJVM_COLD inline failure_record* take_exception(const context& java) noexcept {
   const scoped_local exception(java.env, invoke<void*>(java.env, place::exception_occurred, 0));
@@ -165,6 +202,8 @@ inline const std::wstring* text_of_record(failure_record* record) noexcept {
   if (record == nullptr) return &no_memory_for_a_record;
   record->home = realm_user::share(java.home);
   record->exception = invoke<void*>(java.env, place::new_global_ref, 0, exception.get());
+  record->crossed = find_crossing(java, exception.get());
+  if (record->crossed != nullptr) record->status = record->crossed->status();
   if (record->exception == nullptr) {  // no memory in Java: its text at least
     record->text.store(unless_out_of_memory([&] { return new std::wstring(describe(java, exception.get())); }),
                        std::memory_order_release);
@@ -234,6 +273,14 @@ class [[nodiscard]] failure {
   /// The throwable, an object of the calling thread; null without one.
   [[nodiscard]] throwable exception() const noexcept;
 
+  /// The exception that the host's own code threw in a callback, when it has come back through Java; else null.
+  [[nodiscard]] std::exception_ptr host_exception() const noexcept {
+    return record_ == nullptr || record_->crossed == nullptr ? nullptr : record_->crossed->thrown();
+  }
+  /// Throws what the throwing functions throw: an exception of the host's own code again, else a java_error or an
+  /// error. There must be a failure. Without exceptions in the build it ends the process with the text.
+  [[noreturn]] void rethrow() const;
+
   /// The record, which is the caller's now. For the client itself.
   [[nodiscard]] detail::failure_record* release() noexcept { return std::exchange(record_, nullptr); }
 
@@ -284,11 +331,21 @@ class java_error : public error {
 
 namespace detail {
 
+#if QVJVM_EXCEPTIONS
+/// Throws the host's own exception again and takes the record over.
+[[noreturn]] QVJVM_COLD inline void raise_crossed(failure_record* record) {
+  const std::exception_ptr thrown = record->crossed->thrown();
+  drop(record);
+  std::rethrow_exception(thrown);
+}
+#endif
+
 /// Throws what a record tells and takes it over. Without exceptions in the build it ends the process with the text, as
 /// the standard library does.
 [[noreturn]] QVJVM_COLD inline void raise(failure_record* record) {
 #if QVJVM_EXCEPTIONS
   // Nothing here has a destructor: each one on the way of an exception costs microseconds.
+  if (record->crossed != nullptr && record->crossed->thrown() != nullptr) raise_crossed(record);
   if (record->exception != nullptr) {
     (void)text_of_record(record);  // so that what() need not enter Java
     throw java_error(record);
@@ -299,6 +356,12 @@ namespace detail {
   std::abort();
 #endif
 }
+
+}  // namespace detail
+
+inline void failure::rethrow() const { detail::raise(failure(*this).release()); }
+
+namespace detail {
 
 /// What an operation comes to, before it is thrown or handed back.
 template <class T>
@@ -352,7 +415,7 @@ class [[nodiscard]] result {
 
  private:
   void need() const {
-    if (!value_) detail::raise(failure(reason_).release());
+    if (!value_) reason_.rethrow();
   }
   std::optional<T> value_;
   failure reason_;
@@ -373,7 +436,7 @@ class [[nodiscard]] result<void> {
   [[nodiscard]] explicit operator bool() const noexcept { return !reason_; }
   /// Throws qvjvm::error unless it succeeded.
   void value() const {
-    if (reason_) detail::raise(failure(reason_).release());
+    if (reason_) reason_.rethrow();
   }
   /// The reason of a failure; one with status 0 and no text on success.
   [[nodiscard]] const failure& reason() const noexcept { return reason_; }

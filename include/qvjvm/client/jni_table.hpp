@@ -29,14 +29,18 @@ using field_id = void*;
 
 /// Places in the table.
 enum class place : size_t {
+  define_class = 5,
   find_class = 6,
+  from_reflected_method = 7,
   is_assignable_from = 11,
   throw_ = 13,
+  throw_new = 14,
   exception_occurred = 15,
   exception_clear = 17,
   push_local_frame = 19,
   pop_local_frame = 20,
   new_global_ref = 21,
+  delete_global_ref = 22,
   delete_local_ref = 23,
   is_same_object = 24,
   new_local_ref = 25,
@@ -45,7 +49,8 @@ enum class place : size_t {
   get_object_class = 31,
   is_instance_of = 32,
   get_method_id = 33,
-  call_method_a = 36,  ///< of object; then every third: boolean byte char short int long float double void
+  call_method_a = 36,             ///< of object; then every third: boolean byte char short int long float double void
+  call_nonvirtual_method_a = 66,  ///< the same order
   get_field_id = 94,
   get_field = 95,   ///< of object; then boolean byte char short int long float double
   set_field = 104,  ///< the same order
@@ -63,6 +68,8 @@ enum class place : size_t {
   new_array = 175,         ///< of boolean; then byte char short int long float double
   get_array_region = 199,  ///< the same order
   set_array_region = 207,  ///< the same order
+  register_natives = 215,
+  unregister_natives = 216,
   get_string_region = 220,
   get_primitive_array_critical = 222,
   release_primitive_array_critical = 223,

@@ -57,6 +57,16 @@ class throwable : public java_class<throwable, "java/lang/Throwable"> {
     if (!writer || !try_call<"printStackTrace">(writer.value())) return {};
     return text.value().template try_call<"toString", std::wstring>().value_or(L"");
   }
+  /// The exception that the host's own code threw in a callback, where this is what became of it in Java; else null. A
+  /// cause, as in an ExecutionException, may be one.
+  [[nodiscard]] std::exception_ptr host_exception() const noexcept {
+    if (misused()) return nullptr;
+    detail::crossing* const crossed = detail::find_crossing(java(), get());
+    if (crossed == nullptr) return nullptr;
+    std::exception_ptr thrown = crossed->thrown();
+    crossed->end();
+    return thrown;
+  }
   /// Raises it in Java on the calling thread, where it stays pending.
   void throw_in_java() const {
     if (!misused()) detail::invoke<int32_t>(java().env, detail::place::throw_, 0, get());

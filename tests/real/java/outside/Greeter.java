@@ -12,4 +12,8 @@ public class Greeter extends Base {
   public static Object greet(String name) {
     return "Hello " + name;
   }
+
+  public static String greetBy(Greeting greeting, String name) {
+    return greeting.greet(name);
+  }
 }

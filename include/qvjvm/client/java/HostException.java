@@ -1,0 +1,13 @@
+package qvjvm;
+
+/** An exception of the host's code on its way through Java. */
+final class HostException extends RuntimeException {
+  /** The host's own exception, as long as this one can be reached. */
+  final long thrown;
+
+  HostException(String text, long thrown) {
+    super(text);
+    this.thrown = thrown;
+    HostWatcher.add(new HostPart(this, thrown));
+  }
+}
