@@ -4,11 +4,14 @@
 // Exit code 2: it did not get that far. "end_host kill PROCESS-ID EXITCODE" ends another one.
 #include <jni.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 
+#include "qvjvm/qvjvm.hpp"
 #include "tests/reliability/ends/end_library.h"
 #include "tests/support/start_process.h"
 
@@ -144,6 +147,21 @@ void ReadErrorsWithoutPause() {
   }
 }
 
+// Threads of Java's that are in a function of the host without pause, until the end. What the host keeps of it has
+// static life, so it ends before them where the C runtime ends the process.
+void LetJavaCallWithoutPause() {
+  static std::atomic<int64_t> calls{0};
+  static const qvjvm::jvm java = qvjvm::jvm::share(g_vm);
+  using Runnable = qvjvm::instance<"java/lang/Runnable">;
+  const auto object = qvjvm::implement<"java/lang/Runnable">(java, [text = std::string(100, 'x')] {
+    if (++calls % 16 == 0) throw std::runtime_error(text);
+  });
+  static const qvjvm::host_handle handle = object.handle();
+  static const qvjvm::global kept(object);
+  java.call_static<"qvtest/Ends", "callForEver", void(Runnable)>(object);
+  while (calls < 1000) Sleep(1);
+}
+
 struct Way {
   const char* name;
   void (*end)();  // null: main returns
@@ -168,6 +186,10 @@ constexpr Way kWays[] = {
     {"out-of-memory", JavaOutOfMemory},
     {"TerminateProcess", TerminateItself},
     {"terminated", LetAnotherTerminate},
+    {"callbacks-return", nullptr, nullptr, LetJavaCallWithoutPause},
+    {"callbacks-ExitProcess", [] { ExitProcess(g_exitCode); }, nullptr, LetJavaCallWithoutPause},
+    {"callbacks-exit", [] { std::exit(static_cast<int>(g_exitCode)); }, nullptr, LetJavaCallWithoutPause},
+    {"callbacks-System.exit", JavaExit, nullptr, LetJavaCallWithoutPause},
 };
 
 DWORD WINAPI EndElsewhere(void* context) {

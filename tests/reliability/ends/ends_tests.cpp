@@ -64,6 +64,10 @@ std::vector<WayOut> WaysOut() {
       {23, "Terminated", "TerminateProcess by another process", L"terminated"},
       {24, "ReadTextInADetach", "error text read in a detach, after threads that read it were ended", L"read-text",
        kExitCode, detached},
+      {25, "ReturnDuringCallbacks", "return from main, Java's threads in callbacks", L"callbacks-return"},
+      {26, "ExitProcessDuringCallbacks", "ExitProcess, Java's threads in callbacks", L"callbacks-ExitProcess"},
+      {27, "ExitDuringCallbacks", "exit of the C runtime, Java's threads in callbacks", L"callbacks-exit"},
+      {28, "SystemExitDuringCallbacks", "System.exit, Java's threads in callbacks", L"callbacks-System.exit"},
   };
   // Those that a thread of its own can go, too.
   for (const int number : {2, 4, 10, 12, 14, 16, 18, 21}) {

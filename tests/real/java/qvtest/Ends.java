@@ -27,4 +27,18 @@ public class Ends {
     final List<long[]> kept = new ArrayList<>();
     while (true) kept.add(new long[1 << 20]);
   }
+
+  /** Calls the host without pause, on threads of its own; what it throws now and then is caught. */
+  public static void callForEver(Runnable host) {
+    final Runnable caller = () -> {
+      while (true) {
+        try {
+          host.run();
+        } catch (RuntimeException e) {
+          continue;
+        }
+      }
+    };
+    for (int i = 0; i < 3; ++i) new Thread(caller, "caller " + i).start();
+  }
 }
