@@ -248,11 +248,145 @@ void ByName(Report& report, const qvjvm::thread_jvm& java) {
                  }));
 }
 
+// ---- Java calls the host ----
+
+using Twin = qvjvm::instance<"bench/Twin">;
+using Operator = qvjvm::instance<"java/util/function/IntUnaryOperator">;
+using Comparator = qvjvm::instance<"java/util/Comparator">;
+using Runnable = qvjvm::instance<"java/lang/Runnable">;
+using Input = qvjvm::instance<"java/io/InputStream">;
+
+// The functions of the hand-written side, with the ids that they keep. Its Java objects know one of these by address.
+struct CallsByHand {
+  using Function = jobject (*)(JNIEnv* env, CallsByHand& on, jobjectArray arguments);
+
+  Function function;
+  uint64_t count = 0;
+
+  static inline jclass integer;
+  static inline jmethodID intValue, valueOf;
+  static inline const std::vector<jbyte> block = std::vector<jbyte>(64 << 10, 42);
+  static inline std::vector<jbyte> buffer = std::vector<jbyte>(64 << 10);
+
+  static void Find(JNIEnv* env) {
+    integer = ByHand::Class(env, "java/lang/Integer");
+    intValue = env->GetMethodID(integer, "intValue", "()I");
+    valueOf = env->GetStaticMethodID(integer, "valueOf", "(I)Ljava/lang/Integer;");
+  }
+  static jobject Call(JNIEnv* env, jclass, jlong target, jobjectArray arguments) {
+    auto& on = *reinterpret_cast<CallsByHand*>(target);
+    return on.function(env, on, arguments);
+  }
+  static jobject Run(JNIEnv*, CallsByHand& on, jobjectArray) {
+    ++on.count;
+    return nullptr;
+  }
+  static jobject Apply(JNIEnv* env, CallsByHand&, jobjectArray arguments) {
+    const jobject box = env->GetObjectArrayElement(arguments, 0);
+    const jint value = env->CallIntMethod(box, intValue);
+    if (env->ExceptionCheck() != JNI_FALSE) return nullptr;
+    env->DeleteLocalRef(box);
+    return env->CallStaticObjectMethod(integer, valueOf, value + 1);
+  }
+  static jobject Compare(JNIEnv* env, CallsByHand&, jobjectArray arguments) {
+    const jobject left = env->GetObjectArrayElement(arguments, 0);
+    const jobject right = env->GetObjectArrayElement(arguments, 1);
+    const jint order = env->IsSameObject(left, right) != JNI_FALSE ? 0 : 1;
+    env->DeleteLocalRef(left);
+    env->DeleteLocalRef(right);
+    return env->CallStaticObjectMethod(integer, valueOf, order);
+  }
+  static jint Native(JNIEnv*, jclass, jint value) { return value + 1; }
+  static jint Read(JNIEnv* env, jobject, jbyteArray into, jint first, jint count) {
+    std::memcpy(buffer.data(), block.data(), static_cast<size_t>(count));
+    env->SetByteArrayRegion(into, first, count, buffer.data());
+    return env->ExceptionCheck() != JNI_FALSE ? -1 : count;
+  }
+};
+
+template <class Function>
+void Bind(JNIEnv* env, const char* cls, const char* name, const char* signature, Function* function) {
+  JNINativeMethod method{const_cast<char*>(name), const_cast<char*>(signature), reinterpret_cast<void*>(function)};
+  if (env->RegisterNatives(Need(env->FindClass(cls), cls), &method, 1) != JNI_OK) bench::Die(name);
+}
+
+// Java calls one object of ours and one by hand, which have to say the same.
+template <class Object, class Drive>
+void CompareCallbacks(Report& report, const qvjvm::thread_jvm& java, const char* name, const Object& ours,
+                      const char* interfaceName, CallsByHand::Function byHand, const Drive& drive) {
+  const auto target = std::make_shared<CallsByHand>(CallsByHand{byHand});
+  const auto twin = std::make_shared<qvjvm::object>(Twin::call_static<"make", qvjvm::object(qvjvm::class_ref, int64_t)>(
+      java, java.find_class(interfaceName), static_cast<int64_t>(reinterpret_cast<intptr_t>(target.get()))));
+  const auto own = std::make_shared<qvjvm::object>(ours.copy());
+  report.Compare(
+      name, 1.15, [=](size_t times) { return drive(*own, static_cast<int32_t>(times)); },
+      [=](size_t times) { return target->function == nullptr ? 0 : drive(*twin, static_cast<int32_t>(times)); });
+}
+
+void Callbacks(Report& report, const qvjvm::thread_jvm& java) {
+  auto* const env = static_cast<JNIEnv*>(java.env());
+  CallsByHand::Find(env);
+  Bind(env, "bench/Twin", "call", "(J[Ljava/lang/Object;)Ljava/lang/Object;", &CallsByHand::Call);
+  const auto count = std::make_shared<uint64_t>(0);
+  CompareCallbacks(
+      report, java, "callback: Runnable", qvjvm::implement<"java/lang/Runnable">(java, [count] { ++*count; }),
+      "java/lang/Runnable", &CallsByHand::Run, [=](const qvjvm::object& on, int32_t times) {
+        return static_cast<uint64_t>(Twin::call_static<"run", int64_t(Runnable, int32_t)>(java, on, times));
+      });
+  CompareCallbacks(
+      report, java, "callback: int from int",
+      qvjvm::implement<"java/util/function/IntUnaryOperator">(java, [](int32_t value) { return value + 1; }),
+      "java/util/function/IntUnaryOperator", &CallsByHand::Apply, [=](const qvjvm::object& on, int32_t times) {
+        return static_cast<uint64_t>(Twin::call_static<"apply", int64_t(Operator, int32_t)>(java, on, times));
+      });
+  const auto left = std::make_shared<qvjvm::object>(java.new_string("left"));
+  const auto right = std::make_shared<qvjvm::object>(java.new_string("right"));
+  CompareCallbacks(
+      report, java, "callback: int from two objects",
+      qvjvm::implement<"java/util/Comparator">(
+          java, [](const qvjvm::object& one, const qvjvm::object& other) { return one.same_as(other) ? 0 : 1; }),
+      "java/util/Comparator", &CallsByHand::Compare, [=](const qvjvm::object& on, int32_t times) {
+        using compare = int64_t(Comparator, qvjvm::object, qvjvm::object, int32_t);
+        return static_cast<uint64_t>(Twin::call_static<"compare", compare>(java, on, *left, *right, times));
+      });
+}
+
+int32_t Native(int32_t value) { return value + 1; }
+
+void NativesAndStreams(Report& report, const qvjvm::thread_jvm& java) {
+  auto* const env = static_cast<JNIEnv*>(java.env());
+  Bind(env, "bench/Twin", "byHand", "(I)I", &CallsByHand::Native);
+  qvjvm::register_natives<"bench/Twin">(java, qvjvm::static_native<"byClient", &Native>);
+  // Registering one method leaves the other as it is.
+  report.Compare(
+      "native method: int from int", 1.05,
+      [=](size_t times) {
+        return static_cast<uint64_t>(Twin::call_static<"callByClient", int64_t>(java, static_cast<int32_t>(times)));
+      },
+      [=](size_t times) {
+        return static_cast<uint64_t>(Twin::call_static<"callByHand", int64_t>(java, static_cast<int32_t>(times)));
+      });
+
+  Bind(env, "bench/Twin$Stream", "read", "([BII)I", &CallsByHand::Read);
+  const auto ours = std::make_shared<qvjvm::global>(qvjvm::new_input_stream(java, [](std::span<std::byte> into) {
+    std::memcpy(into.data(), CallsByHand::block.data(), into.size());
+    return into.size();
+  }));
+  const auto byHand = std::make_shared<qvjvm::global>(java.create<"bench/Twin$Stream">());
+  const auto read = [=](const qvjvm::global& from, size_t times) {
+    return static_cast<uint64_t>(Twin::call_static<"read", int64_t(Input, int32_t)>(java, from.on_this_thread<Input>(),
+                                                                                    static_cast<int32_t>(times)));
+  };
+  report.Compare(
+      "stream: a block of 64 KiB from a function", 1.05, [=](size_t times) { return read(*ours, times); },
+      [=](size_t times) { return read(*byHand, times); });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const bench::CommandLine line = bench::ReadCommandLine(argc, argv);
-  Host host;
+  Host host(L"bench.jar");
   Report report("client", line.settings);
   host.Describe(report);
   const qvjvm::jvm java = qvjvm::jvm::share(host.Vm());
@@ -263,5 +397,7 @@ int main(int argc, char** argv) {
   Failures(report, here, raw);
   Threads(report, java, raw);
   ByName(report, here);
+  Callbacks(report, here);
+  NativesAndStreams(report, here);
   return report.Write(line.json) ? 0 : 1;
 }

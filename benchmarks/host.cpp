@@ -21,7 +21,7 @@ CommandLine ReadCommandLine(int argc, char** argv) {
   return result;
 }
 
-Host::Host() {
+Host::Host(const wchar_t* jar) {
   // Beside the program, or one folder up for the program that lies beside the ledger build of the host library.
   wchar_t program[1024];
   GetModuleFileNameW(nullptr, program, 1024);
@@ -32,7 +32,7 @@ Host::Host() {
   const auto find = [&](const char* name) { return reinterpret_cast<void*>(GetProcAddress(m_library, name)); };
   m_create = Need(reinterpret_cast<QV_CreateJavaVMFn>(find("QV_CreateJavaVM")), "QV_CreateJavaVM");
   Need(reinterpret_cast<QV_SetJavaVMDebugModeFn>(find("QV_SetJavaVMDebugMode")), "QV_SetJavaVMDebugMode")(0);
-  const int32_t status = m_create(&m_vm, nullptr);
+  const int32_t status = m_create(&m_vm, jar == nullptr ? nullptr : (folder / jar).c_str());
   if (status < 0) Die("QV_CreateJavaVM failed; is JAVA_HOME a Java runtime for Windows?");
 }
 

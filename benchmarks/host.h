@@ -22,8 +22,9 @@ CommandLine ReadCommandLine(int argc, char** argv);
 
 class Host {
  public:
-  /// Loads the service and starts the JVM with the log silenced; ends the program when that fails.
-  Host();
+  /// Loads the service and starts the JVM with the log silenced, with a jar beside the program on its class path, or
+  /// null; ends the program when that fails.
+  explicit Host(const wchar_t* jar = nullptr);
   ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
