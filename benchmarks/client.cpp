@@ -3,7 +3,7 @@
 #include <array>
 
 #include "benchmarks/host.h"
-#include "qvjvm/qvjvm.hpp"
+#include "qvjvm/callbacks.hpp"
 
 namespace {
 

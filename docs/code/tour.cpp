@@ -3,7 +3,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <thread>
-#include "qvjvm/qvjvm.hpp"
+#include "qvjvm/callbacks.hpp"
 
 // ---- a class of one's own ----
 

@@ -28,12 +28,8 @@
 #include <cwchar>
 
 #include "qvjvm/client/buffer.hpp"
-#include "qvjvm/client/callbacks.hpp"
 #include "qvjvm/client/collections.hpp"
-#include "qvjvm/client/futures.hpp"
 #include "qvjvm/client/handles.hpp"
-#include "qvjvm/client/natives.hpp"
-#include "qvjvm/client/streams.hpp"
 
 namespace qvjvm {
 

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "qvjvm/qvjvm.hpp"
+#include "qvjvm/callbacks.hpp"
 #include "tests/support/temp_folder.h"
 
 namespace qvtest {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <stdexcept>
 
-#include "qvjvm/qvjvm.hpp"
+#include "qvjvm/callbacks.hpp"
 
 namespace {
 

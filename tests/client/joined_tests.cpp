@@ -5,7 +5,7 @@
 
 #include <thread>
 
-#include "qvjvm/qvjvm.hpp"
+#include "qvjvm/callbacks.hpp"
 #include "tests/real/joined_host.h"
 
 namespace qvtest {

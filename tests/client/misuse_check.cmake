@@ -4,7 +4,7 @@
 separate_arguments(OPTIONS)
 set(compile ${COMPILER} ${OPTIONS} -std=c++20 -I${INCLUDE_FOLDER})
 set(headers ${FOLDER}/headers.hpp)
-file(WRITE ${headers} "#include \"qvjvm/qvjvm.hpp\"\n")
+file(WRITE ${headers} "#include \"qvjvm/callbacks.hpp\"\n")
 set(precompiled ${headers}.gch)
 set(use -include ${headers})
 if(COMPILER MATCHES "clang")

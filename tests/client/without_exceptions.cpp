@@ -1,7 +1,7 @@
 // The half of the client that hands results back, in a build without exceptions and run-time types.
 #include <cstdio>
 
-#include "qvjvm/qvjvm.hpp"
+#include "qvjvm/callbacks.hpp"
 
 #if QVJVM_EXCEPTIONS
 #error "this program is built without exceptions"

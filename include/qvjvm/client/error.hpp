@@ -190,8 +190,15 @@ inline const std::wstring* text_of_record(failure_record* record) noexcept {
   return nullptr;
 }
 
-/// What a throwable is in C++, with a count for the caller; null for Java's own ones. In host.hpp.
-crossing* find_crossing(const context& java, void* exception) noexcept;
+/// What a throwable is in C++, with a count for the caller; null for Java's own ones. Set when this module first gives
+/// something of the host's to Java (host.hpp); before, there are only Java's own ones.
+using crossing_finder = crossing* (*)(const context& java, void* exception) noexcept;
+inline constinit std::atomic<crossing_finder> g_find_crossing{nullptr};
+
+inline crossing* find_crossing(const context& java, void* exception) noexcept {
+  const crossing_finder find = g_find_crossing.load(std::memory_order_acquire);
+  return find == nullptr ? nullptr : find(java, exception);
+}
 
 /// Takes the pending Java exception away; the caller owns the record.
 [[nodiscard]] QVJVM_COLD inline failure_record* take_exception(const context& java) noexcept {

@@ -12,7 +12,7 @@
 #include <shared_mutex>
 
 #include "qvjvm/client/host_classes.hpp"
-#include "qvjvm/client/throwable.hpp"
+#include "qvjvm/qvjvm.hpp"
 
 namespace qvjvm {
 
@@ -24,9 +24,6 @@ struct here {
   /// The context itself.
   friend outcome<context> enter_from(const here& where) noexcept { return {nullptr, where.java}; }
 };
-
-/// In qvjvm.hpp.
-inline outcome<realm_user> open_realm(IQV_JavaVM* vm, void* loader);
 
 // ---- calls from Java ----
 
@@ -224,6 +221,15 @@ inline failure_record* fill_kit(const context& java, host_kit& kit) {
   return kit.thrown == nullptr ? take_exception(java) : nullptr;
 }
 
+inline crossing* find_host_crossing(const context& java, void* exception) noexcept {
+  const host_kit kit = module_kit.get();
+  if (!kit.home || !is_instance(java.env, exception, kit.exception_class)) return nullptr;
+  const auto bits = invoke<int64_t>(java.env, place::get_field, java_type<int64_t>::step, exception, kit.thrown);
+  auto* const crossed = static_cast<crossing*>(to_part(bits));
+  crossed->add_user();
+  return crossed;
+}
+
 /// The module's classes, made where there are none.
 inline outcome<host_kit> need_kit(const context& java) {
   host_kit kit = module_kit.get();
@@ -242,6 +248,7 @@ inline outcome<host_kit> need_kit(const context& java) {
   why = bind_host_part(own);
   if (why == nullptr) why = fill_kit(own, kit);
   if (why != nullptr) return failed<host_kit>(why);
+  g_find_crossing.store(find_host_crossing, std::memory_order_release);
   return {nullptr, module_kit.keep(std::move(kit))};
 }
 
@@ -323,15 +330,6 @@ java_value run_for_java([[maybe_unused]] const context& java, const Work& work) 
 #else
   return work();
 #endif
-}
-
-inline crossing* find_crossing(const context& java, void* exception) noexcept {
-  const host_kit kit = module_kit.get();
-  if (!kit.home || !is_instance(java.env, exception, kit.exception_class)) return nullptr;
-  const auto bits = invoke<int64_t>(java.env, place::get_field, java_type<int64_t>::step, exception, kit.thrown);
-  auto* const crossed = static_cast<crossing*>(to_part(bits));
-  crossed->add_user();
-  return crossed;
 }
 
 // ---- default methods ----

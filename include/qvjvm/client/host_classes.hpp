@@ -1,5 +1,5 @@
 /// @file
-/// The classes of java/, compiled for Java 8 and later. Made by tools/client-classes; nothing here is for hosts.
+/// The classes of java/, compiled for Java 8 and later. Made by java/make_classes; nothing here is for hosts.
 #pragma once
 
 #include <cstddef>

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "qvjvm/qvjvm.hpp"
+#include "qvjvm/callbacks.hpp"
 #include "tests/reliability/ends/end_library.h"
 #include "tests/support/start_process.h"
 
