@@ -11,7 +11,6 @@
 #include <mutex>
 #include <shared_mutex>
 
-#include "qvjvm/client/host_classes.hpp"
 #include "qvjvm/qvjvm.hpp"
 
 namespace qvjvm {
@@ -178,6 +177,16 @@ inline outcome<object> make_empty_loader(const context& java) {
   if (!made) return failed<object>(made.reason());
   return {nullptr, std::move(made).value()};
 }
+
+/// A class file.
+struct host_class {
+  const char* name;
+  const char* bytes;
+  size_t size;
+};
+inline constexpr host_class host_classes[] = {
+#include "qvjvm/client/host_classes.inc"
+};
 
 /// Defines the classes; why not, else null.
 inline failure_record* define_host_classes(const context& java, void* loader) noexcept {

@@ -265,7 +265,8 @@ final class HostType {
     }
   }
 
-  private static long bits(char letter, Object value) {
+  /** Also for the host: the value in a box, as its bits. */
+  static long bits(char letter, Object value) {
     switch (letter) {
       case 'Z':
         return (Boolean) value ? 1 : 0;
@@ -286,7 +287,8 @@ final class HostType {
     }
   }
 
-  private static Object box(char letter, long bits) {
+  /** Also for the host: such a value in its box. */
+  static Object box(char letter, long bits) {
     switch (letter) {
       case 'Z':
         return (byte) bits != 0;
