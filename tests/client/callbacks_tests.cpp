@@ -369,6 +369,13 @@ TEST_F(ClientCallbacks, JavasThreadsCallAndCallAgain) {
   EXPECT_EQ((nested.call<"applyAsInt", int32_t>(40)), 40);
 }
 
+TEST_F(ClientCallbacks, AFunctionFindsTheClassesOfTheClassPath) {
+  qvjvm::implement<"java/lang/Runnable">(java, [&] {
+    const qvjvm::jvm fresh = qvjvm::jvm::share(java.get());  // has looked up nothing
+    EXPECT_EQ((qvjvm::instance<"client/Sample">::create(fresh, 7).field<"ofInt", int32_t>()), 7);
+  }).call<"run">();
+}
+
 TEST_F(ClientCallbacks, AFunctionMayUseJavaAndStartThreads) {
   std::wstring text;
   const auto work = qvjvm::implement<"java/lang/Runnable">(java, [&] {

@@ -166,14 +166,17 @@ class kit_holder {
 };
 inline constinit kit_holder module_kit;
 
-/// A class loader that sees nothing but Java itself and what is defined in it.
+/// A class loader that has nothing but what is defined in it, and asks the system's: what the host's functions look up
+/// through no loader of their own, Java looks up through this one.
 inline outcome<object> make_empty_loader(const context& java) {
   using url = instance<"java/net/URL">;
   using class_loader = instance<"java/lang/ClassLoader">;
-  auto none = array<url>::try_make(here{java}, 0);
+  const auto system = class_loader::try_call_static<"getSystemClassLoader", class_loader>(here{java});
+  if (!system) return failed<object>(system.reason());
+  const auto none = array<url>::try_make(here{java}, 0);
   if (!none) return failed<object>(none.reason());
   auto made = instance<"java/net/URLClassLoader">::try_create_as<void(array<url>, class_loader)>(
-      here{java}, none.value(), class_loader());
+      here{java}, none.value(), system.value());
   if (!made) return failed<object>(made.reason());
   return {nullptr, std::move(made).value()};
 }
