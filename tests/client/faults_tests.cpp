@@ -8,6 +8,7 @@
 #include <map>
 #include <thread>
 
+#include "tests/client/c_host.h"
 #include "tests/client/client_fixture.h"
 
 namespace qvtest {
@@ -15,6 +16,7 @@ namespace {
 
 using qvjvm::detail::place;
 
+constexpr auto kNewStringUtf = place{167};  // the C++ client does without
 constexpr size_t kTableSize = sizeof(JNINativeInterface_) / sizeof(void*);
 
 // The calling thread's environment with a table of its own, which counts references and lets one call fail.
@@ -58,7 +60,7 @@ class FailingJni {
   static constexpr bool GivesLocal(size_t at) {
     for (const place each : {place::define_class, place::find_class, place::exception_occurred, place::new_local_ref,
                              place::new_object_a, place::get_object_class, place::call_method_a, place::get_field,
-                             place::call_static_method_a, place::get_static_field, place::new_string,
+                             place::call_static_method_a, place::get_static_field, place::new_string, kNewStringUtf,
                              place::new_object_array, place::get_object_array_element, place::new_direct_byte_buffer}) {
       if (at == static_cast<size_t>(each)) return true;
     }
@@ -94,6 +96,11 @@ class FailingJni {
     void* const result = original(env, a, b, c, d, e);
     self.m_inside = false;
     if (GivesLocal(At) && result != nullptr) ++self.m_locals;
+    if (At == static_cast<size_t>(place::push_local_frame) && result == nullptr) self.m_frames.push_back(self.m_locals);
+    if (At == static_cast<size_t>(place::pop_local_frame)) {
+      self.m_locals = self.m_frames.back() + (result != nullptr ? 1 : 0);
+      self.m_frames.pop_back();
+    }
     if (At == static_cast<size_t>(place::delete_local_ref) && a != nullptr) --self.m_locals;
     if (At == static_cast<size_t>(place::new_global_ref) && result != nullptr) ++self.m_globals;
     if (At == static_cast<size_t>(place::new_global_ref) + 1 && a != nullptr) --self.m_globals;
@@ -117,6 +124,7 @@ class FailingJni {
   bool m_inside = false;
   int m_locals = 0;
   int m_globals = 0;
+  std::vector<int> m_frames;  // how many there were before each
 };
 
 struct Function {
@@ -149,6 +157,7 @@ const Function kFunctions[] = {
     {"CallStaticVoidMethodA", place::call_static_method_a, 27, Way::ExceptionAlone},
     {"GetStaticFieldID", place::get_static_field_id, 0, Way::NullAndException},
     {"NewString", place::new_string, 0, Way::NullAndException},
+    {"NewStringUTF", kNewStringUtf, 0, Way::NullAndException},
     {"NewObjectArray", place::new_object_array, 0, Way::NullAndException},
     {"GetObjectArrayElement", place::get_object_array_element, 0, Way::NullAndException},
     {"SetObjectArrayElement", place::set_object_array_element, 0, Way::ExceptionAlone},
@@ -285,6 +294,40 @@ const Use kUses[] = {
                                          object.value().try_revoke()};
        return CloseCallbacks(java) && good;
      }},
+    {"callbacks in C",
+     [](const qvjvm::jvm& java) -> bool {
+       IQV_JavaVM* const vm = java.get();
+       static std::atomic<int> ends;
+       const char* const name = "client/Callbacks$Defaults";
+       const qv_function function = {"once", "(I)I", SameInC};
+       const qv_implementation what = {&name, 1, &function, 1, [](void*) { ++ends; }, nullptr};
+       const int before = ends;
+       qv_jobject object = nullptr;
+       qv_jobject handle = nullptr;
+       IQvString* why = nullptr;
+       bool good = qv_implement(vm, &what, nullptr, &object, &why) == QV_S_OK;
+       if (good) {
+         const auto made = java.try_object_of(object);
+         good = AllOf{made && made.value().try_call_as<int32_t>("twice", "(I)I", 21),
+                      qv_get_handle(vm, object, &handle) == QV_S_OK && qv_wait(vm, handle, 0) == QV_E_TIMEOUT,
+                      qv_revoke(vm, object) == QV_S_OK};
+       }
+       if (why != nullptr) why->Release();
+       vm->DeleteLocalRef(object);
+       vm->DeleteGlobalRef(handle);
+       bool closed = false;
+       for (int attempt = 0; attempt < 2 && !closed; ++attempt) closed = qv_close_callbacks(vm, 60000) == QV_S_OK;
+       EXPECT_EQ(ends, before + 1);
+       return closed && good;
+     }},
+    {"natives in C",
+     [](const qvjvm::jvm& java) -> bool {
+       const auto cls = java.try_find_class("client/Natives");
+       if (!cls) return false;
+       const auto* const natives = kNativesInC;
+       return qv_register_natives(java.get(), cls.value().get(), natives, 1, nullptr) == QV_S_OK &&
+              qv_unregister_natives(java.get(), cls.value().get()) == QV_S_OK;
+     }},
     {"streams",
      [](const qvjvm::jvm& java) -> bool {
        const std::string text = "text";
@@ -393,7 +436,17 @@ TEST(ClientFaults, FailuresOfTheHostsFunctionsFailInTurn) {
     enter::EnterHostFunction();
     return qvjvm::failure(QV_E_FAIL, L"failed");
   });
-  const qvjvm::object* const objects[] = {&text, &thrown, &failed};
+  const char* const name = "java/util/concurrent/Callable";
+  const qv_function raise = {nullptr, "()Ljava/lang/Object;", [](qv_call* call) -> int32_t {
+                               enter::EnterHostFunction();
+                               return qv_raise(call->vm, QV_E_FAIL, L"raised");
+                             }};
+  const qv_implementation what = {&name, 1, &raise, 1, nullptr, nullptr};
+  qv_jobject made = nullptr;
+  ASSERT_EQ(qv_implement(java.get(), &what, nullptr, &made, nullptr), QV_S_OK);
+  const qvjvm::object raised = java.object_of(made);
+  java.get()->DeleteLocalRef(made);
+  const qvjvm::object* const objects[] = {&text, &thrown, &failed, &raised};
   int failures = 0;
   for (const qvjvm::object* object : objects) {
     for (const Function& function : kFunctions) {

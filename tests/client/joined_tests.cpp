@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "qvjvm/callbacks.hpp"
+#include "tests/client/c_host.h"
 #include "tests/real/joined_host.h"
 
 namespace qvtest {
@@ -72,6 +73,28 @@ TEST_F(ClientJoined, TheHostImplementsInterfacesOfEveryLoader) {
   EXPECT_THROW((both.as<Operator>().call<"applyAsInt", int32_t>(-1)), std::out_of_range);
   EXPECT_EQ(calls, 1);
   EXPECT_TRUE(qvjvm::close_callbacks(java, std::chrono::minutes(1)));
+}
+
+TEST_F(ClientJoined, SoDoesAHostInC) {
+  const char* const interfaces[] = {"outside/Greeting", "java/util/function/UnaryOperator"};
+  const qv_function functions[] = {{"greet", "(Ljava/lang/String;)Ljava/lang/String;", SameInC},
+                                   {"apply", "(Ljava/lang/Object;)Ljava/lang/Object;", SameInC}};
+  const qv_implementation what = {interfaces, 2, functions, 2, nullptr, nullptr};
+  qv_jobject made = nullptr;
+  ASSERT_EQ(qv_implement(java.get(), &what, nullptr, &made, nullptr), QV_S_OK);
+  using Greeting = qvjvm::instance<"outside/Greeting">;
+  EXPECT_EQ((greeter::call_static<"greetBy", std::wstring(Greeting, std::wstring)>(
+                java, java.object_of(made).as<Greeting>(), L"client")),
+            L"client");
+  java.get()->DeleteLocalRef(made);
+  const char* const none[] = {"no/such/Interface"};
+  const qv_implementation missing = {none, 1, functions, 1, nullptr, nullptr};
+  IQvString* why = nullptr;
+  EXPECT_EQ(qv_implement(java.get(), &missing, nullptr, &made, &why), QV_E_FAIL);
+  ASSERT_NE(why, nullptr);
+  EXPECT_THAT(why->GetText(), HasSubstr(L"no/such/Interface"));
+  why->Release();
+  EXPECT_EQ(qv_close_callbacks(java.get(), 60000), QV_S_OK);
 }
 
 TEST_F(ClientJoined, AMissingClassIsNamedByJava) {

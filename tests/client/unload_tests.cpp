@@ -15,10 +15,11 @@ Function Find(HMODULE module, const char* name) {
   return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
 
+// In C++ and in C, in turn.
 TEST_F(ClientUnload, AClosedLibraryIsUnloadedWhileJavaCallsItsObjects) {
-  const std::wstring path = ProgramFolder() + L"\\client_library.dll";
-  for (int round = 0; round < 5; ++round) {
-    const HMODULE library = LoadLibraryW(path.c_str());
+  for (int round = 0; round < 8; ++round) {
+    const wchar_t* const name = round % 2 == 0 ? L"client_library.dll" : L"client_c_library.dll";
+    const HMODULE library = LoadLibraryW((ProgramFolder() + L"\\" + name).c_str());
     ASSERT_NE(library, nullptr);
     const auto list = java.create<"java/util/ArrayList">();
     ASSERT_EQ(Find<GiveRunnableFn>(library, "GiveRunnable")(java.get(), list.get()), 0);
@@ -33,7 +34,7 @@ TEST_F(ClientUnload, AClosedLibraryIsUnloadedWhileJavaCallsItsObjects) {
     while (count() < 1000) Sleep(1);
     EXPECT_EQ(Find<CloseLibraryFn>(library, "CloseLibrary")(), 1);
     EXPECT_TRUE(FreeLibrary(library));
-    EXPECT_EQ(GetModuleHandleW(L"client_library.dll"), nullptr);
+    EXPECT_EQ(GetModuleHandleW(name), nullptr);
     EXPECT_EQ(object.try_call<"run">().reason().exception().class_name(), L"java.lang.IllegalStateException");
     Callbacks::call_static<"join", void(Threads)>(java, callers);
   }

@@ -37,6 +37,10 @@ public class Callbacks {
         + on.ofLong(Long.MIN_VALUE) + on.ofFloat(-1.5f) + on.ofDouble(Double.MIN_VALUE) + on.ofTexts("a", "b").length;
   }
 
+  public interface Many {
+    Object take(Object a, Object b, Object c, Object d);
+  }
+
   /** Default methods of every result. */
   public interface Defaults {
     int once(int value);
