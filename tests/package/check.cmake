@@ -18,6 +18,7 @@ else()
   file(GLOB package ${FOLDER}/qvjvm-*)
 endif()
 foreach(file IN ITEMS bin/qvjvm.dll bin/qvshr.dll bin/qvjvm-doctor.exe include/qvjvm/qvjvm.h include/qvjvm/qvjvm.hpp
+                      include/qvjvm/callbacks.h include/qvjvm/callbacks.hpp include/qvjvm/client/host_classes.inc
                       lib/libqvjvm.dll.a lib/qvjvm.lib share/doc/qvjvm/README.md share/doc/qvjvm/LICENSE
                       share/doc/qvjvm/examples/README.md)
   if(NOT EXISTS ${package}/${file})
@@ -38,4 +39,5 @@ function(expect program text)
   endif()
 endfunction()
 expect(linked "2147483647[^0-9]*java.lang.NumberFormatException: For input string: \"seventeen\"")
+expect(callbacks "^.a, by, three.")
 expect(loaded "1 .one.")
