@@ -369,6 +369,52 @@ TEST_F(ClientCallbacks, JavasThreadsCallAndCallAgain) {
   EXPECT_EQ((nested.call<"applyAsInt", int32_t>(40)), 40);
 }
 
+TEST_F(ClientCallbacks, VirtualThreadsCallThem) {
+  using version = qvjvm::instance<"java/lang/Runtime$Version">;
+  const bool java21 =
+      qvjvm::instance<"java/lang/Runtime">::call_static<"version", version>(java).call<"feature", int32_t>() >= 21;
+  std::atomic<int> calls = 0;
+  const auto work = qvjvm::implement<"java/lang/Runnable">(java, [&] {
+    if (java.new_string(L"a").call<std::wstring>("toString") == L"a") ++calls;
+    java.call_static<"java/lang/Thread", "sleep">(int64_t{1});  // with the host's frames below it
+  });
+  EXPECT_EQ((Callbacks::call_static<"inVirtualThreads", int32_t(Runnable, int32_t)>(java, work, 200)),
+            java21 ? 200 : 0);
+  EXPECT_EQ(calls, java21 ? 200 : 0);
+  const auto fail = qvjvm::implement<"java/lang/Runnable">(java, [] { throw Special(4); });
+  const auto failed = Callbacks::try_call_static<"inVirtualThreads", int32_t(Runnable, int32_t)>(java, fail, 1);
+  ASSERT_EQ(static_cast<bool>(failed), !java21);
+  if (failed) return;
+  EXPECT_THROW(std::rethrow_exception(failed.reason().exception().cause().host_exception()), Special);
+}
+
+// Java and the host's functions fill the stack together: on Java's threads and on the host's.
+TEST_F(ClientCallbacks, TooDeepARecursionIsJavasStackOverflowError) {
+  qvjvm::global itself;
+  std::atomic<int32_t> deepest = 0;
+  const auto deeper = qvjvm::implement<"java/util/function/IntUnaryOperator">(java, [&](int32_t depth) {
+    deepest = std::max(deepest.load(), depth);
+    return itself.on_this_thread<IntOperator>().call<"applyAsInt", int32_t>(depth + 1);
+  });
+  itself = qvjvm::global(deeper);
+  const auto overflow = [&] {
+    deepest = 0;
+    const auto failed = itself.on_this_thread<IntOperator>().try_call<"applyAsInt", int32_t>(0);
+    EXPECT_EQ(failed.reason().exception().class_name(), L"java.lang.StackOverflowError");
+    EXPECT_GT(deepest, 100);
+  };
+  for (int i = 0; i < 3; ++i) {
+    overflow();
+    std::thread(overflow).join();
+    Callbacks::call_static<"inOtherThread", void(Runnable)>(java,
+                                                            qvjvm::implement<"java/lang/Runnable">(java, overflow));
+  }
+  // Every call has left: nothing is left inside.
+  const qvjvm::host_handle handle = deeper.handle();
+  handle.revoke();
+  EXPECT_TRUE(handle.wait(std::chrono::seconds(60)));
+}
+
 TEST_F(ClientCallbacks, AFunctionFindsTheClassesOfTheClassPath) {
   qvjvm::implement<"java/lang/Runnable">(java, [&] {
     const qvjvm::jvm fresh = qvjvm::jvm::share(java.get());  // has looked up nothing

@@ -147,6 +147,24 @@ public class Callbacks {
     return sum;
   }
 
+  /** Runs the work in virtual threads, all at once; how many, 0 where Java has none. */
+  public static int inVirtualThreads(Runnable work, int count) throws Exception {
+    final java.lang.reflect.Method start;
+    try {
+      start = Thread.class.getMethod("startVirtualThread", Runnable.class);
+    } catch (NoSuchMethodException e) {
+      return 0;
+    }
+    final List<FutureTask<Object>> tasks = new ArrayList<>();
+    for (int i = 0; i < count; ++i) {
+      final FutureTask<Object> task = new FutureTask<>(work, null);
+      tasks.add(task);
+      start.invoke(null, task);
+    }
+    for (FutureTask<Object> task : tasks) task.get();
+    return count;
+  }
+
   /** Threads that call until the host has taken its object back. */
   public static Thread[] callUntilRefused(Runnable work, int count) {
     final Thread[] threads = new Thread[count];
