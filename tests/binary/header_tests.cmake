@@ -30,8 +30,8 @@ foreach(header IN LISTS c_and_cxx)
   endforeach()
 endforeach()
 
-# The functions of callbacks.h, which one source file of a host gets; they need Windows' own headers, of which these
-# are not for Microsoft's compiler.
+# The functions of callbacks.h, which one source file of a host gets. They need Windows' header, and those of this build's
+# compiler are not for Microsoft's.
 foreach(form IN ITEMS c99 c11 c++11 c++20 c++20-c-view)
   string(REGEX MATCH "^c(\\+\\+)?" language ${form})
   string(REGEX REPLACE "-c-view" ";-DQV_C_VIEW" standard -std=${form})
@@ -43,6 +43,8 @@ foreach(form IN ITEMS c99 c11 c++11 c++20 c++20-c-view)
   qv_add_header_test(qvjvm/callbacks.h functions.mingw.${form} ${language} ${compiler} ${strict})
   qv_add_header_test(qvjvm/callbacks.h functions.clang.${form} ${language} "${QV_CLANG}" --target=${QV_CLANG_TARGET}
                      ${QV_CLANG_C_HEADERS} ${strict})
+  qv_add_header_test(qvjvm/callbacks.h functions.clang-msvc.${form} ${language} "${QV_CLANG}"
+                     --target=x86_64-pc-windows-msvc -I${PROJECT_SOURCE_DIR}/tests/abi/freestanding ${strict})
 endforeach()
 
 file(GLOB_RECURSE cxx_only RELATIVE ${PROJECT_SOURCE_DIR}/include CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/*.hpp)

@@ -566,7 +566,7 @@ static int qv_bind_part(qv_jnienv env, const qv_kit* kit) {
        (void (*)(void))qv_native_call_default},
   };
 #undef QV_CALL_ARGUMENTS
-  return QV_JNI(env)->RegisterNatives(env, kit->part, methods, sizeof methods / sizeof methods[0]) == 0;
+  return QV_JNI(env)->RegisterNatives(env, kit->part, methods, (int32_t)(sizeof methods / sizeof methods[0])) == 0;
 }
 
 static int qv_find_methods(qv_jnienv env, qv_kit* kit) {
