@@ -241,8 +241,13 @@ TEST_F(ClientHosted, TheFirstObjectsOfManyThreadsAgreeOnTheClasses) {
     ASSERT_TRUE(qvjvm::close_callbacks(java, kLimit));
     std::atomic<int> runs = 0;
     std::vector<std::thread> threads;
+    Gate done(8);
     for (int i = 0; i < 8; ++i) {
-      threads.emplace_back([&] { MakeRunnable([&] { ++runs; }).template call<"run">(); });
+      threads.emplace_back([&] {
+        MakeRunnable([&] { ++runs; }).template call<"run">();
+        done.Open();
+        done.Wait();  // Under Wine a thread that ends and one that Java starts can wait for each other.
+      });
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(runs, 8);
@@ -273,6 +278,7 @@ TEST_F(ClientHosted, ManyThreadsCallWhileObjectsComeAndGo) {
     int living = 1;  // 0 when a call came too late
   };
   std::vector<std::thread> threads;
+  Gate done(kThreads);
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&, i] {
       const qvjvm::thread_jvm here = java.on_this_thread();
@@ -290,6 +296,8 @@ TEST_F(ClientHosted, ManyThreadsCallWhileObjectsComeAndGo) {
         if (some > 13 ? !sum.reason().host_exception() : sum.value() != int64_t{some} * (some + 1) / 2) ++wrong;
         if (random() % 2 == 0) object.revoke();
       }
+      done.Open();
+      done.Wait();
     });
   }
   for (std::thread& thread : threads) thread.join();

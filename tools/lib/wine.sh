@@ -2,8 +2,8 @@
 # The Wine prefix of this checkout and the environment of what runs in it. Needs common.sh.
 
 export WINEPREFIX=${QV_WINEPREFIX:-$qv_build/wine-prefix}
-# Virtual memory's errors say why a program did not start.
-export WINEDEBUG=${WINEDEBUG:--all,err+virtual}
+# Virtual memory's errors say why a program did not start, those of locks where one hangs.
+export WINEDEBUG=${WINEDEBUG:--all,err+virtual,err+sync}
 export WINEARCH=win64
 # No winedbg: when it ends a program that crashed, that program's exit code is sometimes 0, and a test would count as
 # passed. Without it the code is that of the crash; Wine still prints the fault and its address.
