@@ -1,4 +1,5 @@
 // What one call through the service costs beside the same JNI calls written by hand, on one thread of a warm JVM.
+#include <algorithm>
 #include <cstdarg>
 #include <cstring>
 
@@ -269,8 +270,11 @@ void ClassesAndStrings(Report& report, Host& host) {
         uint64_t sum = 0;
         for (size_t i = 0; i < times; ++i) {
           IQvString* text = nullptr;
+          const auto length = static_cast<size_t>(env->GetStringLength(string));
           const jchar* const characters = env->GetStringChars(string, nullptr);
-          QvshrCreateString(reinterpret_cast<const wchar_t*>(characters), &text);
+          wchar_t terminated[128];  // JNI promises no null behind the characters
+          *std::copy_n(characters, length, terminated) = L'\0';
+          QvshrCreateString(terminated, &text);
           env->ReleaseStringChars(string, characters);
           sum += static_cast<uint64_t>(text->GetLength());
           text->Release();
