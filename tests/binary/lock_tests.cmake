@@ -8,7 +8,7 @@ set(lock_options
     ${QV_CLANG_C_HEADERS}
     -isystem ${QV_JNI_INCLUDE}
     -isystem ${QV_JNI_MD_INCLUDE}
-    -I${PROJECT_SOURCE_DIR}
+    -iquote ${PROJECT_SOURCE_DIR}
     -I${PROJECT_SOURCE_DIR}/include
     ${definitions}
     -std=c++20 -Wthread-safety -Werror=thread-safety)

@@ -19,9 +19,8 @@ function(qv_compile_with_clang target header definitions)
   # What a target that is compiled here inherits is not known to another compiler.
   set(options -DNOMINMAX -DUNICODE -DWIN32_LEAN_AND_MEAN -D_UNICODE -D_WIN32_WINNT=0x0601 -DGTEST_HAS_PTHREAD=0)
   list(APPEND options ${definitions})
-  foreach(folder IN ITEMS ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include)
-    list(APPEND options -I${folder})
-  endforeach()
+  # As in the root's CMakeLists.txt: <format> is not our script.
+  list(APPEND options -iquote ${CMAKE_SOURCE_DIR} -I${CMAKE_SOURCE_DIR}/include)
   foreach(folder IN ITEMS ${QV_JNI_INCLUDE} ${QV_JNI_MD_INCLUDE} ${QV_GOOGLETEST_SOURCE}/googletest/include
                           ${QV_GOOGLETEST_SOURCE}/googlemock/include)
     list(APPEND options -isystem ${folder})
