@@ -270,10 +270,10 @@ void ClassesAndStrings(Report& report, Host& host) {
         uint64_t sum = 0;
         for (size_t i = 0; i < times; ++i) {
           IQvString* text = nullptr;
-          const auto length = static_cast<size_t>(env->GetStringLength(string));
+          const auto count = static_cast<size_t>(env->GetStringLength(string));
           const jchar* const characters = env->GetStringChars(string, nullptr);
           wchar_t terminated[128];  // JNI promises no null behind the characters
-          *std::copy_n(characters, length, terminated) = L'\0';
+          *std::copy_n(characters, count, terminated) = L'\0';
           QvshrCreateString(terminated, &text);
           env->ReleaseStringChars(string, characters);
           sum += static_cast<uint64_t>(text->GetLength());

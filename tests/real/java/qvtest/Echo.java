@@ -1,7 +1,7 @@
 package qvtest;
 
 /** One method for every kind of value that crosses the interface; each gives back what it got. */
-public class Echo {
+public final class Echo {
   public static int intSmallest = Integer.MIN_VALUE;
   public static int intLargest = Integer.MAX_VALUE;
   public static int intMinusOne = -1;
