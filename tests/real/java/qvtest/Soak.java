@@ -16,7 +16,7 @@ public class Soak {
   private static final Set<Reference<Object>> kept = ConcurrentHashMap.newKeySet();
 
   /** An object with a number, which is counted from the beginning. */
-  public static class Tracked {
+  public static final class Tracked {
     private final int id;
     private int value;
 
