@@ -2,12 +2,11 @@
 // functions of the header, compiled as C.
 #include <jni.h>
 
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 #include "tests/client/c_host.h"
 #include "tests/client/client_fixture.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 namespace {
@@ -180,16 +179,7 @@ TEST_F(ClientC, SeveralInterfacesAndNames) {
 }
 
 TEST_F(ClientC, DefaultMethodsRunAsTheyAre) {
-  const auto plain = Implement({"client/Callbacks$Defaults"}, {{nullptr, "(I)I", SameInC}}, NewContext())
-                         .object.as<qvjvm::instance<"client/Callbacks$Defaults">>();
-  EXPECT_EQ((plain.call<"twice", int32_t>(21)), 42);
-  EXPECT_TRUE((plain.call<"isSmall", bool>(9)));
-  EXPECT_EQ((plain.call<"half", double>(3.0)), 1.5);
-  EXPECT_EQ((plain.call<"text", std::string(std::string, int8_t, char16_t, int16_t, int64_t, float, double, bool,
-                                            qvjvm::object)>("a", int8_t{-1}, u'b', int16_t{2}, int64_t{3}, 0.5F, 0.25,
-                                                            true, nullptr)),
-            "a-1b230.50.25truenull");
-  EXPECT_EQ(plain.try_call<"fail">().reason().message(), L"java.io.IOException: of the default method");
+  ExpectDefaultMethods(Implement({"client/Callbacks$Defaults"}, {{nullptr, "(I)I", SameInC}}, NewContext()).object);
 }
 
 TEST_F(ClientC, WhatDoesNotFitIsToldWhenTheObjectIsMade) {
@@ -399,24 +389,24 @@ TEST_F(ClientC, AFunctionMayRevokeItsOwnObject) {
 }
 
 TEST_F(ClientC, ClosingWaitsForTheCallsInsideAndRefusesNewObjects) {
-  const HANDLE inside = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  const HANDLE go = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  const Event inside;
+  const Event go;
   Context& idle = NewContext(CountCall);
   Context& busy = NewContext([&](qv_call* call) {
-    SetEvent(inside);
-    WaitForSingleObject(go, kLimitMs);
+    inside.Set();
+    go.Wait(kLimitMs);
     return qv_raise(call->vm, QV_E_FAIL, L"while closing");
   });
   const auto unused = MakeRunnable(idle);
   const qvjvm::global kept(MakeRunnable(busy));
   std::wstring failed;
   std::thread caller([&] { failed = kept.on_this_thread<Runnable>().try_call<"run">().reason().message(); });
-  WaitForSingleObject(inside, kLimitMs);
+  inside.Wait(kLimitMs);
   EXPECT_EQ(qv_close_callbacks(vm, 20), QV_E_TIMEOUT);
   EXPECT_EQ(idle.ends, 1);
   EXPECT_EQ(busy.ends, 0);
   EXPECT_THAT(Implement({"java/lang/Runnable"}, {{nullptr, "()V", CountCall}}, NewContext()).why, HasSubstr(L"closes"));
-  SetEvent(go);
+  go.Set();
   EXPECT_EQ(qv_close_callbacks(vm, kLimitMs), QV_S_OK);
   EXPECT_EQ(busy.ends, 1);
   caller.join();
@@ -425,8 +415,6 @@ TEST_F(ClientC, ClosingWaitsForTheCallsInsideAndRefusesNewObjects) {
   EXPECT_EQ(qv_revoke(vm, unused.get()), QV_E_INVALIDARG);
   EXPECT_EQ(qv_close_callbacks(vm, 0), QV_S_OK);
   MakeRunnable(CountCall).call("run");
-  CloseHandle(inside);
-  CloseHandle(go);
 }
 
 // ---- threads and depth ----
@@ -434,20 +422,16 @@ TEST_F(ClientC, ClosingWaitsForTheCallsInsideAndRefusesNewObjects) {
 TEST_F(ClientC, ManyThreadsMakeCallAndClose) {
   for (int round = 0; round < 5; ++round) {
     std::array<Context, 8> contexts;
-    std::vector<std::thread> threads;
-    for (Context& context : contexts) {
-      threads.emplace_back([&] {
-        const char* const name = "java/util/function/IntUnaryOperator";
-        const qv_function function = {nullptr, "(I)I", SameInC};
-        const qv_implementation what = {&name, 1, &function, 1, CountEnd, nullptr};
-        qv_jobject object = nullptr;
-        ASSERT_EQ(qv_implement(vm, &what, &context, &object, nullptr), QV_S_OK);
-        const auto mine = java.object_of(object).as<IntOperator>();
-        vm->DeleteLocalRef(object);
-        EXPECT_EQ((Callbacks::call_static<"sum", int64_t(IntOperator, int32_t)>(java, mine, 500)), 124750);
-      });
-    }
-    for (std::thread& thread : threads) thread.join();
+    OnThreads(8, [&](int number) {
+      const char* const name = "java/util/function/IntUnaryOperator";
+      const qv_function function = {nullptr, "(I)I", SameInC};
+      const qv_implementation what = {&name, 1, &function, 1, CountEnd, nullptr};
+      qv_jobject object = nullptr;
+      ASSERT_EQ(qv_implement(vm, &what, &contexts[static_cast<size_t>(number)], &object, nullptr), QV_S_OK);
+      const auto mine = java.object_of(object).as<IntOperator>();
+      vm->DeleteLocalRef(object);
+      EXPECT_EQ((Callbacks::call_static<"sum", int64_t(IntOperator, int32_t)>(java, mine, 500)), 124750);
+    });
     EXPECT_EQ(qv_close_callbacks(vm, kLimitMs), QV_S_OK);
     for (const Context& context : contexts) EXPECT_EQ(context.ends, 1);
   }

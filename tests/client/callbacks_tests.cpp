@@ -130,15 +130,7 @@ TEST_F(ClientCallbacks, MemberFunctionsOfAnObject) {
 }
 
 TEST_F(ClientCallbacks, DefaultMethodsRunUnlessTheHostHasThem) {
-  const auto plain = qvjvm::implement<"client/Callbacks$Defaults">(java, [](int32_t value) { return value; });
-  EXPECT_EQ((plain.call<"twice", int32_t>(21)), 42);
-  EXPECT_TRUE((plain.call<"isSmall", bool>(9)));
-  EXPECT_EQ((plain.call<"half", double>(3.0)), 1.5);
-  EXPECT_EQ((plain.call<"text", std::string(std::string, int8_t, char16_t, int16_t, int64_t, float, double, bool,
-                                            qvjvm::object)>("a", int8_t{-1}, u'b', int16_t{2}, int64_t{3}, 0.5F, 0.25,
-                                                            true, nullptr)),
-            "a-1b230.50.25truenull");
-  EXPECT_EQ(plain.try_call<"fail">().reason().message(), L"java.io.IOException: of the default method");
+  ExpectDefaultMethods(qvjvm::implement<"client/Callbacks$Defaults">(java, [](int32_t value) { return value; }));
   const auto other =
       qvjvm::implement<"client/Callbacks$Defaults">(java, qvjvm::on<"once">([](int32_t value) { return value; }),
                                                     qvjvm::on<"twice">([](int32_t value) { return value + 2; }));

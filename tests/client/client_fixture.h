@@ -76,4 +76,17 @@ qvjvm::failure FailureOf(const Work& work) {
   return {};
 }
 
+// Whether the default methods of an object of client.Callbacks.Defaults, whose own method gives what it gets, run.
+inline void ExpectDefaultMethods(const qvjvm::object& object) {
+  const auto plain = object.as<qvjvm::instance<"client/Callbacks$Defaults">>();
+  EXPECT_EQ((plain.call<"twice", int32_t>(21)), 42);
+  EXPECT_TRUE((plain.call<"isSmall", bool>(9)));
+  EXPECT_EQ((plain.call<"half", double>(3.0)), 1.5);
+  EXPECT_EQ((plain.call<"text", std::string(std::string, int8_t, char16_t, int16_t, int64_t, float, double, bool,
+                                            qvjvm::object)>("a", int8_t{-1}, u'b', int16_t{2}, int64_t{3}, 0.5F, 0.25,
+                                                            true, nullptr)),
+            "a-1b230.50.25truenull");
+  EXPECT_EQ(plain.try_call<"fail">().reason().message(), L"java.io.IOException: of the default method");
+}
+
 }  // namespace qvtest

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "tests/client/client_fixture.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 namespace {
@@ -240,16 +241,12 @@ TEST_F(ClientHosted, TheFirstObjectsOfManyThreadsAgreeOnTheClasses) {
   for (int round = 0; round < 10; ++round) {
     ASSERT_TRUE(qvjvm::close_callbacks(java, kLimit));
     std::atomic<int> runs = 0;
-    std::vector<std::thread> threads;
     Gate done(8);
-    for (int i = 0; i < 8; ++i) {
-      threads.emplace_back([&] {
-        MakeRunnable([&] { ++runs; }).template call<"run">();
-        done.Open();
-        done.Wait();  // Under Wine a thread that ends and one that Java starts can wait for each other.
-      });
-    }
-    for (std::thread& thread : threads) thread.join();
+    OnThreads(8, [&](int) {
+      MakeRunnable([&] { ++runs; }).template call<"run">();
+      done.Open();
+      done.Wait();  // Under Wine a thread that ends and one that Java starts can wait for each other.
+    });
     EXPECT_EQ(runs, 8);
   }
   EXPECT_TRUE(qvjvm::close_callbacks(java, kLimit));

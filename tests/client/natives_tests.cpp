@@ -1,8 +1,8 @@
 // Native methods of Java classes by functions of the host.
 #include <stdexcept>
-#include <thread>
 
 #include "tests/client/client_fixture.h"
+#include "tests/support/threads.h"
 
 namespace qvtest {
 namespace {
@@ -103,11 +103,7 @@ TEST_F(ClientNatives, WhatIsTakenBackIsNotLinked) {
 }
 
 TEST_F(ClientNatives, AnyThreadCallsThem) {
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([&] { EXPECT_EQ((Natives::call_static<"sum", int64_t>(java, 2000)), 1999000); });
-  }
-  for (std::thread& thread : threads) thread.join();
+  OnThreads(8, [&](int) { EXPECT_EQ((Natives::call_static<"sum", int64_t>(java, 2000)), 1999000); });
 }
 
 }  // namespace
