@@ -21,6 +21,11 @@ extern "C" {
 
 typedef void* qv_jmethod;
 
+/* The primitive types: letter in signatures, member of qv_value, type, and name in JNI's functions, in JNI's order. */
+#define QV_PRIMITIVE_TYPES(Each)                                                                                      \
+  Each('Z', z, uint8_t, Boolean) Each('B', b, int8_t, Byte) Each('C', c, uint16_t, Char) Each('S', s, int16_t, Short) \
+      Each('I', i, int32_t, Int) Each('J', j, int64_t, Long) Each('F', f, float, Float) Each('D', d, double, Double)
+
 typedef struct qv_jni {
   void* before_define_class[5];
   qv_jclass (*DefineClass)(qv_jnienv env, const char* name, qv_jobject loader, const char* bytes, int32_t size); /* 5 */
@@ -49,20 +54,13 @@ typedef struct qv_jni {
   qv_jobject (*CallObjectMethodA)(qv_jnienv env, qv_jobject on, qv_jmethod method, const qv_value* values); /* 36 */
   void* before_call_void[26];
   void (*CallVoidMethodA)(qv_jnienv env, qv_jobject on, qv_jmethod method, const qv_value* values); /* 63 */
-#define QV_NONVIRTUAL(Result, Type)                                                                      \
+#define QV_NONVIRTUAL(letter, member, Result, Type)                                                      \
   void* before_nonvirtual_##Type[2];                                                                     \
   Result (*CallNonvirtual##Type##MethodA)(qv_jnienv env, qv_jobject on, qv_jclass in, qv_jmethod method, \
                                           const qv_value* values);
-  QV_NONVIRTUAL(qv_jobject, Object) /* 66, and then every third */
-  QV_NONVIRTUAL(uint8_t, Boolean)
-  QV_NONVIRTUAL(int8_t, Byte)
-  QV_NONVIRTUAL(uint16_t, Char)
-  QV_NONVIRTUAL(int16_t, Short)
-  QV_NONVIRTUAL(int32_t, Int)
-  QV_NONVIRTUAL(int64_t, Long)
-  QV_NONVIRTUAL(float, Float)
-  QV_NONVIRTUAL(double, Double)
-  QV_NONVIRTUAL(void, Void) /* 93 */
+  QV_NONVIRTUAL('L', l, qv_jobject, Object) /* 66, and then every third */
+  QV_PRIMITIVE_TYPES(QV_NONVIRTUAL)
+  QV_NONVIRTUAL('V', j, void, Void) /* 93 */
 #undef QV_NONVIRTUAL
   void* before_get_static_method[19];
   qv_jmethod (*GetStaticMethodID)(qv_jnienv env, qv_jclass cls, const char* name, const char* signature); /* 113 */
@@ -431,30 +429,12 @@ static qv_value qv_call_default(qv_jnienv env, qv_jobject on, qv_jclass in, qv_j
   qv_value result;
   result.j = 0;
   switch (letter) {
-    case 'Z':
-      result.z = jni->CallNonvirtualBooleanMethodA(env, on, in, method, values);
-      break;
-    case 'B':
-      result.b = jni->CallNonvirtualByteMethodA(env, on, in, method, values);
-      break;
-    case 'C':
-      result.c = jni->CallNonvirtualCharMethodA(env, on, in, method, values);
-      break;
-    case 'S':
-      result.s = jni->CallNonvirtualShortMethodA(env, on, in, method, values);
-      break;
-    case 'I':
-      result.i = jni->CallNonvirtualIntMethodA(env, on, in, method, values);
-      break;
-    case 'J':
-      result.j = jni->CallNonvirtualLongMethodA(env, on, in, method, values);
-      break;
-    case 'F':
-      result.f = jni->CallNonvirtualFloatMethodA(env, on, in, method, values);
-      break;
-    case 'D':
-      result.d = jni->CallNonvirtualDoubleMethodA(env, on, in, method, values);
-      break;
+#define QV_CALL(letter, member, Result, Type)                                        \
+  case letter:                                                                       \
+    result.member = jni->CallNonvirtual##Type##MethodA(env, on, in, method, values); \
+    break;
+    QV_PRIMITIVE_TYPES(QV_CALL)
+#undef QV_CALL
     case 'V':
       jni->CallNonvirtualVoidMethodA(env, on, in, method, values);
       break;
@@ -1047,6 +1027,7 @@ int32_t qv_unregister_natives(IQV_JavaVM* vm, qv_jclass cls) QV_NOEXCEPT {
   return qv_leave(&in, status);
 }
 
+#undef QV_PRIMITIVE_TYPES
 #undef QV_JNI
 #undef QV_SLOT
 #undef QV_SLOT0

@@ -263,10 +263,6 @@ concept takes_memory = requires(T& function, std::span<const std::byte> block) {
   function(block);
 };
 
-}  // namespace detail
-
-namespace detail {
-
 /// Memory of single bytes, of whatever C++ type.
 template <class T>
 concept byte_memory = std::ranges::contiguous_range<T> && sizeof(std::ranges::range_value_t<T>) == 1;
