@@ -1,0 +1,26 @@
+// The naming rule, all of it: which C++ name stands for a name of Java's. Pure. docs/wrappers.md publishes it.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace binder {
+
+// A name that C++ allows and that no macro, keyword or member of the client's takes. A Java name that is none of these
+// stays; every other one gets an underscore at its end.
+std::string NameOf(std::string_view javaName);
+
+// The namespaces of a class, "java/util/Map$Entry": java, util.
+std::vector<std::string> NamespacesOf(std::string_view className);
+// Its C++ name without them: Map_Entry. `outer` is the name of the class that it is nested in, or none.
+std::string ClassNameOf(std::string_view className, std::string_view outer);
+
+// A name of a member of a class whose C++ name is known: none is that of its class.
+std::string MemberNameOf(std::string_view javaName, std::string_view ownClass);
+
+// Why a name is not kept, for people and for tests.
+enum class Reserved { No, Keyword, Macro, Client, Form };
+Reserved WhyReserved(std::string_view javaName);
+
+}  // namespace binder

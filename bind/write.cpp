@@ -1,0 +1,477 @@
+#include "bind/write.h"
+
+#include <algorithm>
+
+#include "bind/java_text.h"
+#include "bind/literals.h"
+#include "bind/members.h"
+#include "bind/names.h"
+
+namespace binder {
+
+namespace {
+
+// The class that a type names, however many dimensions it has; none for primitive types.
+std::string_view ClassOfType(std::string_view type) {
+  type.remove_prefix(type.find_first_not_of('['));
+  return type[0] == 'L' ? type.substr(1, type.size() - 2) : std::string_view();
+}
+
+std::string Join(const std::vector<std::string>& parts, std::string_view between) {
+  std::string text;
+  for (const std::string& part : parts) {
+    if (!text.empty()) text += between;
+    text += part;
+  }
+  return text;
+}
+
+// A function of C++ that stands for a member of Java.
+struct Function {
+  std::string text;                       // Java's declaration
+  std::vector<std::string> parameters;    // template parameters
+  std::string prefix;                     // "static "
+  std::string result;
+  std::string name;
+  std::string arguments;
+  std::string suffix;                     // " const"
+  std::vector<std::string> excluded;      // what other overloads take
+  std::string body;
+};
+
+class Writer {
+ public:
+  Writer(const Library& library, const Style& style) : m_library(library), m_style(style), m_members(library) {}
+
+  std::map<std::string, std::string> Write() {
+    for (const std::string& name : m_library.asked) {
+      for (const Class* cls = m_library.Find(name); cls != nullptr; cls = m_library.Find(BaseOf(*cls))) {
+        if (cls->membersRead) m_full.insert(cls->name);
+      }
+    }
+    for (const std::string& name : m_full) WriteFull(*m_library.Find(name));
+    while (!m_named.empty()) {
+      const std::string name = *m_named.begin();
+      m_named.erase(m_named.begin());
+      const Class* const cls = m_library.Find(name);
+      if (cls == nullptr || m_full.contains(name) || !m_declared.insert(name).second) continue;
+      if (const std::string base = BaseOf(*cls); !base.empty()) m_named.insert(base);
+      m_headers["detail/" + PathOf(*cls)] = Declaration(*cls, "", {});
+    }
+    return std::move(m_headers);
+  }
+
+ private:
+  // ---- names ----
+
+  [[nodiscard]] static std::string NameOfClass(const Class& cls) { return ClassNameOf(cls.name, cls.outer); }
+
+  [[nodiscard]] static std::string PathOf(const Class& cls) {
+    std::string path;
+    for (const std::string& part : NamespacesOf(cls.name)) path += part + "/";
+    return path + NameOfClass(cls) + ".hpp";
+  }
+
+  [[nodiscard]] static std::string NamespaceOf(const Class& cls) { return Join(NamespacesOf(cls.name), "::"); }
+
+  [[nodiscard]] static std::string QualifiedName(const Class& cls) {
+    const std::string space = NamespaceOf(cls);
+    return "::" + (space.empty() ? "" : space + "::") + NameOfClass(cls);
+  }
+
+  [[nodiscard]] std::string TextType() const {
+    return m_style.text == Text::Wide ? "::std::wstring" : "::std::string";
+  }
+
+  // The C++ type for a type of Java, noted among those that the class at work needs.
+  std::string TypeOf(std::string_view type) {
+    static constexpr std::pair<std::string_view, std::string_view> kKnown[] = {
+        {"V", "void"},
+        {"Z", "bool"},
+        {"B", "int8_t"},
+        {"C", "wchar_t"},
+        {"S", "int16_t"},
+        {"I", "int32_t"},
+        {"J", "int64_t"},
+        {"F", "float"},
+        {"D", "double"},
+        {"Ljava/lang/Class;", "::qvjvm::class_ref"},
+        {"Ljava/lang/Boolean;", "::std::optional<bool>"},
+        {"Ljava/lang/Byte;", "::std::optional<int8_t>"},
+        {"Ljava/lang/Character;", "::std::optional<wchar_t>"},
+        {"Ljava/lang/Short;", "::std::optional<int16_t>"},
+        {"Ljava/lang/Integer;", "::std::optional<int32_t>"},
+        {"Ljava/lang/Long;", "::std::optional<int64_t>"},
+        {"Ljava/lang/Float;", "::std::optional<float>"},
+        {"Ljava/lang/Double;", "::std::optional<double>"},
+    };
+    for (const auto& [java, cpp] : kKnown) {
+      if (type == java) return std::string(cpp);
+    }
+    if (type == "Ljava/lang/String;") return TextType();
+    if (type[0] == '[') {
+      const std::string element = TypeOf(type.substr(1));
+      return (type.size() == 2 ? "::std::vector<" : "::qvjvm::array<") + element + ">";
+    }
+    const std::string_view name = ClassOfType(type);
+    const Class* const cls = m_library.Find(name);
+    if (cls == nullptr) return "::qvjvm::instance<\"" + std::string(name) + "\">";
+    m_used.insert(cls->name);
+    return QualifiedName(*cls);
+  }
+
+  std::vector<std::string> TypesOf(const std::vector<std::string>& types) {
+    std::vector<std::string> all;
+    for (const std::string& type : types) all.push_back(TypeOf(type));
+    return all;
+  }
+
+  // ---- functions ----
+
+  // Names for the parameters: Java's where they are known.
+  std::vector<std::string> ParameterNames(const Method& method) const {
+    std::vector<std::string> names;
+    for (size_t i = 0; i < method.parameters.size(); ++i) {
+      std::string name;
+      if (method.parameterNames.size() == method.parameters.size()) name = NameOf(method.parameterNames[i]);
+      if (name.empty() || name == "where" || m_constants.contains(name) ||
+          std::find(names.begin(), names.end(), name) != names.end()) {
+        name = "p" + std::to_string(i + 1);
+      }
+      names.push_back(name);
+    }
+    return names;
+  }
+
+  struct Overload {
+    const Method* method;
+    std::vector<std::string> types;  // of the parameters
+  };
+
+  // What Java would take before this one, given the same arguments, as C++ asks for it.
+  std::vector<std::string> Exclusions(const Overload& of, const std::vector<Overload>& all, bool withPlace,
+                                      const std::string& arguments) {
+    std::vector<std::string> excluded;
+    const bool isStatic = withPlace;
+    for (const Overload& other : all) {
+      const bool otherStatic = other.method->name == "<init>" || other.method->Is(kStatic);
+      if (isStatic == otherStatic) {
+        if (!MoreSpecific(m_library, *other.method, *of.method)) continue;
+        excluded.push_back("::qvjvm::takes<" + Join(other.types, ", ") + ">::from<" + arguments + ">");
+      } else if (isStatic && other.types.size() == of.types.size() + 1) {
+        // An object may be the place of the call, or the first argument of an instance method.
+        excluded.push_back("::qvjvm::takes<" + Join(other.types, ", ") + ">::from<Where" +
+                           (arguments.empty() ? "" : ", ") + arguments + ">");
+      }
+    }
+    return excluded;
+  }
+
+  void AddMethod(const Overload& overload, const std::vector<Overload>& all, const std::string& name) {
+    const Method& method = *overload.method;
+    const bool isConstructor = method.name == "<init>";
+    const bool isStatic = isConstructor || method.Is(kStatic);
+    const std::vector<std::string> names = ParameterNames(method);
+    Function function;
+    function.text = method.text;
+    function.name = name;
+    function.result = isConstructor ? QualifiedName(*m_class) : TypeOf(method.result);
+    if (isStatic) {
+      function.prefix = isConstructor ? "[[nodiscard]] static " : "static ";
+      function.parameters.push_back("::qvjvm::origin Where");
+      function.arguments = "const Where& where";
+    } else {
+      function.suffix = " const";
+    }
+    std::vector<std::string> types;
+    for (size_t i = 0; i < names.size(); ++i) {
+      types.push_back("A" + std::to_string(i + 1));
+      function.parameters.push_back("::qvjvm::argument<" + overload.types[i] + "> " + types.back());
+      function.arguments += (function.arguments.empty() ? "const " : ", const ") + types.back() + "& " + names[i];
+    }
+    function.excluded = Exclusions(overload, all, isStatic, Join(types, ", "));
+    const std::string signature =
+        (isConstructor ? "void" : function.result) + "(" + Join(overload.types, ", ") + ")";
+    const auto body = [&](const std::string& values) {
+      if (isConstructor) return "return java_new<" + signature + ">(where" + values + ");";
+      if (isStatic) return "return java_static<\"" + method.name + "\", " + signature + ">(where" + values + ");";
+      const std::string self = names.empty() ? "static_cast<const This&>(*this)." : "this->";
+      return "return " + self + "template java_call<\"" + method.name + "\", " + signature + ">(" +
+             (values.empty() ? "" : values.substr(2)) + ");";
+    };
+    if (!isStatic && names.empty()) function.parameters.push_back("class This = " + QualifiedName(*m_class));
+    std::string values;
+    for (const std::string& value : names) values += ", " + value;
+    function.body = body(values);
+    m_functions.push_back(function);
+    if (!method.Is(kVarargs) || names.empty() || method.parameters.back()[0] != '[') return;
+    if (std::count_if(all.begin(), all.end(), [](const Overload& other) { return other.method->Is(kVarargs); }) > 1) {
+      return;
+    }
+    // The same with the last arguments one by one.
+    const std::string element = TypeOf(std::string_view(method.parameters.back()).substr(1));
+    function.text.clear();
+    function.parameters.back() = "::qvjvm::argument<" + element + ">... More";
+    const std::string& last = names.back();
+    function.arguments.resize(function.arguments.size() - (types.back() + "& " + last).size());
+    function.arguments += "More&... " + last;
+    types.back() = "More...";
+    function.excluded.clear();
+    for (const Overload& other : all) {
+      const bool otherStatic = other.method->name == "<init>" || other.method->Is(kStatic);
+      if (otherStatic != isStatic && !(isStatic && other.types.size() >= overload.types.size())) continue;
+      function.excluded.push_back("::qvjvm::takes<" + Join(other.types, ", ") + ">::from<" +
+                                  (otherStatic != isStatic ? "Where, " : "") + Join(types, ", ") + ">");
+    }
+    values.resize(values.size() - last.size() - 2);
+    values += ", java_varargs<" + element + ">(" + (isStatic ? "where" : "*this") + ", " + last + "...)";
+    function.body = body(values);
+    m_functions.push_back(function);
+  }
+
+  void AddMethods(const std::vector<const Method*>& methods, const std::string& name) {
+    std::vector<Overload> all;
+    for (const Method* const method : methods) all.push_back({method, TypesOf(method->parameters)});
+    for (const Overload& overload : all) AddMethod(overload, all, name);
+  }
+
+  void AddField(const Field& field) {
+    const bool isStatic = field.Is(kStatic);
+    const std::string type = TypeOf(field.type);
+    Function get;
+    get.text = field.text;
+    get.result = type;
+    const std::string name = "\"" + field.name + "\", " + type;
+    if (field.Is(kEnum)) {
+      get.name = FreeName(MemberNameOf(field.name, m_name));
+    } else {
+      get.name = FreeName("get_" + field.name);
+    }
+    if (isStatic) {
+      get.prefix = "static ";
+      get.parameters.push_back("::qvjvm::origin Where");
+      get.arguments = "const Where& where";
+      get.body = "return " + m_name + "::template static_field<" + name + ">(where);";
+    } else {
+      get.parameters.push_back("class This = " + QualifiedName(*m_class));
+      get.suffix = " const";
+      get.body = "return static_cast<const This&>(*this).template field<" + name + ">();";
+    }
+    m_functions.push_back(get);
+    if (field.Is(kFinal)) return;
+    Function set = get;
+    set.text.clear();
+    set.name = FreeName("set_" + field.name);
+    set.result = "void";
+    set.parameters = {"::qvjvm::argument<" + type + "> Value"};
+    set.arguments = "const Value& value";
+    const std::string value = "::qvjvm::detail::to_java<" + type + ">(value)";
+    if (isStatic) {
+      set.parameters.insert(set.parameters.begin(), "::qvjvm::origin Where");
+      set.arguments = "const Where& where, " + set.arguments;
+      set.body = m_name + "::template set_static_field<" + name + ">(where, " + value + ");";
+    } else {
+      set.body = "this->template set_field<" + name + ">(" + value + ");";
+    }
+    m_functions.push_back(set);
+  }
+
+  // A name for a field that no method has.
+  [[nodiscard]] std::string FreeName(const std::string& name) const {
+    const std::string allowed = NameOf(name);
+    return m_methodNames.contains(allowed) ? allowed + "_" : allowed;
+  }
+
+  std::string ConstantText(const Field& field) {
+    std::string type = TypeOf(field.type);
+    const std::string literal = LiteralOf(*field.constant, field.type, m_style.text == Text::Utf8);
+    const bool isText = std::holds_alternative<std::u16string>(*field.constant);
+    if (isText) type += "_view";
+    const std::string name = FreeName(MemberNameOf(field.name, m_name));
+    m_constants.insert(name);
+    return "  // " + field.text + "\n  static constexpr " + type + " " + name + "{" + literal + "};\n";
+  }
+
+  // ---- texts ----
+
+  static std::string Template(const Function& function) {
+    return function.parameters.empty() ? "" : "template <" + Join(function.parameters, ", ") + ">\n";
+  }
+  static std::string Requires(const Function& function) {
+    std::string text;
+    for (const std::string& excluded : function.excluded) {
+      text += text.empty() ? "requires(!" : " && !";
+      text += excluded;
+    }
+    return text.empty() ? text : text + ")\n";
+  }
+  static std::string Indented(std::string_view text) {
+    std::string all;
+    for (size_t at = 0; at < text.size();) {
+      const size_t end = text.find('\n', at) + 1;
+      all += "  " + std::string(text.substr(at, end - at));
+      at = end;
+    }
+    return all;
+  }
+  static std::string DeclarationOf(const Function& function) {
+    std::string text;
+    if (!function.text.empty()) text += "// " + function.text + "\n";
+    text += Template(function) + Requires(function);
+    text += function.prefix + function.result + " " + function.name + "(" + function.arguments + ")" +
+            function.suffix + ";\n";
+    return Indented(text);
+  }
+  [[nodiscard]] std::string BodyOf(const Function& function) const {
+    return "\n" + Template(function) + Requires(function) + function.result + " " + m_name + "::" + function.name +
+           "(" + function.arguments + ")" + function.suffix + " {\n  " + function.body + "\n}\n";
+  }
+
+  static std::string Head(const Class& cls) {
+    return std::string(kMark) + " from " + Dotted(cls.name) + ". Changes are lost when it is made again.\n"
+           "#pragma once\n\n";
+  }
+  static std::string Up(const Class& cls, size_t more) {
+    std::string path;
+    for (size_t depth = NamespacesOf(cls.name).size() + more; depth > 0; --depth) path += "../";
+    return path;
+  }
+  static std::string Open(const std::string& space) { return space.empty() ? "" : "namespace " + space + " {\n\n"; }
+  static std::string Close(const std::string& space) {
+    return space.empty() ? "" : "\n}  // namespace " + space + "\n";
+  }
+
+  [[nodiscard]] std::string ForwardDeclarations(const Class& cls, const std::set<std::string>& names) const {
+    std::map<std::string, std::set<std::string>> bySpace;
+    for (const std::string& name : names) {
+      if (name == cls.name) continue;
+      const Class& other = *m_library.Find(name);
+      bySpace[NamespaceOf(other)].insert(NameOfClass(other));
+    }
+    std::string text;
+    for (const auto& [space, classes] : bySpace) {
+      if (!space.empty()) text += "namespace " + space + " {\n";
+      for (const std::string& name : classes) text += "class " + name + ";\n";
+      if (!space.empty()) text += "}\n";
+    }
+    return text.empty() ? text : text + "\n";
+  }
+
+  std::string Declaration(const Class& cls, const std::string& members, const std::set<std::string>& used) const {
+    const std::string name = NameOfClass(cls);
+    const std::string space = NamespaceOf(cls);
+    const Class* const base = m_library.Find(BaseOf(cls));
+    std::string text = Head(cls);
+    if (base == nullptr) {
+      text += "#include \"qvjvm/client/wrappers.hpp\"\n\n";
+    } else {
+      text += "#include \"" + Up(cls, 0) + PathOf(*base) + "\"\n\n";
+    }
+    text += ForwardDeclarations(cls, used);
+    text += Open(space);
+    text += "/// " + cls.text + "\n";
+    text += "class " + name + " : public ::qvjvm::wrapper<" + name + ", \"" + cls.name + "\"" +
+            (base == nullptr ? "" : ", " + QualifiedName(*base)) + "> {\n public:\n  using wrapper::wrapper;\n";
+    text += "  static constexpr ::std::string_view java_interfaces =";
+    std::string line = " ";
+    for (const std::string& one : AllInterfaces(m_library, cls)) {
+      text += "\n      \"" + line;
+      text += "\"";
+      line = one + " ";
+    }
+    text += "\n      \"" + line + "\";\n";
+    return text + members + "};\n" + Close(space);
+  }
+
+  // Names for classes that are nested in this one, where nothing else has them.
+  std::string Aliases(const Class& cls) {
+    std::string text;
+    for (const std::string& nested : cls.nested) {
+      const Class* const inner = m_library.Find(nested);
+      if (inner == nullptr || !m_library.asked.contains(nested)) continue;
+      const std::string alias = NameOf(std::string_view(nested).substr(cls.name.size() + 1));
+      if (alias == m_name || m_methodNames.contains(alias) || m_fieldNames.contains(alias)) continue;
+      m_used.insert(nested);
+      text += "  using " + alias + " = " + QualifiedName(*inner) + ";\n";
+    }
+    return text.empty() ? text : "\n" + text;
+  }
+
+  void WriteFull(const Class& cls) {
+    m_class = &cls;
+    m_name = NameOfClass(cls);
+    m_used.clear();
+    m_functions.clear();
+    m_methodNames.clear();
+    m_fieldNames.clear();
+    m_constants.clear();
+
+    std::map<std::string, std::vector<const Method*>> byName;
+    for (const Visible& visible : m_members.MethodsOf(cls)) {
+      byName[MemberNameOf(visible.method->name, m_name)].push_back(visible.method);
+    }
+    for (const auto& [name, methods] : byName) m_methodNames.insert(name);
+    for (const Field& field : cls.fields) m_fieldNames.insert(field.name);
+
+    std::string members = Aliases(cls);
+    std::string constants;
+    for (const Field& field : cls.fields) {
+      if (field.Is(kPublic) && field.constant && field.Is(kStatic) && field.Is(kFinal)) constants += ConstantText(field);
+    }
+    if (!constants.empty()) members += "\n" + constants;
+    std::vector<const Method*> constructors;
+    for (const Method& method : cls.constructors) {
+      if (method.Is(kPublic) && !method.Is(kSynthetic) && !cls.Is(kAbstract)) constructors.push_back(&method);
+    }
+    AddMethods(constructors, "create");
+    for (const Field& field : cls.fields) {
+      if (field.Is(kPublic) && !(field.constant && field.Is(kStatic) && field.Is(kFinal))) AddField(field);
+    }
+    for (const auto& [name, methods] : byName) AddMethods(methods, name);
+
+    std::string bodies;
+    for (const Function& function : m_functions) {
+      members += "\n" + DeclarationOf(function);
+      bodies += BodyOf(function);
+    }
+    m_used.erase(cls.name);
+    m_headers["detail/" + PathOf(cls)] = Declaration(cls, members, m_used);
+
+    std::string text = Head(cls) + "#include \"" + Up(cls, 0) + "detail/" + PathOf(cls) + "\"\n";
+    for (const std::string& name : m_used) {
+      text += "#include \"" + Up(cls, 0) + "detail/" + PathOf(*m_library.Find(name)) + "\"\n";
+    }
+    if (const Class* const base = m_library.Find(BaseOf(cls))) {
+      text += "#include \"" + Up(cls, 0) + PathOf(*base) + "\"\n";
+    }
+    const std::string space = NamespaceOf(cls);
+    if (!bodies.empty()) text += "\n" + Open(space) + bodies.substr(1) + Close(space);
+    m_headers[PathOf(cls)] = text;
+    m_named.insert(m_used.begin(), m_used.end());
+  }
+
+  const Library& m_library;
+  const Style& m_style;
+  Members m_members;
+  std::set<std::string> m_full;
+  std::set<std::string> m_declared;
+  std::set<std::string> m_named;
+  std::map<std::string, std::string> m_headers;
+
+  // The class at work.
+  const Class* m_class = nullptr;
+  std::string m_name;
+  std::set<std::string> m_used;
+  std::vector<Function> m_functions;
+  std::set<std::string> m_methodNames;
+  std::set<std::string> m_fieldNames;
+  std::set<std::string> m_constants;
+};
+
+}  // namespace
+
+std::map<std::string, std::string> WriteHeaders(const Library& library, const Style& style) {
+  return Writer(library, style).Write();
+}
+
+}  // namespace binder
