@@ -80,6 +80,18 @@ bool MoreSpecific(const Library& library, const Method& one, const Method& other
   return true;
 }
 
+bool MoreSpecificVarargs(const Library& library, const Method& one, const Method& other) {
+  if (!one.Is(kVarargs) || !other.Is(kVarargs) || one.parameters == other.parameters) return false;
+  const auto at = [](const Method& method, size_t i) -> std::string_view {
+    const size_t last = method.parameters.size() - 1;
+    return i < last ? std::string_view(method.parameters[i]) : std::string_view(method.parameters[last]).substr(1);
+  };
+  for (size_t i = 0; i < std::max(one.parameters.size(), other.parameters.size()); ++i) {
+    if (!Fits(library, at(one, i), at(other, i))) return false;
+  }
+  return true;
+}
+
 void Members::AddOwn(const Class& cls, All& all) const {
   for (const Method& method : cls.methods) {
     if (!method.Is(kPublic)) continue;

@@ -20,6 +20,8 @@ std::vector<std::string> AllInterfaces(const Library& library, const Class& cls)
 bool Fits(const Library& library, std::string_view from, std::string_view to);
 // Whether every argument that fits `one` fits `other`.
 bool MoreSpecific(const Library& library, const Method& one, const Method& other);
+// The same for two methods with a variable number of arguments, called with these one by one.
+bool MoreSpecificVarargs(const Library& library, const Method& one, const Method& other);
 
 // A method, and the class that declares it.
 struct Visible {

@@ -205,9 +205,6 @@ class Writer {
     function.body = body(values);
     m_functions.push_back(function);
     if (!method.Is(kVarargs) || names.empty() || method.parameters.back()[0] != '[') return;
-    if (std::count_if(all.begin(), all.end(), [](const Overload& other) { return other.method->Is(kVarargs); }) > 1) {
-      return;
-    }
     // The same with the last arguments one by one.
     const std::string element = TypeOf(std::string_view(method.parameters.back()).substr(1));
     function.text.clear();
@@ -222,6 +219,10 @@ class Writer {
       if (otherStatic != isStatic && !(isStatic && other.types.size() >= overload.types.size())) continue;
       function.excluded.push_back("::qvjvm::takes<" + Join(other.types, ", ") + ">::from<" +
                                   (otherStatic != isStatic ? "Where, " : "") + Join(types, ", ") + ">");
+      if (otherStatic != isStatic || !MoreSpecificVarargs(m_library, *other.method, method)) continue;
+      std::vector<std::string> others = other.types;
+      others.back() = TypeOf(std::string_view(other.method->parameters.back()).substr(1));
+      function.excluded.push_back("::qvjvm::takes_more<" + Join(others, ", ") + ">::from<" + Join(types, ", ") + ">");
     }
     values.resize(values.size() - last.size() - 2);
     values += ", java_varargs<" + element + ">(" + (isStatic ? "where" : "*this") + ", " + last + "...)";
@@ -294,8 +295,12 @@ class Writer {
 
   // ---- texts ----
 
-  static std::string Template(const Function& function) {
-    return function.parameters.empty() ? "" : "template <" + Join(function.parameters, ", ") + ">\n";
+  static std::string Template(const Function& function, bool withDefaults) {
+    std::vector<std::string> parameters = function.parameters;
+    for (std::string& parameter : parameters) {
+      if (!withDefaults) parameter.resize(std::min(parameter.size(), parameter.find(" = ")));
+    }
+    return parameters.empty() ? "" : "template <" + Join(parameters, ", ") + ">\n";
   }
   static std::string Requires(const Function& function) {
     std::string text;
@@ -317,24 +322,19 @@ class Writer {
   static std::string DeclarationOf(const Function& function) {
     std::string text;
     if (!function.text.empty()) text += "// " + function.text + "\n";
-    text += Template(function) + Requires(function);
+    text += Template(function, true) + Requires(function);
     text += function.prefix + function.result + " " + function.name + "(" + function.arguments + ")" +
             function.suffix + ";\n";
     return Indented(text);
   }
   [[nodiscard]] std::string BodyOf(const Function& function) const {
-    return "\n" + Template(function) + Requires(function) + function.result + " " + m_name + "::" + function.name +
+    return "\n" + Template(function, false) + Requires(function) + function.result + " " + m_name + "::" + function.name +
            "(" + function.arguments + ")" + function.suffix + " {\n  " + function.body + "\n}\n";
   }
 
   static std::string Head(const Class& cls) {
     return std::string(kMark) + " from " + Dotted(cls.name) + ". Changes are lost when it is made again.\n"
            "#pragma once\n\n";
-  }
-  static std::string Up(const Class& cls, size_t more) {
-    std::string path;
-    for (size_t depth = NamespacesOf(cls.name).size() + more; depth > 0; --depth) path += "../";
-    return path;
   }
   static std::string Open(const std::string& space) { return space.empty() ? "" : "namespace " + space + " {\n\n"; }
   static std::string Close(const std::string& space) {
@@ -365,7 +365,7 @@ class Writer {
     if (base == nullptr) {
       text += "#include \"qvjvm/client/wrappers.hpp\"\n\n";
     } else {
-      text += "#include \"" + Up(cls, 0) + PathOf(*base) + "\"\n\n";
+      text += "#include \"detail/" + PathOf(*base) + "\"\n\n";
     }
     text += ForwardDeclarations(cls, used);
     text += Open(space);
@@ -437,12 +437,12 @@ class Writer {
     m_used.erase(cls.name);
     m_headers["detail/" + PathOf(cls)] = Declaration(cls, members, m_used);
 
-    std::string text = Head(cls) + "#include \"" + Up(cls, 0) + "detail/" + PathOf(cls) + "\"\n";
+    std::string text = Head(cls) + "#include \"detail/" + PathOf(cls) + "\"\n";
     for (const std::string& name : m_used) {
-      text += "#include \"" + Up(cls, 0) + "detail/" + PathOf(*m_library.Find(name)) + "\"\n";
+      text += "#include \"detail/" + PathOf(*m_library.Find(name)) + "\"\n";
     }
     if (const Class* const base = m_library.Find(BaseOf(cls))) {
-      text += "#include \"" + Up(cls, 0) + PathOf(*base) + "\"\n";
+      text += "#include \"" + PathOf(*base) + "\"\n";
     }
     const std::string space = NamespaceOf(cls);
     if (!bodies.empty()) text += "\n" + Open(space) + bodies.substr(1) + Close(space);

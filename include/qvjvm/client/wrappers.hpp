@@ -3,6 +3,9 @@
 /// arguments go to Java. Generated code includes it; a host uses null and wrapper's functions alone.
 #pragma once
 
+#include <algorithm>
+#include <tuple>
+
 #include "qvjvm/qvjvm.hpp"
 
 namespace qvjvm {
@@ -179,6 +182,24 @@ struct takes {
   static constexpr bool from = [] {
     if constexpr (sizeof...(Arguments) == sizeof...(Parameters)) {
       return (true && ... && argument<Arguments, Parameters>);
+    } else {
+      return false;
+    }
+  }();
+};
+
+/// The same where the last parameter stands for any number of arguments.
+template <class... Parameters>
+struct takes_more {
+  /// Whether they do.
+  template <class... Arguments>
+  static constexpr bool from = [] {
+    if constexpr (sizeof...(Arguments) + 1 >= sizeof...(Parameters)) {
+      return []<size_t... I>(std::index_sequence<I...>) {
+        return (true && ... &&
+                argument<Arguments, std::tuple_element_t<std::min(I, sizeof...(Parameters) - 1),
+                                                         std::tuple<Parameters...>>>);
+      }(std::index_sequence_for<Arguments...>());
     } else {
       return false;
     }
