@@ -30,19 +30,19 @@ constexpr auto kKeywords = std::to_array<std::string_view>(
 
 // Macros of windows.h, of what it includes and of the C library, that are words as Java's programs have them.
 constexpr auto kMacros = std::to_array<std::string_view>(
-    {"ABSOLUTE",    "ALTERNATE",   "BUFSIZ",      "BYTE_ORDER",  "CALLBACK",    "CONST",       "CreateDialog",
+    {"ABSOLUTE",    "ALTERNATE",   "BUFSIZ",      "BYTE_ORDER",  "CALLBACK",    "CONST",       "CREATE_NEW",  "CreateDialog",
      "CreateDirectory", "CreateEvent", "CreateFile", "CreateFont", "CreateMutex", "CreateProcess", "CreateSemaphore",
      "CreateWindow", "DELETE",     "DIFFERENCE",  "DOMAIN",      "DeleteFile",  "DrawText",    "EOF",
      "ERROR",       "EXCEPTION_ACCESS_VIOLATION", "FAILED",      "FALSE",       "FAR",         "FORCEINLINE", "FindText",
      "FormatMessage", "GetClassInfo", "GetClassName", "GetCommandLine", "GetCurrentDirectory", "GetCurrentTime",
      "GetFreeSpace", "GetMessage", "GetObject",   "GetProp",     "GetUserName", "HUGE_VAL",    "IGNORE",      "IN",
-     "INFINITE",    "INFINITY",    "INTERFACE",   "LoadImage",   "LoadLibrary", "LoadString",  "MAX_PATH",    "MB_CUR_MAX",
+     "INFINITE",    "INFINITY",    "INTERFACE",   "LoadImage",   "LoadLibrary", "LoadString",  "MAX_PATH",    "MAX_PRIORITY", "MIN_PRIORITY",    "MB_CUR_MAX",
      "MessageBox",  "MoveFile",    "NAN",         "NEAR",        "NULL",        "NO_ERROR",    "NOMINMAX",    "OPAQUE",
-     "OPTIONAL",    "OUT",         "OVERFLOW",    "PASCAL",      "PLOSS",       "PURE",        "PostMessage", "RAND_MAX",
+     "OPTIONAL",    "OUT",         "OVERFLOW",    "PASCAL",      "PLOSS",       "PURE",        "PostMessage", "RAND_MAX",    "READ_ATTRIBUTES", "REASON_UNKNOWN",
      "RELATIVE",    "RemoveProp",  "ReportEvent", "SEEK_CUR",    "SEEK_END",    "SEEK_SET",    "SING",        "SO_BROADCAST",
      "SO_DEBUG",    "SO_ERROR",    "SO_KEEPALIVE", "SO_LINGER",  "SO_OOBINLINE", "SO_RCVBUF",  "SO_REUSEADDR", "SO_SNDBUF",
-     "SO_TIMEOUT",  "STRICT",      "SUCCEEDED",   "SendMessage", "SetProp",     "StartDoc",    "TCP_NODELAY", "THIS",
-     "TLOSS",       "TRANSPARENT", "TRUE",        "UNDERFLOW",   "UNICODE",     "VOID",        "Yield",       "assert",
+     "SO_TIMEOUT",  "STRICT",      "SUCCEEDED",   "SYNCHRONIZE",   "SendMessage", "SetProp",     "StartDoc",    "TCP_NODELAY", "THIS",
+     "TLOSS",       "TRANSPARENT", "TRUE",        "TRUNCATE_EXISTING",        "UNDERFLOW",   "UNICODE",     "VOID",        "WRITE_OWNER",        "Yield",       "assert",
      "cdecl",       "environ",     "errno",       "far",         "huge",        "hyper",       "interface",   "major",
      "max",         "min",         "minor",       "near",        "pascal",      "signbit",     "small",       "stderr",
      "stdin",       "stdout"});

@@ -246,7 +246,8 @@ std::vector<std::string> PathsOf(const ModuleReference& module) {
   using Stream = qvjvm::instance<"java/util/stream/Stream">;
   const auto reader = module.call<"open", ModuleReader>();
   const auto list = reader.call<"list", Stream>().call<"toArray", qvjvm::array<qvjvm::object>>();
-  std::vector<std::string> paths = list.as<std::vector<std::string>>();
+  std::vector<std::string> paths;
+  for (const std::string& path : qvjvm::elements<std::string>(list)) paths.push_back(path);
   reader.call<"close">();
   return paths;
 }
