@@ -53,7 +53,11 @@ constexpr bool has_name(std::string_view list, std::string_view name) noexcept {
 template <class T>
 concept typed_object = std::derived_from<T, object> && requires { T::java_interfaces; };
 
-/// Whether the class of T has that interface, by the list that its wrapper carries.
+/// Whether the class of T has an interface of that name, by the list that its wrapper carries.
+template <class T, fixed_text Name>
+concept has_interface = typed_object<T> && has_name(T::java_interfaces, Name.view());
+
+/// The same for the interface's own wrapper.
 template <class T, class Interface>
 concept implements = typed_object<T> && typed_object<Interface> && !std::derived_from<T, Interface> &&
                      has_name(T::java_interfaces, class_name_of(own_signature<Interface>.view()));
@@ -212,13 +216,14 @@ class wrapper : public instance<Class, Base> {
  public:
   using instance<Class, Base>::instance;
 
-  /// An object as one of its interfaces; Java is not asked.
+  /// An object as one of its interfaces; Java is not asked. The name is looked at first: while Self is being defined
+  /// nothing may be asked of it.
   template <class From>
-  requires detail::implements<From, Self> wrapper(const From& from)  // NOLINT(google-explicit-constructor)
+  requires detail::has_interface<From, Class> &&(!std::derived_from<From, Self>)wrapper(const From& from)  // NOLINT(google-explicit-constructor)
       : wrapper(from.object::copy().take()) {}
   /// The same, which leaves null behind.
   template <class From>
-  requires(!std::is_lvalue_reference_v<From>) && detail::implements<From, Self>
+  requires(!std::is_lvalue_reference_v<From>) && detail::has_interface<From, Class> && (!std::derived_from<From, Self>)
       wrapper(From&& from)  // NOLINT(google-explicit-constructor)
       : wrapper(static_cast<object&&>(from).take()) {}
 
