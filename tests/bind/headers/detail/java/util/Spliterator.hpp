@@ -1,0 +1,16 @@
+// Made by qvjvm-bind from java.util.Spliterator. Changes are lost when it is made again.
+#pragma once
+
+#include "detail/java/lang/Object.hpp"
+
+namespace java::util {
+
+/// public interface Spliterator
+class Spliterator : public ::qvjvm::wrapper<Spliterator, "java/util/Spliterator", ::java::lang::Object> {
+ public:
+  using wrapper::wrapper;
+  static constexpr ::std::string_view java_interfaces =
+      " ";
+};
+
+}  // namespace java::util

@@ -1,0 +1,16 @@
+// Made by qvjvm-bind from java.util.function.Consumer. Changes are lost when it is made again.
+#pragma once
+
+#include "detail/java/lang/Object.hpp"
+
+namespace java::util::function {
+
+/// public interface Consumer
+class Consumer : public ::qvjvm::wrapper<Consumer, "java/util/function/Consumer", ::java::lang::Object> {
+ public:
+  using wrapper::wrapper;
+  static constexpr ::std::string_view java_interfaces =
+      " ";
+};
+
+}  // namespace java::util::function

@@ -1,0 +1,14 @@
+// Made by qvjvm-bind from wrapped.Outer$taken. Changes are lost when it is made again.
+#pragma once
+
+#include "detail/wrapped/Outer_taken.hpp"
+#include "java/lang/Object.hpp"
+
+namespace wrapped {
+
+template <::qvjvm::origin Where>
+::wrapped::Outer_taken Outer_taken::create(const Where& where) {
+  return java_new<void()>(where);
+}
+
+}  // namespace wrapped
