@@ -1,7 +1,9 @@
 #include "bind/literals.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 #include <limits>
 
 #include "qvjvm/client/text.hpp"
@@ -16,8 +18,8 @@ std::string Floating(Number value, std::string_view type, const char* suffix) {
   if (std::isnan(value)) return limits + "quiet_NaN()";
   if (std::isinf(value)) return (value < 0 ? "-" : "") + limits + "infinity()";
   char text[64];
-  std::snprintf(text, sizeof text, "%.*g", std::numeric_limits<Number>::max_digits10, static_cast<double>(value));
-  std::string number = text;
+  const auto [end, error] = std::to_chars(std::begin(text), std::end(text), value);  // as few digits as come back
+  std::string number(text, error == std::errc() ? end : text);
   if (number.find_first_of(".e") == std::string::npos) number += ".0";
   return number + suffix;
 }

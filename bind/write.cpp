@@ -26,6 +26,12 @@ std::string Join(const std::vector<std::string>& parts, std::string_view between
   return text;
 }
 
+bool IsTemplateParameter(std::string_view name) {
+  while (name.ends_with('_')) name.remove_suffix(1);
+  if (name == "Where" || name == "This" || name == "More" || name == "Value") return true;
+  return name.starts_with('A') && name.find_first_not_of("0123456789", 1) == std::string_view::npos;
+}
+
 // A function of C++ that stands for a member of Java.
 struct Function {
   std::string text;                       // Java's declaration
@@ -128,13 +134,16 @@ class Writer {
 
   // ---- functions ----
 
+  // A name of a template parameter: any but the class's own, which it would hide.
+  [[nodiscard]] std::string Own(const std::string& name) const { return name == m_name ? name + "_" : name; }
+
   // Names for the parameters: Java's where they are known.
   std::vector<std::string> ParameterNames(const Method& method) const {
     std::vector<std::string> names;
     for (size_t i = 0; i < method.parameters.size(); ++i) {
       std::string name;
       if (method.parameterNames.size() == method.parameters.size()) name = NameOf(method.parameterNames[i]);
-      if (name.empty() || name == "where" || m_constants.contains(name) ||
+      if (name.empty() || name == "where" || IsTemplateParameter(name) || m_constants.contains(name) ||
           std::find(names.begin(), names.end(), name) != names.end()) {
         name = "p" + std::to_string(i + 1);
       }
@@ -160,7 +169,7 @@ class Writer {
         excluded.push_back("::qvjvm::takes<" + Join(other.types, ", ") + ">::from<" + arguments + ">");
       } else if (isStatic && other.types.size() == of.types.size() + 1) {
         // An object may be the place of the call, or the first argument of an instance method.
-        excluded.push_back("::qvjvm::takes<" + Join(other.types, ", ") + ">::from<Where" +
+        excluded.push_back("::qvjvm::takes<" + Join(other.types, ", ") + ">::from<" + Own("Where") +
                            (arguments.empty() ? "" : ", ") + arguments + ">");
       }
     }
@@ -178,14 +187,14 @@ class Writer {
     function.result = isConstructor ? QualifiedName(*m_class) : TypeOf(method.result);
     if (isStatic) {
       function.prefix = isConstructor ? "[[nodiscard]] static " : "static ";
-      function.parameters.push_back("::qvjvm::origin Where");
-      function.arguments = "const Where& where";
+      function.parameters.push_back("::qvjvm::origin " + Own("Where"));
+      function.arguments = "const " + Own("Where") + "& where";
     } else {
       function.suffix = " const";
     }
     std::vector<std::string> types;
     for (size_t i = 0; i < names.size(); ++i) {
-      types.push_back("A" + std::to_string(i + 1));
+      types.push_back(Own("A" + std::to_string(i + 1)));
       function.parameters.push_back("::qvjvm::argument<" + overload.types[i] + "> " + types.back());
       function.arguments += (function.arguments.empty() ? "const " : ", const ") + types.back() + "& " + names[i];
     }
@@ -195,11 +204,11 @@ class Writer {
     const auto body = [&](const std::string& values) {
       if (isConstructor) return "return java_new<" + signature + ">(where" + values + ");";
       if (isStatic) return "return java_static<\"" + method.name + "\", " + signature + ">(where" + values + ");";
-      const std::string self = names.empty() ? "static_cast<const This&>(*this)." : "this->";
+      const std::string self = names.empty() ? "static_cast<const " + Own("This") + "&>(*this)." : "this->";
       return "return " + self + "template java_call<\"" + method.name + "\", " + signature + ">(" +
              (values.empty() ? "" : values.substr(2)) + ");";
     };
-    if (!isStatic && names.empty()) function.parameters.push_back("class This = " + QualifiedName(*m_class));
+    if (!isStatic && names.empty()) function.parameters.push_back("class " + Own("This") + " = " + QualifiedName(*m_class));
     std::string values;
     for (const std::string& value : names) values += ", " + value;
     function.body = body(values);
@@ -208,17 +217,17 @@ class Writer {
     // The same with the last arguments one by one.
     const std::string element = TypeOf(std::string_view(method.parameters.back()).substr(1));
     function.text.clear();
-    function.parameters.back() = "::qvjvm::argument<" + element + ">... More";
+    function.parameters.back() = "::qvjvm::argument<" + element + ">... " + Own("More");
     const std::string& last = names.back();
     function.arguments.resize(function.arguments.size() - (types.back() + "& " + last).size());
-    function.arguments += "More&... " + last;
-    types.back() = "More...";
+    function.arguments += Own("More") + "&... " + last;
+    types.back() = Own("More") + "...";
     function.excluded.clear();
     for (const Overload& other : all) {
       const bool otherStatic = other.method->name == "<init>" || other.method->Is(kStatic);
       if (otherStatic != isStatic && !(isStatic && other.types.size() >= overload.types.size())) continue;
       function.excluded.push_back("::qvjvm::takes<" + Join(other.types, ", ") + ">::from<" +
-                                  (otherStatic != isStatic ? "Where, " : "") + Join(types, ", ") + ">");
+                                  (otherStatic != isStatic ? Own("Where") + ", " : "") + Join(types, ", ") + ">");
       if (otherStatic != isStatic || !MoreSpecificVarargs(m_library, *other.method, method)) continue;
       std::vector<std::string> others = other.types;
       others.back() = TypeOf(std::string_view(other.method->parameters.back()).substr(1));
@@ -250,13 +259,13 @@ class Writer {
     }
     if (isStatic) {
       get.prefix = "static ";
-      get.parameters.push_back("::qvjvm::origin Where");
-      get.arguments = "const Where& where";
+      get.parameters.push_back("::qvjvm::origin " + Own("Where"));
+      get.arguments = "const " + Own("Where") + "& where";
       get.body = "return " + m_name + "::template static_field<" + name + ">(where);";
     } else {
-      get.parameters.push_back("class This = " + QualifiedName(*m_class));
+      get.parameters.push_back("class " + Own("This") + " = " + QualifiedName(*m_class));
       get.suffix = " const";
-      get.body = "return static_cast<const This&>(*this).template field<" + name + ">();";
+      get.body = "return static_cast<const " + Own("This") + "&>(*this).template field<" + name + ">();";
     }
     m_functions.push_back(get);
     if (field.Is(kFinal)) return;
@@ -264,12 +273,12 @@ class Writer {
     set.text.clear();
     set.name = FreeName("set_" + field.name);
     set.result = "void";
-    set.parameters = {"::qvjvm::argument<" + type + "> Value"};
-    set.arguments = "const Value& value";
+    set.parameters = {"::qvjvm::argument<" + type + "> " + Own("Value")};
+    set.arguments = "const " + Own("Value") + "& value";
     const std::string value = "::qvjvm::detail::to_java<" + type + ">(value)";
     if (isStatic) {
-      set.parameters.insert(set.parameters.begin(), "::qvjvm::origin Where");
-      set.arguments = "const Where& where, " + set.arguments;
+      set.parameters.insert(set.parameters.begin(), "::qvjvm::origin " + Own("Where"));
+      set.arguments = "const " + Own("Where") + "& where, " + set.arguments;
       set.body = m_name + "::template set_static_field<" + name + ">(where, " + value + ");";
     } else {
       set.body = "this->template set_field<" + name + ">(" + value + ");";
@@ -334,7 +343,7 @@ class Writer {
 
   static std::string Head(const Class& cls) {
     return std::string(kMark) + " from " + Dotted(cls.name) + ". Changes are lost when it is made again.\n"
-           "#pragma once\n\n";
+           "// clang-format off\n#pragma once\n\n";
   }
   static std::string Open(const std::string& space) { return space.empty() ? "" : "namespace " + space + " {\n\n"; }
   static std::string Close(const std::string& space) {

@@ -1,4 +1,5 @@
 // Made by qvjvm-bind from wrapped.Outer. Changes are lost when it is made again.
+// clang-format off
 #pragma once
 
 #include "detail/wrapped/Outer.hpp"

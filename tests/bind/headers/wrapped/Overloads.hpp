@@ -1,4 +1,5 @@
 // Made by qvjvm-bind from wrapped.Overloads. Changes are lost when it is made again.
+// clang-format off
 #pragma once
 
 #include "detail/wrapped/Overloads.hpp"

@@ -1,4 +1,5 @@
 // Made by qvjvm-bind from wrapped.Fields. Changes are lost when it is made again.
+// clang-format off
 #pragma once
 
 #include "detail/java/lang/Object.hpp"
@@ -41,7 +42,7 @@ class Fields : public ::qvjvm::wrapper<Fields, "wrapped/Fields", ::java::lang::O
   // public static final byte SMALL
   static constexpr int8_t SMALL{-128};
   // public static final double TENTH
-  static constexpr double TENTH{0.10000000000000001};
+  static constexpr double TENTH{0.1};
   // public static final String TEXT
   static constexpr ::std::wstring_view TEXT{L"Gr\xFC" L"\xDF" L"e \"x\" \\ \x3F" L"\x3F" L" 1\x0" L"1", 18};
   // public static final boolean YES

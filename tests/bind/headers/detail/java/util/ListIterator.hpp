@@ -1,4 +1,5 @@
 // Made by qvjvm-bind from java.util.ListIterator. Changes are lost when it is made again.
+// clang-format off
 #pragma once
 
 #include "detail/java/lang/Object.hpp"
