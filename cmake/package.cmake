@@ -1,10 +1,10 @@
-# What "cmake --install" lays down and "cpack" packs: DLLs, headers, import libraries, CMake package, doctor, documents.
+# What "cmake --install" lays down and "cpack" packs: DLLs, headers, import libraries, CMake package, tools, documents.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 set(CMAKE_INSTALL_LIBDIR lib)  # no name of a Linux system's, even when one cross-compiles
 
 install(TARGETS qvjvm qvshr RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS qvjvm-doctor RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS qvjvm-doctor qvjvm-bind RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qvjvm DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 # Import libraries of both kinds from the one .def file, whichever compiler builds the DLL.
@@ -32,6 +32,7 @@ configure_package_config_file(
   PATH_VARS CMAKE_INSTALL_BINDIR CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR)
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/qvjvmConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/qvjvmConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/qvjvmConfigVersion.cmake
+              ${CMAKE_CURRENT_LIST_DIR}/qvjvmBind.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qvjvm)
 
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md

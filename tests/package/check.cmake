@@ -17,7 +17,7 @@ else()
   run("unpacking" ${CMAKE_COMMAND} -E chdir ${FOLDER} ${CMAKE_COMMAND} -E tar xf ${ZIP})
   file(GLOB package ${FOLDER}/qvjvm-*)
 endif()
-foreach(file IN ITEMS bin/qvjvm.dll bin/qvshr.dll bin/qvjvm-doctor.exe include/qvjvm/qvjvm.h include/qvjvm/qvjvm.hpp
+foreach(file IN ITEMS bin/qvjvm.dll bin/qvshr.dll bin/qvjvm-doctor.exe bin/qvjvm-bind.exe include/qvjvm/qvjvm.h include/qvjvm/qvjvm.hpp
                       include/qvjvm/callbacks.h include/qvjvm/callbacks.hpp include/qvjvm/client/host_classes.inc
                       lib/libqvjvm.dll.a lib/qvjvm.lib share/doc/qvjvm/README.md share/doc/qvjvm/LICENSE
                       share/doc/qvjvm/examples/README.md)
@@ -41,3 +41,4 @@ endfunction()
 expect(linked "2147483647[^0-9]*java.lang.NumberFormatException: For input string: \"seventeen\"")
 expect(callbacks ".a, by, three.")
 expect(loaded "1 .one.")
+expect(wrapped "2 .one, two.")
