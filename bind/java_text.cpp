@@ -33,8 +33,39 @@ class Words {
 
   std::string Type() {
     const char letter = Next();
-    if (letter == '\0') return {};
+    if (letter == '\0' || m_depth == kDeepest) return {};
     ++m_at;
+    ++m_depth;
+    std::string text = TypeBehind(letter);
+    --m_depth;
+    return text;
+  }
+
+  // "<T extends A & B, U> ", or nothing.
+  std::string TypeParameters() {
+    if (!Skip('<')) return {};
+    std::string text;
+    while (Next() != '\0' && !Skip('>')) {
+      text += text.empty() ? "<" : ", ";
+      text += Until(":");
+      std::string bounds;
+      do {
+        if (Next() == ':' || Next() == '>') continue;  // no class among the bounds
+        const std::string bound = Type();
+        if (bound.empty()) break;
+        if (bound == "Object") continue;
+        bounds += (bounds.empty() ? " extends " : " & ") + bound;
+      } while (Skip(':'));
+      text += bounds;
+    }
+    return text + ">";
+  }
+
+ private:
+  // No declaration of a source is as deep; a damaged one could be as deep as it is long.
+  static constexpr int kDeepest = 300;
+
+  std::string TypeBehind(char letter) {
     switch (letter) {
       case 'Z':
         return "boolean";
@@ -65,27 +96,6 @@ class Words {
     }
   }
 
-  // "<T extends A & B, U> ", or nothing.
-  std::string TypeParameters() {
-    if (!Skip('<')) return {};
-    std::string text;
-    while (Next() != '\0' && !Skip('>')) {
-      text += text.empty() ? "<" : ", ";
-      text += Until(":");
-      std::string bounds;
-      do {
-        if (Next() == ':' || Next() == '>') continue;  // no class among the bounds
-        const std::string bound = Type();
-        if (bound.empty()) break;
-        if (bound == "Object") continue;
-        bounds += (bounds.empty() ? " extends " : " & ") + bound;
-      } while (Skip(':'));
-      text += bounds;
-    }
-    return text + ">";
-  }
-
- private:
   std::string Until(std::string_view ends) {
     const size_t end = std::min(m_text.find_first_of(ends, m_at), m_text.size());
     std::string word(m_text.substr(m_at, end - m_at));
@@ -128,6 +138,7 @@ class Words {
 
   std::string_view m_text;
   size_t m_at = 0;
+  int m_depth = 0;
 };
 
 std::string Joined(const std::vector<std::string>& parts) {

@@ -1,64 +1,28 @@
 #include "bind/names.h"
 
 #include <algorithm>
-#include <array>
+#include <span>
 
 namespace binder {
 
 namespace {
 
-template <size_t Size>
-using Words = std::array<std::string_view, Size>;
-
-// Sorted by their bytes, as the look-up wants them.
-constexpr auto kKeywords = std::to_array<std::string_view>(
-    {"alignas",      "alignof",     "and",           "and_eq",           "asm",       "atomic_cancel", "atomic_commit",
-     "atomic_noexcept", "auto",     "bitand",        "bitor",            "bool",      "break",         "case",
-     "catch",        "char",        "char16_t",      "char32_t",         "char8_t",   "class",         "co_await",
-     "co_return",    "co_yield",    "compl",         "concept",          "const",     "const_cast",    "consteval",
-     "constexpr",    "constinit",   "continue",      "contract_assert",  "decltype",  "default",       "delete",
-     "do",           "double",      "dynamic_cast",  "else",             "enum",      "explicit",      "export",
-     "extern",       "false",       "float",         "for",              "friend",    "goto",          "if",
-     "inline",       "int",         "long",          "mutable",          "namespace", "new",           "noexcept",
-     "not",          "not_eq",      "nullptr",       "operator",         "or",        "or_eq",         "private",
-     "protected",    "public",      "reflexpr",      "register",         "reinterpret_cast", "requires", "return",
-     "short",        "signed",      "sizeof",        "static",           "static_assert", "static_cast", "std",
-     "struct",       "switch",      "synchronized",  "template",         "this",      "thread_local",  "throw",
-     "true",         "try",         "typedef",       "typeid",           "typename",  "union",         "unsigned",
-     "using",        "virtual",     "void",          "volatile",         "wchar_t",   "while",         "xor",
-     "xor_eq"});
+// Keywords of C++ up to the newest standard and of its extensions, alternative tokens, and the library's namespace.
+constexpr std::string_view kKeywords[] = {
+#include "bind/keywords.inc"
+};
 
 // Macros of windows.h, of what it includes and of the C library, that are words as Java's programs have them.
-constexpr auto kMacros = std::to_array<std::string_view>(
-    {"ABSOLUTE",    "ALTERNATE",   "BUFSIZ",      "BYTE_ORDER",  "CALLBACK",    "CONST",       "CREATE_NEW",  "CreateDialog",
-     "CreateDirectory", "CreateEvent", "CreateFile", "CreateFont", "CreateMutex", "CreateProcess", "CreateSemaphore",
-     "CreateWindow", "DELETE",     "DIFFERENCE",  "DOMAIN",      "DeleteFile",  "DrawText",    "EOF",
-     "ERROR",       "EXCEPTION_ACCESS_VIOLATION", "FAILED",      "FALSE",       "FAR",         "FORCEINLINE", "FindText",
-     "FormatMessage", "GetClassInfo", "GetClassName", "GetCommandLine", "GetCurrentDirectory", "GetCurrentTime",
-     "GetFreeSpace", "GetMessage", "GetObject",   "GetProp",     "GetUserName", "HUGE_VAL",    "IGNORE",      "IN",
-     "INFINITE",    "INFINITY",    "INTERFACE",   "LoadImage",   "LoadLibrary", "LoadString",  "MAX_PATH",    "MAX_PRIORITY", "MIN_PRIORITY",    "MB_CUR_MAX",
-     "MessageBox",  "MoveFile",    "NAN",         "NEAR",        "NULL",        "NO_ERROR",    "NOMINMAX",    "OPAQUE",
-     "OPTIONAL",    "OUT",         "OVERFLOW",    "PASCAL",      "PLOSS",       "PURE",        "PostMessage", "RAND_MAX",    "READ_ATTRIBUTES", "REASON_UNKNOWN",
-     "RELATIVE",    "RemoveProp",  "ReportEvent", "SEEK_CUR",    "SEEK_END",    "SEEK_SET",    "SING",        "SO_BROADCAST",
-     "SO_DEBUG",    "SO_ERROR",    "SO_KEEPALIVE", "SO_LINGER",  "SO_OOBINLINE", "SO_RCVBUF",  "SO_REUSEADDR", "SO_SNDBUF",
-     "SO_TIMEOUT",  "STRICT",      "SUCCEEDED",   "SYNCHRONIZE",   "SendMessage", "SetProp",     "StartDoc",    "TCP_NODELAY", "THIS",
-     "TLOSS",       "TRANSPARENT", "TRUE",        "TRUNCATE_EXISTING",        "UNDERFLOW",   "UNICODE",     "VOID",        "WRITE_OWNER",        "Yield",       "assert",
-     "cdecl",       "environ",     "errno",       "far",         "huge",        "hyper",       "interface",   "major",
-     "max",         "min",         "minor",       "near",        "pascal",      "signbit",     "small",       "stderr",
-     "stdin",       "stdout"});
+constexpr std::string_view kMacros[] = {
+#include "bind/macros.inc"
+};
 
 // Members of the client's objects that a host uses of a generated class too, and those that generated code uses.
-constexpr auto kClient = std::to_array<std::string_view>(
-    {"as",           "call",         "call_as",          "call_static",  "copy",           "create",
-     "create_as",    "field",        "get_class",        "get_class_from", "instance",     "is",
-     "is_instance_of", "java_call",  "java_interfaces",  "java_new",     "java_signature", "java_static",
-     "java_varargs", "object",       "same_as",          "set_field",    "set_static_field", "static_field",
-     "try_as",       "try_call",     "try_call_as",      "try_call_static", "try_copy",    "try_create",
-     "try_create_as", "try_field",   "try_set_field",    "try_set_static_field", "try_static_field",
-     "unchecked_as", "wrapper"});
+constexpr std::string_view kClient[] = {
+#include "bind/client_names.inc"
+};
 
-template <size_t Size>
-bool Has(const std::array<std::string_view, Size>& words, std::string_view word) {
+bool Has(std::span<const std::string_view> words, std::string_view word) {
   return std::find(words.begin(), words.end(), word) != words.end();
 }
 

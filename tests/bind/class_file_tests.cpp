@@ -115,6 +115,7 @@ TEST(BindJavaText, DeclarationsAreThoseOfTheSource) {
 }
 
 TEST(BindJavaText, DamagedSignaturesEnd) {
+  EXPECT_FALSE(TextOf(SmallField("f", "I", kPublic), std::string(1000000, '[')).empty());
   const std::string whole = "<V:Ljava/lang/Number;:La/B<TV;>;>(TV;[I)La/Outer<+TT;>.Inner<*>;^TE;";
   const auto method = SmallMethod("f", {"I", "I"}, "V");
   for (size_t size = 0; size <= whole.size(); ++size) {

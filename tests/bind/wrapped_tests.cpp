@@ -1,8 +1,10 @@
 // Calls through headers that qvjvm-bind wrote for java/wrapped, whose classes are the awkward ones.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 
+#include "tests/support/child_process.h"
 #include "tests/support/temp_folder.h"
 #include "wrapped/Color.hpp"
 #include "wrapped/Fields.hpp"
@@ -34,6 +36,35 @@ class Wrapped : public testing::Test {
   }
   const qvjvm::jvm& java = Java();
 };
+
+// ---- what fits a parameter ----
+
+template <class T, class Parameter>
+constexpr bool fits = qvjvm::argument<T, Parameter>;
+
+static_assert(fits<bool, bool> && !fits<int32_t, bool> && !fits<bool, int32_t> && !fits<const char*, bool>);
+static_assert(fits<int8_t, int32_t> && fits<wchar_t, int32_t> && !fits<int64_t, int32_t> && !fits<double, float>);
+static_assert(fits<long, int32_t> && fits<float, double> && !fits<uint32_t, int64_t> && !fits<char, int32_t>);
+static_assert(!fits<int32_t, java::lang::Object> && fits<qvjvm::boxed<int32_t>, java::lang::Object>);
+static_assert(fits<char[3], std::wstring> && fits<std::string_view, std::wstring> && !fits<int32_t, std::wstring>);
+static_assert(fits<std::nullptr_t, std::wstring> && !fits<std::nullptr_t, int32_t>);
+static_assert(fits<Shown, Named> && fits<Shown, Hidden> && fits<Shown, java::lang::Object> && !fits<Named, Shown>);
+static_assert(fits<qvjvm::typed_null<Shown>, Named> && !fits<qvjvm::typed_null<Named>, Shown>);
+static_assert(fits<qvjvm::object, java::lang::Object> && !fits<qvjvm::object, Named>);
+static_assert(fits<qvjvm::instance<"wrapped/Named">, Named> && !fits<qvjvm::instance<"wrapped/Shown">, Named>);
+static_assert(fits<qvjvm::array<Shown>, qvjvm::array<Named>> && !fits<qvjvm::array<Named>, qvjvm::array<Shown>>);
+static_assert(fits<std::vector<Shown>, qvjvm::array<java::lang::Object>> && !fits<Shown, qvjvm::array<Shown>>);
+static_assert(fits<std::span<const int32_t>, std::vector<int32_t>> && fits<std::vector<uint8_t>, std::vector<int8_t>>);
+static_assert(!fits<std::vector<int64_t>, std::vector<int32_t>> && !fits<qvjvm::jvm, java::lang::Object>);
+
+template <class Class, class... Arguments>
+concept Creatable = requires(const qvjvm::jvm& java, const Arguments&... values) {
+  Class::create(java, values...);
+};
+static_assert(Creatable<Shown, int32_t> && !Creatable<Shown> && !Creatable<Shown, const char*>);
+static_assert(!Creatable<Unfinished> && !Creatable<Named> && !Creatable<Color>);
+
+// ---- calls ----
 
 TEST_F(Wrapped, OverloadsAreChosenAsJavaChoosesThem) {
   const auto all = MoreOverloads::create(java);
@@ -188,6 +219,46 @@ TEST_F(Wrapped, ResultsOfEachKind) {
   EXPECT_EQ(generic.box(false), std::nullopt);
   EXPECT_EQ(generic.type().call<std::wstring>("getName"), L"wrapped.Generic");
   EXPECT_FALSE(generic.mix(L"x", nullptr, nullptr));
+}
+
+// ---- the program ----
+
+class BindProgram : public testing::Test {
+ protected:
+  ChildResult Run(std::vector<std::wstring> arguments) const {
+    ChildOptions options;
+    options.arguments = {L"--class-path", ProgramFolder() + L"\\wrapped.jar", L"--out", m_folder.Path()};
+    options.arguments.insert(options.arguments.end(), arguments.begin(), arguments.end());
+    return RunChild(ProgramFolder() + L"\\qvjvm-bind.exe", options);
+  }
+  const TempFolder m_folder;
+};
+
+TEST_F(BindProgram, WritesAndChecks) {
+  EXPECT_EQ(Run({L"--check", L"wrapped.Named"}).exitCode, 1U);
+  EXPECT_FALSE(FileExists(m_folder.Path(L"wrapped\\Named.hpp")));
+  const ChildResult written = Run({L"wrapped.Named"});
+  EXPECT_EQ(written.exitCode, 0U) << written.output;
+  EXPECT_TRUE(FileExists(m_folder.Path(L"wrapped\\Named.hpp")));
+  EXPECT_EQ(Run({L"--check", L"wrapped.Named"}).exitCode, 0U);
+  const ChildResult other = Run({L"--check", L"--text", L"utf8", L"wrapped.Named"});
+  EXPECT_EQ(other.exitCode, 1U);
+  EXPECT_THAT(other.output, testing::HasSubstr("detail/wrapped/Named.hpp: line "));
+}
+
+TEST_F(BindProgram, AClassThatIsNotThereIsTold) {
+  const ChildResult missing = Run({L"wrapped.Named", L"wrapped.Missing"});
+  EXPECT_EQ(missing.exitCode, 2U);
+  EXPECT_THAT(missing.output, testing::HasSubstr("wrapped.Missing was left out: java.lang.ClassNotFoundException"));
+  EXPECT_TRUE(FileExists(m_folder.Path(L"wrapped\\Named.hpp")));
+  EXPECT_EQ(Run({L"no.such.package.*"}).exitCode, 3U);
+  EXPECT_EQ(Run({L"no.module/*"}).exitCode, 3U);
+  EXPECT_EQ(Run({L"--no-such-option"}).exitCode, 3U);
+}
+
+TEST_F(BindProgram, ReadsNoClassWithItsInitializer) {
+  // Its initializer ends the process.
+  EXPECT_EQ(Run({L"wrapped.Explosive"}).exitCode, 0U);
 }
 
 }  // namespace

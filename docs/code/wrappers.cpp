@@ -1,0 +1,16 @@
+#include <cstdio>
+
+#include "java/util/ArrayList.hpp"
+
+int main() {
+  const qvjvm::jvm java = qvjvm::jvm::start();
+  const auto words = java::util::ArrayList::create(java);
+  words.add("one");
+  words.add(0, L"zero");
+  // One of its interfaces: C++ knows them, Java is not asked.
+  const java::util::Collection all = words;
+  const auto copy = java::util::ArrayList::create(java, all);
+  // An Object, which is asked for its class.
+  const auto first = copy.get(0).as<std::wstring>();
+  std::printf("%d %ls %ls\n", copy.size(), copy.toString().c_str(), first.c_str());
+}
