@@ -1,5 +1,5 @@
 // qvjvm-bind: writes C++ headers for Java classes, or tells whether those that are there still fit.
-// Exit codes: 0 done, 1 the headers do not fit, 2 a class that was asked for is missing, 3 wrong usage or no Java.
+// Exit codes: 0 done, 1 the headers do not fit, 2 something that was asked for is missing, 3 wrong usage or no Java.
 #include <windows.h>
 
 #include <CLI/CLI.hpp>
@@ -46,6 +46,10 @@ int Work(const Arguments& arguments) {
     // Alone in a package it may be missing for good reasons; by its own name it was wanted.
     const auto byName = [&](const std::string& word) { return word == skipped.name; };
     if (std::any_of(arguments.classes.begin(), arguments.classes.end(), byName)) status = kMissing;
+  }
+  for (const std::string& line : binder::SharedFiles(headers)) {
+    std::fprintf(stderr, "qvjvm-bind: %s\n", line.c_str());
+    status = kMissing;
   }
   const std::filesystem::path folder = Wide(arguments.out);
   if (arguments.check) {

@@ -57,6 +57,7 @@ struct Class {
   std::string superclass;               // none for Object and for interfaces
   std::vector<std::string> interfaces;  // its own, in the order of the source
   std::string outer;                    // none for a class of the package
+  bool nameTaken = false;               // nested, and the package has a class with the C++ name that it would get
   std::vector<std::string> nested;      // public ones
   std::string text;                     // its declaration
   // Only where they were read: see Library.

@@ -64,7 +64,7 @@ std::vector<std::string> NamespacesOf(std::string_view className) {
   return names;
 }
 
-std::string ClassNameOf(std::string_view className, std::string_view outer) {
+std::string ClassNameOf(std::string_view className, std::string_view outer, bool taken) {
   const size_t slash = className.rfind('/');
   const std::string_view own = slash == std::string_view::npos ? className : className.substr(slash + 1);
   // Only what nests makes an underscore of a dollar that nobody sees as one; the name may hold dollars itself.
@@ -74,7 +74,8 @@ std::string ClassNameOf(std::string_view className, std::string_view outer) {
     std::string joined(above == std::string_view::npos ? outer : outer.substr(above + 1));
     // The outer class may be nested too.
     std::replace(joined.begin(), joined.end(), '$', '_');
-    return NameOf(joined + "_" + std::string(simple));
+    const std::string name = NameOf(joined + "_" + std::string(simple));
+    return taken ? WithUnderscore(name) : name;
   }
   return NameOf(own);
 }

@@ -13,8 +13,9 @@ std::string NameOf(std::string_view javaName);
 
 // The namespaces of a class, "java/util/Map$Entry": java, util.
 std::vector<std::string> NamespacesOf(std::string_view className);
-// Its C++ name without them: Map_Entry. `outer` is the name of the class that it is nested in, or none.
-std::string ClassNameOf(std::string_view className, std::string_view outer);
+// Its C++ name without them: Map_Entry. `outer` is the name of the class that it is nested in, or none; with `taken` a
+// class of the package has that name already.
+std::string ClassNameOf(std::string_view className, std::string_view outer, bool taken = false);
 
 // A name of a member of a class whose C++ name is known: none is that of its class.
 std::string MemberNameOf(std::string_view javaName, std::string_view ownClass);

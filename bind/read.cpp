@@ -7,6 +7,7 @@
 
 #include "bind/class_file.h"
 #include "bind/java_text.h"
+#include "bind/names.h"
 
 namespace binder {
 
@@ -104,6 +105,10 @@ class Source {
                                                                                    m_loader);
   }
 
+  [[nodiscard]] bool Exists(const std::string& name) const {
+    return static_cast<bool>(m_loader.call<"getResource", qvjvm::instance<"java/net/URL">>(name + ".class"));
+  }
+
   static std::string NameOfClass(const JavaClass& cls) { return cls.call<"getName", std::string>(); }
 
   std::optional<ClassFile> FileOf(const std::string& name) {
@@ -123,7 +128,10 @@ class Source {
     for (const JavaClass& one : java.call<"getInterfaces", std::vector<JavaClass>>()) {
       cls.interfaces.push_back(Slashed(NameOfClass(one)));
     }
-    if (const auto outer = java.call<"getDeclaringClass", JavaClass>()) cls.outer = Slashed(NameOfClass(outer));
+    if (const auto outer = java.call<"getDeclaringClass", JavaClass>()) {
+      cls.outer = Slashed(NameOfClass(outer));
+      cls.nameTaken = Exists(name.substr(0, name.rfind('/') + 1) + ClassNameOf(name, cls.outer));
+    }
     cls.text = TextOf(cls, "");
     if (!members) return cls;
 

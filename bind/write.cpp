@@ -70,7 +70,7 @@ class Writer {
  private:
   // ---- names ----
 
-  [[nodiscard]] static std::string NameOfClass(const Class& cls) { return ClassNameOf(cls.name, cls.outer); }
+  [[nodiscard]] static std::string NameOfClass(const Class& cls) { return ClassNameOf(cls.name, cls.outer, cls.nameTaken); }
 
   [[nodiscard]] static std::string PathOf(const Class& cls) {
     std::string path;

@@ -57,6 +57,7 @@ TEST(BindNames, NestedClassesHaveTheirOutersInFront) {
   EXPECT_EQ(ClassNameOf("a/B$class", "a/B"), "B_class");
   EXPECT_EQ(ClassNameOf("a/With$Dollar", ""), "With_Dollar_");
   EXPECT_EQ(ClassNameOf("Alone$In", "Alone"), "Alone_In");
+  EXPECT_EQ(ClassNameOf("a/B$C", "a/B", true), "B_C_");
 }
 
 TEST(BindNames, NoMemberIsNamedAsItsClass) {

@@ -14,6 +14,7 @@
 #include "wrapped/Names.hpp"
 #include "wrapped/Outer.hpp"
 #include "wrapped/Outer_Bound.hpp"
+#include "wrapped/Outer_Bound_.hpp"
 #include "wrapped/Outer_Inner.hpp"
 #include "wrapped/Outer_Inner_Deepest.hpp"
 #include "wrapped/Outer_taken.hpp"
@@ -197,6 +198,7 @@ TEST_F(Wrapped, ClassesInClasses) {
   EXPECT_EQ(Outer_Inner::Deepest::create(java).who(), L"deepest");
   const auto outer = Outer::create(java);
   EXPECT_TRUE(Outer::Bound::create(java, outer).outer().same_as(outer));
+  EXPECT_EQ(Outer_Bound::create(java).who(), L"top");
   EXPECT_EQ(outer.taken(), 1);
   EXPECT_TRUE(Outer_taken::create(java));
 }

@@ -112,6 +112,11 @@ TEST_F(BindFolder, DifferencesAreToldWithTheirLine) {
               ElementsAre("B.hpp: line 3 is \"two\", would be \"2\"", "D.hpp: is not there", "C.hpp: would not be made"));
 }
 
+TEST_F(BindFolder, NamesThatDifferInCapitalsAloneAreTold) {
+  EXPECT_THAT(SharedFiles({{"a/B.hpp", ""}, {"a/b.hpp", ""}, {"b/b.hpp", ""}}),
+              ElementsAre("a/b.hpp is the same file as a/B.hpp"));
+}
+
 TEST_F(BindFolder, EndsOfLinesOfACheckoutAreNoDifference) {
   std::ofstream(Path(L"B.hpp"), std::ios::binary) << kMark << "\r\none\r\n";
   EXPECT_THAT(Differences(Folder(), {{"B.hpp", std::string(kMark) + "\none\n"}}), IsEmpty());

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "detail/wrapped/Outer.hpp"
-#include "detail/wrapped/Outer_Bound.hpp"
+#include "detail/wrapped/Outer_Bound_.hpp"
 #include "detail/wrapped/Outer_Inner.hpp"
 #include "java/lang/Object.hpp"
 

@@ -1,21 +1,20 @@
-// Made by qvjvm-bind from wrapped.Outer$Bound. Changes are lost when it is made again.
+// Made by qvjvm-bind from wrapped.Outer_Bound. Changes are lost when it is made again.
 // clang-format off
 #pragma once
 
 #include "detail/wrapped/Outer_Bound.hpp"
-#include "detail/wrapped/Outer.hpp"
 #include "java/lang/Object.hpp"
 
 namespace wrapped {
 
-template <::qvjvm::origin Where, ::qvjvm::argument<::wrapped::Outer> A1>
-::wrapped::Outer_Bound Outer_Bound::create(const Where& where, const A1& p1) {
-  return java_new<void(::wrapped::Outer)>(where, p1);
+template <::qvjvm::origin Where>
+::wrapped::Outer_Bound Outer_Bound::create(const Where& where) {
+  return java_new<void()>(where);
 }
 
 template <class This>
-::wrapped::Outer Outer_Bound::outer() const {
-  return static_cast<const This&>(*this).template java_call<"outer", ::wrapped::Outer()>();
+::std::wstring Outer_Bound::who() const {
+  return static_cast<const This&>(*this).template java_call<"who", ::std::wstring()>();
 }
 
 }  // namespace wrapped

@@ -5,7 +5,7 @@
 #include "detail/java/lang/Object.hpp"
 
 namespace wrapped {
-class Outer_Bound;
+class Outer_Bound_;
 class Outer_Inner;
 }
 
@@ -18,7 +18,7 @@ class Outer : public ::qvjvm::wrapper<Outer, "wrapped/Outer", ::java::lang::Obje
   static constexpr ::std::string_view java_interfaces =
       " ";
 
-  using Bound = ::wrapped::Outer_Bound;
+  using Bound = ::wrapped::Outer_Bound_;
   using Inner = ::wrapped::Outer_Inner;
 
   // public Outer()

@@ -1,29 +1,25 @@
-// Made by qvjvm-bind from wrapped.Outer$Bound. Changes are lost when it is made again.
+// Made by qvjvm-bind from wrapped.Outer_Bound. Changes are lost when it is made again.
 // clang-format off
 #pragma once
 
 #include "detail/java/lang/Object.hpp"
 
 namespace wrapped {
-class Outer;
-}
 
-namespace wrapped {
-
-/// public class Outer.Bound
-class Outer_Bound : public ::qvjvm::wrapper<Outer_Bound, "wrapped/Outer$Bound", ::java::lang::Object> {
+/// public class Outer_Bound
+class Outer_Bound : public ::qvjvm::wrapper<Outer_Bound, "wrapped/Outer_Bound", ::java::lang::Object> {
  public:
   using wrapper::wrapper;
   static constexpr ::std::string_view java_interfaces =
       " ";
 
-  // public Bound(Outer)
-  template <::qvjvm::origin Where, ::qvjvm::argument<::wrapped::Outer> A1>
-  [[nodiscard]] static ::wrapped::Outer_Bound create(const Where& where, const A1& p1);
+  // public Outer_Bound()
+  template <::qvjvm::origin Where>
+  [[nodiscard]] static ::wrapped::Outer_Bound create(const Where& where);
 
-  // public Outer outer()
+  // public String who()
   template <class This = ::wrapped::Outer_Bound>
-  ::wrapped::Outer outer() const;
+  ::std::wstring who() const;
 };
 
 }  // namespace wrapped
