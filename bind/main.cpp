@@ -19,7 +19,7 @@ enum ExitCode { kDone = 0, kDiffers = 1, kMissing = 2, kUsage = 3 };
 
 struct Arguments {
   std::string classPath;
-  std::string out = ".";
+  std::string out;
   std::vector<std::string> classes;
   binder::Style style;
   bool check = false;
@@ -71,7 +71,7 @@ int wmain(int argc, wchar_t** argv) {
   std::string text = "wide";
   CLI::App app("Writes C++ headers for Java classes, for hosts of the Java VM Service.", "qvjvm-bind");
   app.add_option("--class-path,-c", arguments.classPath, "jars and folders, with ; between them");
-  app.add_option("--out,-o", arguments.out, "folder of the headers")->capture_default_str();
+  app.add_option("--out,-o", arguments.out, "folder of the headers, for one call alone")->required();
   app.add_option("--text", text, "what a String is: wide (std::wstring) or utf8 (std::string)")
       ->check(CLI::IsMember({"wide", "utf8"}))
       ->capture_default_str();

@@ -143,6 +143,12 @@ const Members::All& Members::AllOf(const Class& cls) {
   return *m_known[cls.name];
 }
 
+std::set<std::string> Members::NamesOf(const Class& cls) {
+  std::set<std::string> names;
+  for (const auto& [name, overloads] : AllOf(cls).methods) names.insert(name);
+  return names;
+}
+
 std::vector<Visible> Members::MethodsOf(const Class& cls) {
   const All& all = AllOf(cls);
   const Class* const base = m_library.Find(BaseOf(cls));

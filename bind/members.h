@@ -4,7 +4,6 @@
 // of its superclass: so nothing is hidden, and every overload knows the others.
 #pragma once
 
-#include <compare>
 #include <memory>
 
 #include "bind/model.h"
@@ -35,6 +34,8 @@ class Members {
 
   // The methods to declare in the class, by name, parameters and result.
   std::vector<Visible> MethodsOf(const Class& cls);
+  // The names of all its methods, those from above too.
+  std::set<std::string> NamesOf(const Class& cls);
 
  private:
   // By name, then by parameters.

@@ -1,5 +1,6 @@
 #include "bind/output.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -40,18 +41,26 @@ std::string FirstDifference(const std::string& there, const std::string& made) {
   return "line " + std::to_string(line) + " is " + lineOf(there) + ", would be " + lineOf(made);
 }
 
-// Headers of ours that are in the folder, by their names.
+bool IsOurs(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::string first;
+  return std::getline(file, first) && first.starts_with(kMark);
+}
+
+// Headers of ours that are in the folder, by their names: those in detail/ and the others to which they belong. What
+// else lies below the folder, other calls' folders for one, is not looked at.
 std::vector<std::string> HeadersIn(const std::filesystem::path& folder) {
   std::vector<std::string> names;
   std::error_code why;
-  for (std::filesystem::recursive_directory_iterator at(folder, why), end; !why && at != end; at.increment(why)) {
-    if (!at->is_regular_file() || at->path().extension() != ".hpp") continue;
-    std::ifstream file(at->path(), std::ios::binary);
-    std::string first;
-    if (!std::getline(file, first) || !first.starts_with(kMark)) continue;
-    const std::u8string name = at->path().lexically_relative(folder).generic_u8string();
-    names.emplace_back(name.begin(), name.end());
+  for (std::filesystem::recursive_directory_iterator at(folder / "detail", why), end; !why && at != end;
+       at.increment(why)) {
+    if (!at->is_regular_file() || at->path().extension() != ".hpp" || !IsOurs(at->path())) continue;
+    const std::u8string name = at->path().lexically_relative(folder / "detail").generic_u8string();
+    const std::string whole(name.begin(), name.end());
+    names.push_back("detail/" + whole);
+    if (IsOurs(PathOf(folder, whole))) names.push_back(whole);
   }
+  std::sort(names.begin(), names.end());
   return names;
 }
 

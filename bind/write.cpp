@@ -419,7 +419,7 @@ class Writer {
     for (const Visible& visible : m_members.MethodsOf(cls)) {
       byName[MemberNameOf(visible.method->name, m_name)].push_back(visible.method);
     }
-    for (const auto& [name, methods] : byName) m_methodNames.insert(name);
+    for (const std::string& name : m_members.NamesOf(cls)) m_methodNames.insert(MemberNameOf(name, m_name));
     for (const Field& field : cls.fields) m_fieldNames.insert(field.name);
 
     std::string members = Aliases(cls);

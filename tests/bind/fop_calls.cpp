@@ -17,7 +17,7 @@
 namespace {
 
 std::wstring AddressOf(const qvjvm::jvm& java, const std::wstring& path) {
-  return java::io::File::create(java, path).toURI().as<java::net::URI>().toASCIIString();
+  return java::io::File::create(java, path).toURI().toASCIIString();
 }
 
 void Render(const qvjvm::jvm& java, const std::filesystem::path& input, const std::filesystem::path& output) {

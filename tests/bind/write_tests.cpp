@@ -95,21 +95,30 @@ class BindFolder : public testing::Test {
 
 TEST_F(BindFolder, WhatDiffersIsWrittenAndWhatIsNoLongerMadeGoes) {
   const std::string mark = std::string(kMark) + "\n";
-  EXPECT_EQ(WriteFolder(Folder(), {{"a/B.hpp", mark + "b"}, {"a/C.hpp", mark + "c"}}), 2U);
-  std::ofstream(Path(L"own.hpp")) << "a host's own";
-  EXPECT_EQ(WriteFolder(Folder(), {{"a/B.hpp", mark + "b"}, {"a/D.hpp", mark + "d"}}), 1U);
+  EXPECT_EQ(WriteFolder(Folder(), {{"a/B.hpp", mark + "b"},
+                                   {"a/C.hpp", mark + "c"},
+                                   {"detail/a/B.hpp", mark + "b"},
+                                   {"detail/a/C.hpp", mark + "c"}}),
+            4U);
+  EXPECT_EQ(WriteFolder(Path(L"other"), {{"detail/E.hpp", mark}}), 1U);
+  std::ofstream(Path(L"detail\\own.hpp")) << "a host's own";
+  EXPECT_EQ(WriteFolder(Folder(), {{"a/B.hpp", mark + "b"}, {"detail/a/B.hpp", mark + "b"}, {"detail/a/D.hpp", mark}}),
+            1U);
   EXPECT_TRUE(std::filesystem::exists(Path(L"a\\B.hpp")));
   EXPECT_FALSE(std::filesystem::exists(Path(L"a\\C.hpp")));
-  EXPECT_TRUE(std::filesystem::exists(Path(L"a\\D.hpp")));
-  EXPECT_TRUE(std::filesystem::exists(Path(L"own.hpp")));
+  EXPECT_FALSE(std::filesystem::exists(Path(L"detail\\a\\C.hpp")));
+  EXPECT_TRUE(std::filesystem::exists(Path(L"detail\\a\\D.hpp")));
+  EXPECT_TRUE(std::filesystem::exists(Path(L"detail\\own.hpp")));
+  EXPECT_TRUE(std::filesystem::exists(Path(L"other\\detail\\E.hpp")));
 }
 
 TEST_F(BindFolder, DifferencesAreToldWithTheirLine) {
   const std::string mark = std::string(kMark) + "\n";
-  (void)WriteFolder(Folder(), {{"B.hpp", mark + "one\ntwo\n"}, {"C.hpp", mark}});
-  EXPECT_THAT(Differences(Folder(), {{"B.hpp", mark + "one\ntwo\n"}, {"C.hpp", mark}}), IsEmpty());
-  EXPECT_THAT(Differences(Folder(), {{"B.hpp", mark + "one\n2\n"}, {"D.hpp", mark}}),
-              ElementsAre("B.hpp: line 3 is \"two\", would be \"2\"", "D.hpp: is not there", "C.hpp: would not be made"));
+  (void)WriteFolder(Folder(), {{"detail/B.hpp", mark + "one\ntwo\n"}, {"detail/C.hpp", mark}});
+  EXPECT_THAT(Differences(Folder(), {{"detail/B.hpp", mark + "one\ntwo\n"}, {"detail/C.hpp", mark}}), IsEmpty());
+  EXPECT_THAT(Differences(Folder(), {{"detail/B.hpp", mark + "one\n2\n"}, {"detail/D.hpp", mark}}),
+              ElementsAre("detail/B.hpp: line 3 is \"two\", would be \"2\"", "detail/D.hpp: is not there",
+                          "detail/C.hpp: would not be made"));
 }
 
 TEST_F(BindFolder, NamesThatDifferInCapitalsAloneAreTold) {
