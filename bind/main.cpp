@@ -75,6 +75,7 @@ int wmain(int argc, wchar_t** argv) {
   app.add_option("--text", text, "what a String is: wide (std::wstring) or utf8 (std::string)")
       ->check(CLI::IsMember({"wide", "utf8"}))
       ->capture_default_str();
+  app.add_flag("--try", arguments.style.attempts, "also functions that hand results back instead of throwing");
   app.add_flag("--check", arguments.check, "write nothing, tell what would change");
   app.add_flag("--quiet,-q", arguments.quiet, "tell only what is wrong");
   app.add_option("classes", arguments.classes,

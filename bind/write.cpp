@@ -42,7 +42,11 @@ struct Function {
   std::string arguments;
   std::string suffix;                     // " const"
   std::vector<std::string> excluded;      // what other overloads take
-  std::string body;
+  // The call: this->template java_call<...>(...), with java_call as its verb.
+  std::string before;
+  std::string verb;
+  std::string after;
+  bool oneByOne = false;                  // the last arguments of a method with a variable number
 };
 
 class Writer {
@@ -201,17 +205,21 @@ class Writer {
     function.excluded = Exclusions(overload, all, isStatic, Join(types, ", "));
     const std::string signature =
         (isConstructor ? "void" : function.result) + "(" + Join(overload.types, ", ") + ")";
-    const auto body = [&](const std::string& values) {
-      if (isConstructor) return "return java_new<" + signature + ">(where" + values + ");";
-      if (isStatic) return "return java_static<\"" + method.name + "\", " + signature + ">(where" + values + ");";
-      const std::string self = names.empty() ? "static_cast<const " + Own("This") + "&>(*this)." : "this->";
-      return "return " + self + "template java_call<\"" + method.name + "\", " + signature + ">(" +
-             (values.empty() ? "" : values.substr(2)) + ");";
-    };
-    if (!isStatic && names.empty()) function.parameters.push_back("class " + Own("This") + " = " + QualifiedName(*m_class));
-    std::string values;
-    for (const std::string& value : names) values += ", " + value;
-    function.body = body(values);
+    std::vector<std::string> values = names;
+    if (isStatic) {
+      function.verb = isConstructor ? "java_new" : "java_static";
+      values.insert(values.begin(), "where");
+    } else if (names.empty()) {
+      // Nothing else of it depends on a template parameter, and the result may not be complete yet.
+      function.parameters.push_back("class " + Own("This") + " = " + QualifiedName(*m_class));
+      function.before = "static_cast<const " + Own("This") + "&>(*this).template ";
+      function.verb = "java_call";
+    } else {
+      function.before = "this->template ";
+      function.verb = "java_call";
+    }
+    const std::string call = "<" + (isConstructor ? "" : "\"" + method.name + "\", ") + signature + ">(";
+    function.after = call + Join(values, ", ") + ")";
     m_functions.push_back(function);
     if (!method.Is(kVarargs) || names.empty() || method.parameters.back()[0] != '[') return;
     // The same with the last arguments one by one.
@@ -233,9 +241,9 @@ class Writer {
       others.back() = TypeOf(std::string_view(other.method->parameters.back()).substr(1));
       function.excluded.push_back("::qvjvm::takes_more<" + Join(others, ", ") + ">::from<" + Join(types, ", ") + ">");
     }
-    values.resize(values.size() - last.size() - 2);
-    values += ", java_varargs<" + element + ">(" + (isStatic ? "where" : "*this") + ", " + last + "...)";
-    function.body = body(values);
+    values.back() = "java_varargs<" + element + ">(" + (isStatic ? "where" : "*this") + ", " + last + "...)";
+    function.after = call + Join(values, ", ") + ")";
+    function.oneByOne = true;
     m_functions.push_back(function);
   }
 
@@ -261,11 +269,15 @@ class Writer {
       get.prefix = "static ";
       get.parameters.push_back("::qvjvm::origin " + Own("Where"));
       get.arguments = "const " + Own("Where") + "& where";
-      get.body = "return " + m_name + "::template static_field<" + name + ">(where);";
+      get.before = m_name + "::template ";
+      get.verb = "static_field";
+      get.after = "<" + name + ">(where)";
     } else {
       get.parameters.push_back("class " + Own("This") + " = " + QualifiedName(*m_class));
       get.suffix = " const";
-      get.body = "return static_cast<const " + Own("This") + "&>(*this).template field<" + name + ">();";
+      get.before = "static_cast<const " + Own("This") + "&>(*this).template ";
+      get.verb = "field";
+      get.after = "<" + name + ">()";
     }
     m_functions.push_back(get);
     if (field.Is(kFinal)) return;
@@ -279,11 +291,30 @@ class Writer {
     if (isStatic) {
       set.parameters.insert(set.parameters.begin(), "::qvjvm::origin " + Own("Where"));
       set.arguments = "const " + Own("Where") + "& where, " + set.arguments;
-      set.body = m_name + "::template set_static_field<" + name + ">(where, " + value + ");";
+      set.verb = "set_static_field";
+      set.after = "<" + name + ">(where, " + value + ")";
     } else {
-      set.body = "this->template set_field<" + name + ">(" + value + ");";
+      set.before = "this->template ";
+      set.verb = "set_field";
+      set.after = "<" + name + ">(" + value + ")";
     }
     m_functions.push_back(set);
+  }
+
+  // Behind each function the one that hands a result back.
+  void AddAttempts() {
+    std::vector<Function> all;
+    for (const Function& function : m_functions) {
+      all.push_back(function);
+      if (function.oneByOne) continue;  // its array is made before the call
+      Function attempt = function;
+      attempt.text.clear();
+      attempt.name = "try_" + function.name;
+      attempt.result = "::qvjvm::result<" + function.result + ">";
+      attempt.verb = "try_" + function.verb;
+      all.push_back(std::move(attempt));
+    }
+    m_functions = std::move(all);
   }
 
   // A name for a field that no method has.
@@ -338,7 +369,7 @@ class Writer {
   }
   [[nodiscard]] std::string BodyOf(const Function& function) const {
     return "\n" + Template(function, false) + Requires(function) + function.result + " " + m_name + "::" + function.name +
-           "(" + function.arguments + ")" + function.suffix + " {\n  " + function.body + "\n}\n";
+           "(" + function.arguments + ")" + function.suffix + " {\n  return " + function.before + function.verb + function.after + ";\n}\n";
   }
 
   static std::string Head(const Class& cls) {
@@ -438,6 +469,7 @@ class Writer {
     }
     for (const auto& [name, methods] : byName) AddMethods(methods, name);
 
+    if (m_style.attempts) AddAttempts();
     std::string bodies;
     for (const Function& function : m_functions) {
       members += "\n" + DeclarationOf(function);

@@ -13,6 +13,7 @@ enum class Text { Wide, Utf8 };
 
 struct Style {
   Text text = Text::Wide;
+  bool attempts = false;  // also a try_ function for each
 };
 
 // The first line of every header begins so.

@@ -62,6 +62,23 @@ TEST(BindWrite, TextIsOfTheKindThatWasAskedFor) {
   EXPECT_THAT(utf8, HasSubstr("static constexpr ::std::string_view T{\"\\xC3\" \"\\xA4\" \"\", 2};"));
 }
 
+TEST(BindWrite, AttemptsStandBehindTheirFunctions) {
+  SmallLibrary library;
+  Class& cls = library.Ask("a/B");
+  cls.constructors = {SmallMethod("<init>", {}, "V")};
+  cls.methods = {SmallMethod("size", {}, "I")};
+  cls.fields = {SmallField("x", "I", kPublic)};
+  EXPECT_THAT(WriteHeaders(library, {}).at("a/B.hpp"), Not(HasSubstr("try_")));
+  const auto headers = WriteHeaders(library, {.attempts = true});
+  EXPECT_THAT(headers.at("detail/a/B.hpp"), HasSubstr("::qvjvm::result<int32_t> try_size() const;"));
+  EXPECT_THAT(headers.at("detail/a/B.hpp"), HasSubstr("::qvjvm::result<int32_t> try_get_x() const;"));
+  EXPECT_THAT(headers.at("detail/a/B.hpp"), HasSubstr("::qvjvm::result<void> try_set_x(const Value& value) const;"));
+  const std::string& bodies = headers.at("a/B.hpp");
+  EXPECT_THAT(bodies, HasSubstr("return try_java_new<void()>(where);"));
+  EXPECT_THAT(bodies, HasSubstr("template try_java_call<\"size\", int32_t()>();"));
+  EXPECT_THAT(bodies, HasSubstr("return this->template try_set_field<\"x\", int32_t>("));
+}
+
 TEST(BindWrite, TemplateParametersDoNotHideTheirClass) {
   SmallLibrary library;
   Class& cls = library.Ask("a/A1");

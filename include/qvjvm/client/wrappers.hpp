@@ -230,6 +230,9 @@ class wrapper : public instance<Class, Base> {
   /// There is no constructor for such arguments, or none at all.
   template <class... Arguments>
   static Self create(const Arguments&...) = delete;
+  /// The same with a result instead of an exception.
+  template <class... Arguments>
+  static result<Self> try_create(const Arguments&...) = delete;
 
  protected:
   /// A call of a method. For generated code, as what follows.
@@ -239,6 +242,13 @@ class wrapper : public instance<Class, Base> {
       return this->template call<Name, Signature>(carried...);
     }, values...);
   }
+  /// The same with a result instead of an exception.
+  template <fixed_text Name, class Signature, class... Arguments>
+  auto try_java_call(const Arguments&... values) const {
+    return send(std::type_identity<Signature>(), [&](const auto&... carried) {
+      return this->template try_call<Name, Signature>(carried...);
+    }, values...);
+  }
   /// A call of a static method.
   template <fixed_text Name, class Signature, class Where, class... Arguments>
   static auto java_static(const Where& where, const Arguments&... values) {
@@ -246,11 +256,25 @@ class wrapper : public instance<Class, Base> {
       return instance<Class, Base>::template call_static<Name, Signature>(where, carried...);
     }, values...);
   }
+  /// The same with a result instead of an exception.
+  template <fixed_text Name, class Signature, class Where, class... Arguments>
+  static auto try_java_static(const Where& where, const Arguments&... values) {
+    return send(std::type_identity<Signature>(), [&](const auto&... carried) {
+      return instance<Class, Base>::template try_call_static<Name, Signature>(where, carried...);
+    }, values...);
+  }
   /// A new object.
   template <class Signature, class Where, class... Arguments>
   static Self java_new(const Where& where, const Arguments&... values) {
     return send(std::type_identity<Signature>(), [&](const auto&... carried) {
       return detail::value_of(wrapper::template make<Self, Signature>(where, carried...));
+    }, values...);
+  }
+  /// The same with a result instead of an exception.
+  template <class Signature, class Where, class... Arguments>
+  static result<Self> try_java_new(const Where& where, const Arguments&... values) {
+    return send(std::type_identity<Signature>(), [&](const auto&... carried) {
+      return result<Self>(wrapper::template make<Self, Signature>(where, carried...));
     }, values...);
   }
   /// The array that a method with a variable number of arguments gets.

@@ -32,7 +32,7 @@ bool Fields::get_initialized(const Where& where) {
 
 template <::qvjvm::origin Where, ::qvjvm::argument<bool> Value>
 void Fields::set_initialized(const Where& where, const Value& value) {
-  Fields::template set_static_field<"initialized", bool>(where, ::qvjvm::detail::to_java<bool>(value));
+  return Fields::template set_static_field<"initialized", bool>(where, ::qvjvm::detail::to_java<bool>(value));
 }
 
 template <class This>
@@ -42,7 +42,7 @@ template <class This>
 
 template <::qvjvm::argument<::java::util::List> Value>
 void Fields::set_list(const Value& value) const {
-  this->template set_field<"list", ::java::util::List>(::qvjvm::detail::to_java<::java::util::List>(value));
+  return this->template set_field<"list", ::java::util::List>(::qvjvm::detail::to_java<::java::util::List>(value));
 }
 
 template <class This>
@@ -52,7 +52,7 @@ template <class This>
 
 template <::qvjvm::argument<::wrapped::Named> Value>
 void Fields::set_named(const Value& value) const {
-  this->template set_field<"named", ::wrapped::Named>(::qvjvm::detail::to_java<::wrapped::Named>(value));
+  return this->template set_field<"named", ::wrapped::Named>(::qvjvm::detail::to_java<::wrapped::Named>(value));
 }
 
 template <class This>
@@ -62,7 +62,7 @@ int32_t Fields::get_number() const {
 
 template <::qvjvm::argument<int32_t> Value>
 void Fields::set_number(const Value& value) const {
-  this->template set_field<"number", int32_t>(::qvjvm::detail::to_java<int32_t>(value));
+  return this->template set_field<"number", int32_t>(::qvjvm::detail::to_java<int32_t>(value));
 }
 
 template <class This>
@@ -72,7 +72,7 @@ template <class This>
 
 template <::qvjvm::argument<::std::wstring> Value>
 void Fields::set_text(const Value& value) const {
-  this->template set_field<"text", ::std::wstring>(::qvjvm::detail::to_java<::std::wstring>(value));
+  return this->template set_field<"text", ::std::wstring>(::qvjvm::detail::to_java<::std::wstring>(value));
 }
 
 template <class This>
