@@ -13,6 +13,12 @@
 #include "bind/read.h"
 #include "bind/write.h"
 
+#ifdef __MINGW32__
+// "java.util.*" is no pattern of files.
+extern "C" int _dowildcard;  // NOLINT(bugprone-reserved-identifier)
+int _dowildcard = 0;         // NOLINT(bugprone-reserved-identifier)
+#endif
+
 namespace {
 
 enum ExitCode { kDone = 0, kDiffers = 1, kMissing = 2, kUsage = 3 };

@@ -219,11 +219,13 @@ class wrapper : public instance<Class, Base> {
   /// An object as one of its interfaces; Java is not asked. The name is looked at first: while Self is being defined
   /// nothing may be asked of it.
   template <class From>
-  requires detail::has_interface<From, Class> &&(!std::derived_from<From, Self>)wrapper(const From& from)  // NOLINT(google-explicit-constructor)
+  requires(detail::has_interface<From, Class> && !std::derived_from<From, Self>)
+      wrapper(const From& from)  // NOLINT(google-explicit-constructor)
       : wrapper(from.object::copy().take()) {}
   /// The same, which leaves null behind.
   template <class From>
-  requires(!std::is_lvalue_reference_v<From>) && detail::has_interface<From, Class> && (!std::derived_from<From, Self>)
+  requires(!std::is_reference_v<From> && !std::is_const_v<From> && detail::has_interface<From, Class> &&
+           !std::derived_from<From, Self>)
       wrapper(From&& from)  // NOLINT(google-explicit-constructor)
       : wrapper(static_cast<object&&>(from).take()) {}
 
