@@ -68,19 +68,33 @@ class Source {
     const Class* const known = m_library.Find(wanted.name);
     const bool askedNow = wanted.asked && !m_library.asked.contains(wanted.name);
     if (known != nullptr && !askedNow && (known->membersRead || !wanted.members)) return;
+    const bool isNew = known == nullptr;
     try {
-      Class cls = ReadClass(wanted.name, wanted.members);
-      if (wanted.asked) {
-        m_library.asked.insert(cls.name);
-        for (const std::string& nested : cls.nested) m_waiting.push_back({nested, true, true});
-      }
-      WantWhatItNames(cls);
-      m_library.classes[cls.name] = std::move(cls);
+      Take(ReadClass(wanted.name, wanted.members), wanted.asked);
     } catch (const qvjvm::java_error& error) {
       std::string why = error.what();
       if (const size_t end = why.find_first_of("\r\n"); end != std::string::npos) why.resize(end);
       m_failed.insert(wanted.name);
       m_library.skipped.push_back({Dotted(wanted.name), why});
+      if (isNew && wanted.members) TakeWithoutMembers(wanted.name);
+    }
+  }
+
+  void Take(Class cls, bool asked) {
+    if (asked) {
+      m_library.asked.insert(cls.name);
+      for (const std::string& nested : cls.nested) m_waiting.push_back({nested, true, true});
+    }
+    WantWhatItNames(cls);
+    m_library.classes[cls.name] = std::move(cls);
+  }
+
+  // Where a class stands is often known though a type of its members is missing; those below it need that.
+  void TakeWithoutMembers(const std::string& name) {
+    try {
+      Take(ReadClass(name, false), false);
+    } catch (const qvjvm::java_error&) {
+      // It was told.
     }
   }
 

@@ -248,8 +248,18 @@ class Writer {
   }
 
   void AddMethods(const std::vector<const Method*>& methods, const std::string& name) {
+    // Where two names of Java became one, what had it by itself goes first, and there is no second one like it.
+    std::vector<const Method*> ordered = methods;
+    std::stable_sort(ordered.begin(), ordered.end(), [&](const Method* one, const Method* other) {
+      return (one->name == name) > (other->name == name);
+    });
     std::vector<Overload> all;
-    for (const Method* const method : methods) all.push_back({method, TypesOf(method->parameters)});
+    for (const Method* const method : ordered) {
+      const auto same = [&](const Overload& other) {
+        return other.method->parameters == method->parameters && other.method->Is(kStatic) == method->Is(kStatic);
+      };
+      if (std::none_of(all.begin(), all.end(), same)) all.push_back({method, TypesOf(method->parameters)});
+    }
     for (const Overload& overload : all) AddMethod(overload, all, name);
   }
 
@@ -483,7 +493,11 @@ class Writer {
       text += "#include \"detail/" + PathOf(*m_library.Find(name)) + "\"\n";
     }
     if (const Class* const base = m_library.Find(BaseOf(cls))) {
-      text += "#include \"" + PathOf(*base) + "\"\n";
+      if (m_full.contains(base->name)) {
+        text += "#include \"" + PathOf(*base) + "\"\n";
+      } else {
+        m_named.insert(base->name);  // its members could not be read
+      }
     }
     const std::string space = NamespaceOf(cls);
     if (!bodies.empty()) text += "\n" + Open(space) + bodies.substr(1) + Close(space);

@@ -79,6 +79,26 @@ TEST(BindWrite, AttemptsStandBehindTheirFunctions) {
   EXPECT_THAT(bodies, HasSubstr("return this->template try_set_field<\"x\", int32_t>("));
 }
 
+TEST(BindWrite, OfTwoMethodsThatBecomeOneTheNaturalOneStays) {
+  SmallLibrary library;
+  library.Ask("a/B").methods = {SmallMethod("delete", {}, "I"), SmallMethod("delete", {"I"}, "I"),
+                                SmallMethod("delete_", {}, "J")};
+  const std::string text = WriteHeaders(library, {}).at("detail/a/B.hpp");
+  EXPECT_THAT(text, HasSubstr("int64_t delete_() const;"));
+  EXPECT_THAT(text, Not(HasSubstr("int32_t delete_() const;")));
+  EXPECT_THAT(text, HasSubstr("int32_t delete_(const A1& p1) const;"));
+}
+
+TEST(BindWrite, ASuperclassWhoseMembersAreUnknownIsDeclared) {
+  SmallLibrary library;
+  library.Add("a/Base", "java/lang/Object").membersRead = false;
+  library.Ask("a/Derived", "a/Base");
+  const auto headers = WriteHeaders(library, {});
+  EXPECT_THAT(headers, Contains(Key("detail/a/Base.hpp")));
+  EXPECT_THAT(headers, Not(Contains(Key("a/Base.hpp"))));
+  EXPECT_THAT(headers.at("a/Derived.hpp"), Not(HasSubstr("\"a/Base.hpp\"")));
+}
+
 TEST(BindWrite, TemplateParametersDoNotHideTheirClass) {
   SmallLibrary library;
   Class& cls = library.Ask("a/A1");
