@@ -6,6 +6,7 @@
 
 #include "tests/support/child_process.h"
 #include "tests/support/temp_folder.h"
+#include "wrapped/BelowIncomplete.hpp"
 #include "wrapped/Color.hpp"
 #include "wrapped/Fields.hpp"
 #include "wrapped/Generic.hpp"
@@ -123,6 +124,11 @@ TEST_F(Wrapped, WhatComesFromAboveIsThere) {
   EXPECT_EQ(Unfinished::make(java, L"x").greeting(), L"Hello, x");
   EXPECT_EQ(Named::prefix(java), L"Hello");
   EXPECT_EQ(Named::LIMIT, 7);
+}
+
+TEST_F(Wrapped, AClassStandsBelowOneThatIsIncomplete) {
+  EXPECT_EQ(BelowIncomplete::create(java).own(), 1);
+  static_assert(fits<BelowIncomplete, Incomplete>);
 }
 
 TEST_F(Wrapped, AnObjectIsTakenForItsInterfaceWithoutAQuestion) {
@@ -256,6 +262,13 @@ TEST_F(BindProgram, AClassThatIsNotThereIsTold) {
   EXPECT_EQ(Run({L"no.such.package.*"}).exitCode, 3U);
   EXPECT_EQ(Run({L"no.module/*"}).exitCode, 3U);
   EXPECT_EQ(Run({L"--no-such-option"}).exitCode, 3U);
+}
+
+TEST_F(BindProgram, AClassOfAPackageThatCannotBeReadIsTold) {
+  const ChildResult all = Run({L"wrapped.*"});
+  EXPECT_EQ(all.exitCode, 0U);
+  EXPECT_THAT(all.output, testing::HasSubstr("wrapped.Incomplete was left out: java.lang.NoClassDefFoundError: wrapped/Gone"));
+  EXPECT_TRUE(FileExists(m_folder.Path(L"wrapped\\BelowIncomplete.hpp")));
 }
 
 TEST_F(BindProgram, ReadsNoClassWithItsInitializer) {

@@ -1,0 +1,7 @@
+package wrapped;
+
+public class BelowIncomplete extends Incomplete {
+    public int own() {
+        return 1;
+    }
+}

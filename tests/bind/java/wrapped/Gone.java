@@ -1,0 +1,4 @@
+package wrapped;
+
+/** Is not in the jar. */
+public class Gone {}
