@@ -492,13 +492,11 @@ class Writer {
     for (const std::string& name : m_used) {
       text += "#include \"detail/" + PathOf(*m_library.Find(name)) + "\"\n";
     }
-    if (const Class* const base = m_library.Find(BaseOf(cls))) {
-      if (m_full.contains(base->name)) {
-        text += "#include \"" + PathOf(*base) + "\"\n";
-      } else {
-        m_named.insert(base->name);  // its members could not be read
-      }
+    const Class* base = m_library.Find(BaseOf(cls));
+    for (; base != nullptr && !m_full.contains(base->name); base = m_library.Find(BaseOf(*base))) {
+      m_named.insert(base->name);  // its members could not be read
     }
+    if (base != nullptr) text += "#include \"" + PathOf(*base) + "\"\n";
     const std::string space = NamespaceOf(cls);
     if (!bodies.empty()) text += "\n" + Open(space) + bodies.substr(1) + Close(space);
     m_headers[PathOf(cls)] = text;

@@ -97,6 +97,7 @@ TEST(BindWrite, ASuperclassWhoseMembersAreUnknownIsDeclared) {
   EXPECT_THAT(headers, Contains(Key("detail/a/Base.hpp")));
   EXPECT_THAT(headers, Not(Contains(Key("a/Base.hpp"))));
   EXPECT_THAT(headers.at("a/Derived.hpp"), Not(HasSubstr("\"a/Base.hpp\"")));
+  EXPECT_THAT(headers.at("a/Derived.hpp"), HasSubstr("#include \"java/lang/Object.hpp\""));
 }
 
 TEST(BindWrite, TemplateParametersDoNotHideTheirClass) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "detail/wrapped/BelowIncomplete.hpp"
+#include "java/lang/Object.hpp"
 
 namespace wrapped {
 
