@@ -7,9 +7,9 @@ namespace binder {
 namespace {
 
 std::string Modifiers(uint32_t modifiers, bool ofMethod) {
-  static constexpr std::pair<uint32_t, std::string_view> kWords[] = {
-      {0x0001, "public "}, {0x0004, "protected "}, {0x0002, "private "}, {0x0400, "abstract "},
-      {0x0008, "static "}, {0x0010, "final "}};
+  static constexpr std::pair<uint32_t, std::string_view> kWords[] = {{0x0001, "public "},  {0x0004, "protected "},
+                                                                     {0x0002, "private "}, {0x0400, "abstract "},
+                                                                     {0x0008, "static "},  {0x0010, "final "}};
   std::string text;
   for (const auto& [bit, word] : kWords) {
     if ((modifiers & bit) != 0) text += word;

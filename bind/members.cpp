@@ -161,8 +161,7 @@ std::vector<Visible> Members::MethodsOf(const Class& cls) {
       if (same != above->methods.end() &&
           std::equal(overloads.begin(), overloads.end(), same->second.begin(), same->second.end(),
                      [](const auto& one, const auto& other) {
-                       return one.first == other.first &&
-                              one.second.method->result == other.second.method->result &&
+                       return one.first == other.first && one.second.method->result == other.second.method->result &&
                               one.second.method->Is(kStatic) == other.second.method->Is(kStatic);
                      })) {
         continue;

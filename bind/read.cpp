@@ -27,9 +27,9 @@ std::string Slashed(std::string name) {
 
 // Class.getName as a descriptor.
 std::string Descriptor(const std::string& name) {
-  static const std::map<std::string, std::string> primitive = {
-      {"void", "V"}, {"boolean", "Z"}, {"byte", "B"},  {"char", "C"},  {"short", "S"},
-      {"int", "I"},  {"long", "J"},    {"float", "F"}, {"double", "D"}};
+  static const std::map<std::string, std::string> primitive = {{"void", "V"}, {"boolean", "Z"}, {"byte", "B"},
+                                                               {"char", "C"}, {"short", "S"},   {"int", "I"},
+                                                               {"long", "J"}, {"float", "F"},   {"double", "D"}};
   const auto known = primitive.find(name);
   if (known != primitive.end()) return known->second;
   return name[0] == '[' ? Slashed(name) : "L" + Slashed(name) + ";";
@@ -43,8 +43,7 @@ std::string_view ClassOfType(std::string_view type) {
 class Source {
  public:
   explicit Source(const qvjvm::jvm& java)
-      : m_java(java.on_this_thread()),
-        m_loader(Loader::call_static<"getSystemClassLoader", Loader>(m_java)) {}
+      : m_java(java.on_this_thread()), m_loader(Loader::call_static<"getSystemClassLoader", Loader>(m_java)) {}
 
   Library Read(const std::vector<std::string>& asked) {
     for (const std::string& name : asked) m_waiting.push_back({name, true, true});
@@ -300,8 +299,8 @@ std::vector<std::string> PublicOf(const qvjvm::thread_jvm& java, const Names& na
   const auto loader = Loader::call_static<"getSystemClassLoader", Loader>(java);
   std::vector<std::string> chosen;
   for (const std::string& name : names) {
-    const auto cls = JavaClass::try_call_static<"forName", JavaClass(std::string, bool, Loader)>(java, Dotted(name),
-                                                                                                 false, loader);
+    const auto cls =
+        JavaClass::try_call_static<"forName", JavaClass(std::string, bool, Loader)>(java, Dotted(name), false, loader);
     // What cannot be loaded is told later, when it is read.
     if (!cls || (cls.value().call<"getModifiers", int32_t>() & static_cast<int32_t>(kPublic)) != 0) {
       chosen.push_back(name);
@@ -356,8 +355,6 @@ std::vector<std::string> ClassesFor(const qvjvm::jvm& java, const std::wstring& 
   return PublicOf(here, names);
 }
 
-Library ReadLibrary(const qvjvm::jvm& java, const std::vector<std::string>& asked) {
-  return Source(java).Read(asked);
-}
+Library ReadLibrary(const qvjvm::jvm& java, const std::vector<std::string>& asked) { return Source(java).Read(asked); }
 
 }  // namespace binder

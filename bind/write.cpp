@@ -34,19 +34,19 @@ bool IsTemplateParameter(std::string_view name) {
 
 // A function of C++ that stands for a member of Java.
 struct Function {
-  std::string text;                       // Java's declaration
-  std::vector<std::string> parameters;    // template parameters
-  std::string prefix;                     // "static "
+  std::string text;                     // Java's declaration
+  std::vector<std::string> parameters;  // template parameters
+  std::string prefix;                   // "static "
   std::string result;
   std::string name;
   std::string arguments;
-  std::string suffix;                     // " const"
-  std::vector<std::string> excluded;      // what other overloads take
+  std::string suffix;                 // " const"
+  std::vector<std::string> excluded;  // what other overloads take
   // The call: this->template java_call<...>(...), with java_call as its verb.
   std::string before;
   std::string verb;
   std::string after;
-  bool oneByOne = false;                  // the last arguments of a method with a variable number
+  bool oneByOne = false;  // the last arguments of a method with a variable number
 };
 
 class Writer {
@@ -74,7 +74,9 @@ class Writer {
  private:
   // ---- names ----
 
-  [[nodiscard]] static std::string NameOfClass(const Class& cls) { return ClassNameOf(cls.name, cls.outer, cls.nameTaken); }
+  [[nodiscard]] static std::string NameOfClass(const Class& cls) {
+    return ClassNameOf(cls.name, cls.outer, cls.nameTaken);
+  }
 
   [[nodiscard]] static std::string PathOf(const Class& cls) {
     std::string path;
@@ -89,9 +91,7 @@ class Writer {
     return "::" + (space.empty() ? "" : space + "::") + NameOfClass(cls);
   }
 
-  [[nodiscard]] std::string TextType() const {
-    return m_style.text == Text::Wide ? "::std::wstring" : "::std::string";
-  }
+  [[nodiscard]] std::string TextType() const { return m_style.text == Text::Wide ? "::std::wstring" : "::std::string"; }
 
   // The C++ type for a type of Java, noted among those that the class at work needs.
   std::string TypeOf(std::string_view type) {
@@ -203,8 +203,7 @@ class Writer {
       function.arguments += (function.arguments.empty() ? "const " : ", const ") + types.back() + "& " + names[i];
     }
     function.excluded = Exclusions(overload, all, isStatic, Join(types, ", "));
-    const std::string signature =
-        (isConstructor ? "void" : function.result) + "(" + Join(overload.types, ", ") + ")";
+    const std::string signature = (isConstructor ? "void" : function.result) + "(" + Join(overload.types, ", ") + ")";
     std::vector<std::string> values = names;
     if (isStatic) {
       function.verb = isConstructor ? "java_new" : "java_static";
@@ -373,17 +372,19 @@ class Writer {
     std::string text;
     if (!function.text.empty()) text += "// " + function.text + "\n";
     text += Template(function, true) + Requires(function);
-    text += function.prefix + function.result + " " + function.name + "(" + function.arguments + ")" +
-            function.suffix + ";\n";
+    text += function.prefix + function.result + " " + function.name + "(" + function.arguments + ")" + function.suffix +
+            ";\n";
     return Indented(text);
   }
   [[nodiscard]] std::string BodyOf(const Function& function) const {
-    return "\n" + Template(function, false) + Requires(function) + function.result + " " + m_name + "::" + function.name +
-           "(" + function.arguments + ")" + function.suffix + " {\n  return " + function.before + function.verb + function.after + ";\n}\n";
+    return "\n" + Template(function, false) + Requires(function) + function.result + " " + m_name +
+           "::" + function.name + "(" + function.arguments + ")" + function.suffix + " {\n  return " + function.before +
+           function.verb + function.after + ";\n}\n";
   }
 
   static std::string Head(const Class& cls) {
-    return std::string(kMark) + " from " + Dotted(cls.name) + ". Changes are lost when it is made again.\n"
+    return std::string(kMark) + " from " + Dotted(cls.name) +
+           ". Changes are lost when it is made again.\n"
            "// clang-format off\n#pragma once\n\n";
   }
   static std::string Open(const std::string& space) { return space.empty() ? "" : "namespace " + space + " {\n\n"; }
@@ -466,7 +467,8 @@ class Writer {
     std::string members = Aliases(cls);
     std::string constants;
     for (const Field& field : cls.fields) {
-      if (field.Is(kPublic) && field.constant && field.Is(kStatic) && field.Is(kFinal)) constants += ConstantText(field);
+      if (field.Is(kPublic) && field.constant && field.Is(kStatic) && field.Is(kFinal))
+        constants += ConstantText(field);
     }
     if (!constants.empty()) members += "\n" + constants;
     std::vector<const Method*> constructors;

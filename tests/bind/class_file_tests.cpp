@@ -38,17 +38,17 @@ std::vector<uint8_t> Whole() {
   Bytes file;
   file.Four(0xCAFEBABE).Four(55);
   file.Two(22);
-  file.Text("i").Text("I").Text("ConstantValue");                       // 1 to 3
-  file.One(3).Four(0xFFFFFFFE);                                         // 4: -2
-  file.Text("l").Text("J");                                             // 5, 6
-  file.One(5).Four(0x80000000).Four(1);                                 // 7, 8
-  file.Text("t").Text("Ljava/lang/String;");                            // 9, 10
-  file.Text(std::string_view("a\xC0\x80\xED\xA0\xBD", 6));              // 11
-  file.One(8).Two(11);                                                  // 12
-  file.Text("f").Text("(JI)V").Text("Signature").Text("<T:>(TT;I)V");   // 13 to 16
+  file.Text("i").Text("I").Text("ConstantValue");                         // 1 to 3
+  file.One(3).Four(0xFFFFFFFE);                                           // 4: -2
+  file.Text("l").Text("J");                                               // 5, 6
+  file.One(5).Four(0x80000000).Four(1);                                   // 7, 8
+  file.Text("t").Text("Ljava/lang/String;");                              // 9, 10
+  file.Text(std::string_view("a\xC0\x80\xED\xA0\xBD", 6));                // 11
+  file.One(8).Two(11);                                                    // 12
+  file.Text("f").Text("(JI)V").Text("Signature").Text("<T:>(TT;I)V");     // 13 to 16
   file.Text("Code").Text("LocalVariableTable").Text("many").Text("one");  // 17 to 20
-  file.Text("this");                                                    // 21
-  file.Two(1).Two(0).Two(0).Two(0);  // modifiers, class, superclass, interfaces
+  file.Text("this");                                                      // 21
+  file.Two(1).Two(0).Two(0).Two(0);                                       // modifiers, class, superclass, interfaces
   file.Two(3);
   const auto field = [&](uint32_t name, uint32_t type, uint32_t value) {
     file.Two(0x19).Two(name).Two(type).Two(1).Two(3).Four(2).Two(value);
@@ -74,7 +74,8 @@ TEST(BindClassFile, TellsConstantsSignaturesAndNames) {
   ASSERT_TRUE(file);
   EXPECT_EQ(file->fields.at({"i", "I"}).constant, Constant(-2));
   EXPECT_EQ(file->fields.at({"l", "J"}).constant, Constant(std::numeric_limits<int64_t>::min() + 1));
-  EXPECT_EQ(file->fields.at({"t", "Ljava/lang/String;"}).constant, Constant(std::u16string{u'a', u'\0', char16_t{0xD83D}}));
+  EXPECT_EQ(file->fields.at({"t", "Ljava/lang/String;"}).constant,
+            Constant(std::u16string{u'a', u'\0', char16_t{0xD83D}}));
   const MemberInfo& method = file->methods.at({"f", "(JI)V"});
   EXPECT_EQ(method.signature, "<T:>(TT;I)V");
   EXPECT_EQ(method.parameterNames, (std::vector<std::string>{"many", "one"}));

@@ -47,4 +47,5 @@ int wmain(int argc, wchar_t** argv) {
     std::printf("%s\n", error.what());
     return 1;
   }
+  return 0;
 }

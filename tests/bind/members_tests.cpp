@@ -123,8 +123,8 @@ TEST(BindMembers, AllInterfacesAreThoseOfTheSuperclassesToo) {
   SmallLibrary library;
   library.Ask("a/Base", "java/lang/Object", {"java/util/List"});
   const Class& derived = library.Ask("a/Derived", "a/Base", {"java/lang/CharSequence"});
-  EXPECT_THAT(AllInterfaces(library, derived), ElementsAre("java/lang/CharSequence", "java/lang/Iterable",
-                                                           "java/util/Collection", "java/util/List"));
+  EXPECT_THAT(AllInterfaces(library, derived),
+              ElementsAre("java/lang/CharSequence", "java/lang/Iterable", "java/util/Collection", "java/util/List"));
 }
 
 }  // namespace

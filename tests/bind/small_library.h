@@ -5,8 +5,8 @@
 
 namespace qvtest {
 
-inline binder::Method SmallMethod(const std::string& name, std::vector<std::string> parameters, const std::string& result,
-                                  uint32_t modifiers = binder::kPublic) {
+inline binder::Method SmallMethod(const std::string& name, std::vector<std::string> parameters,
+                                  const std::string& result, uint32_t modifiers = binder::kPublic) {
   binder::Method method;
   method.name = name;
   method.parameters = std::move(parameters);
@@ -30,7 +30,8 @@ class SmallLibrary : public binder::Library {
  public:
   SmallLibrary() {
     Add("java/lang/Object", "").superclass.clear();
-    for (const char* const name : {"java/lang/CharSequence", "java/lang/Iterable"}) Add(name, "", {}, binder::kInterface);
+    for (const char* const name : {"java/lang/CharSequence", "java/lang/Iterable"})
+      Add(name, "", {}, binder::kInterface);
     Add("java/util/Collection", "", {"java/lang/Iterable"}, binder::kInterface);
     Add("java/util/List", "", {"java/util/Collection"}, binder::kInterface);
     Add("java/lang/String", "java/lang/Object", {"java/lang/CharSequence"});

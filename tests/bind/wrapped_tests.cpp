@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "java/util/ArrayList.hpp"
 #include "tests/support/child_process.h"
 #include "tests/support/temp_folder.h"
 #include "wrapped/BelowIncomplete.hpp"
@@ -23,7 +24,6 @@
 #include "wrapped/Unfinished.hpp"
 #include "wrapped/Variable.hpp"
 #include "wrapped/delete_/Class.hpp"
-#include "java/util/ArrayList.hpp"
 
 namespace qvtest {
 namespace {
@@ -163,7 +163,9 @@ TEST_F(Wrapped, FieldsAndConstants) {
   EXPECT_EQ(Fields::LEAST_LONG, std::numeric_limits<int64_t>::min());
   EXPECT_TRUE(std::isnan(Fields::NOT));
   EXPECT_EQ(Fields::TENTH, 0.1);
-  EXPECT_EQ(Fields::TEXT, std::wstring_view(L"Gr\u00fc\u00dfe \"x\" \\ ?? 1\0" L"1", 18));
+  EXPECT_EQ(Fields::TEXT, std::wstring_view(L"Gr\u00fc\u00dfe \"x\" \\ ?? 1\0"
+                                            L"1",
+                                            18));
   EXPECT_EQ(Fields::ERROR_, 3);
   EXPECT_EQ(Fields::name_, 4);
   const auto fields = Fields::create(java);
@@ -267,7 +269,8 @@ TEST_F(BindProgram, AClassThatIsNotThereIsTold) {
 TEST_F(BindProgram, AClassOfAPackageThatCannotBeReadIsTold) {
   const ChildResult all = Run({L"wrapped.*"});
   EXPECT_EQ(all.exitCode, 0U);
-  EXPECT_THAT(all.output, testing::HasSubstr("wrapped.Incomplete was left out: java.lang.NoClassDefFoundError: wrapped/Gone"));
+  EXPECT_THAT(all.output,
+              testing::HasSubstr("wrapped.Incomplete was left out: java.lang.NoClassDefFoundError: wrapped/Gone"));
   EXPECT_TRUE(FileExists(m_folder.Path(L"wrapped\\BelowIncomplete.hpp")));
 }
 

@@ -43,8 +43,9 @@ TEST(BindWrite, AnOverloadStepsBackForAMoreSpecificOne) {
   library.Ask("a/B").methods = {SmallMethod("put", {"Ljava/lang/Object;"}, "V"),
                                 SmallMethod("put", {"Ljava/lang/String;"}, "V")};
   const std::string text = WriteHeaders(library, {}).at("detail/a/B.hpp");
-  EXPECT_THAT(text, HasSubstr("template <::qvjvm::argument<::java::lang::Object> A1>\n"
-                              "  requires(!::qvjvm::takes<::std::wstring>::from<A1>)\n  void put(const A1& p1) const;"));
+  EXPECT_THAT(text,
+              HasSubstr("template <::qvjvm::argument<::java::lang::Object> A1>\n"
+                        "  requires(!::qvjvm::takes<::std::wstring>::from<A1>)\n  void put(const A1& p1) const;"));
   EXPECT_THAT(text, HasSubstr("template <::qvjvm::argument<::std::wstring> A1>\n  void put(const A1& p1) const;"));
 }
 

@@ -51,7 +51,9 @@ constexpr bool has_name(std::string_view list, std::string_view name) noexcept {
 }
 
 template <class T>
-concept typed_object = std::derived_from<T, object> && requires { T::java_interfaces; };
+concept typed_object = std::derived_from<T, object> && requires {
+  T::java_interfaces;
+};
 
 /// Whether the class of T has an interface of that name, by the list that its wrapper carries.
 template <class T, fixed_text Name>
@@ -95,8 +97,8 @@ inline constexpr bool is_template_of_client<typed_null<T>> = true;
 template <class T>
 inline constexpr bool is_text = wide_text<T> || utf16_text<T> || utf8_text<T> || char8_text<T>;
 template <class T>
-inline constexpr bool is_reference = std::derived_from<T, object> || std::is_same_v<T, global> || is_text<T> ||
-                                     is_template_of_client<T>;
+inline constexpr bool is_reference =
+    std::derived_from<T, object> || std::is_same_v<T, global> || is_text<T> || is_template_of_client<T>;
 template <class T>
 inline constexpr bool is_reference<std::optional<T>> = is_value<T> || is_reference<T>;
 template <class T>
@@ -201,9 +203,10 @@ struct takes_more {
     if constexpr (sizeof...(Arguments) + 1 >= sizeof...(Parameters)) {
       return []<size_t... I>(std::index_sequence<I...>) {
         return (true && ... &&
-                argument<Arguments, std::tuple_element_t<std::min(I, sizeof...(Parameters) - 1),
-                                                         std::tuple<Parameters...>>>);
-      }(std::index_sequence_for<Arguments...>());
+                argument<Arguments,
+                         std::tuple_element_t<std::min(I, sizeof...(Parameters) - 1), std::tuple<Parameters...>>>);
+      }
+      (std::index_sequence_for<Arguments...>());
     } else {
       return false;
     }
@@ -225,8 +228,7 @@ class wrapper : public instance<Class, Base> {
   /// The same, which leaves null behind.
   template <class From>
   requires(!std::is_reference_v<From> && !std::is_const_v<From> && detail::has_interface<From, Class> &&
-           !std::derived_from<From, Self>)
-      wrapper(From&& from)  // NOLINT(google-explicit-constructor)
+           !std::derived_from<From, Self>) wrapper(From&& from)  // NOLINT(google-explicit-constructor)
       : wrapper(static_cast<object&&>(from).take()) {}
 
   /// There is no constructor for such arguments, or none at all.
@@ -240,44 +242,56 @@ class wrapper : public instance<Class, Base> {
   /// A call of a method. For generated code, as what follows.
   template <fixed_text Name, class Signature, class... Arguments>
   auto java_call(const Arguments&... values) const {
-    return send(std::type_identity<Signature>(), [&](const auto&... carried) {
-      return this->template call<Name, Signature>(carried...);
-    }, values...);
+    return send(
+        std::type_identity<Signature>(),
+        [&](const auto&... carried) { return this->template call<Name, Signature>(carried...); }, values...);
   }
   /// The same with a result instead of an exception.
   template <fixed_text Name, class Signature, class... Arguments>
   auto try_java_call(const Arguments&... values) const {
-    return send(std::type_identity<Signature>(), [&](const auto&... carried) {
-      return this->template try_call<Name, Signature>(carried...);
-    }, values...);
+    return send(
+        std::type_identity<Signature>(),
+        [&](const auto&... carried) { return this->template try_call<Name, Signature>(carried...); }, values...);
   }
   /// A call of a static method.
   template <fixed_text Name, class Signature, class Where, class... Arguments>
   static auto java_static(const Where& where, const Arguments&... values) {
-    return send(std::type_identity<Signature>(), [&](const auto&... carried) {
-      return instance<Class, Base>::template call_static<Name, Signature>(where, carried...);
-    }, values...);
+    return send(
+        std::type_identity<Signature>(),
+        [&](const auto&... carried) {
+          return instance<Class, Base>::template call_static<Name, Signature>(where, carried...);
+        },
+        values...);
   }
   /// The same with a result instead of an exception.
   template <fixed_text Name, class Signature, class Where, class... Arguments>
   static auto try_java_static(const Where& where, const Arguments&... values) {
-    return send(std::type_identity<Signature>(), [&](const auto&... carried) {
-      return instance<Class, Base>::template try_call_static<Name, Signature>(where, carried...);
-    }, values...);
+    return send(
+        std::type_identity<Signature>(),
+        [&](const auto&... carried) {
+          return instance<Class, Base>::template try_call_static<Name, Signature>(where, carried...);
+        },
+        values...);
   }
   /// A new object.
   template <class Signature, class Where, class... Arguments>
   static Self java_new(const Where& where, const Arguments&... values) {
-    return send(std::type_identity<Signature>(), [&](const auto&... carried) {
-      return detail::value_of(wrapper::template make<Self, Signature>(where, carried...));
-    }, values...);
+    return send(
+        std::type_identity<Signature>(),
+        [&](const auto&... carried) {
+          return detail::value_of(wrapper::template make<Self, Signature>(where, carried...));
+        },
+        values...);
   }
   /// The same with a result instead of an exception.
   template <class Signature, class Where, class... Arguments>
   static result<Self> try_java_new(const Where& where, const Arguments&... values) {
-    return send(std::type_identity<Signature>(), [&](const auto&... carried) {
-      return result<Self>(wrapper::template make<Self, Signature>(where, carried...));
-    }, values...);
+    return send(
+        std::type_identity<Signature>(),
+        [&](const auto&... carried) {
+          return result<Self>(wrapper::template make<Self, Signature>(where, carried...));
+        },
+        values...);
   }
   /// The array that a method with a variable number of arguments gets.
   template <class Element, class Where, class... Arguments>
