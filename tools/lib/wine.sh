@@ -5,6 +5,8 @@ export WINEPREFIX=${QV_WINEPREFIX:-$qv_build/wine-prefix}
 # Virtual memory's errors say why a program did not start, those of locks where one hangs.
 export WINEDEBUG=${WINEDEBUG:--all,err+virtual,err+sync}
 export WINEARCH=win64
+# In the locale "C", which a bare Debian has, Wine makes no file whose name is not ASCII.
+export LC_ALL=C.UTF-8
 # No winedbg: when it ends a program that crashed, that program's exit code is sometimes 0, and a test would count as
 # passed. Without it the code is that of the crash; Wine still prints the fault and its address.
 export WINEDLLOVERRIDES="winemenubuilder.exe,winedbg.exe,mscoree,mshtml="
