@@ -157,7 +157,7 @@ QV_NOINLINE DWORD AskTicks() { return GetTickCount(); }
 QV_NOINLINE void* AskBlock() { return QvshrAlloc(8); }
 
 DWORD WINAPI SevenTicks() { return 7; }
-ULONGLONG WINAPI SevenLongTicks() { return 7; }
+DWORD WINAPI NoVariable(const wchar_t*, wchar_t*, DWORD) { return 0; }
 
 void* NoMemory(size_t) noexcept { return nullptr; }
 
@@ -176,8 +176,9 @@ TEST(ImportHook, ReplacesByNameOrOrdinalAndRestores) {
 }
 
 TEST(ImportHook, LeavesOtherModulesAlone) {
-  const ImportHook hook(GetModuleHandleW(L"qvshr.dll"), "GetTickCount64", &SevenLongTicks);
-  EXPECT_NE(GetTickCount64(), 7u);
+  const EnvironmentScope variable(kChildVariable, L"a value");
+  const ImportHook hook(GetModuleHandleW(L"qvshr.dll"), "GetEnvironmentVariableW", &NoVariable);
+  EXPECT_EQ(ReadVariable(kChildVariable), L"a value");
 }
 
 TEST(ImportHook, FindingNothingFailsTheTest) {
