@@ -36,6 +36,9 @@ const std::vector<Expectation>& Expectations() {
       {"GetProcAddress", "*", "JNI_GetDefaultJavaVMInitArgs", 0, "start", kFail, AsEver, kForGood},
       {"GetProcAddress", "*", "JNI_CreateJavaVM", 0, "start", kFail, Started::Nothing, kForGood},
       {"GetProcAddress", "*", "RtlDllShutdownInProgress", 0, "load", S},
+      // Later compilers' own library looks for these as it is loaded with the service, and has others instead.
+      {"GetProcAddress", "*", "GetTickCount64", 0, "load", S},
+      {"GetProcAddress", "*", "GetSystemTimePreciseAsFileTime", 0, "load", S},
       {"GetProcAddress", "*", "QV_RTGetJvmWebConfig", 0, "start in a web", S},  // the log is "vm.out"
       {"QV_RTGetJvmWebConfig", "*", "*", 0, "start in a web", S},
       {"LoadLibraryW", "*", "qvrth.dll", 0, "start in a web", S},

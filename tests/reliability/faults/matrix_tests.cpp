@@ -51,6 +51,13 @@ struct CallTally : Tally {
   bool buildDependent = false;
 };
 
+// Whether the compiler decides that there is such a call: which of the first two it takes for the log's header, and
+// what its own library looks for.
+bool InSomeBuilds(const Expectation& row) {
+  return row.call == "fwrite" || row.call == "fputs" || row.purpose == "GetTickCount64" ||
+         row.purpose == "GetSystemTimePreciseAsFileTime";
+}
+
 int FailuresOfThisTest() { return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count(); }
 
 class FaultMatrix : public testing::Test {
@@ -287,10 +294,9 @@ TEST_F(FaultMatrix, EachCallFailsInEachOperationThatReachesIt) {
   WarmUp();
   for (const Scenario& scenario : Scenarios()) RunScenario(scenario);
   for (const Expectation& row : Expectations()) {
-    // One of these two, whichever the compiler takes for the log's header.
-    if (row.call == "fwrite" || row.call == "fputs") continue;
-    EXPECT_TRUE(m_used.contains(&row)) << "a row fits no call: " << row.call << ", " << row.fault << ", " << row.purpose
-                                       << ", " << row.which << ", " << row.scenario;
+    EXPECT_TRUE(m_used.contains(&row) || InSomeBuilds(row))
+        << "a row fits no call: " << row.call << ", " << row.fault << ", " << row.purpose << ", " << row.which << ", "
+        << row.scenario;
   }
   for (const auto& [call, tally] : m_tallies) {
     const bool reached = !tally.operations.empty() || tally.buildDependent || !tally.steady.empty();
