@@ -93,14 +93,9 @@ bool IsReport(const std::filesystem::path& file) {
   return file.filename().wstring().starts_with(L"hs_err_pid") && file.extension() == L".log";
 }
 
-// Line by line, from "ending" on and without what is not the host's: before that the JVM warns about its options, and
-// later JVMs complain at any time, from any thread, that Wine lacks a function.
+// Before "ending" the JVM warns about its options.
 std::string OutputSinceEnding(std::string text) {
-  constexpr std::string_view kComplaint = "Attempt to get process group affinity failed: Call not implemented";
   std::erase(text, '\r');
-  for (size_t at = text.find(kComplaint); at != std::string::npos; at = text.find(kComplaint)) {
-    text.erase(at, kComplaint.size());
-  }
   text.erase(std::unique(text.begin(), text.end(), [](char left, char right) { return left == '\n' && right == '\n'; }),
              text.end());
   const size_t ending = text.find("ending\n");
@@ -114,7 +109,10 @@ bool CountOneEnd(const WayOut& way, const std::wstring& load, Tally& tally, std:
   options.arguments = {way.way, way.elsewhere ? L"other" : L"main", load, std::to_wstring(kExitCode)};
   options.workFolder = folder.Path();
   options.limitMs = 180000;
-  if (!way.jvmOptions.empty()) options.environment[L"JAVA_TOOL_OPTIONS"] = way.jvmOptions;
+  // Later JVMs ask for the number of processors ever again, from any thread, and each time complain that Wine lacks a
+  // function, in the middle of what the host prints.
+  const std::wstring processors = std::to_wstring(GetActiveProcessorCount(ALL_PROCESSOR_GROUPS));
+  options.environment[L"JAVA_TOOL_OPTIONS"] = L"-XX:ActiveProcessorCount=" + processors + L" " + way.jvmOptions;
   const ChildResult child = RunChild(ProgramFolder() + L"\\end_host.exe", options);
   const std::string said = OutputSinceEnding(child.output);
   int reports = 0;
