@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "bind/java_text.h"
+#include "bind/names.h"
 #include "bind/output.h"
 #include "bind/read.h"
 #include "bind/write.h"
@@ -27,6 +28,7 @@ struct Arguments {
   std::string classPath;
   std::string out;
   std::vector<std::string> classes;
+  std::vector<std::string> macros;
   binder::Style style;
   bool check = false;
   bool quiet = false;
@@ -37,6 +39,7 @@ std::wstring Wide(const std::string& text) {
 }
 
 int Work(const Arguments& arguments) {
+  for (const std::string& name : arguments.macros) binder::ReserveMacro(name);
   const std::wstring classPath = Wide(arguments.classPath);
   const qvjvm::jvm java = qvjvm::jvm::start(classPath.c_str());
   std::vector<std::string> asked;
@@ -82,6 +85,8 @@ int wmain(int argc, wchar_t** argv) {
       ->check(CLI::IsMember({"wide", "utf8"}))
       ->capture_default_str();
   app.add_flag("--try", arguments.style.attempts, "also functions that hand results back instead of throwing");
+  app.add_option("--macro", arguments.macros, "a macro that names must keep clear of; more than once for more")
+      ->allow_extra_args(false);
   app.add_flag("--check", arguments.check, "write nothing, tell what would change");
   app.add_flag("--quiet,-q", arguments.quiet, "tell only what is wrong");
   app.add_option("classes", arguments.classes,

@@ -1,6 +1,7 @@
 #include "bind/names.h"
 
 #include <algorithm>
+#include <set>
 #include <span>
 
 namespace binder {
@@ -21,6 +22,8 @@ constexpr std::string_view kMacros[] = {
 constexpr std::string_view kClient[] = {
 #include "bind/client_names.inc"
 };
+
+std::set<std::string, std::less<>> g_macros;
 
 bool Has(std::span<const std::string_view> words, std::string_view word) {
   return std::find(words.begin(), words.end(), word) != words.end();
@@ -44,10 +47,12 @@ std::string WithUnderscore(std::string name) {
 
 }  // namespace
 
+void ReserveMacro(const std::string& name) { g_macros.insert(name); }
+
 Reserved WhyReserved(std::string_view javaName) {
   if (WithoutForbidden(javaName) != javaName) return Reserved::Form;
   if (Has(kKeywords, javaName)) return Reserved::Keyword;
-  if (Has(kMacros, javaName)) return Reserved::Macro;
+  if (Has(kMacros, javaName) || g_macros.contains(javaName)) return Reserved::Macro;
   if (Has(kClient, javaName)) return Reserved::Client;
   return Reserved::No;
 }

@@ -1,4 +1,4 @@
-// The naming rule, all of it: which C++ name stands for a name of Java's. Pure. docs/wrappers.md publishes it.
+// The naming rule, all of it: which C++ name stands for a name of Java's. docs/wrappers.md publishes it.
 #pragma once
 
 #include <string>
@@ -19,6 +19,9 @@ std::string ClassNameOf(std::string_view className, std::string_view outer, bool
 
 // A name of a member of a class whose C++ name is known: none is that of its class.
 std::string MemberNameOf(std::string_view javaName, std::string_view ownClass);
+
+// Takes a name for a macro from now on, before any other name is made.
+void ReserveMacro(const std::string& name);
 
 // Why a name is not kept, for people and for tests.
 enum class Reserved { No, Keyword, Macro, Client, Form };

@@ -1,7 +1,7 @@
 # Headers for Java classes, written while the project is built:
 #
 #   qvjvm_bind(<target> CLASSES <class, package.* or module/*>... [CLASSPATH <jar or folder>...] [OUTPUT <folder>]
-#              [TEXT wide|utf8] [TRY] [JAVA_HOME <folder>] [DEPENDS <file or target>...])
+#              [TEXT wide|utf8] [TRY] [MACROS <name>...] [JAVA_HOME <folder>] [DEPENDS <file or target>...])
 #
 # The sources that the target has get the folder among their include paths, and are compiled again when the headers were
 # written again: when a jar of the class path changes, a class in a folder of it, or what DEPENDS names. Each target has
@@ -28,10 +28,10 @@ function(_qvjvm_bind_sources target stamp)
 endfunction()
 
 function(qvjvm_bind target)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "TRY" "OUTPUT;TEXT;JAVA_HOME" "CLASSES;CLASSPATH;DEPENDS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "TRY" "OUTPUT;TEXT;JAVA_HOME" "CLASSES;CLASSPATH;MACROS;DEPENDS")
   if(arg_UNPARSED_ARGUMENTS OR arg_KEYWORDS_MISSING_VALUES OR NOT arg_CLASSES)
     message(FATAL_ERROR "qvjvm_bind(<target> CLASSES <class>... [CLASSPATH <place>...] [OUTPUT <folder>] [TEXT wide|utf8] "
-                        "[TRY] [JAVA_HOME <folder>] [DEPENDS <file>...])")
+                        "[TRY] [MACROS <name>...] [JAVA_HOME <folder>] [DEPENDS <file>...])")
   endif()
   if(NOT arg_OUTPUT)
     set(arg_OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/${target}_java)
@@ -61,6 +61,9 @@ function(qvjvm_bind target)
   if(arg_TEXT)
     list(APPEND options --text ${arg_TEXT})
   endif()
+  foreach(macro IN LISTS arg_MACROS)
+    list(APPEND options --macro ${macro})
+  endforeach()
   if(arg_TRY)
     list(APPEND options --try)
   endif()

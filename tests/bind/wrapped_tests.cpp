@@ -163,9 +163,9 @@ TEST_F(Wrapped, FieldsAndConstants) {
   EXPECT_EQ(Fields::LEAST_LONG, std::numeric_limits<int64_t>::min());
   EXPECT_TRUE(std::isnan(Fields::NOT));
   EXPECT_EQ(Fields::TENTH, 0.1);
-  EXPECT_EQ(Fields::TEXT, std::wstring_view(L"Gr\u00fc\u00dfe \"x\" \\ ?? 1\0"
-                                            L"1",
-                                            18));
+  EXPECT_EQ(Fields::TEXT_, std::wstring_view(L"Gr\u00fc\u00dfe \"x\" \\ ?? 1\0"
+                                             L"1",
+                                             18));
   EXPECT_EQ(Fields::ERROR_, 3);
   EXPECT_EQ(Fields::name_, 4);
   const auto fields = Fields::create(java);
@@ -254,6 +254,13 @@ TEST_F(BindProgram, WritesAndChecks) {
   const ChildResult other = Run({L"--check", L"--text", L"utf8", L"wrapped.Named"});
   EXPECT_EQ(other.exitCode, 1U);
   EXPECT_THAT(other.output, testing::HasSubstr("detail/wrapped/Named.hpp: line "));
+}
+
+TEST_F(BindProgram, KeepsClearOfAMacroThatIsNamed) {
+  EXPECT_EQ(Run({L"--macro", L"name", L"--macro=Named", L"wrapped.Named"}).exitCode, 0U);
+  const std::string text = ReadWholeFile(m_folder.Path(L"detail\\wrapped\\Named_.hpp"));
+  EXPECT_THAT(text, testing::HasSubstr("class Named_ : public"));
+  EXPECT_THAT(text, testing::HasSubstr(" name_() const"));
 }
 
 TEST_F(BindProgram, AClassThatIsNotThereIsTold) {

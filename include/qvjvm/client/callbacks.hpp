@@ -461,5 +461,15 @@ template <fixed_text... Interfaces, detail::origin Where, class... Functions>
 [[nodiscard]] auto implement(const Where& where, Functions&&... functions) {
   return try_implement<Interfaces...>(where, std::forward<Functions>(functions)...).value();
 }
+/// The same with the interfaces as classes of C++: implement<java::lang::Runnable>(java, [] {}).
+template <std::derived_from<object>... Interfaces, detail::origin Where, class... Functions>
+requires(sizeof...(Interfaces) > 0) [[nodiscard]] auto try_implement(const Where& where, Functions&&... functions) {
+  return try_implement<detail::class_text_of<Interfaces>...>(where, std::forward<Functions>(functions)...);
+}
+/// The same, thrown.
+template <std::derived_from<object>... Interfaces, detail::origin Where, class... Functions>
+requires(sizeof...(Interfaces) > 0) [[nodiscard]] auto implement(const Where& where, Functions&&... functions) {
+  return try_implement<Interfaces...>(where, std::forward<Functions>(functions)...).value();
+}
 
 }  // namespace qvjvm

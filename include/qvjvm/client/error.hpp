@@ -331,6 +331,9 @@ class java_error : public error {
   /// `if (auto io = e.catch_as<"java/io/IOException">())`.
   template <fixed_text Class>
   [[nodiscard]] auto catch_as() const;
+  /// The same with a class of C++: `e.catch_as<java::sql::SQLException>()`.
+  template <class Class>
+  [[nodiscard]] std::optional<Class> catch_as() const;
   /// Raises the same throwable in Java on the calling thread, where it stays pending: the last thing that a native
   /// method does before it returns to Java.
   void rethrow_in_java() const;

@@ -200,6 +200,12 @@ constexpr comparison compare_signature(std::string_view signature, std::string_v
 
 template <class T>
 inline constexpr auto own_signature = java_type<T>::signature();
+/// The name of the class that a C++ class of objects stands for, as an argument for templates.
+template <class T>
+inline constexpr auto class_text_of = []<size_t... I>(std::index_sequence<I...>) {
+  return fixed_text<sizeof...(I) + 1>({class_name_of(own_signature<T>.view())[I]..., '\0'});
+}
+(std::make_index_sequence<class_name_of(own_signature<T>.view()).size()>());
 template <class... Types>
 inline constexpr std::string_view own_signatures[sizeof...(Types) + 1] = {own_signature<Types>.view()...};
 

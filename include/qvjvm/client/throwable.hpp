@@ -97,10 +97,15 @@ inline std::wstring java_error::java_message() const { return exception().messag
 inline std::wstring java_error::stack_text() const { return exception().stack_text(); }
 inline void java_error::rethrow_in_java() const { exception().throw_in_java(); }
 
+template <class Class>
+std::optional<Class> java_error::catch_as() const {
+  auto caught = exception().try_as<Class>();
+  return caught ? std::optional(std::move(caught).value()) : std::nullopt;
+}
+
 template <fixed_text Class>
 auto java_error::catch_as() const {
-  auto caught = exception().try_as<instance<Class, throwable>>();
-  return caught ? std::optional(std::move(caught).value()) : std::nullopt;
+  return catch_as<instance<Class, throwable>>();
 }
 
 }  // namespace qvjvm

@@ -44,7 +44,7 @@ class Fields : public ::qvjvm::wrapper<Fields, "wrapped/Fields", ::java::lang::O
   // public static final double TENTH
   static constexpr double TENTH{0.1};
   // public static final String TEXT
-  static constexpr ::std::wstring_view TEXT{L"Gr\xFC" L"\xDF" L"e \"x\" \\ \x3F" L"\x3F" L" 1\x0" L"1", 18};
+  static constexpr ::std::wstring_view TEXT_{L"Gr\xFC" L"\xDF" L"e \"x\" \\ \x3F" L"\x3F" L" 1\x0" L"1", 18};
   // public static final boolean YES
   static constexpr bool YES{true};
   // public static final int name
