@@ -139,6 +139,7 @@ struct Machine {
   Host host = kUnknownHost;
   bool dependsOnRuntime = false;  // what happens is the runtime's doing: measured with all of them
   int startsFrom = 1000;          // from this Java on nothing is missed
+  bool everyRun = true;           // else in the long form alone
 
   friend void PrintTo(const Machine& machine, std::ostream* out) { *out << machine.name; }
 };
@@ -162,6 +163,13 @@ inline Machine Works(const char* name, Break breakIt, const char* note = "", con
 // What happens is the runtime's doing: measured with each.
 inline Machine OnEach(Machine machine) {
   machine.dependsOnRuntime = true;
+  return machine;
+}
+
+// In the long form alone: another machine of the same kind is there in every run, and what the service makes of this
+// one's value is a unit test's.
+inline Machine Rarely(Machine machine) {
+  machine.everyRun = false;
   return machine;
 }
 
