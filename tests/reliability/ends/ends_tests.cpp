@@ -146,10 +146,19 @@ int NumberOfEnds(const std::wstring& runtime) {
   return static_cast<int>(TimesOfThisRun(L"QV_TEST_ENDS", 100, runtime == L"17" ? 2 : 1));
 }
 
+// The long form goes every way on every runtime. Each run does so with 17; with the others it goes the ways that are
+// the JVM's own doing, and of the rest a third that is none of the other runtimes'.
+bool IsOfThisRun(const WayOut& way, const std::wstring& runtime) {
+  if (IsNightly() || runtime == L"17" || ReadVariable(L"QV_TEST_ENDS")) return true;
+  if (way.exitCode == kJvmAbortCode || way.way.ends_with(L"System.exit") || way.way == L"halt") return true;
+  return way.number % 3 == (runtime == L"11" ? 0 : runtime == L"21" ? 1 : 2);
+}
+
 class Ends : public testing::TestWithParam<WayOut> {};
 
 TEST_P(Ends, NeitherHangNorCrashAndKeepTheirExitCode) {
   const std::wstring runtime = ReadVariable(L"QV_TEST_RUNTIME").value_or(L"?");
+  if (!IsOfThisRun(GetParam(), runtime)) GTEST_SKIP() << "in the long form, and with another runtime";
   const int ends = NumberOfEnds(runtime);
   std::atomic<int> begun = 0;
   Tally tally;
