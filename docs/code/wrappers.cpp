@@ -1,6 +1,7 @@
 #include <cstdio>
 
 #include "java/util/ArrayList.hpp"
+#include "qvjvm/callbacks.hpp"
 
 int main() {
   const qvjvm::jvm java = qvjvm::jvm::start();
@@ -12,5 +13,8 @@ int main() {
   const auto copy = java::util::ArrayList::create(java, all);
   // An Object, which is asked for its class.
   const auto first = copy.get(0).as<std::wstring>();
+  // Java calls back.
+  copy.removeIf(qvjvm::implement<java::util::function::Predicate>(
+      java, [](const std::wstring& word) { return word.starts_with(L"o"); }));
   std::printf("%d %ls %ls\n", copy.size(), copy.toString().c_str(), first.c_str());
 }
