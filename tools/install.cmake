@@ -4,7 +4,7 @@
 # The runtime's files are hard links, so it costs neither time nor space; what is there already stays.
 # A run with guard pages (QVSHR_LEDGER_GUARD=1) gets the ledger build of the host library, which has them.
 if(NOT DEFINED FILES)
-  set(FILES fo2pdf.exe jdbc.exe qvjoin.dll reporthost.jar)
+  set(FILES fo2pdf.exe jdbc.exe reportserver.exe qvjoin.dll reporthost.jar)
 endif()
 foreach(file IN ITEMS qvjvm.dll qvshr.dll LISTS FILES)
   set(place ${FOLDER}/${file})

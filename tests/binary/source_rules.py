@@ -19,7 +19,8 @@ DIAGRAM = "docs/diagrams/layers.dot"
 
 
 # What is included by another name than its folder's.
-HOMES = {"qvjvm": "include", "common": "examples", "fo2pdf": "examples", "jdbc": "examples"}
+HOMES = {"qvjvm": "include", "common": "examples", "fo2pdf": "examples", "jdbc": "examples",
+         "java": "examples", "org": "examples"}  # headers that qvjvm-bind writes
 
 
 class Layers:
