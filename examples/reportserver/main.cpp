@@ -113,6 +113,7 @@ class Server {
     } catch (const qvjvm::error& error) {
       Fail(name, error.message());
     } catch (const GivenUp&) {
+      display_.Print(name + L": given up");
     } catch (const std::exception& error) {
       Fail(name, Wide(error.what()));
     }
@@ -120,7 +121,6 @@ class Server {
   }
 
   void Fail(const std::wstring& name, const std::wstring& why) {
-    if (g_stop) return;  // whatever became of Ctrl+C in Java
     ++failed_;
     display_.Complain(name + L" failed: " + why);
   }

@@ -1,2 +1,0 @@
-cd build
-.\pdf "C:/where you unpacked it/qvjvm-1.0.0-win64/share/doc/qvjvm/examples/fo2pdf/report.fo" report.pdf
