@@ -80,7 +80,8 @@ void Display::Draw() {
   std::wstring lines;
   for (const Bar& bar : bars_) {
     if (bar.name.empty()) continue;
-    lines += NameOf(bar.name) + L" [" + BarOf(bar.page) + L"] page " + std::to_wstring(bar.page) + L"\r\n";
+    lines += NameOf(bar.name) + L" [" + BarOf(bar.page) + L"] " +
+             (bar.page == 0 ? L"reading" : L"page " + std::to_wstring(bar.page)) + L"\r\n";
     ++drawn_;
   }
   Write(STD_OUTPUT_HANDLE, lines);

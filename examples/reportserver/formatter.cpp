@@ -1,5 +1,6 @@
 #include "formatter.h"
 
+#include <algorithm>
 #include <memory>
 #include <span>
 

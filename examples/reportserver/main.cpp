@@ -4,8 +4,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstring>
+#include <cwchar>
 #include <fstream>
 #include <latch>
+#include <stdexcept>
 #include <thread>
 
 #include "display.h"
@@ -26,8 +29,9 @@ struct GivenUp : std::exception {
 
 /// Windows asks the handler that came last first: it comes after Java's, which would end the process.
 BOOL WINAPI OnControl(DWORD event) {
-  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) return FALSE;
-  return !g_stop.exchange(true);
+  if (event != CTRL_C_EVENT) return FALSE;
+  g_stop = true;
+  return TRUE;
 }
 
 std::wstring OwnFolder() {
@@ -61,31 +65,43 @@ class Server {
     if (options_.classPath.empty()) options_.classPath = java_.class_path();
   }
 
+  /// Java's exceptions are those of a first FOP that cannot be made.
   ExitCode Run() {
     const auto begin = std::chrono::steady_clock::now();
+    const Formatter first = MakeFormatter(0);
     std::vector<std::thread> workers;
-    for (size_t place = 0; place < options_.threads; ++place) {
+    for (size_t place = 1; place < options_.threads; ++place) {
       workers.emplace_back([this, place] {
         Work(place);
         done_.arrive_and_wait();  // together: under Wine a thread must not end while Java starts one
       });
     }
+    ConvertAll(first, 0);
+    done_.arrive_and_wait();
     for (std::thread& worker : workers) worker.join();
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     return Sum(took.count());
   }
 
  private:
+  Formatter MakeFormatter(size_t place) {
+    return Formatter(java_, options_.classPath,
+                     [this, place](const std::wstring& text, bool problem) { Hear(place, text, problem); });
+  }
+
   void Work(size_t place) {
     try {
-      const Formatter formatter(java_, options_.classPath,
-                                [this, place](const std::wstring& text, bool problem) { Hear(place, text, problem); });
-      for (size_t at = next_++; at < options_.documents.size() && !g_stop && !broken_; at = next_++) {
-        Convert(formatter, place, options_.documents[at]);
-      }
+      const Formatter formatter = MakeFormatter(place);
+      ConvertAll(formatter, place);
     } catch (const GivenUp&) {
     } catch (const qvjvm::error& error) {
-      if (!broken_.exchange(true)) display_.Complain(L"reportserver: FOP cannot be used: " + error.message());
+      display_.Complain(L"reportserver: one thread less: " + error.message());
+    }
+  }
+
+  void ConvertAll(const Formatter& formatter, size_t place) {
+    for (size_t at = next_++; at < options_.documents.size() && !g_stop; at = next_++) {
+      Convert(formatter, place, options_.documents[at]);
     }
   }
 
@@ -132,7 +148,6 @@ class Server {
     display_.Print(std::to_wstring(all) + L" documents: " + std::to_wstring(written_) + L" written, " +
                    std::to_wstring(failed_) + L" failed, " + std::to_wstring(all - written_ - failed_) +
                    L" not done; " + time);
-    if (broken_) return kNoJava;
     if (g_stop) return kStopped;
     return failed_ == 0 ? kAllWritten : kSomeFailed;
   }
@@ -146,7 +161,6 @@ class Server {
   std::atomic<size_t> next_{0};
   std::atomic<size_t> written_{0};
   std::atomic<size_t> failed_{0};
-  std::atomic<bool> broken_{false};
 };
 
 ExitCode Main(int argc, wchar_t** argv) {
@@ -158,12 +172,15 @@ ExitCode Main(int argc, wchar_t** argv) {
     }
     const qvjvm::jvm java = qvjvm::jvm::start(nullptr, (OwnFolder() + L"\\qvjvm.dll").c_str());
     SetConsoleCtrlHandler(OnControl, TRUE);
-    return Server(java, std::move(options)).Run();
+    Server server(java, std::move(options));
+    return server.Run();
   } catch (const UsageError& error) {
     Write(STD_ERROR_HANDLE, L"reportserver: " + error.text + L"; --help tells more\r\n");
     return kUsage;
+  } catch (const GivenUp&) {
+    return kStopped;
   } catch (const qvjvm::error& error) {
-    Write(STD_ERROR_HANDLE, L"reportserver: " + error.message() + L"\r\n");
+    Write(STD_ERROR_HANDLE, L"reportserver: Java cannot be used: " + error.message() + L"\r\n");
     return kNoJava;
   }
 }

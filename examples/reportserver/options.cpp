@@ -69,7 +69,7 @@ Converts XSL-FO documents, and all *.fo of the folders, to PDF.
   --threads N        documents at a time, 1 to 64; else as many as there are processors
   --class-path JARS  the jars of FOP 0.20.5, with semicolons; else the service's own class path
 
-Ctrl+C gives up what is being converted and leaves nothing half written; a second one ends the program at once.
+Ctrl+C gives up what is being converted and leaves nothing half written.
 
 exit code  0  every PDF was written
            1  some were not; the error output tells why
