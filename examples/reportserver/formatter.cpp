@@ -56,13 +56,12 @@ Logger MakeLogger(const qvjvm::jvm& java, const Formatter::Listener& listener) {
   const auto warn = [listener](Text text) { listener(text, true); };
   const auto warnBoth = [listener](Text text, Cause cause) { listener(text + L": " + cause.text(), true); };
   const auto child = [java, listener](Text) { return MakeLogger(java, listener); };
-  return qvjvm::implement<"org/apache/avalon/framework/logger/Logger">(
-             java, on<"isDebugEnabled">(no), on<"debug">(drop), on<"debug">(dropBoth),  //
-             on<"isInfoEnabled">(yes), on<"info">(tell), on<"info">(tellBoth),          //
-             on<"isWarnEnabled">(yes), on<"warn">(warn), on<"warn">(warnBoth),          //
-             on<"isErrorEnabled">(yes), on<"error">(warn), on<"error">(warnBoth),       //
-             on<"isFatalErrorEnabled">(yes), on<"fatalError">(warn), on<"fatalError">(warnBoth),
-             on<"getChildLogger">(child))
+  return qvjvm::implement<Logger>(java, on<"isDebugEnabled">(no), on<"debug">(drop), on<"debug">(dropBoth),  //
+                                  on<"isInfoEnabled">(yes), on<"info">(tell), on<"info">(tellBoth),          //
+                                  on<"isWarnEnabled">(yes), on<"warn">(warn), on<"warn">(warnBoth),          //
+                                  on<"isErrorEnabled">(yes), on<"error">(warn), on<"error">(warnBoth),       //
+                                  on<"isFatalErrorEnabled">(yes), on<"fatalError">(warn), on<"fatalError">(warnBoth),
+                                  on<"getChildLogger">(child))
       .as<Logger>();
 }
 
