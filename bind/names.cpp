@@ -29,13 +29,20 @@ bool Has(std::span<const std::string_view> words, std::string_view word) {
   return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-// Without what no C++ name may have: dollars, two underscores in a row, one before a capital at the beginning.
+bool IsLetterOrDigit(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+         static_cast<unsigned char>(c) >= 0x80;
+}
+
+// Without what no C++ name may have: dollars and what other languages than Java put into names, two underscores in a
+// row, one before a capital at the beginning.
 std::string WithoutForbidden(std::string_view name) {
   std::string allowed;
   for (const char letter : name) {
-    const char put = letter == '$' ? '_' : letter;
+    const char put = IsLetterOrDigit(letter) ? letter : '_';
     if (put != '_' || allowed.empty() || allowed.back() != '_') allowed.push_back(put);
   }
+  if (!allowed.empty() && allowed[0] >= '0' && allowed[0] <= '9') allowed.insert(0, 1, '_');
   if (allowed.size() > 1 && allowed[0] == '_' && allowed[1] >= 'A' && allowed[1] <= 'Z') allowed.erase(0, 1);
   return allowed;
 }
@@ -48,6 +55,12 @@ std::string WithUnderscore(std::string name) {
 }  // namespace
 
 void ReserveMacro(const std::string& name) { g_macros.insert(name); }
+
+bool CanBeWritten(std::string_view javaName) {
+  return !javaName.empty() && std::none_of(javaName.begin(), javaName.end(), [](char c) {
+    return (c >= '\0' && c < ' ') || c == '\x7F' || c == '"' || c == '\\';
+  });
+}
 
 Reserved WhyReserved(std::string_view javaName) {
   if (WithoutForbidden(javaName) != javaName) return Reserved::Form;

@@ -11,6 +11,10 @@ namespace binder {
 // stays; every other one gets an underscore at its end.
 std::string NameOf(std::string_view javaName);
 
+// Whether a name may stand in a comment and in a literal as it is: not with control characters, quotes or backslashes,
+// which Java's machine allows and no compiler of Java makes.
+bool CanBeWritten(std::string_view javaName);
+
 // The namespaces of a class, "java/util/Map$Entry": java, util.
 std::vector<std::string> NamespacesOf(std::string_view className);
 // Its C++ name without them: Map_Entry. `outer` is the name of the class that it is nested in, or none; with `taken` a

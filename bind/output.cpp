@@ -106,9 +106,18 @@ size_t WriteFolder(const std::filesystem::path& folder, const std::map<std::stri
     const std::filesystem::path path = PathOf(folder, name);
     if (TextOf(path) == text) continue;
     std::filesystem::create_directories(path.parent_path());
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    // A header is whole or not there: a compiler may look while this writes.
+    std::filesystem::path partial = path;
+    partial += ".partial";
+    std::ofstream file(partial, std::ios::binary | std::ios::trunc);
     file << text;
-    if (!file.flush()) throw std::runtime_error(name + " cannot be written");
+    file.close();
+    std::error_code why;
+    if (file) std::filesystem::rename(partial, path, why);
+    if (!file || why) {
+      std::filesystem::remove(partial, why);
+      throw std::runtime_error(name + " cannot be written");
+    }
     ++written;
   }
   return written;

@@ -20,6 +20,8 @@ using JavaConstructor = qvjvm::instance<"java/lang/reflect/Constructor">;
 using JavaField = qvjvm::instance<"java/lang/reflect/Field">;
 using InputStream = qvjvm::instance<"java/io/InputStream">;
 
+constexpr char kUnwritable[] = "its name has characters that no header may have";
+
 std::string Slashed(std::string name) {
   std::replace(name.begin(), name.end(), '.', '/');
   return name;
@@ -68,6 +70,11 @@ class Source {
     const bool askedNow = wanted.asked && !m_library.asked.contains(wanted.name);
     if (known != nullptr && !askedNow && (known->membersRead || !wanted.members)) return;
     const bool isNew = known == nullptr;
+    if (!CanBeWritten(wanted.name) || wanted.name.find(' ') != std::string::npos) {
+      m_failed.insert(wanted.name);
+      m_library.skipped.push_back({Dotted(wanted.name), kUnwritable});
+      return;
+    }
     try {
       Take(ReadClass(wanted.name, wanted.members), wanted.asked);
     } catch (const qvjvm::java_error& error) {
@@ -161,11 +168,17 @@ class Source {
       Method method = ReadExecutable(one, cls, file, "<init>", "V");
       if (method.Is(kPublic)) cls.constructors.push_back(std::move(method));
     }
+    const auto isTaken = [&](const std::string& member) {
+      if (CanBeWritten(member)) return true;
+      m_library.skipped.push_back({Dotted(name) + "." + member, kUnwritable});
+      return false;
+    };
     for (const auto& one : java.call<"getDeclaredMethods", std::vector<JavaMethod>>()) {
       const auto modifiers = static_cast<uint32_t>(one.call<"getModifiers", int32_t>());
-      if ((modifiers & kPublic) == 0) continue;
-      cls.methods.push_back(ReadExecutable(one, cls, file, one.call<"getName", std::string>(),
-                                           Descriptor(NameOfClass(one.call<"getReturnType", JavaClass>()))));
+      const auto member = one.call<"getName", std::string>();
+      if ((modifiers & kPublic) == 0 || !isTaken(member)) continue;
+      cls.methods.push_back(
+          ReadExecutable(one, cls, file, member, Descriptor(NameOfClass(one.call<"getReturnType", JavaClass>()))));
     }
     const auto byForm = [](const Method& one, const Method& other) {
       return std::tie(one.name, one.parameters, one.result) < std::tie(other.name, other.parameters, other.result);
@@ -177,6 +190,7 @@ class Source {
       field.modifiers = static_cast<uint32_t>(one.call<"getModifiers", int32_t>());
       if (!field.Is(kPublic) || field.Is(kSynthetic)) continue;
       field.name = one.call<"getName", std::string>();
+      if (!isTaken(field.name)) continue;
       field.type = Descriptor(NameOfClass(one.call<"getType", JavaClass>()));
       const auto info = file.fields.find({field.name, field.type});
       if (info != file.fields.end()) field.constant = info->second.constant;

@@ -35,6 +35,10 @@ TEST(BindNames, ATakenNameGetsAnUnderscore) {
       {"_Upper", "Upper_", Reserved::Form},
       {"_lower", "_lower", Reserved::No},
       {"ends_", "ends_", Reserved::No},
+      {"width-0d7_KjU", "width_0d7_KjU_", Reserved::Form},
+      {"2nd", "_2nd_", Reserved::Form},
+      {"a name with blanks", "a_name_with_blanks_", Reserved::Form},
+      {"gr\xC3\xB6\xC3\x9F\x65", "gr\xC3\xB6\xC3\x9F\x65", Reserved::No},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(NameOf(row.java), row.cpp) << row.java;
@@ -58,6 +62,11 @@ TEST(BindNames, NestedClassesHaveTheirOutersInFront) {
   EXPECT_EQ(ClassNameOf("a/With$Dollar", ""), "With_Dollar_");
   EXPECT_EQ(ClassNameOf("Alone$In", "Alone"), "Alone_In");
   EXPECT_EQ(ClassNameOf("a/B$C", "a/B", true), "B_C_");
+}
+
+TEST(BindNames, WhatWouldEndALineOrALiteralIsNotWritten) {
+  for (const char* const name : {"x\nint y", "\"", "a\\", "\x7F", ""}) EXPECT_FALSE(CanBeWritten(name)) << name;
+  for (const char* const name : {"x", "a-b", "<init>", "gr\xC3\xB6"}) EXPECT_TRUE(CanBeWritten(name)) << name;
 }
 
 TEST(BindNames, NoMemberIsNamedAsItsClass) {
