@@ -56,10 +56,6 @@ int Work(const Arguments& arguments) {
     const auto byName = [&](const std::string& word) { return word == skipped.name; };
     if (std::any_of(arguments.classes.begin(), arguments.classes.end(), byName)) status = kMissing;
   }
-  for (const std::string& line : binder::SharedFiles(headers)) {
-    std::fprintf(stderr, "qvjvm-bind: %s\n", line.c_str());
-    status = kMissing;
-  }
   const std::filesystem::path folder = Wide(arguments.out);
   if (arguments.check) {
     const auto differences = binder::Differences(folder, headers);

@@ -82,12 +82,18 @@ std::vector<std::string> NamespacesOf(std::string_view className) {
   return names;
 }
 
+std::string_view NestedPart(std::string_view className, std::string_view outer) {
+  if (outer.empty() || !className.starts_with(outer)) return {};
+  className.remove_prefix(outer.size());
+  if (className.starts_with('$')) className.remove_prefix(1);
+  return className;
+}
+
 std::string ClassNameOf(std::string_view className, std::string_view outer, bool taken) {
   const size_t slash = className.rfind('/');
   const std::string_view own = slash == std::string_view::npos ? className : className.substr(slash + 1);
   // Only what nests makes an underscore of a dollar that nobody sees as one; the name may hold dollars itself.
-  if (!outer.empty() && className.size() > outer.size() + 1 && className.starts_with(outer)) {
-    const std::string_view simple = className.substr(outer.size() + 1);
+  if (const std::string_view simple = NestedPart(className, outer); !simple.empty()) {
     const size_t above = outer.rfind('/');
     std::string joined(above == std::string_view::npos ? outer : outer.substr(above + 1));
     // The outer class may be nested too.

@@ -17,6 +17,9 @@ bool CanBeWritten(std::string_view javaName);
 
 // The namespaces of a class, "java/util/Map$Entry": java, util.
 std::vector<std::string> NamespacesOf(std::string_view className);
+// What a nested class is called in the one that it is in; nothing for any other. Between the two stands a dollar,
+// unless the outer name ends with one, as Scala's objects do.
+std::string_view NestedPart(std::string_view className, std::string_view outer);
 // Its C++ name without them: Map_Entry. `outer` is the name of the class that it is nested in, or none; with `taken` a
 // class of the package has that name already.
 std::string ClassNameOf(std::string_view className, std::string_view outer, bool taken = false);

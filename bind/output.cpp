@@ -83,20 +83,6 @@ std::vector<std::string> Differences(const std::filesystem::path& folder,
   return lines;
 }
 
-std::vector<std::string> SharedFiles(const std::map<std::string, std::string>& headers) {
-  std::map<std::string, std::string> byFile;
-  std::vector<std::string> shared;
-  for (const auto& [name, text] : headers) {
-    std::string file = name;
-    for (char& letter : file) {
-      if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-    }
-    const auto [place, isNew] = byFile.insert({file, name});
-    if (!isNew) shared.push_back(name + " is the same file as " + place->second);
-  }
-  return shared;
-}
-
 size_t WriteFolder(const std::filesystem::path& folder, const std::map<std::string, std::string>& headers) {
   for (const std::string& name : HeadersIn(folder)) {
     if (!headers.contains(name)) std::filesystem::remove(PathOf(folder, name));

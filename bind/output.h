@@ -12,9 +12,6 @@ namespace binder {
 std::vector<std::string> Differences(const std::filesystem::path& folder,
                                      const std::map<std::string, std::string>& headers);
 
-// Headers that Windows takes for one file, each with the one before it.
-std::vector<std::string> SharedFiles(const std::map<std::string, std::string>& headers);
-
 // Writes what differs, and removes headers of ours that are no longer made. How many were written.
 // @throws std::runtime_error when a file cannot be written.
 size_t WriteFolder(const std::filesystem::path& folder, const std::map<std::string, std::string>& headers);

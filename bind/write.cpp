@@ -17,6 +17,13 @@ std::string_view ClassOfType(std::string_view type) {
   return type[0] == 'L' ? type.substr(1, type.size() - 2) : std::string_view();
 }
 
+std::string InSmallLetters(std::string text) {
+  for (char& letter : text) {
+    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+  }
+  return text;
+}
+
 std::string Join(const std::vector<std::string>& parts, std::string_view between) {
   std::string text;
   for (const std::string& part : parts) {
@@ -51,7 +58,27 @@ struct Function {
 
 class Writer {
  public:
-  Writer(const Library& library, const Style& style) : m_library(library), m_style(style), m_members(library) {}
+  Writer(const Library& library, const Style& style) : m_library(library), m_style(style), m_members(library) {
+    // Names that stay as they are go first: where two of Java's become one, the other makes room.
+    std::set<std::string> names;
+    for (const bool kept : {true, false}) {
+      for (const auto& [name, cls] : library.classes) {
+        std::string made = ClassNameOf(name, cls.outer, cls.nameTaken);
+        if (name.ends_with("/" + made) != kept) continue;
+        while (!names.insert(NamespaceOf(cls) + "::" + made).second) made += "_";
+        m_names[name] = made;
+      }
+    }
+    // Names of files that differ in capitals alone are one name for Windows.
+    std::set<std::string> files;
+    for (const auto& [name, cls] : library.classes) {
+      std::string path;
+      for (const std::string& part : NamespacesOf(name)) path += part + "/";
+      path += NameOfClass(cls);
+      while (!files.insert(InSmallLetters(path)).second) path += "_";
+      m_paths[name] = path + ".hpp";
+    }
+  }
 
   std::map<std::string, std::string> Write() {
     for (const std::string& name : m_library.asked) {
@@ -74,19 +101,12 @@ class Writer {
  private:
   // ---- names ----
 
-  [[nodiscard]] static std::string NameOfClass(const Class& cls) {
-    return ClassNameOf(cls.name, cls.outer, cls.nameTaken);
-  }
-
-  [[nodiscard]] static std::string PathOf(const Class& cls) {
-    std::string path;
-    for (const std::string& part : NamespacesOf(cls.name)) path += part + "/";
-    return path + NameOfClass(cls) + ".hpp";
-  }
+  [[nodiscard]] const std::string& NameOfClass(const Class& cls) const { return m_names.at(cls.name); }
+  [[nodiscard]] const std::string& PathOf(const Class& cls) const { return m_paths.at(cls.name); }
 
   [[nodiscard]] static std::string NamespaceOf(const Class& cls) { return Join(NamespacesOf(cls.name), "::"); }
 
-  [[nodiscard]] static std::string QualifiedName(const Class& cls) {
+  [[nodiscard]] std::string QualifiedName(const Class& cls) const {
     const std::string space = NamespaceOf(cls);
     return "::" + (space.empty() ? "" : space + "::") + NameOfClass(cls);
   }
@@ -138,8 +158,11 @@ class Writer {
 
   // ---- functions ----
 
-  // A name of a template parameter: any but the class's own, which it would hide.
-  [[nodiscard]] std::string Own(const std::string& name) const { return name == m_name ? name + "_" : name; }
+  // A name of a template parameter: neither the class's own nor a member's, which would hide it.
+  [[nodiscard]] std::string Own(std::string name) const {
+    while (name == m_name || m_visible.contains(name)) name += "_";
+    return name;
+  }
 
   // Names for the parameters: Java's where they are known.
   std::vector<std::string> ParameterNames(const Method& method) const {
@@ -434,13 +457,17 @@ class Writer {
     return text + members + "};\n" + Close(space);
   }
 
+  [[nodiscard]] static std::string NameInClass(const Class& outer, std::string_view nested) {
+    return NameOf(NestedPart(nested, outer.name));
+  }
+
   // Names for classes that are nested in this one, where nothing else has them.
   std::string Aliases(const Class& cls) {
     std::string text;
     for (const std::string& nested : cls.nested) {
       const Class* const inner = m_library.Find(nested);
       if (inner == nullptr || !m_library.asked.contains(nested)) continue;
-      const std::string alias = NameOf(std::string_view(nested).substr(cls.name.size() + 1));
+      const std::string alias = NameInClass(cls, nested);
       if (alias == m_name || m_methodNames.contains(alias) || m_fieldNames.contains(alias)) continue;
       m_used.insert(nested);
       text += "  using " + alias + " = " + QualifiedName(*inner) + ";\n";
@@ -463,6 +490,11 @@ class Writer {
     }
     for (const std::string& name : m_members.NamesOf(cls)) m_methodNames.insert(MemberNameOf(name, m_name));
     for (const Field& field : cls.fields) m_fieldNames.insert(field.name);
+    m_visible = m_methodNames;
+    for (const Class* at = &cls; at != nullptr; at = m_library.Find(BaseOf(*at))) {
+      for (const Field& field : at->fields) m_visible.insert(MemberNameOf(field.name, NameOfClass(*at)));
+      for (const std::string& nested : at->nested) m_visible.insert(NameInClass(*at, nested));
+    }
 
     std::string members = Aliases(cls);
     std::string constants;
@@ -511,6 +543,8 @@ class Writer {
   std::set<std::string> m_full;
   std::set<std::string> m_declared;
   std::set<std::string> m_named;
+  std::map<std::string, std::string> m_names;  // of the classes, without their namespaces
+  std::map<std::string, std::string> m_paths;  // of the headers, by the names of their classes
   std::map<std::string, std::string> m_headers;
 
   // The class at work.
@@ -520,6 +554,7 @@ class Writer {
   std::vector<Function> m_functions;
   std::set<std::string> m_methodNames;
   std::set<std::string> m_fieldNames;
+  std::set<std::string> m_visible;
   std::set<std::string> m_constants;
 };
 

@@ -62,6 +62,9 @@ TEST(BindNames, NestedClassesHaveTheirOutersInFront) {
   EXPECT_EQ(ClassNameOf("a/With$Dollar", ""), "With_Dollar_");
   EXPECT_EQ(ClassNameOf("Alone$In", "Alone"), "Alone_In");
   EXPECT_EQ(ClassNameOf("a/B$C", "a/B", true), "B_C_");
+  EXPECT_EQ(NestedPart("a/B$C", "a/B"), "C");
+  EXPECT_EQ(NestedPart("a/B$C", "a/B$"), "C");
+  EXPECT_EQ(NestedPart("a/D", "a/B"), "");
 }
 
 TEST(BindNames, WhatWouldEndALineOrALiteralIsNotWritten) {
