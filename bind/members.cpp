@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "qvjvm/client/signature.hpp"
+
 namespace binder {
 
 namespace {
@@ -15,8 +17,6 @@ void AddInterfaces(const Library& library, const Class& cls, std::set<std::strin
 }
 
 bool IsReference(std::string_view type) { return type[0] == 'L' || type[0] == '['; }
-
-std::string_view ClassIn(std::string_view type) { return type.substr(1, type.size() - 2); }
 
 bool ClassFits(const Library& library, std::string_view from, std::string_view to) {
   if (from == to || to == kObject) return true;
@@ -57,10 +57,7 @@ std::vector<std::string> AllInterfaces(const Library& library, const Class& cls)
 bool Fits(const Library& library, std::string_view from, std::string_view to) {
   if (from == to) return true;
   if (!IsReference(from) || !IsReference(to)) {
-    constexpr std::string_view order = "BSIJFD";
-    const size_t target = order.find(to[0]);
-    if (target == std::string_view::npos || IsReference(from)) return false;
-    return from[0] == 'C' ? target >= order.find('I') : order.find(from[0]) < target;
+    return !IsReference(from) && !IsReference(to) && qvjvm::detail::widens(from[0], to[0]);
   }
   if (from[0] == '[') {
     if (to[0] == '[') {
@@ -69,7 +66,7 @@ bool Fits(const Library& library, std::string_view from, std::string_view to) {
     }
     return to == "Ljava/lang/Object;" || to == "Ljava/lang/Cloneable;" || to == "Ljava/io/Serializable;";
   }
-  return to[0] == 'L' && ClassFits(library, ClassIn(from), ClassIn(to));
+  return to[0] == 'L' && ClassFits(library, ClassOfType(from), ClassOfType(to));
 }
 
 bool MoreSpecific(const Library& library, const Method& one, const Method& other) {

@@ -1,6 +1,7 @@
 // What the binder knows of Java's classes, as plain data: read once, then named and written without a look at Java.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -13,6 +14,12 @@
 namespace binder {
 
 // Class names are JNI's, "java/util/Map$Entry"; types are descriptors, "I", "[J", "Ljava/lang/String;".
+
+// The class that a type names, however many dimensions it has; none for primitive types.
+inline std::string_view ClassOfType(std::string_view type) {
+  type.remove_prefix(std::min(type.find_first_not_of('['), type.size()));
+  return type.starts_with('L') ? type.substr(1, type.size() - 2) : std::string_view();
+}
 
 // Of modifiers, the bits that class files have.
 enum Modifier : uint32_t {

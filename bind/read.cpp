@@ -37,11 +37,6 @@ std::string Descriptor(const std::string& name) {
   return name[0] == '[' ? Slashed(name) : "L" + Slashed(name) + ";";
 }
 
-std::string_view ClassOfType(std::string_view type) {
-  type.remove_prefix(std::min(type.find_first_not_of('['), type.size()));
-  return type.starts_with('L') ? type.substr(1, type.size() - 2) : std::string_view();
-}
-
 class Source {
  public:
   explicit Source(const qvjvm::jvm& java)

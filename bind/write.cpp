@@ -11,12 +11,6 @@ namespace binder {
 
 namespace {
 
-// The class that a type names, however many dimensions it has; none for primitive types.
-std::string_view ClassOfType(std::string_view type) {
-  type.remove_prefix(type.find_first_not_of('['));
-  return type[0] == 'L' ? type.substr(1, type.size() - 2) : std::string_view();
-}
-
 std::string InSmallLetters(std::string text) {
   for (char& letter : text) {
     if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
