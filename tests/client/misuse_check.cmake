@@ -4,15 +4,8 @@
 # -DFOLDER=... -P misuse_check.cmake
 separate_arguments(OPTIONS)
 set(compile ${COMPILER} ${OPTIONS} -std=c++20 -I${INCLUDE_FOLDER})
-set(headers ${FOLDER}/headers.hpp)
-file(WRITE ${headers} "#include \"qvjvm/qvjvm.hpp\"\n")
-set(precompiled ${headers}.gch)
-set(use -include ${headers})
-if(COMPILER MATCHES "clang")
-  set(precompiled ${headers}.pch)
-  set(use -include-pch ${precompiled})
-endif()
-execute_process(COMMAND ${compile} -x c++-header -o ${precompiled} ${headers} COMMAND_ERROR_IS_FATAL ANY)
+include(${CMAKE_CURRENT_LIST_DIR}/../support/precompile.cmake)
+qv_precompile(use ${FOLDER}/headers.hpp "#include \"qvjvm/qvjvm.hpp\"\n" ${compile})
 
 file(GLOB programs ${CMAKE_CURRENT_LIST_DIR}/misuse/*.cpp)
 list(LENGTH programs count)
