@@ -13,7 +13,7 @@ execute_process(
     java.util.stream.Collectors java.util.stream.Stream
   COMMAND_ERROR_IS_FATAL ANY)
 execute_process(
-  COMMAND ${COMPILER} -std=c++20 -municode -static -Wall -Wextra -Wshadow -Wconversion -Werror -DUNICODE -I${ROOT}/include
+  COMMAND ${COMPILER} -std=c++20 -municode -static -Wall -Wextra -Wshadow -Wconversion -Werror -DUNICODE -iquote ${ROOT} -I${ROOT}/include
           -I${FOLDER}/headers ${ROOT}/tests/bind/library_calls.cpp -o ${FOLDER}/library_calls.exe COMMAND_ERROR_IS_FATAL ANY)
 
 execute_process(COMMAND ${BIND} --try --text utf8 --out ${out}-attempts --class-path "${CLASS_PATH}" wrapped.* java.util.ArrayList

@@ -39,20 +39,9 @@
 #include "org/h2/jdbcx/JdbcDataSource.hpp"
 #include "org/postgresql/ds/PGSimpleDataSource.hpp"
 #include "qvjvm/callbacks.hpp"
+#include "tests/bind/written_calls.h"
 
 namespace {
-
-int g_failed = 0;
-int g_compared = 0;
-
-template <class Got, class Expected>
-void Same(const Got& got, const Expected& expected, const char* what) {
-  ++g_compared;
-  if (got == expected) return;
-  ++g_failed;
-  std::printf("not as expected: %s\n", what);
-}
-#define SAME(got, expected) Same(got, expected, #got)
 
 void Database(const qvjvm::jvm& java, const java::sql::Connection& connection, int32_t wrongTable) {
   const auto statement = connection.createStatement();

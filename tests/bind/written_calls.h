@@ -1,4 +1,4 @@
-// What the programs that WriteCalls writes have in common.
+// What programs that compare the results of calls have in common: those that WriteCalls writes, and library_calls.cpp.
 #pragma once
 
 #include <windows.h>
