@@ -5,6 +5,7 @@ set(CMAKE_INSTALL_LIBDIR lib)  # no name of a Linux system's, even when one cros
 
 install(TARGETS qvjvm qvshr RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS qvjvm-doctor qvjvm-bind RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/doctor/report.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/qvjvm RENAME doctor-report.schema.json)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qvjvm DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 # Import libraries of both kinds from the one .def file, whichever compiler builds the DLL.

@@ -5,18 +5,22 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
+#include <new>
 
+#include "base/lock.h"
+#include "base/procedure.h"
 #include "config/folders.h"
 #include "config/host_recognition.h"
 #include "config/jvm_config_info.h"
 #include "config/path_list.h"
 #include "config/runtime_choice.h"
 #include "config/runtime_locate.h"
-#include "doctor/image_file.h"
+#include "doctor/file_checks.h"
 #include "doctor/option_notes.h"
+#include "doctor/runtime_parts.h"
 #include "service/process_events.h"
 #include "store/config_store.h"
+#include "store/default_tree.h"
 #include "store/names.h"
 
 namespace doctor {
@@ -97,7 +101,10 @@ void CollectSettings(Facts& facts) {
       {SettingName::NotCurrentRuntime, qv::ReadCurrentRuntimeSetting().text},
       {SettingName::JdkLocation, JavaKeyValue(facts.host, qv::names::kJDKLocation)},
       {SettingName::JreBinLocation, JavaKeyValue(facts.host, qv::names::kJREBinLocation)},
-      {SettingName::ClassPath, Variable(L"CLASSPATH")}};
+      {SettingName::ClassPath, Variable(L"CLASSPATH")},
+      {SettingName::ToolOptions, Variable(L"JAVA_TOOL_OPTIONS")},
+      {SettingName::LateOptions, Variable(L"_JAVA_OPTIONS")},
+      {SettingName::LauncherOptions, Variable(L"JDK_JAVA_OPTIONS")}};
 }
 
 // -- candidates --
@@ -157,33 +164,53 @@ std::optional<int> MajorOf(const std::wstring& version) {
   return first == 1 && read == 2 ? second : first;
 }
 
+// The system looks beside the executable and in its own folders before it looks along PATH.
+std::wstring FindAsLoaded(const Facts& facts, const wchar_t* name) {
+  wchar_t system[MAX_PATH];
+  GetSystemDirectoryW(system, MAX_PATH);
+  const std::wstring places = facts.question.hostFolder + L";" + system + L";" + facts.path;
+  std::wstring found(4096, L'\0');
+  found.resize(SearchPathW(places.c_str(), name, nullptr, static_cast<DWORD>(found.size()), found.data(), nullptr));
+  return found;
+}
+
 void CollectRuntime(Facts& facts) {
-  wchar_t found[4096];
   for (const wchar_t* const name : {L"jvm.dll", L"client\\jvm.dll"}) {
-    if (SearchPathW(facts.path.c_str(), name, nullptr, 4096, found, nullptr) == 0) continue;
+    const std::wstring found = FindAsLoaded(facts, name);
+    if (found.empty()) continue;
     // ...\bin\server\jvm.dll
     const std::filesystem::path bin = std::filesystem::path(found).parent_path().parent_path();
     const std::filesystem::path home = bin.parent_path();
-    const std::filesystem::path lib = home / L"lib";
     Runtime& runtime = facts.runtime.emplace();
     runtime.jvm = InspectLibrary(found);
     runtime.home = home.wstring();
     runtime.version = ReleaseValue(home, "JAVA_VERSION");
     runtime.major = MajorOf(runtime.version);
-    runtime.hasLib = std::filesystem::exists(lib);
-    runtime.hasClassLibrary = std::filesystem::exists(lib / L"modules") || std::filesystem::exists(lib / L"rt.jar");
-    runtime.hasJavaDll = std::filesystem::exists(bin / L"java.dll");
+    runtime.hasLib = std::filesystem::exists(home / L"lib");
+    runtime.parts = InspectParts(runtime);
+    runtime.foreign = FindForeign(runtime, facts.question.hostFolder);
     return;
   }
 }
 
 // -- class path --
 
+bool IsBuiltIn(std::wstring_view path) {
+  return std::any_of(std::begin(qv::g_DefaultConfigTree), std::end(qv::g_DefaultConfigTree),
+                     [&](const DefaultConfigRecord& record) {
+                       return record.kind == kStringValue && *record.value == L'\\' && path.ends_with(record.value);
+                     });
+}
+
 void CollectClassPath(Facts& facts, CQV_JVMConfigInfo& config) {
   qv::StringRef classPath;
   qv::PathList entries;
+  const std::wstring* const jdk = facts.host.Known() ? facts.ValueOf(SettingName::JdkLocation) : nullptr;
   facts.classPathBuilt = config.ComposeClassPath(classPath.Out()) && entries.TrySplit(qv::TextOf(classPath));
-  entries.ForEach([&](const wchar_t* entry) { facts.classPath.push_back({entry, qv::FileExists(entry)}); });
+  entries.ForEach([&](const wchar_t* entry) {
+    const bool ofJdk = jdk != nullptr && !jdk->empty() && std::wstring_view(entry).starts_with(*jdk);
+    facts.classPath.push_back({entry, InspectArchive(entry), ofJdk || IsBuiltIn(entry)});
+  });
 }
 
 // -- options --
@@ -205,10 +232,19 @@ class LoadedLibrary {
 HMODULE g_inspectedJvm = nullptr;
 HMODULE FindInspectedJvm(const char*) noexcept { return g_inspectedJvm; }
 
-void CheckCodePage(Facts& facts, const std::wstring& text) {
+bool FitsCodePage(const std::wstring& text) {
   BOOL lost = FALSE;
-  const int bytes = WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, nullptr, 0, nullptr, &lost);
-  if (bytes == 0 || lost != FALSE) facts.notInCodePage.push_back(text);
+  return WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, nullptr, 0, nullptr, &lost) != 0 && lost == FALSE;
+}
+
+// The path up to the first of its names that does not fit: what lies below it has the same fault and is not named.
+void CheckCodePage(Facts& facts, const std::wstring& path) {
+  if (FitsCodePage(path)) return;
+  size_t end = 0;
+  while (end < path.size() && FitsCodePage(path.substr(0, end))) end = std::min(path.find(L'\\', end + 1), path.size());
+  const std::wstring culprit = path.substr(0, end);
+  std::vector<std::wstring>& known = facts.notInCodePage;
+  if (std::find(known.begin(), known.end(), culprit) == known.end()) known.push_back(culprit);
 }
 
 void AddOption(Facts& facts, std::wstring text, qv::OptionSource source) {
@@ -217,7 +253,6 @@ void AddOption(Facts& facts, std::wstring text, qv::OptionSource source) {
     option.note = note->text;
     option.fatal = note->fatal;
   }
-  CheckCodePage(facts, option.text);
   facts.options.push_back(std::move(option));
 }
 
@@ -233,7 +268,7 @@ void CollectOptions(Facts& facts, CQV_JVMConfigInfo& config, const Listener& lis
   if (!facts.classPathBuilt) return;
   // Mapped without running any of its code; the boot class path wants to know where it lies.
   std::optional<LoadedLibrary> jvm;
-  if (facts.runtime && facts.runtime->jvm.machine == Machine::Right) {
+  if (facts.runtime && facts.runtime->jvm.state == FileState::Sound) {
     jvm.emplace(facts.runtime->jvm.path, DONT_RESOLVE_DLL_REFERENCES);
   }
   g_inspectedJvm = jvm ? jvm->Get() : nullptr;
@@ -246,6 +281,7 @@ void CollectOptions(Facts& facts, CQV_JVMConfigInfo& config, const Listener& lis
   }
   if (facts.optionsBuilt) qv::FreeOptions(options, count);
   for (const ClassPathEntry& entry : facts.classPath) CheckCodePage(facts, entry.path);
+  if (facts.runtime) CheckCodePage(facts, facts.runtime->home);
 }
 
 // -- log --
@@ -276,18 +312,85 @@ void CollectLog(Facts& facts, CQV_JVMConfigInfo& config) {
   }
 }
 
+// -- the product's own libraries --
+
+std::wstring FindHostLibrary(const Question& question) {
+  for (const std::wstring& folder : {question.serviceFolder, question.hostFolder}) {
+    std::wstring path = folder + L"\\qvshr.dll";
+    if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return path;
+  }
+  std::wstring found(4096, L'\0');
+  found.resize(SearchPathW(nullptr, L"qvshr.dll", nullptr, static_cast<DWORD>(found.size()), found.data(), nullptr));
+  return found.empty() ? question.serviceFolder + L"\\qvshr.dll" : found;
+}
+
+// True when both are there, and the host library works.
+bool CollectProducts(Facts& facts, LoadHost loadHost) {
+  facts.products = {
+      {.product = Product::HostLibrary, .library = InspectLibrary(FindHostLibrary(facts.question))},
+      {.product = Product::Service, .library = InspectLibrary(facts.question.serviceFolder + L"\\qvjvm.dll")}};
+  bool usable = true;
+  for (ProductLibrary& each : facts.products) {
+    each.version = FileVersion(each.library.path);
+    usable = usable && each.library.state == FileState::Sound;
+  }
+  if (!usable) return false;
+  ProductLibrary& host = facts.products[0];
+  if (loadHost != nullptr) {
+    const HostLibraryLoad load = loadHost(host.library.path);
+    host.loadError = load.error;
+    host.missingFunctions = load.missing;
+    host.firstMissing = load.firstMissing;
+  }
+  return host.loadError == 0 && host.missingFunctions == 0;
+}
+
+// The service's code makes this lock before main, where the host library was not loaded yet.
+void MakeConfigurationLock() {
+  if (g_csConfigLoad != nullptr) return;
+  if (void* const block = QvshrAlloc(sizeof(qv::CriticalSection))) g_csConfigLoad = new (block) qv::CriticalSection();
+}
+
+std::string Now() {
+  SYSTEMTIME now = {};
+  GetSystemTime(&now);
+  char text[32];
+  std::snprintf(text, sizeof(text), "%04u-%02u-%02uT%02u:%02u:%02uZ", now.wYear, now.wMonth, now.wDay, now.wHour,
+                now.wMinute, now.wSecond);
+  return text;
+}
+
+// Not GetVersionEx, which tells old programs what they want to hear.
+std::string WindowsVersion() {
+  using GetVersionFn = LONG(WINAPI*)(OSVERSIONINFOW*);
+  OSVERSIONINFOW version = {};
+  version.dwOSVersionInfoSize = sizeof(version);
+  const auto getVersion = qv::FindProcedure<GetVersionFn>(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion");
+  if (getVersion == nullptr || getVersion(&version) != 0) return {};
+  return std::to_string(version.dwMajorVersion) + "." + std::to_string(version.dwMinorVersion) + "." +
+         std::to_string(version.dwBuildNumber);
+}
+
 }  // namespace
 
-Facts Collect(const Question& question) {
+Facts Collect(const Question& question, LoadHost loadHost) {
   Facts facts;
   facts.question = question;
-  const LoadedLibrary service(question.serviceFolder + L"\\qvjvm.dll", LOAD_WITH_ALTERED_SEARCH_PATH);
+  if (facts.question.hostFolder.empty()) facts.question.hostFolder = question.serviceFolder;
+  facts.time = Now();
+  facts.windows = WindowsVersion();
+  if (!CollectProducts(facts, loadHost)) return facts;
+  // The service's code in this program looks for it by its name.
+  const LoadedLibrary service(facts.products[1].library.path, LOAD_WITH_ALTERED_SEARCH_PATH);
   if (service.Get() == nullptr) {
-    throw std::runtime_error("qvjvm.dll cannot be loaded from the folder of the service");
+    facts.products[1].loadError = GetLastError();
+    return facts;
   }
+  MakeConfigurationLock();
   qv::OnModuleLoaded(GetModuleHandleW(nullptr));
   CQV_JVMConfigInfo& config = JVMConfigInfo();
-  if (!config.Load()) throw std::runtime_error("the path of this program cannot be had");
+  if (!config.Load()) return facts;
+  facts.examined = true;
   Listener listener;
   config.m_pListener = &listener;
   CollectHost(facts, config);

@@ -3,10 +3,14 @@
 #pragma once
 
 #include "doctor/facts.h"
+#include "doctor/host_library.h"
 
 namespace doctor {
 
-// Needs qvjvm.dll in question.serviceFolder; throws std::runtime_error when it cannot be loaded.
-Facts Collect(const Question& question);
+using LoadHost = HostLibraryLoad (*)(const std::wstring& path);
+
+// With one of the product's libraries missing, damaged or wrong it tells of these alone. Without `loadHost` the host
+// library is this process's already.
+Facts Collect(const Question& question, LoadHost loadHost = nullptr);
 
 }  // namespace doctor

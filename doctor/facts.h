@@ -13,7 +13,8 @@
 namespace doctor {
 
 struct Question {
-  std::wstring host;           // file name of the host's executable, as given
+  std::wstring host;           // file name of the host's executable
+  std::wstring hostFolder;     // where it lies; empty: the service's folder
   bool joined = false;         // the host runs a JVM of its own
   std::wstring serviceFolder;  // where qvjvm.dll lies
 };
@@ -28,19 +29,42 @@ struct Host {
   [[nodiscard]] bool Known() const { return kind != HostKind::Unknown; }
 };
 
-enum class SettingName { JavaHome, RegisteredHome, NotCurrentRuntime, JdkLocation, JreBinLocation, ClassPath };
+enum class SettingName {
+  JavaHome,
+  RegisteredHome,
+  NotCurrentRuntime,
+  JdkLocation,
+  JreBinLocation,
+  ClassPath,
+  ToolOptions,      // JAVA_TOOL_OPTIONS, which every JVM reads
+  LateOptions,      // _JAVA_OPTIONS, which HotSpot reads after its options
+  LauncherOptions,  // JDK_JAVA_OPTIONS, which java.exe alone reads
+};
 
 struct Setting {
   SettingName name;
   std::optional<std::wstring> value;  // none: not there
 };
 
-enum class Machine { Missing, Unreadable, NotAnImage, Wrong, Right };
+// What a look at a file says. WrongKind: it is something else than its name says.
+enum class FileState { Missing, Unreadable, Empty, Truncated, WrongKind, WrongArchitecture, Sound };
 
 struct Library {
   std::wstring path;
-  Machine machine = Machine::Missing;
+  FileState state = FileState::Missing;
   std::wstring architecture;  // "x64", "x86", "ARM64", ...; empty when it cannot be told
+};
+
+// The product's own two libraries. The second may be the host product's.
+enum class Product { Service, HostLibrary };
+
+struct ProductLibrary {
+  Product product;
+  Library library;
+  std::wstring version{};    // of its resource
+  uint32_t loadError = 0;    // what Windows said when it was loaded
+  int missingFunctions = 0;  // that the service calls and it lacks
+  int firstMissing = 0;      // the ordinal of the first
 };
 
 struct Candidate {
@@ -50,8 +74,17 @@ struct Candidate {
 
   // Configured locations are taken by the service without a look.
   [[nodiscard]] bool Chosen() const {
-    return verdict == qv::RuntimeVerdict::Taken && library.machine != Machine::Missing;
+    return verdict == qv::RuntimeVerdict::Taken && library.state != FileState::Missing;
   }
+};
+
+// A file of the runtime. Those that every start needs are listed also when they are missing; of the others those that
+// are not sound.
+struct RuntimePart {
+  std::wstring path;
+  FileState state = FileState::Missing;
+  std::wstring architecture;
+  bool needed = false;
 };
 
 // The runtime of the jvm.dll that would be loaded.
@@ -61,13 +94,16 @@ struct Runtime {
   std::wstring version;  // of its release file
   std::optional<int> major;
   bool hasLib = false;
-  bool hasClassLibrary = false;
-  bool hasJavaDll = false;
+  std::vector<RuntimePart> parts;
+  std::vector<Library> foreign;  // libraries of its names that lie where the system looks first
 };
 
 struct ClassPathEntry {
   std::wstring path;
-  bool exists = false;
+  FileState state = FileState::Missing;
+  bool builtIn = false;  // of the built-in list, or a configured JDK's
+
+  [[nodiscard]] bool Exists() const { return state != FileState::Missing; }
 };
 
 struct Option {
@@ -90,9 +126,44 @@ struct Log {
   LogState state = LogState::Writable;
 };
 
-enum class Severity { Problem, Warning };
+enum class Severity { Problem, Warning, Note };
+
+// Each with its name in texts.cpp, in this order. The names are for scripts: they stay.
+enum class FindingId {
+  ProductMissing,
+  ProductDamaged,
+  ProductArchitecture,
+  ProductUnreadable,
+  ProductVersion,
+  ProductNotLoaded,
+  JavaHome,
+  CurrentRuntimeOff,
+  HostSettingsMissing,
+  LocationMissing,
+  LocationEmpty,
+  RuntimeMissing,
+  RuntimeArchitecture,
+  RuntimeDamaged,
+  RuntimeUnreadable,
+  RuntimeIncomplete,
+  RuntimeOld,
+  ForeignLibrary,
+  SettingMissing,
+  ClassPathFailed,
+  ClassPathMissing,
+  ClassPathDamaged,
+  ClassPathSyntax,
+  OptionsFailed,
+  OptionRefused,
+  OptionVariable,
+  CodePage,
+  LogLost,
+  StartRefused,
+  StartFailed,
+};
 
 struct Finding {
+  FindingId id = FindingId::StartFailed;
   Severity severity = Severity::Problem;
   std::wstring cause;
   std::wstring remedy;
@@ -107,6 +178,10 @@ struct StartResult {
 
 struct Facts {
   Question question;
+  std::string time;     // of this examination, ISO 8601, UTC
+  std::string windows;  // "10.0.19045"
+  std::vector<ProductLibrary> products;
+  bool examined = false;  // the service could be asked; else nothing below is known
   Host host;
   std::vector<Setting> settings;
   std::vector<Candidate> candidates;  // in the order of the search
@@ -118,7 +193,7 @@ struct Facts {
   bool optionsBuilt = false;
   ListOrigins origins;
   std::vector<Option> options;
-  std::vector<std::wstring> notInCodePage;
+  std::vector<std::wstring> notInCodePage;  // folders, each once
   Log log;
   std::vector<Finding> findings;
   std::optional<StartResult> start;

@@ -7,4 +7,7 @@ namespace doctor {
 
 void Judge(Facts& facts);
 
+// Note when there is nothing worse.
+Severity WorstOf(const Facts& facts);
+
 }  // namespace doctor

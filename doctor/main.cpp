@@ -1,5 +1,5 @@
 // qvjvm-doctor: tells what the Java VM Service would do on this machine, and why it does not start.
-// Exit codes: 0 nothing wrong, 1 warnings alone, 2 a problem, 3 wrong usage or no service to look at.
+// Exit codes: 0 nothing wrong, 1 warnings alone, 2 a problem, 3 wrong usage.
 #include <windows.h>
 
 #include <CLI/CLI.hpp>
@@ -8,6 +8,7 @@
 #include <filesystem>
 
 #include "doctor/collect.h"
+#include "doctor/host_library.h"
 #include "doctor/judge.h"
 #include "doctor/print.h"
 #include "doctor/trial_start.h"
@@ -51,8 +52,9 @@ bool TerminalWithColors() {
 }
 
 int Examine(const Arguments& arguments) {
-  doctor::Facts facts = doctor::Collect(arguments.question);
-  if (arguments.start && !facts.HostHasJvm()) facts.start = doctor::TryStart(facts, arguments.limitSeconds);
+  doctor::Facts facts = doctor::Collect(arguments.question, doctor::LoadHostLibrary);
+  if (arguments.start && facts.examined && !facts.HostHasJvm())
+    facts.start = doctor::TryStart(facts, arguments.limitSeconds);
   doctor::Judge(facts);
   if (arguments.json) {
     const std::string json = doctor::AsJson(facts);
@@ -60,8 +62,8 @@ int Examine(const Arguments& arguments) {
   } else {
     Print(doctor::AsText(facts, TerminalWithColors()));
   }
-  if (facts.findings.empty()) return kHealthy;
-  return facts.findings.front().severity == doctor::Severity::Problem ? kProblems : kWarnings;
+  constexpr ExitCode kCodes[] = {kProblems, kWarnings, kHealthy};
+  return kCodes[static_cast<size_t>(doctor::WorstOf(facts))];
 }
 
 }  // namespace
@@ -72,13 +74,14 @@ int wmain(int argc, wchar_t** argv) {
   std::string host = "program.exe";
   std::string folder;
   CLI::App app("Tells what the Java VM Service would do on this machine, without changing anything.", "qvjvm-doctor");
-  app.add_option("--host", host, "file name of the host program, such as qv190.exe")->capture_default_str();
+  app.add_option("--host", host, "the host program, such as qv190.exe, with its folder when that is not the service's")
+      ->capture_default_str();
   app.add_flag("--as-joined", arguments.question.joined, "the host runs a JVM of its own");
   app.add_option("--service", folder, "folder of qvjvm.dll; the doctor's own without it");
   app.add_flag("--start", arguments.start, "also start the JVM, in a process of its own");
   app.add_option("--time-limit", arguments.limitSeconds, "seconds for the start")->capture_default_str();
   app.add_flag("--json", arguments.json, "for scripts");
-  app.footer("Exit codes: 0 nothing wrong, 1 warnings, 2 a problem, 3 wrong usage or no service found.");
+  app.footer("Exit codes: 0 nothing wrong, 1 warnings, 2 a problem, 3 wrong usage.");
   std::vector<std::string> words;
   for (int i = argc - 1; i > 0; --i) words.push_back(doctor::ToUtf8(argv[i]));
   try {
@@ -89,7 +92,11 @@ int wmain(int argc, wchar_t** argv) {
   const auto wide = [](const std::string& text) {
     return std::filesystem::path(std::u8string(text.begin(), text.end())).wstring();
   };
-  arguments.question.host = wide(host);
+  const std::filesystem::path program = wide(host);
+  arguments.question.host = program.filename().wstring();
+  if (program.has_parent_path()) {
+    arguments.question.hostFolder = std::filesystem::absolute(program.parent_path()).wstring();
+  }
   arguments.question.serviceFolder = folder.empty() ? OwnFolder() : std::filesystem::absolute(wide(folder)).wstring();
   try {
     return Examine(arguments);

@@ -1,6 +1,8 @@
 // One table: prefix of the option, the versions it concerns, what they do.
 #include "doctor/option_notes.h"
 
+#include <algorithm>
+
 namespace doctor {
 
 namespace {
@@ -88,12 +90,54 @@ bool IsKnownShape(std::wstring_view option) {
   return option == L"vfprintf" || option == L"exit" || option == L"abort";
 }
 
+// -Xmx128m: digits and a unit.
+bool IsSize(std::wstring_view text) {
+  const size_t digits = std::min(text.find_first_not_of(L"0123456789"), text.size());
+  const std::wstring_view unit = text.substr(digits);
+  return digits != 0 && digits < 19 &&
+         (unit.empty() ||
+          (unit.size() == 1 && std::wstring_view(L"kKmMgGtT").find(unit[0]) != std::wstring_view::npos));
+}
+
 }  // namespace
+
+std::vector<std::wstring> WordsOf(std::wstring_view text) {
+  std::vector<std::wstring> words;
+  std::wstring word;
+  bool inside = false;
+  wchar_t quote = 0;
+  for (const wchar_t unit : text) {
+    if (quote != 0) {
+      if (unit == quote) {
+        quote = 0;
+      } else {
+        word += unit;
+      }
+    } else if (unit == L'"' || unit == L'\'') {
+      quote = unit;
+      inside = true;
+    } else if (unit == L' ' || (unit >= L'\t' && unit <= L'\r')) {
+      if (inside) words.push_back(std::move(word));
+      word.clear();
+      inside = false;
+    } else {
+      word += unit;
+      inside = true;
+    }
+  }
+  if (inside) words.push_back(std::move(word));
+  return words;
+}
 
 std::optional<OptionNote> NoteFor(std::wstring_view option, std::optional<int> major) {
   for (const Row& row : kRows) {
     if (!option.starts_with(row.prefix)) continue;
     if (major && *major >= row.first && *major <= row.last) return OptionNote{std::wstring(row.text), row.fatal};
+  }
+  for (const std::wstring_view size : {L"-Xmx", L"-Xms", L"-Xmn", L"-Xss"}) {
+    if (option.starts_with(size) && !IsSize(option.substr(size.size()))) {
+      return OptionNote{L"not a size; the JVM refuses it", true};
+    }
   }
   if (option.empty()) return OptionNote{L"an empty option; the JVM refuses it", true};
   if (option.find_first_of(L" \t") == 0 || !IsKnownShape(option)) {

@@ -2,17 +2,10 @@
 
 #include <windows.h>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 
+#include "doctor/judge.h"
 #include "doctor/texts.h"
-
-// Texts in JSON are UTF-8.
-template <>
-struct nlohmann::adl_serializer<std::wstring> {
-  static void to_json(json& json, const std::wstring& text) { json = doctor::ToUtf8(text); }
-};
 
 namespace doctor {
 
@@ -77,12 +70,27 @@ class Page {
 
 void PrintFindings(Page& page, const Facts& facts) {
   page.Heading(L"Findings");
+  if (WorstOf(facts) == Severity::Note) page.Item(L"ok", L"32", L"nothing is wrong that can be seen from here");
   for (const Finding& finding : facts.findings) {
-    const bool problem = finding.severity == Severity::Problem;
-    page.Item(problem ? L"PROBLEM" : L"warning", problem ? L"31" : L"33", finding.cause);
+    constexpr const wchar_t* kMarks[] = {L"PROBLEM", L"warning", L"   note"};
+    constexpr const wchar_t* kColors[] = {L"31", L"33", L""};
+    const auto severity = static_cast<size_t>(finding.severity);
+    page.Item(kMarks[severity], kColors[severity], finding.cause);
     page.Item(L"      >", L"", finding.remedy);
   }
-  if (facts.findings.empty()) page.Item(L"ok", L"32", L"nothing is wrong that can be seen from here");
+}
+
+void PrintProducts(Page& page, const Facts& facts) {
+  page.Heading(L"Service");
+  for (const ProductLibrary& each : facts.products) {
+    const bool sound = each.library.state == FileState::Sound && each.loadError == 0 && each.missingFunctions == 0;
+    page.Whole(sound ? L"+" : L"!", sound ? L"32" : L"31",
+               each.library.path + L"  " +
+                   (each.library.state != FileState::Sound ? L"(" + TextOf(each.library.state, L"a DLL") + L")"
+                    : each.version.empty()                 ? L"(no version)"
+                                                           : each.version));
+  }
+  page.Row(L"doctor", OwnVersion());
 }
 
 void PrintHost(Page& page, const Facts& facts) {
@@ -116,8 +124,15 @@ void PrintRuntime(Page& page, const Facts& facts) {
 void PrintClassPath(Page& page, const Facts& facts) {
   page.Heading(L"Class path");
   for (const ClassPathEntry& entry : facts.classPath) {
-    page.Whole(entry.exists ? L"+" : L"-", entry.exists ? L"32" : L"33",
-               entry.path + (entry.exists ? L"" : L"  (missing)"));
+    const bool sound = entry.state == FileState::Sound;
+    const std::wstring fault = entry.Exists() ? L"  (" + TextOf(entry.state, L"a jar") + L")" : L"  (missing)";
+    page.Whole(sound            ? L"+"
+               : entry.Exists() ? L"!"
+                                : L"-",
+               sound            ? L"32"
+               : entry.Exists() ? L"31"
+                                : L"33",
+               entry.path + (sound ? L"" : fault));
   }
 }
 
@@ -149,33 +164,18 @@ void PrintStart(Page& page, const Facts& facts) {
 
 // The findings may have left the window by now.
 void PrintCount(Page& page, const Facts& facts) {
-  const auto problems = std::count_if(facts.findings.begin(), facts.findings.end(),
-                                      [](const Finding& finding) { return finding.severity == Severity::Problem; });
-  const auto warnings = static_cast<std::ptrdiff_t>(facts.findings.size()) - problems;
-  if (facts.findings.empty()) return;
+  const auto count = [&](Severity severity) {
+    return std::count_if(facts.findings.begin(), facts.findings.end(),
+                         [=](const Finding& finding) { return finding.severity == severity; });
+  };
+  const auto problems = count(Severity::Problem);
+  const auto warnings = count(Severity::Warning);
+  if (problems + warnings == 0) return;
   page.Heading(std::to_wstring(problems) + (problems == 1 ? L" problem, " : L" problems, ") +
                std::to_wstring(warnings) + (warnings == 1 ? L" warning" : L" warnings") + L"; they stand at the top");
 }
 
 }  // namespace
-
-void to_json(nlohmann::json& json, const Library& library) {
-  constexpr const char* kStates[] = {"missing", "unreadable", "not a DLL", "wrong architecture", "ok"};
-  json = {{"path", library.path},
-          {"state", kStates[static_cast<size_t>(library.machine)]},
-          {"architecture", library.architecture}};
-}
-void to_json(nlohmann::json& json, const ClassPathEntry& entry) {
-  json = {{"path", entry.path}, {"exists", entry.exists}};
-}
-void to_json(nlohmann::json& json, const Finding& finding) {
-  json = {{"severity", finding.severity == Severity::Problem ? "problem" : "warning"},
-          {"cause", finding.cause},
-          {"remedy", finding.remedy}};
-}
-void to_json(nlohmann::json& json, const StartResult& start) {
-  json = {{"started", start.started}, {"outcome", start.outcome}, {"output", start.output}, {"logTail", start.logTail}};
-}
 
 std::string ToUtf8(std::wstring_view text) {
   if (text.empty()) return {};
@@ -189,59 +189,18 @@ std::string ToUtf8(std::wstring_view text) {
 std::wstring AsText(const Facts& facts, bool colors) {
   Page page(colors);
   PrintFindings(page, facts);
-  PrintHost(page, facts);
-  PrintRuntime(page, facts);
-  PrintClassPath(page, facts);
-  PrintOptions(page, facts);
-  PrintLog(page, facts);
+  PrintProducts(page, facts);
+  if (facts.examined) {
+    PrintHost(page, facts);
+    PrintRuntime(page, facts);
+    PrintClassPath(page, facts);
+    PrintOptions(page, facts);
+    PrintLog(page, facts);
+  }
   PrintStart(page, facts);
   PrintCount(page, facts);
   std::wstring text = page.Take();
   return text.substr(1);  // the first heading needs no blank line
-}
-
-std::string AsJson(const Facts& facts) {
-  using nlohmann::json;
-  json document = {
-      {"host",
-       {{"name", facts.question.host},
-        {"kind", TextOf(facts.host.kind)},
-        {"known", facts.host.Known()},
-        {"joined", facts.question.joined},
-        {"registryRoot", facts.host.registryRoot},
-        {"registryRootExists", facts.host.rootExists}}},
-      {"serviceFolder", facts.question.serviceFolder},
-      {"settings", json::array()},
-      {"candidates", json::array()},
-      {"jvm", facts.runtime ? json(facts.runtime->jvm) : json(nullptr)},
-      {"javaVersion", facts.runtime ? facts.runtime->version : std::wstring()},
-      {"path", facts.path},
-      {"classPath", facts.classPath},
-      {"options", json::array()},
-      {"notInCodePage", facts.notInCodePage},
-      {"log", {{"path", facts.log.path}, {"problem", TextOf(facts.log.state)}}},
-      {"findings", facts.findings},
-  };
-  for (const Setting& setting : facts.settings) {
-    document["settings"].push_back({{"name", TextOf(setting.name)},
-                                    {"value", setting.value ? json(*setting.value) : json(nullptr)},
-                                    {"origin", OriginOf(setting.name, facts)}});
-  }
-  for (const Candidate& candidate : facts.candidates) {
-    json each = candidate.library;
-    each["origin"] = std::wstring(qv::TextOf(candidate.source));
-    each["verdict"] = VerdictOf(candidate);
-    each["chosen"] = candidate.Chosen();
-    document["candidates"].push_back(std::move(each));
-  }
-  for (const Option& option : facts.options) {
-    document["options"].push_back({{"text", option.text},
-                                   {"origin", OriginOf(option.source, facts)},
-                                   {"note", option.note},
-                                   {"refused", option.fatal}});
-  }
-  if (facts.start) document["start"] = *facts.start;
-  return document.dump(2) + "\n";
 }
 
 }  // namespace doctor

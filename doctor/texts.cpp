@@ -1,6 +1,9 @@
 // The texts stand in the order of their enumerations.
 #include "doctor/texts.h"
 
+#include <array>
+
+#include "qvjvm/qvjvm.h"
 #include "store/names.h"
 
 namespace doctor {
@@ -12,8 +15,8 @@ std::wstring TextOf(HostKind kind) {
 
 std::wstring TextOf(SettingName name) {
   constexpr const wchar_t* kTexts[] = {
-      L"JAVA_HOME", L"JavaHome", L"QVJRENOTUSECURRENT", qv::names::kJDKLocation, qv::names::kJREBinLocation,
-      L"CLASSPATH"};
+      L"JAVA_HOME", L"JavaHome",          L"QVJRENOTUSECURRENT", qv::names::kJDKLocation, qv::names::kJREBinLocation,
+      L"CLASSPATH", L"JAVA_TOOL_OPTIONS", L"_JAVA_OPTIONS",      L"JDK_JAVA_OPTIONS"};
   return kTexts[static_cast<size_t>(name)];
 }
 
@@ -30,6 +33,9 @@ std::wstring OriginOf(SettingName name, const Facts& facts) {
                                   L"host setting, section QV",
                                   javaKey,
                                   javaKey,
+                                  L"environment",
+                                  L"environment",
+                                  L"environment",
                                   L"environment"};
   return origins[static_cast<size_t>(name)];
 }
@@ -45,13 +51,107 @@ std::wstring OriginOf(qv::OptionSource source, const Facts& facts) {
 
 std::wstring VerdictOf(const Candidate& candidate) {
   const bool taken = candidate.verdict == qv::RuntimeVerdict::Taken;
-  const Machine machine = candidate.library.machine;
-  if (taken && machine == Machine::Missing) return std::wstring(qv::TextOf(qv::RuntimeVerdict::NotThere));
+  const FileState state = candidate.library.state;
+  if (taken && state == FileState::Missing) return std::wstring(qv::TextOf(qv::RuntimeVerdict::NotThere));
   std::wstring text(qv::TextOf(candidate.verdict));
-  if (taken && machine == Machine::Unreadable) text += L", but it cannot be read";
-  if (taken && machine == Machine::NotAnImage) text += L", but it is not a DLL";
-  if (taken && machine == Machine::Wrong) text += L", but it is for " + candidate.library.architecture;
-  return text;
+  if (!taken || state == FileState::Sound) return text;
+  if (state == FileState::Unreadable) return text + L", but it cannot be read";
+  if (state == FileState::WrongArchitecture) return text + L", but it is for " + candidate.library.architecture;
+  return text + L", but " + TextOf(state, L"a DLL");
+}
+
+const char* NameOf(FindingId id) {
+  constexpr std::array kNames = {"product-missing",
+                                 "product-damaged",
+                                 "product-architecture",
+                                 "product-unreadable",
+                                 "product-version",
+                                 "product-not-loaded",
+                                 "java-home",
+                                 "current-runtime-off",
+                                 "host-settings-missing",
+                                 "location-missing",
+                                 "location-empty",
+                                 "runtime-missing",
+                                 "runtime-architecture",
+                                 "runtime-damaged",
+                                 "runtime-unreadable",
+                                 "runtime-incomplete",
+                                 "runtime-old",
+                                 "foreign-library",
+                                 "setting-missing",
+                                 "class-path-failed",
+                                 "class-path-missing",
+                                 "class-path-damaged",
+                                 "class-path-syntax",
+                                 "options-failed",
+                                 "option-refused",
+                                 "option-variable",
+                                 "code-page",
+                                 "log-lost",
+                                 "start-refused",
+                                 "start-failed"};
+  static_assert(kNames.size() == static_cast<size_t>(FindingId::StartFailed) + 1);
+  return kNames[static_cast<size_t>(id)];
+}
+
+const char* NameOf(Severity severity) {
+  constexpr const char* kNames[] = {"problem", "warning", "note"};
+  return kNames[static_cast<size_t>(severity)];
+}
+
+const char* NameOf(FileState state) {
+  constexpr const char* kNames[] = {"missing",    "unreadable",         "empty", "truncated",
+                                    "wrong-kind", "wrong-architecture", "ok"};
+  return kNames[static_cast<size_t>(state)];
+}
+
+const char* NameOf(Product product) { return product == Product::Service ? "service" : "host-library"; }
+
+std::wstring TextOf(FileState state, const std::wstring& kind) {
+  switch (state) {
+    case FileState::Missing:
+      return L"it is missing";
+    case FileState::Unreadable:
+      return L"it cannot be read";
+    case FileState::Empty:
+      return L"it is empty";
+    case FileState::Truncated:
+      return L"it is cut off";
+    case FileState::WrongKind:
+      return L"it is not " + kind;
+    case FileState::WrongArchitecture:
+      return L"it is for another processor";
+    case FileState::Sound:
+      break;
+  }
+  return {};
+}
+
+std::wstring KindOf(const std::wstring& path) {
+  const auto ends = [&](std::wstring_view end) { return path.ends_with(end); };
+  if (ends(L".dll")) return L"a DLL";
+  if (ends(L".jar")) return L"a jar";
+  if (ends(L"modules")) return L"a class library";
+  if (ends(L".dat")) return L"a list of time zones";
+  return L"a list of settings";
+}
+
+std::wstring OwnVersion() {
+  return std::to_wstring(QVJVM_VERSION_MAJOR) + L"." + std::to_wstring(QVJVM_VERSION_MINOR) + L"." +
+         std::to_wstring(QVJVM_VERSION_PATCH) + L".0";
+}
+
+std::wstring PlaceOfOption(const std::wstring& option, const Facts& facts) {
+  if (option.empty()) return {};
+  for (const SettingName name : {SettingName::LateOptions, SettingName::ToolOptions}) {
+    const std::wstring* const value = facts.ValueOf(name);
+    if (value != nullptr && value->find(option) != std::wstring::npos) return L"the variable " + TextOf(name);
+  }
+  for (const Option& each : facts.options) {
+    if (each.text.find(option) != std::wstring::npos) return OriginOf(each.source, facts);
+  }
+  return {};
 }
 
 }  // namespace doctor

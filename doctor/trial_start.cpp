@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -16,6 +17,7 @@ namespace {
 constexpr size_t kLogLines = 10;
 constexpr size_t kOutputLines = 40;
 constexpr int kStartFailed = 10;
+constexpr int kWorkFailed = 11;
 
 std::vector<std::wstring> LinesOf(const std::string& text, size_t most) {
   std::vector<std::wstring> lines;
@@ -94,14 +96,61 @@ Child Run(const std::filesystem::path& program, const std::filesystem::path& out
   return child;
 }
 
+// What the host finds beside itself: its host library, unless that lies beside the service, and what hides libraries of
+// the runtime.
+bool CopyNeighbours(const Facts& facts, const std::filesystem::path& folder) {
+  std::vector<std::filesystem::path> files;
+  for (const ProductLibrary& each : facts.products) {
+    const std::filesystem::path path = each.library.path;
+    if (each.product == Product::HostLibrary && path.parent_path() != facts.question.serviceFolder)
+      files.push_back(path);
+  }
+  if (facts.runtime) {
+    for (const Library& each : facts.runtime->foreign) files.emplace_back(each.path);
+  }
+  return std::all_of(files.begin(), files.end(), [&](const std::filesystem::path& file) {
+    return CopyFileW(file.c_str(), (folder / file.filename()).c_str(), TRUE) != FALSE;
+  });
+}
+
 std::wstring Describe(const Child& child, unsigned limitSeconds) {
   if (!child.created) return L"the trial could not be run";
   if (!child.inTime) return L"no end within " + std::to_wstring(limitSeconds) + L" seconds; it was ended";
   if (child.exitCode == 0) return L"the JVM started";
   if (child.exitCode == kStartFailed) return L"QV_CreateJavaVM failed";
+  if (child.exitCode == kWorkFailed) return L"the JVM started, but parts of it do not work";
   wchar_t code[16];
   std::swprintf(code, std::size(code), L"0x%lX", child.exitCode);
   return std::wstring(L"the JVM ended the process, exit code ") + code;
+}
+
+// One call for each part of a runtime that a start does not touch.
+struct Work {
+  const char* part;
+  const char* type;
+  const char* method;
+  const char* signature;
+};
+constexpr Work kWork[] = {
+    {"bin\\net.dll", "java/net/InetAddress", "getLoopbackAddress", "()Ljava/net/InetAddress;"},
+    {"bin\\nio.dll", "java/nio/channels/Selector", "open", "()Ljava/nio/channels/Selector;"},
+    {"conf\\security\\java.security", "java/security/Security", "getProviders", "()[Ljava/security/Provider;"},
+    {"lib\\tzdb.dat", "java/time/ZoneId", "getAvailableZoneIds", "()Ljava/util/Set;"},
+};
+
+bool DoWork(IQV_JavaVM* vm) {
+  bool all = true;
+  for (const Work& work : kWork) {
+    qv_jclass type = nullptr;
+    qv_jobject result = nullptr;
+    if (vm->FindClass(&type, work.type) == QV_S_OK &&
+        vm->CallStaticObjectMethod(&result, type, work.method, work.signature) == QV_S_OK) {
+      continue;
+    }
+    std::printf("trial: %s does not work, by %s.%s\n", work.part, work.type, work.method);
+    all = false;
+  }
+  return all;
 }
 
 }  // namespace
@@ -123,9 +172,7 @@ StartResult TryStart(const Facts& facts, unsigned limitSeconds) {
   wchar_t own[32768];
   GetModuleFileNameW(nullptr, own, static_cast<DWORD>(std::size(own)));
   StartResult result;
-  const std::wstring library = std::filesystem::path(own).parent_path().wstring() + L"\\qvshr.dll";
-  if (!CopyFileW(own, host.c_str(), TRUE) ||
-      !CopyFileW(library.c_str(), (folder.Path() / L"qvshr.dll").c_str(), TRUE)) {
+  if (!CopyFileW(own, host.c_str(), TRUE) || !CopyNeighbours(facts, folder.Path())) {
     result.outcome = L"the trial's copy cannot be made in " + folder.Path().wstring();
     return result;
   }
@@ -158,8 +205,9 @@ void RunAsHost(const wchar_t* serviceFolder) {
   std::printf("QV_CreateJavaVM: 0x%08lX\n", static_cast<unsigned long>(status));
   IQvString* version = nullptr;
   if (status >= 0 && vm->GetJavaVersion(&version) >= 0) std::printf("java.version: %ls\n", version->GetText());
+  const bool works = status >= 0 && DoWork(vm);
   std::fflush(stdout);
-  std::_Exit(status >= 0 ? 0 : kStartFailed);
+  std::_Exit(status < 0 ? kStartFailed : works ? 0 : kWorkFailed);
 }
 
 }  // namespace doctor

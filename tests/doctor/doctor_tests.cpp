@@ -34,23 +34,46 @@ class SoundMachine : private Pinned {
     folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm.dll", L"service\\qvjvm.dll");
     MakeRuntime(L"java", "17.0.9");
     registry.SetLocations(kQuovant, folder.Path(L"java"), folder.Path(L"java\\bin\\server"));
-    registry.SetList(Hive::Machine, kConfig + L"\\QVSysclasspath", {L"C:\\one.jar"});
+    registry.SetList(Hive::Machine, kConfig + L"\\QVSysclasspath", {folder.MakeFolder(L"classes")});
     SetOptions({L"-Xmx128m"});
     registry.CreateKey(Hive::Machine, kConfig + L"\\QVJVMprops");
     folder.MakeFolder(L"log");
     SetLogFolder(folder.Path(L"log"));
     SetVariable(L"JAVA_HOME", folder.Path(L"java"));
     SetVariable(L"PATH", std::wstring(L"C:\\windows\\system32"));
-    SetVariable(L"CLASSPATH", std::nullopt);
+    for (const wchar_t* name : {L"CLASSPATH", L"JAVA_TOOL_OPTIONS", L"_JAVA_OPTIONS", L"JDK_JAVA_OPTIONS"}) {
+      SetVariable(name, std::nullopt);
+    }
   }
 
   ~SoundMachine() { SetFileAttributesW(folder.Path(L"log\\vm.out").c_str(), FILE_ATTRIBUTE_NORMAL); }
 
   void MakeRuntime(const std::wstring& name, const std::string& version) const {
     folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm.dll", name + L"\\bin\\server\\jvm.dll");
-    folder.WriteFile(name + L"\\bin\\java.dll", "any");
-    folder.WriteFile(name + L"\\lib\\modules", "any");
+    for (const wchar_t* part : {L"java", L"jimage", L"zip", L"net", L"nio", L"verify"}) {
+      folder.CopyIn(ProgramFolder() + L"\\..\\qvshr.dll", name + L"\\bin\\" + part + L".dll");
+    }
+    folder.WriteFile(name + L"\\lib\\modules", Modules());
+    folder.WriteFile(name + L"\\lib\\tzdb.dat", std::string_view("\1\0\4TZDB", 7));
+    folder.WriteFile(name + L"\\conf\\security\\java.security", "security.provider.1=SUN\n");
     folder.WriteFile(name + L"\\release", "IMPLEMENTOR=\"any\"\nJAVA_VERSION=\"" + version + "\"\n");
+  }
+  // A class library of one class with ten bytes: header, tables, an empty place, one at 3 with 7 bytes, a text.
+  static std::string Modules() {
+    const uint32_t header[] = {0xCAFEDADA, 0x00010000, 0, 1, 1, 6, 1, 0, 1};
+    return std::string(reinterpret_cast<const char*>(header), sizeof(header)) +
+           std::string(
+               "\0"
+               "\x28\x03"
+               "\x38\x07"
+               "\0"
+               "t",
+               7) +
+           std::string(10, 'c');
+  }
+  void ChangeFile(const std::wstring& name,
+                  const std::function<std::string(const std::string& content)>& change) const {
+    folder.WriteFile(name, change(ReadWholeFile(folder.Path(name))));
   }
   void SetVariable(const std::wstring& name, const std::optional<std::wstring>& value) {
     m_variables.push_back(std::make_unique<EnvironmentScope>(name, value));
@@ -91,6 +114,24 @@ Break JvmFor(unsigned short processor) {
 }
 Break JvmHolds(std::string content) {
   return [=](SoundMachine& machine) { machine.ChangeJvm([=](const std::string&) { return content; }); };
+}
+Break FileHolds(const wchar_t* relative, std::string content) {
+  return [=](SoundMachine& machine) { machine.folder.WriteFile(relative, content); };
+}
+Break FileCut(const wchar_t* relative, size_t bytes = 1) {
+  return [=](SoundMachine& machine) {
+    machine.ChangeFile(relative, [=](const std::string& content) { return content.substr(0, content.size() - bytes); });
+  };
+}
+Break FileFor(const wchar_t* relative, unsigned short processor) {
+  return [=](SoundMachine& machine) {
+    machine.ChangeFile(relative, [=](const std::string& content) { return ForMachine(content, processor); });
+  };
+}
+// A jar on CLASSPATH.
+Break Jar(std::string content) {
+  return
+      [=](SoundMachine& machine) { machine.SetVariable(L"CLASSPATH", machine.folder.WriteFile(L"one.jar", content)); };
 }
 Break FileGone(const wchar_t* relative) {
   return [=](SoundMachine& machine) { std::filesystem::remove_all(machine.folder.Path(relative)); };
@@ -152,7 +193,7 @@ const Case kCases[] = {
        machine.ChangeJvm([](const std::string& content) { return content.substr(0, 600); });
      },
      L"is damaged"},
-    {"ATextInTheJvmsPlace", kUnknown, JvmHolds(std::string(10000, 'x')), L"is damaged"},
+    {"ATextInTheJvmsPlace", kUnknown, JvmHolds(std::string(10000, 'x')), L"is damaged: it is not a DLL"},
     {"AJvmThatCannotBeRead", kUnknown,
      [](SoundMachine& machine) {
        machine.held.Reset(
@@ -160,8 +201,44 @@ const Case kCases[] = {
      },
      L"cannot be read"},
     {"ARuntimeWithoutLib", kUnknown, FileGone(L"java\\lib"), L"the runtime has no folder lib"},
-    {"ARuntimeWithoutModules", kUnknown, FileGone(L"java\\lib\\modules"), L"no class library"},
+    {"ARuntimeWithoutModules", kUnknown, FileGone(L"java\\lib\\modules"), L"lacks lib\\modules"},
     {"ARuntimeWithoutItsLibraries", kUnknown, FileGone(L"java\\bin\\java.dll"), L"lacks bin\\java.dll"},
+    {"ARuntimeWithoutSettings", kUnknown, FileGone(L"java\\conf"), L"lacks conf\\security\\java.security"},
+    {"ACutClassLibrary", kUnknown, FileCut(L"java\\lib\\modules"), L"lib\\modules is damaged: it is cut off"},
+    {"AClassLibraryOfSomethingElse", kUnknown, FileHolds(L"java\\lib\\modules", std::string(99, 'x')),
+     L"lib\\modules is damaged: it is not a class library"},
+    {"ACutLibraryOfTheRuntime", kUnknown, FileCut(L"java\\bin\\zip.dll"), L"zip.dll is damaged: it is cut off"},
+    {"AnEmptyLibraryOfTheRuntime", kUnknown, FileHolds(L"java\\bin\\net.dll", ""), L"net.dll is damaged: it is empty"},
+    {"ALibraryThatNoStartNeeds", kUnknown, FileHolds(L"java\\bin\\awt.dll", "x"),
+     L"awt.dll is damaged: it is not a DLL"},
+    {"A32BitLibraryOfTheRuntime", kUnknown, FileFor(L"java\\bin\\nio.dll", 0x014C), L"nio.dll is for x86, not x64"},
+    {"TimeZonesOfSomethingElse", kUnknown, FileHolds(L"java\\lib\\tzdb.dat", "x"), L"tzdb.dat is damaged"},
+    {"AForeignLibraryBesideTheHost", kUnknown,
+     [](SoundMachine& machine) { machine.folder.WriteFile(L"service\\zip.dll", "x"); },
+     L"service\\zip.dll hides the one of the Java runtime and is damaged"},
+
+    // the product itself
+    {"TheServiceIsMissing", kUnknown, FileGone(L"service\\qvjvm.dll"), L"qvjvm.dll is missing"},
+    {"TheServiceIsCut", kUnknown, FileCut(L"service\\qvjvm.dll"), L"qvjvm.dll is damaged: it is cut off"},
+    {"TheServiceIsEmpty", kUnknown, FileHolds(L"service\\qvjvm.dll", ""), L"qvjvm.dll is damaged: it is empty"},
+    {"TheServiceIsNoLibrary", kUnknown, FileHolds(L"service\\qvjvm.dll", std::string(9999, 'x')),
+     L"qvjvm.dll is damaged: it is not a DLL"},
+    {"TheServiceIsForArm", kUnknown, FileFor(L"service\\qvjvm.dll", 0xAA64), L"qvjvm.dll is for ARM64, not x64"},
+    {"TheHostLibraryIsFor32Bit", kUnknown,
+     [](SoundMachine& machine) {
+       machine.folder.CopyIn(ProgramFolder() + L"\\qvshr.dll", L"service\\qvshr.dll");
+       FileFor(L"service\\qvshr.dll", 0x014C)(machine);
+     },
+     L"qvshr.dll is for x86, not x64"},
+    {"TheServiceIsAnotherVersion", kUnknown,
+     [](SoundMachine& machine) {
+       // In the resource, behind its signature and its own version.
+       machine.ChangeFile(L"service\\qvjvm.dll", [](std::string content) {
+         content[content.find("\xBD\x04\xEF\xFE") + 10] = 7;
+         return content;
+       });
+     },
+     L"qvjvm.dll is version 7.0.0.0"},
     {"AVeryOldRuntime", kUnknown, [](SoundMachine& machine) { machine.MakeRuntime(L"java", "1.6.0_45"); },
      L"Java 1.6.0_45 is older"},
 
@@ -194,11 +271,30 @@ const Case kCases[] = {
     {"EndorsedFolders", kKnown, Options({L"-Djava.endorsed.dirs=C:\\e"}), L"endorsed folders were removed"},
     {"ABootClassPathInFront", kKnown, Options({L"-Xbootclasspath/p:C:\\b.jar"}), L"removed in Java 9"},
 
+    {"ASizeThatIsNone", kKnown, Options({L"-Xmx128mb"}), L"refuses to start with -Xmx128mb"},
+    {"AnOptionInTheEnvironment", kUnknown, Variable(L"JAVA_TOOL_OPTIONS", L"-Dx=1 -XX:MaxPermSize=64m"),
+     L"JAVA_TOOL_OPTIONS holds -XX:MaxPermSize=64m: removed in Java 17"},
+    {"AWordInTheLateEnvironment", kUnknown, Variable(L"_JAVA_OPTIONS", L"nonsense"), L"_JAVA_OPTIONS holds nonsense"},
+    {"OptionsForTheLauncher", kUnknown, Variable(L"JDK_JAVA_OPTIONS", L"-Xmx1g"), L"java.exe alone reads"},
+
     // texts, class path, log
     {"AClassPathOutsideTheCodePage", kUnknown, Variable(L"CLASSPATH", L"C:\\\x65E5\x672C.jar"),
      L"the system's code page cannot hold"},
     {"AMissingArchive", kUnknown, Variable(L"CLASSPATH", L"C:\\gone.jar"),
-     L"class path entries do not exist: fop.jar, batik.jar, xalan-2.4.1.jar, xercesImpl-2.2.1.jar and 7 more"},
+     L"11 of 12 class path entries do not exist: gone.jar, fop.jar, batik.jar, xalan-2.4.1.jar and 7 more"},
+    {"AReportWithoutItsLibraries", kUnknown,
+     [](SoundMachine& machine) {
+       machine.folder.WriteFile(L"service\\fop-0.20.5\\build\\fop.jar",
+                                std::string("PK\5\6", 4) + std::string(18, '\0'));
+     },
+     L"warning 9 of 11 class path entries do not exist: batik.jar"},
+    {"QuotesInTheClassPath", kUnknown, Variable(L"CLASSPATH", L"\"C:\\a b.jar\""), L"CLASSPATH has quotes"},
+    {"AStarInTheClassPath", kUnknown, Variable(L"CLASSPATH", L"C:\\lib\\*"), L"CLASSPATH has a *"},
+    {"AnEmptyJar", kUnknown, Jar(""), L"one.jar is damaged: it is empty"},
+    {"AJarOfSomethingElse", kUnknown, Jar("<html>"), L"one.jar is damaged: it is not a jar"},
+    {"ACutJar", kUnknown, Jar(std::string("PK\3\4", 4) + std::string(90, 'x')), L"one.jar is damaged: it is cut off"},
+    {"AJarThatLacksItsBeginning", kUnknown, Jar(std::string("PK\5\6\0\0\0\0\1\0\1\0\x60\0\0\0\0\0\0\0\0\0", 22)),
+     L"one.jar is damaged: it is cut off"},
     {"TheLogIsAFolder", kUnknown, [](SoundMachine& machine) { machine.folder.MakeFolder(L"log\\vm.out"); },
      L"vm.out is lost: it is a folder"},
     {"TheLogIsReadOnly", kUnknown,
@@ -213,8 +309,8 @@ const Case kCases[] = {
 };
 
 doctor::Facts Examine(const SoundMachine& machine, const wchar_t* host, bool joined = false) {
-  doctor::Facts facts =
-      doctor::Collect({.host = host, .joined = joined, .serviceFolder = machine.folder.Path(L"service")});
+  doctor::Facts facts = doctor::Collect(
+      {.host = host, .hostFolder = {}, .joined = joined, .serviceFolder = machine.folder.Path(L"service")});
   doctor::Judge(facts);
   return facts;
 }
@@ -244,6 +340,7 @@ TEST_P(DoctorCase, NamesTheCauseOnItsFirstScreen) {
   });
   if (*GetParam().cause == L'\0') {
     EXPECT_FALSE(problem) << ToUtf8(text);
+    EXPECT_EQ(doctor::WorstOf(facts), doctor::Severity::Note) << ToUtf8(text);
   } else {
     EXPECT_NE(FirstScreen(text).find(GetParam().cause), std::wstring::npos) << ToUtf8(text);
   }
@@ -287,11 +384,11 @@ TEST(Doctor, AWrongJavaHomeIsTheCauseWhenNoRuntimeIsFound) {
   machine.SetVariable(L"JAVA_HOME", std::wstring(L"C:\\gone"));
   machine.registry.DeleteKey(Hive::Machine, kJava);
   const doctor::Facts facts = Examine(machine, L"report.exe");
-  ASSERT_EQ(facts.findings.size(), 3U);
+  ASSERT_EQ(facts.findings.size(), 3U);  // the last one is a note
   EXPECT_EQ(facts.findings[0].severity, doctor::Severity::Problem);
   EXPECT_EQ(facts.findings[0].cause, L"JAVA_HOME has no jvm.dll: C:\\gone");
   const std::wstring text = doctor::AsText(facts, false);
-  EXPECT_TRUE(text.ends_with(L"\n2 problems, 1 warning; they stand at the top\n")) << ToUtf8(text);
+  EXPECT_TRUE(text.ends_with(L"\n2 problems, 0 warnings; they stand at the top\n")) << ToUtf8(text);
 }
 
 TEST(Doctor, TheLogOfAnotherProcessIsNotShown) {
@@ -309,7 +406,18 @@ TEST(Doctor, AJoinedHostNeedsNoRuntime) {
   machine.SetVariable(L"JAVA_HOME", std::nullopt);
   const doctor::Facts facts = Examine(machine, L"report.exe", true);
   EXPECT_FALSE(facts.runtime.has_value());
-  for (const doctor::Finding& finding : facts.findings) EXPECT_EQ(finding.severity, doctor::Severity::Warning);
+  EXPECT_EQ(doctor::WorstOf(facts), doctor::Severity::Note);
+}
+
+TEST(Doctor, AFolderOutsideTheCodePageIsOneFinding) {
+  SoundMachine machine;
+  const std::wstring odd = L"C:\\\x65E5\x672C";
+  machine.SetVariable(L"CLASSPATH", odd + L"\\a.jar;" + odd + L"\\b\\b.jar;" + odd + L"\\b\\c.jar");
+  const doctor::Facts facts = Examine(machine, kUnknown);
+  EXPECT_THAT(facts.notInCodePage, testing::ElementsAre(odd));
+  EXPECT_EQ(std::count_if(facts.findings.begin(), facts.findings.end(),
+                          [](const doctor::Finding& each) { return each.id == doctor::FindingId::CodePage; }),
+            1);
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
-// What the doctor says of an option for a Java version.
-#include <gtest/gtest.h>
+// What the doctor says of an option for a Java version, and of a JVM's last words.
+#include <gmock/gmock.h>
 
 #include "doctor/option_notes.h"
+#include "doctor/start_messages.h"
 #include "tests/support/text.h"
 
 namespace qvtest {
@@ -37,12 +38,59 @@ TEST(OptionNotes, FollowTheVersion) {
       {L"server", 17, Row::Refused},
       {L"-Xnosuch", 17, Row::Refused},
       {L"-Xss2m", 17, Row::Nothing},
+      {L"-Xmx134217728", 17, Row::Nothing},
+      {L"-Xmx", 17, Row::Refused},
+      {L"-Xmx128mb", 17, Row::Refused},
+      {L"-Xms-1m", 17, Row::Refused},
   };
   for (const Row& row : rows) {
     const auto note = doctor::NoteFor(row.option, row.major);
     EXPECT_EQ(note.has_value(), row.expected != Row::Nothing) << ToUtf8(row.option);
     if (note) {
       EXPECT_EQ(note->fatal, row.expected == Row::Refused) << ToUtf8(row.option);
+    }
+  }
+}
+
+TEST(OptionNotes, TakeAVariableApart) {
+  EXPECT_THAT(doctor::WordsOf(L" -Da=1\t-Db='x y'  \"-Dc=it's\" ''"),
+              testing::ElementsAre(L"-Da=1", L"-Db=x y", L"-Dc=it's", L""));
+  EXPECT_THAT(doctor::WordsOf(L" "), testing::IsEmpty());
+}
+
+struct Said {
+  std::vector<std::wstring> output;
+  std::vector<std::wstring> log;
+  const wchar_t* cause;  // the first; empty: none
+};
+
+TEST(StartMessages, SayInOurWordsWhatTheJvmSays) {
+  const Said rows[] = {
+      {{L"Unrecognized VM option 'MaxPermSize=64m'"}, {}, L"Java does not know the option MaxPermSize=64m"},
+      {{L"Unrecognized option: -Xnosuch"}, {}, L"Java does not know the option -Xnosuch"},
+      {{L"Error occurred during initialization of VM", L"Could not reserve enough space for 1073741824KB object heap"},
+       {},
+       L"there is not enough memory for 1073741824KB object heap"},
+      {{L"Error occurred during initialization of boot layer", L"java.lang.module.FindException: Module a.b not found"},
+       {},
+       L"the Java runtime has no module a.b"},
+      {{L"Error occurred during initialization of boot layer", L"java.lang.module.ResolutionException: cycle"},
+       {},
+       L"Java refuses its modules or its class path: java.lang.module.ResolutionException: cycle"},
+      {{},
+       {L"java.lang.UnsupportedClassVersionError: A has been compiled by a more recent version of the Java Runtime "
+        L"(class "
+        L"file version 65.0), this version"},
+       L"classes are for a newer Java: their version is 65, which is 44 and the version of Java"},
+      {{L"trial: bin\\net.dll does not work"}, {}, L"Java starts, but: bin\\net.dll does not work"},
+      {{L"QV_CreateJavaVM: 0x80004005"}, {L"any line"}, L""},
+  };
+  for (const Said& row : rows) {
+    const auto messages =
+        doctor::Recognise({.outcome = {}, .started = false, .output = row.output, .logTail = row.log});
+    EXPECT_EQ(messages.empty(), *row.cause == L'\0') << ToUtf8(row.cause);
+    if (!messages.empty()) {
+      EXPECT_EQ(messages[0].cause, row.cause) << ToUtf8(messages[0].cause);
     }
   }
 }
