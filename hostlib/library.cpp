@@ -6,6 +6,7 @@
 
 #include "host/qvshr.h"
 #include "hostlib/backend.h"
+#include "hostlib/key_layer.h"
 
 namespace qvshr {
 namespace {
@@ -36,12 +37,13 @@ extern "C" void QvshrFree(void* block) noexcept {
   FreeBlock(block, QVSHR_CALLER);
 }
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
   if (reason == DLL_PROCESS_ATTACH) {
     FindShutdownQuery();
     FindSettings();
     BackendAttach();
   } else if (reason == DLL_PROCESS_DETACH) {
+    if (processEnds == nullptr) ForgetApplicationKeys();
     BackendDetach();
   }
   return TRUE;

@@ -10,6 +10,7 @@
 #include "host/qvshr.h"
 #include "hostlib/backend.h"
 #include "hostlib/host_object.h"
+#include "hostlib/key_layer.h"
 #include "hostlib/scratch.h"
 #include "hostlib/text_object.h"
 #include "hostlib/wide_text.h"
@@ -78,7 +79,10 @@ int32_t Failure(LSTATUS status) noexcept {
   return status == ERROR_SUCCESS ? QV_E_FAIL : static_cast<int32_t>(HRESULT_FROM_WIN32(static_cast<DWORD>(status)));
 }
 
+class RegistryKey;
+
 LSTATUS OpenKey(HKEY parent, const wchar_t* path, uint32_t access, const void* caller, IQvRegKey** out) noexcept;
+LSTATUS OpenRegistry(HKEY parent, const wchar_t* path, uint32_t access, const void* caller, RegistryKey*& out) noexcept;
 
 class RegistryKey final : public KeyObject<RegistryKey> {
  public:
@@ -147,6 +151,14 @@ int32_t RegistryKey::ReadNamed(const wchar_t* name, const void* caller, IQvStrin
 }
 
 LSTATUS OpenKey(HKEY parent, const wchar_t* path, uint32_t access, const void* caller, IQvRegKey** out) noexcept {
+  RegistryKey* opened = nullptr;
+  const LSTATUS status = OpenRegistry(parent, path, access, caller, opened);
+  if (status == ERROR_SUCCESS) *out = opened;
+  return status;
+}
+
+LSTATUS OpenRegistry(HKEY parent, const wchar_t* path, uint32_t access, const void* caller,
+                     RegistryKey*& out) noexcept {
   HKEY key = nullptr;
   const LSTATUS status = RegOpenKeyExW(parent, path, 0, access, &key);
   if (status != ERROR_SUCCESS) return status;
@@ -156,7 +168,108 @@ LSTATUS OpenKey(HKEY parent, const wchar_t* path, uint32_t access, const void* c
     if (owned) RegCloseKey(key);
     return ERROR_OUTOFMEMORY;
   }
-  *out = new (block) RegistryKey(key, owned);
+  out = new (block) RegistryKey(key, owned);
+  return ERROR_SUCCESS;
+}
+
+// ---- keys that the application brings ----
+
+HKEY HiveOf(Root root) noexcept { return root == Root::Machine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER; }
+
+Root RootOf(HKEY hive) noexcept {
+  if (hive == HKEY_LOCAL_MACHINE) return Root::Machine;
+  return hive == HKEY_CURRENT_USER ? Root::User : Root::None;
+}
+
+LSTATUS OpenPresented(const ApplicationKeys& keys, Root root, std::wstring_view path, uint32_t access,
+                      const void* caller, IQvRegKey** out) noexcept;
+
+// A key that the application brings, or that lies above one. The first kind has the application's values alone; the
+// second has those of the registry's key of that path, if there is one. Below either, what the application does not
+// bring is the registry's. It keeps the keys as they were when it was opened; its path lies in its own block.
+class ApplicationKey final : public KeyObject<ApplicationKey> {
+ public:
+  // Adopts the registry's key, which may be null. The path is copied behind the object.
+  ApplicationKey(ApplicationKeys keys, Root root, std::wstring_view path, RegistryKey* registry) noexcept
+      : m_keys(std::move(keys)), m_root(root), m_pathUnits(path.size()), m_registry(registry) {
+    std::char_traits<wchar_t>::copy(Units(), path.data(), path.size());
+    const auto [layer, number] = m_keys.Find(root, path);
+    m_layer = layer;
+    m_number = number;
+  }
+
+  int32_t OpenBelow(const wchar_t* relative, uint32_t access, const void* caller, IQvRegKey** key) noexcept {
+    const std::wstring_view below = relative;
+    if (below.size() > kMaxPathUnits || m_pathUnits > kMaxPathUnits) return Failure(ERROR_FILE_NOT_FOUND);
+    const size_t units = m_pathUnits + 1 + below.size();
+    Scratch<1024> joined;
+    if ((units + 1) * sizeof(wchar_t) > joined.SizeBytes() && !joined.TryGrow((units + 1) * sizeof(wchar_t))) {
+      return QV_E_OUTOFMEMORY;
+    }
+    wchar_t* const text = joined.As<wchar_t>();
+    std::char_traits<wchar_t>::copy(text, Units(), m_pathUnits);
+    text[m_pathUnits] = L'\\';
+    std::char_traits<wchar_t>::copy(text + m_pathUnits + 1, below.data(), below.size());
+    text[units] = L'\0';
+    // An empty path is the key itself, and that of the hive is empty.
+    const std::wstring_view whole = Without(L"\\", {text, units});
+    const std::wstring_view path = whole.empty() ? std::wstring_view(text, 0) : whole;
+    text[static_cast<size_t>(path.data() - text) + path.size()] = L'\0';
+    const LSTATUS status = OpenPresented(m_keys, m_root, path, access, caller, key);
+    return status == ERROR_SUCCESS ? QV_S_OK : Failure(status);
+  }
+  int32_t ReadAt(uint32_t index, const void* caller, IQvString** name, IQvString** value) noexcept {
+    if (m_layer == nullptr) {
+      return m_registry != nullptr ? m_registry->ReadAt(index, caller, name, value) : Failure(ERROR_NO_MORE_ITEMS);
+    }
+    const KeyLayer::Value* const found = m_layer->ValueAt(m_number, index);
+    if (found == nullptr) return Failure(ERROR_NO_MORE_ITEMS);
+    return CreatePair(found->name, found->text, caller, name, value);
+  }
+  int32_t ReadNamed(const wchar_t* name, const void* caller, IQvString** value) noexcept {
+    if (m_layer == nullptr) {
+      return m_registry != nullptr ? m_registry->ReadNamed(name, caller, value) : Failure(ERROR_FILE_NOT_FOUND);
+    }
+    const KeyLayer::Value* const found = m_layer->FindValue(m_number, name);
+    return found != nullptr ? CreateText(found->text, {}, caller, value) : Failure(ERROR_FILE_NOT_FOUND);
+  }
+
+ private:
+  friend HostObject;
+  ~ApplicationKey() {
+    if (m_registry != nullptr) m_registry->Release();
+  }
+
+  static constexpr size_t kMaxPathUnits = 1 << 20;
+
+  wchar_t* Units() noexcept { return reinterpret_cast<wchar_t*>(this + 1); }
+
+  const ApplicationKeys m_keys;
+  const Root m_root;
+  const size_t m_pathUnits;
+  RegistryKey* const m_registry;
+  const KeyLayer* m_layer;  // one of m_keys, or null: the values are the registry's
+  uint32_t m_number;
+};
+
+static_assert(sizeof(ApplicationKey) % alignof(wchar_t) == 0);
+
+// `path` is terminated.
+LSTATUS OpenPresented(const ApplicationKeys& keys, Root root, std::wstring_view path, uint32_t access,
+                      const void* caller, IQvRegKey** out) noexcept {
+  const Place place = keys.PlaceOf(root, path);
+  if (place == Place::Unknown) return OpenKey(HiveOf(root), path.data(), access, caller, out);
+  RegistryKey* registry = nullptr;
+  if (place == Place::Above) {
+    const LSTATUS status = OpenRegistry(HiveOf(root), path.data(), access, caller, registry);
+    if (status == ERROR_OUTOFMEMORY) return status;
+  }
+  void* const block = AllocateBlock(sizeof(ApplicationKey) + path.size() * sizeof(wchar_t), caller);
+  if (block == nullptr) {
+    if (registry != nullptr) registry->Release();
+    return ERROR_OUTOFMEMORY;
+  }
+  *out = new (block) ApplicationKey(keys, root, Without(L"\\", path), registry);
   return ERROR_SUCCESS;
 }
 
@@ -170,5 +283,12 @@ extern "C" int32_t QvshrOpenRegistryKey(HKEY hive, IQvString* path, uint32_t acc
   *out = nullptr;
   if (CallFails(kQvshrCallOpenRegistryKey)) return ERROR_ACCESS_DENIED;
   if (path == nullptr) return ERROR_INVALID_PARAMETER;
-  return OpenKey(hive, TextOf(path), access, QVSHR_CALLER, out);
+  const wchar_t* const text = TextOf(path);
+  const Root root = RootOf(hive);
+  ApplicationKeys keys;
+  if (root != Root::None && !CurrentKeys(keys)) return ERROR_OUTOFMEMORY;
+  if (root == Root::None || keys.PlaceOf(root, text) == Place::Unknown) {
+    return OpenKey(hive, text, access, QVSHR_CALLER, out);
+  }
+  return OpenPresented(keys, root, text, access, QVSHR_CALLER, out);
 }

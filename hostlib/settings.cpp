@@ -1,4 +1,5 @@
-// The host's settings: qvshr.ini beside the host executable, read anew with every question, so an edit counts at once.
+// The host's settings: qvshr.ini beside the host executable, read anew with every question, so an edit counts at once
+// (the sections that stand for registry keys are another file's business: application_keys.cpp).
 // The path is worked out while the library is being attached and never changes; nothing here allocates.
 #include <windows.h>
 
@@ -26,6 +27,8 @@ int32_t HostSwitch(const wchar_t* key) noexcept {
 }
 
 }  // namespace
+
+const wchar_t* SettingsPath() noexcept { return g_path; }
 
 void FindSettings() noexcept {
   const DWORD length = GetModuleFileNameW(nullptr, g_path, kPathUnits);

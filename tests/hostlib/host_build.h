@@ -11,6 +11,7 @@
 
 #include "base/procedure.h"
 #include "host/host_ref.h"
+#include "hostlib/application.h"
 #include "tests/support/temp_folder.h"
 
 namespace hosttest {
@@ -20,7 +21,7 @@ using Strings = std::vector<std::wstring>;
 
 inline constexpr GUID kUnknownId = {0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
-/// The twelve functions of one build.
+/// The functions of one build.
 struct HostApi {
   explicit HostApi(HMODULE library) : module(library) {}
 
@@ -37,6 +38,11 @@ struct HostApi {
   decltype(&QvshrGetSetting) GetSetting = ByOrdinal(10);
   decltype(&QvshrIsWebDeployment) IsWebDeployment = ByOrdinal(11);
   decltype(&QvshrNoDetachQuery) NoDetachQuery = ByOrdinal(12);
+  // Beyond the contract, by name.
+  decltype(&QvshrSetApplicationValue) SetApplicationValue =
+      qv::FindProcedure<decltype(&QvshrSetApplicationValue)>(module, "QvshrSetApplicationValue");
+  decltype(&QvshrGetBadSettingsLine) GetBadSettingsLine =
+      qv::FindProcedure<decltype(&QvshrGetBadSettingsLine)>(module, "QvshrGetBadSettingsLine");
 
  private:
   struct Export {

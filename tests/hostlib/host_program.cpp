@@ -49,6 +49,33 @@ std::wstring Allocations(const HostApi& host, int32_t count) {
   return answers;
 }
 
+// The values of the key at parts[1] of the hive parts[0], then of each sub key from there: "a=1;b=2", or "<no key>".
+std::wstring WalkKey(const HostApi& host, const Parts& parts) {
+  const auto text = [&](const wchar_t* of) {
+    Text made;
+    host.CreateString(of, made.Out());
+    return made;
+  };
+  Key key;
+  const HKEY hive = parts.parts[0] == L"HKCU" ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE;
+  if (host.OpenRegistryKey(hive, text(parts.At(1)).Get(), KEY_READ, key.Out()) != 0) return L"<no key>";
+  for (size_t i = 2; i < parts.parts.size(); ++i) {
+    Key below;
+    if (key->OpenSubKey(text(parts.At(i)).Get(), KEY_READ, below.Out()) < 0) return L"<no key>";
+    key = std::move(below);
+  }
+  std::wstring walked;
+  for (int32_t i = 0;; ++i) {
+    Text name;
+    Text value;
+    Text queried;
+    if (key->EnumValue(i, name.Out(), value.Out()) < 0) return walked;
+    if (key->QueryStringValue(name.Get(), queried.Out()) < 0) return L"a value that cannot be asked for";
+    if (std::wstring_view(queried->GetText()) != value->GetText()) return L"a value that has two texts";
+    walked += (i == 0 ? L"" : L";") + std::wstring(name->GetText()) + L"=" + value->GetText();
+  }
+}
+
 std::wstring CarryOut(const HostApi& host, const std::wstring& command) {
   const size_t colon = command.find(L':');
   const std::wstring verb = command.substr(0, colon);
@@ -60,6 +87,18 @@ std::wstring CarryOut(const HostApi& host, const std::wstring& command) {
     const std::wstring file = ProgramFolder() + L"\\qvshr.ini";
     return WritePrivateProfileStringW(parts.At(0), parts.At(1), parts.At(2), file.c_str()) ? L"written"
                                                                                            : L"not written";
+  }
+  if (verb == L"walk") return WalkKey(host, parts);
+  if (verb == L"set") {
+    const int32_t status = host.SetApplicationValue(parts.At(0), parts.At(1), parts.At(2));
+    return status == 0 ? L"set" : status == QV_E_INVALIDARG ? L"invalid" : L"no memory";
+  }
+  if (verb == L"bad") {
+    std::wstring lines;
+    for (int32_t i = 0; host.GetBadSettingsLine(i) != 0; ++i) {
+      lines += std::to_wstring(host.GetBadSettingsLine(i)) + L" ";
+    }
+    return lines;
   }
   if (verb == L"alloc") return Allocations(host, parts.Number(0));
   if (verb == L"leak") return host.Alloc(static_cast<size_t>(parts.Number(0))) != nullptr ? L"leaked" : L"no memory";
