@@ -25,11 +25,10 @@
 
 #include <windows.h>
 
-#include <cwchar>
-
 #include "qvjvm/client/buffer.hpp"
 #include "qvjvm/client/collections.hpp"
 #include "qvjvm/client/handles.hpp"
+#include "qvjvm/client/options.hpp"
 
 namespace qvjvm {
 
@@ -226,6 +225,13 @@ class jvm : public detail::entry<jvm> {
                                              const wchar_t* library = L"qvjvm.dll") {
     return result<jvm>(open(class_path, library));
   }
+  /// The same with options of the application's own; in a JVM that runs already they come too late, see ignored.
+  /// While it runs, no other thread may start the service.
+  /// @throws qvjvm::error as above, for a runtime, folder or option that cannot be, and when the host library has no
+  ///         settings of an application, which everything but the class path and the log needs.
+  [[nodiscard]] static jvm start(const options& asked) { return detail::value_of(open(asked)); }
+  /// The same with a result instead of an exception.
+  [[nodiscard]] static result<jvm> try_start(const options& asked) { return result<jvm>(open(asked)); }
   /// A client over a service object that the host has already; it takes a count of its own.
   /// @throws qvjvm::error for null, or when the calling thread cannot be joined.
   [[nodiscard]] static jvm share(IQV_JavaVM* vm) { return detail::value_of(open_shared(vm)); }
@@ -252,6 +258,22 @@ class jvm : public detail::entry<jvm> {
   [[nodiscard]] IQV_JavaVM* get() const noexcept { return home_ ? home_.get()->vm() : nullptr; }
   /// Whether the JVM had been created before and start's class path came too late.
   [[nodiscard]] bool class_path_ignored() const noexcept { return class_path_ignored_; }
+  /// What start's options asked for too late, because a JVM ran in the process already: the names of their functions,
+  /// "heap" and so on; the log and the context class loader never are among them.
+  [[nodiscard]] std::vector<std::string_view> ignored() const {
+    constexpr std::pair<uint32_t, std::string_view> names[] = {
+        {QV_IGNORED_HEAP, "heap"},         {QV_IGNORED_OPTIONS, "option"},        {QV_IGNORED_PROPERTIES, "property"},
+        {QV_IGNORED_COMPILED, "compiled"}, {QV_IGNORED_CLASS_PATH, "class_path"}, {QV_IGNORED_RUNTIME, "runtime"}};
+    std::vector<std::string_view> all;
+    for (const auto& [bit, name] : names) {
+      if ((ignored_ & bit) != 0) all.push_back(name);
+    }
+    return all;
+  }
+  /// Gives the calling thread a context class loader, which some libraries (JNDI, JAXP) ask for and a thread that
+  /// joined the JVM has not: Java's own. One that it has already stays.
+  /// @throws qvjvm::error when the thread cannot be joined, java_error without memory in Java.
+  void use_context_class_loader() const { detail::value_of(give_context_class_loader()); }
   /// Whether the service created the JVM; false when it joined one.
   [[nodiscard]] bool created() const {
     int32_t created = 0;
@@ -276,17 +298,9 @@ class jvm : public detail::entry<jvm> {
  private:
   using text_operation = int32_t (IQV_JavaVM::*)(IQvString**) noexcept;
 
-  // With a path, the DLLs that it needs are looked for beside it.
-  static HMODULE load(const wchar_t* library) {
-    if (std::wcspbrk(library, L"\\/") == nullptr) return LoadLibraryW(library);
-    std::wstring path(GetFullPathNameW(library, 0, nullptr, nullptr), L'\0');
-    path.resize(GetFullPathNameW(library, static_cast<DWORD>(path.size()), path.data(), nullptr));
-    return LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-  }
-
   static detail::outcome<jvm> open(const wchar_t* class_path, const wchar_t* library) {
     if (library == nullptr) return detail::failed<jvm>(detail::invalid(L"the service's DLL has no name"));
-    const HMODULE service = load(library);
+    const HMODULE service = qv_load_service(library);
     if (service == nullptr) {
       const DWORD error = GetLastError();
       return fail(static_cast<int32_t>(error),
@@ -298,9 +312,44 @@ class jvm : public detail::entry<jvm> {
     IQV_JavaVM* vm = nullptr;
     const int32_t status = create(&vm, class_path);
     if (status < 0) {
-      return fail(status, L"no Java VM: no Java runtime was found, or it refused to start (see its log)");
+      qv_text why{};
+      qv_explain(&why);
+      auto failed = fail(status, qv_text_of(&why));
+      qv_text_free(&why);
+      return failed;
     }
     return wrap(vm, nullptr, status == QV_S_CLASSPATH_IGNORED);
+  }
+
+  static detail::outcome<jvm> open(const options& asked) {
+    IQV_JavaVM* vm = nullptr;
+    uint32_t ignored = 0;
+    std::vector<wchar_t> why(32768);
+    const int32_t status = asked.start(&vm, &ignored, why.data(), static_cast<int32_t>(why.size()));
+    if (status < 0) return fail(status, why.data());
+    detail::outcome<jvm> made = wrap(vm, nullptr, (ignored & QV_IGNORED_CLASS_PATH) != 0);
+    if (made.why != nullptr) return made;
+    made.value.ignored_ = ignored;
+    if (asked.context_class_loader_) {
+      const detail::outcome<void> given = made.value.give_context_class_loader();
+      if (given.why != nullptr) return detail::failed<jvm>(given.why);
+    }
+    return made;
+  }
+
+  [[nodiscard]] detail::outcome<void> give_context_class_loader() const {
+    using thread = instance<"java/lang/Thread">;
+    using class_loader = instance<"java/lang/ClassLoader">;
+    const auto failed = [](const failure& reason) { return detail::failed<void>(reason); };
+    const auto here = thread::try_call_static<"currentThread", thread>(*this);
+    if (!here) return failed(here.reason());
+    const auto has = here.value().template try_call<"getContextClassLoader", class_loader>();
+    if (!has) return failed(has.reason());
+    if (has.value()) return {};
+    const auto own = class_loader::try_call_static<"getSystemClassLoader", class_loader>(*this);
+    if (!own) return failed(own.reason());
+    const auto done = here.value().template try_call<"setContextClassLoader", void(class_loader)>(own.value());
+    return done ? detail::outcome<void>{} : failed(done.reason());
   }
 
   static detail::outcome<jvm> open_shared(IQV_JavaVM* vm) {
@@ -357,6 +406,7 @@ class jvm : public detail::entry<jvm> {
 
   detail::realm_user home_;
   bool class_path_ignored_ = false;
+  uint32_t ignored_ = 0;
 };
 
 /// Frees every local reference that the thread makes during its life, those of the service's own operations too. For

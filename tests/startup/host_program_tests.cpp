@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <tuple>
 
+#include "qvjvm/options.h"
 #include "tests/fakejvm/fake_jvm_user.h"
 #include "tests/support/child_process.h"
 #include "tests/support/environment.h"
@@ -173,6 +174,213 @@ TEST(HostProgram, WhosePathHas259CharactersIsStillRecognised) {
   const json report = installation.RunHost(program).report;
   EXPECT_EQ(report.value("status", -1), 0);
   EXPECT_EQ(report.value("options", Strings()).at(4), ToUtf8(std::wstring(L"-Dknown=") + kQuovantRoot));
+}
+
+// ---- an application's own settings ----
+
+struct SettingsCase {
+  const char* name;
+  const wchar_t* program;
+  std::vector<std::wstring> arguments;
+  const char* file;  // qvshr.ini, "" for none
+  bool registry;     // whether the registry has anything
+  int32_t status;
+  Strings options;  // of the JVM, behind the two hooks
+  uint32_t ignored;
+};
+void PrintTo(const SettingsCase& row, std::ostream* out) { *out << row.name; }
+
+constexpr const char* kFile =
+    "[HKLM\\Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMconfig]\nCount=1\n0=-Xmx1g\n"
+    "[HKLM\\Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMprops]\na=file\n"
+    "[HKLM\\Software\\Harlowe\\Quovant\\19.0\\Java\\QVIDEConfig\\QVJVMconfig]\nCount=1\n0=-Xmx2g\n";
+constexpr const char* kOptionsWithoutCount =
+    "[HKLM\\Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMconfig]\n0=-Xmx1g\n";
+constexpr const char* kNoProperties = "[HKLM\\Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMprops]\n";
+constexpr const wchar_t* kUnknown = L"any.exe";
+constexpr const wchar_t* kKnown = L"qv190.exe";
+constexpr int32_t kFailed = static_cast<int32_t>(0x80004005);
+
+class ApplicationSettingsTest : public testing::TestWithParam<SettingsCase> {};
+
+TEST_P(ApplicationSettingsTest, CountAsTheTableOfTheDocumentSays) {
+  const SettingsCase& row = GetParam();
+  Installation installation(L"\\..\\qvshr.dll");
+  if (!row.registry) installation.registry.DeleteKey(Hive::Machine, L"Software");
+  if (*row.file != '\0') installation.folder.WriteFile(L"qvshr.ini", row.file);
+  const json report = installation.RunHost(row.program, row.arguments).report;
+  EXPECT_EQ(report.value("status", -1), row.status) << report.value("why", "");
+  EXPECT_EQ(report.value("ignored", 0u), row.ignored);
+  Strings options = report["options"].is_array() ? report.value("options", Strings()) : Strings();
+  if (options.size() >= 4) options.erase(options.begin(), options.begin() + 4);
+  EXPECT_EQ(options, row.options);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Unknown, ApplicationSettingsTest,
+    testing::Values(
+        SettingsCase{
+            "NothingGiven", kUnknown, {}, "", false, 0, {"-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"}, 0},
+        SettingsCase{"Registry", kUnknown, {}, "", true, 0, {"-Dunknown=Software\\Harlowe\\Quovant\\19.0"}, 0},
+        SettingsCase{"File", kUnknown, {}, kFile, false, 0, {"-Xmx1g", "-Da=file"}, 0},
+        SettingsCase{"FileBeforeRegistry", kUnknown, {}, kFile, true, 0, {"-Xmx1g", "-Da=file"}, 0},
+        SettingsCase{"FileWithoutCount",
+                     kUnknown,
+                     {},
+                     kOptionsWithoutCount,
+                     false,
+                     0,
+                     {"-Xmx128m", "-verbose:jni", "-Djava.compiler=NONE"},
+                     0},
+        SettingsCase{"FileWithoutProperties", kUnknown, {}, kNoProperties, false, 0, {"-Xmx128m", "-verbose:jni"}, 0},
+        SettingsCase{"Heap", kUnknown, {L"heap", L"536870912"}, "", false, 0, {"-Xmx512m", "-Djava.compiler=NONE"}, 0},
+        SettingsCase{
+            "HeapInKiB", kUnknown, {L"heap", L"10485761"}, "", false, 0, {"-Xmx10241k", "-Djava.compiler=NONE"}, 0},
+        SettingsCase{"HeapBeforeOptions",
+                     kUnknown,
+                     {L"option", L"-Xms1m", L"heap", L"1073741824"},
+                     "",
+                     true,
+                     0,
+                     {"-Xmx1024m", "-Xms1m"},
+                     0},
+        SettingsCase{
+            "OptionsBeforeTheFile", kUnknown, {L"option", L"-Xms1m"}, kFile, true, 0, {"-Xms1m", "-Da=file"}, 0},
+        SettingsCase{"Compiled", kUnknown, {L"compiled", L"1"}, "", false, 0, {"-Xmx128m", "-verbose:jni"}, 0},
+        SettingsCase{"Property", kUnknown, {L"property", L"b=own"}, kFile, false, 0, {"-Xmx1g", "-Db=own"}, 0},
+        SettingsCase{"CompiledTakesTheCompilerAway",
+                     kUnknown,
+                     {L"compiled", L"1", L"property", L"java.compiler=NONE"},
+                     "",
+                     false,
+                     0,
+                     {"-Xmx128m", "-verbose:jni"},
+                     0},
+        SettingsCase{"WrongOption", kUnknown, {L"option", L"Xms1m"}, "", false, QV_E_INVALIDARG, {}, 0}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+INSTANTIATE_TEST_SUITE_P(
+    Known, ApplicationSettingsTest,
+    testing::Values(
+        SettingsCase{"NothingGiven", kKnown, {}, "", false, kFailed, {}, 0},
+        SettingsCase{"Registry", kKnown, {}, "", true, 0, {"-Dknown=Software\\Harlowe\\Quovant\\19.0"}, 0},
+        SettingsCase{"File", kKnown, {}, kFile, true, 0, {"-Xmx2g"}, 0},
+        SettingsCase{"Heap", kKnown, {L"heap", L"536870912"}, kFile, true, 0, {"-Xmx512m"}, 0},
+        SettingsCase{"Property", kKnown, {L"property", L"b=own"}, kFile, true, 0, {"-Xmx2g", "-Db=own"}, 0},
+        SettingsCase{"OtherProduct", L"tn190.exe", {L"heap", L"536870912"}, kFile, true, 0, {"-Xmx512m"}, 0},
+        SettingsCase{"JavaLauncher", L"javaw.exe", {L"heap", L"536870912"}, kFile, true, 0, {"-Xmx512m"}, 0}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+INSTANTIATE_TEST_SUITE_P(
+    Joined, ApplicationSettingsTest,
+    testing::Values(SettingsCase{"TooLate",
+                                 kUnknown,
+                                 {L"running", L"1", L"heap", L"536870912", L"option", L"-Xms1m", L"property", L"a=b",
+                                  L"compiled", L"1", L"classes", L"none.jar", L"runtime", L"none"},
+                                 "",
+                                 false,
+                                 0,
+                                 {},
+                                 63},
+                    SettingsCase{"OnlyWhatWasAskedFor",
+                                 kUnknown,
+                                 {L"running", L"1", L"heap", L"536870912"},
+                                 kFile,
+                                 false,
+                                 0,
+                                 {},
+                                 QV_IGNORED_HEAP},
+                    SettingsCase{
+                        "TheLogNever", kUnknown, {L"running", L"1", L"logfile", L"own.log"}, "", false, 0, {}, 0}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST(ApplicationStart, ClassPathIsMadeOfFilesAndOfFoldersJarsByName) {
+  const Installation installation(L"\\..\\qvshr.dll");
+  for (const wchar_t* name : {L"b.jar", L"A.jar", L"c.JAR", L"d.jarx", L"e.zip", L".jar"}) {
+    installation.folder.WriteFile(std::wstring(L"lib\\") + name);
+  }
+  installation.folder.MakeFolder(L"lib\\folder.jar");
+  const std::string lib = ToUtf8(installation.folder.Path(L"lib\\"));
+  const auto start = [&](const wchar_t* entry) {
+    json report = installation.RunHost(L"any.exe", {L"classes", entry}).report;
+    const Strings options = report["options"].is_array() ? report.value("options", Strings()) : Strings{""};
+    return std::pair(options[0], report.value("why", "?"));
+  };
+  EXPECT_EQ(start(L"lib\\*").first.rfind("-Djava.class.path=" + lib + "A.jar;" + lib + "b.jar;" + lib + "c.JAR;", 0),
+            0u)
+      << start(L"lib\\*").first;
+  EXPECT_EQ(start(L"x.jar").first.rfind("-Djava.class.path=" + ToUtf8(installation.folder.Path(L"x.jar;")), 0), 0u);
+  EXPECT_EQ(start(L"C:\\x.jar").first.rfind("-Djava.class.path=C:\\x.jar;", 0), 0u);
+  EXPECT_EQ(start(L"none\\*"),
+            std::pair(std::string(), "the class path names the jars of a folder that is not there: " +
+                                         ToUtf8(installation.folder.Path(L"none\\"))));
+}
+
+TEST(ApplicationStart, RuntimeStandsBeforeJavaHomeWhichIsPutBack) {
+  for (const wchar_t* program : {L"any.exe", L"qv190.exe"}) {
+    const Installation installation(L"\\..\\qvshr.dll");
+    installation.folder.CopyIn(FakeJvm::DefaultPath(), L"jre\\bin\\server\\jvm.dll");
+    const json report = installation.RunHost(program, {L"runtime", L"jre"}, {{L"JAVA_HOME", L"C:\\nowhere"}}).report;
+    EXPECT_EQ(report.value("status", -1), 0) << report.value("why", "");
+    EXPECT_EQ(report.value("home", ""), "C:\\nowhere");
+    const std::wstring path = ToWide(report.value("path", ""));
+    const std::wstring want = installation.folder.Path(L"jre") + L"\\BIN";
+    EXPECT_EQ(CompareStringOrdinal(path.substr(0, want.size()).c_str(), -1, want.c_str(), -1, TRUE), CSTR_EQUAL)
+        << ToUtf8(path);
+    const json none = installation.RunHost(program, {L"runtime", L"lib"}).report;
+    EXPECT_EQ(none.value("status", 0), QV_E_INVALIDARG);
+    EXPECT_EQ(none.value("why", ""),
+              "there is no Java runtime, bin\\server\\jvm.dll, in " + ToUtf8(installation.folder.Path(L"lib")));
+  }
+}
+
+TEST(ApplicationStart, LogIsTheApplicationsOwnAndTheLastOnesStay) {
+  const Installation installation(L"\\..\\qvshr.dll");
+  const std::wstring log = installation.folder.Path(L"own.log");
+  for (const char* old : {"first", "second", "third", "fourth"}) {
+    installation.folder.WriteFile(L"own.log", old);
+    EXPECT_EQ(installation.RunHost(L"any.exe", {L"logfile", L"own.log"}).report.value("log", ""), ToUtf8(log));
+  }
+  EXPECT_EQ(ReadWholeFile(log + L".1"), "fourth");
+  EXPECT_EQ(ReadWholeFile(log + L".2"), "third");
+  EXPECT_FALSE(FileExists(log + L".3"));
+}
+
+TEST(ApplicationStart, SaysThatAHostLibraryWithoutSettingsOfAnApplicationLacksThem) {
+  const Installation installation(L"\\..\\qvshr.dll");
+  std::string library = ReadWholeFile(installation.folder.Path(L"qvshr.dll"));
+  const size_t name = library.find("QvshrSetApplicationValue");
+  ASSERT_NE(name, std::string::npos);
+  library[name + std::string_view("QvshrSetApplicationValu").size()] = 'x';
+  installation.folder.WriteFile(L"qvshr.dll", library);
+  const std::vector<std::wstring> rows[] = {{L"heap", L"536870912"},
+                                            {L"option", L"-Xms1m"},
+                                            {L"property", L"a=b"},
+                                            {L"compiled", L"1"},
+                                            {L"runtime", FakeJvm::Home()}};
+  for (const std::vector<std::wstring>& asked : rows) {
+    const json report = installation.RunHost(L"any.exe", asked).report;
+    EXPECT_EQ(report.value("status", 0), QV_E_NOTIMPL) << ToUtf8(asked[0]);
+    EXPECT_NE(report.value("why", "").find("qvshr.dll has no settings of an application"), std::string::npos);
+    EXPECT_EQ(report["options"], json()) << "nothing was started";
+  }
+  const json report = installation.RunHost(L"any.exe", {L"classes", L"x.jar", L"logfile", L"own.log"}).report;
+  EXPECT_EQ(report.value("status", -1), 0) << "the class path and the log need none";
+  EXPECT_EQ(report.value("log", ""), ToUtf8(installation.folder.Path(L"own.log")));
+}
+
+TEST(ApplicationStart, NamesWhatIsMissing) {
+  const Installation installation(L"\\..\\qvshr.dll");
+  const json report = installation
+                          .RunHost(L"any.exe", {L"compiled", L"1"},
+                                   {{L"JAVA_HOME", L"C:\\nowhere"}, {L"PATH", L"C:\\windows\\system32"}})
+                          .report;
+  EXPECT_EQ(report.value("status", 0), kFailed);
+  const std::string why = report.value("why", "");
+  for (const char* part :
+       {"no Java VM: no Java runtime was found; JAVA_HOME is C:\\nowhere", "qvjvm-doctor.exe", "vm.out"}) {
+    EXPECT_NE(why.find(part), std::string::npos) << why;
+  }
 }
 
 // ---- how the process ends ----

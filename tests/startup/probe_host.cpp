@@ -3,6 +3,9 @@
 // Arguments, each with a value:
 //   machine, user   the key below the real HKEY_CURRENT_USER that stands for the hive
 //   classpath       the second argument of QV_CreateJavaVM
+//   heap, option, property, compiled, classes, runtime, logfile
+//                   the start is that of qvjvm/options.h; of a property also its value, behind "="
+//   running         1: a JVM that Java made runs before the start
 //   threads         so many more threads are attached, and idle when the process ends
 //   nodetach        what the ledger build's QvshrNoDetachQuery answers, at process end too
 //   end             return (the default), exitprocess, freelibrary
@@ -13,7 +16,8 @@
 
 #include "base/procedure.h"
 #include "hostlib/calls.h"
-#include "qvjvm/qvjvm.h"
+#define QVJVM_OPTIONS_IMPLEMENTATION
+#include "qvjvm/options.h"
 #include "tests/fakejvm/fake_jvm.h"
 #include "tests/support/environment.h"
 #include "tests/support/message_box.h"
@@ -64,6 +68,45 @@ void OverrideNoDetach(const std::wstring& value) {
   if (override != nullptr) override(kQvshrCallNoDetachQuery, std::stoi(value));
 }
 
+bool AsksForOptions(const std::map<std::wstring, std::wstring>& arguments) {
+  for (const wchar_t* name : {L"heap", L"option", L"property", L"compiled", L"classes", L"runtime", L"logfile"}) {
+    if (arguments.count(name) != 0) return true;
+  }
+  return false;
+}
+
+int32_t StartWithOptions(const std::map<std::wstring, std::wstring>& arguments, IQV_JavaVM** vm, json& report) {
+  const auto text = [&](const wchar_t* name) -> const wchar_t* {
+    const auto found = arguments.find(name);
+    return found != arguments.end() ? found->second.c_str() : nullptr;
+  };
+  const wchar_t* const option = text(L"option");
+  const wchar_t* const classes = text(L"classes");
+  const std::wstring property = text(L"property") != nullptr ? text(L"property") : L"";
+  const std::wstring name = property.substr(0, property.find(L'='));
+  const qv_property value = {name.c_str(), name.size() < property.size() ? property.c_str() + name.size() + 1 : L""};
+  qv_options options{};
+  if (text(L"heap") != nullptr) options.heap = std::stoull(text(L"heap"));
+  options.options = &option;
+  options.optionCount = option != nullptr ? 1 : 0;
+  options.properties = &value;
+  options.propertyCount = property.empty() ? 0 : 1;
+  options.compiled = text(L"compiled") != nullptr ? 1 : 0;
+  options.classPath = &classes;
+  options.classPathCount = classes != nullptr ? 1 : 0;
+  options.runtime = text(L"runtime");
+  options.logFile = text(L"logfile");
+  options.logFilesKept = 2;
+  uint32_t ignored = 0;
+  wchar_t why[600];
+  const int32_t status = qv_start((ProgramFolder() + L"\\qvjvm.dll").c_str(), &options, vm, &ignored, why,
+                                  static_cast<int32_t>(std::size(why)));
+  report["why"] = ToUtf8(why);
+  report["ignored"] = ignored;
+  report["home"] = ToUtf8(ReadVariable(L"JAVA_HOME").value_or(L"<none>"));
+  return status;
+}
+
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
@@ -83,7 +126,15 @@ int wmain(int argc, wchar_t** argv) {
 
   IQV_JavaVM* vm = nullptr;
   json report;
-  report["status"] = createVM(&vm, has(L"classpath") ? arguments[L"classpath"].c_str() : nullptr);
+  if (has(L"running")) {
+    // As Java has loaded it; it stays.
+    const auto getState = qv::FindProcedure<FakeJvmGetStateFn>(LoadLibraryW(L"jvm.dll"), "FakeJvmGetState");
+    if (getState == nullptr) return 93;
+    getState(0)->script.existing = 1;
+  }
+  report["status"] = AsksForOptions(arguments)
+                         ? StartWithOptions(arguments, &vm, report)
+                         : createVM(&vm, has(L"classpath") ? arguments[L"classpath"].c_str() : nullptr);
   report["path"] = ToUtf8(ReadVariable(L"PATH").value_or(L"<none>"));
   report["keys"] = g_keysOpened;
   report["boxes"] = ShownBoxes(boxes);
