@@ -3,7 +3,7 @@
 
 int main() {
   try {
-    const qvjvm::jvm java = qvjvm::jvm::start();
+    const qvjvm::jvm java = qvjvm::jvm::start(qvjvm::options().compiled());
     const auto list = java.create<"java/util/ArrayList">();
     list.call<"add", bool(qvjvm::object)>("Grüße");
     std::printf("%d entry on Java %ls\n", list.call<"size", int32_t>(), java.java_version().c_str());

@@ -5,6 +5,18 @@
 #include <thread>
 #include "qvjvm/callbacks.hpp"
 
+// ---- options of an application ----
+
+qvjvm::jvm start() {
+  using namespace qvjvm::literals;
+  return qvjvm::jvm::start(qvjvm::options()
+                               .heap(256_MiB)
+                               .option("-XX:+UseSerialGC")
+                               .property("tour.name", "all of it")
+                               .class_path({L"plugins.jar"})
+                               .compiled());
+}
+
 // ---- a class of one's own ----
 
 struct collection : qvjvm::java_class<collection, "java/util/Collection"> {
@@ -145,7 +157,7 @@ void streams(const qvjvm::jvm& java) {
 
 int main() {
   try {
-    const qvjvm::jvm java = qvjvm::jvm::start();
+    const qvjvm::jvm java = start();
     classes(java);
     names(java);
     texts(java);
