@@ -89,6 +89,17 @@ std::wstring CarryOut(const HostApi& host, const std::wstring& command) {
                                                                                            : L"not written";
   }
   if (verb == L"walk") return WalkKey(host, parts);
+  if (verb == L"sweep") {          // the same, with each allocation failing in turn: how many did, and the last answer
+    constexpr WORD kFailAt = 105;  // of the ledger build alone
+    const auto failAt = qv::FindProcedure<void (*)(uint64_t, int32_t)>(host.module, MAKEINTRESOURCEA(kFailAt));
+    std::wstring answer;
+    for (uint64_t n = 1; n < 100; ++n) {
+      failAt(n, 0);
+      answer = WalkKey(host, parts);
+      if (answer == L"x=1") return std::to_wstring(n - 1) + L" failed, " + answer;
+    }
+    return answer;
+  }
   if (verb == L"set") {
     const int32_t status = host.SetApplicationValue(parts.At(0), parts.At(1), parts.At(2));
     return status == 0 ? L"set" : status == QV_E_INVALIDARG ? L"invalid" : L"no memory";

@@ -55,5 +55,12 @@ TEST_F(LedgerEnvironmentTest, TheReportNamesWhatIsLeft) {
   EXPECT_EQ(report.at("errors"), 1);
 }
 
+TEST_F(LedgerEnvironmentTest, AFileThatCouldNotBeReadForWantOfMemoryIsReadLater) {
+  m_process.WriteSettings("[HKCU\\QvTests\\NoSuchKey]\nx=1\n");
+  const std::string answer = m_process.RunOne(L"sweep:HKCU|QvTests\\NoSuchKey");
+  EXPECT_EQ(answer.substr(answer.find(' ') + 1), "failed, x=1");
+  EXPECT_GE(std::atoi(answer.c_str()), 4) << "the path, the bytes, the text and the keys at least: " << answer;
+}
+
 }  // namespace
 }  // namespace hosttest
