@@ -36,7 +36,19 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/qvjvmConfig.cmake ${CMAKE_CURRENT_BINA
               ${CMAKE_CURRENT_LIST_DIR}/qvjvmBind.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qvjvm)
 
-install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+# The package's own first page, where one unpacks it and among the documents; that of the checkout is for those who build it.
+file(READ ${PROJECT_SOURCE_DIR}/docs/code/client.cpp client)
+file(READ ${PROJECT_SOURCE_DIR}/docs/commands/package_gcc.bat gcc)
+foreach(place IN ITEMS . ${CMAKE_INSTALL_DOCDIR})
+  set(doc "")
+  if(place STREQUAL ".")
+    set(doc ${CMAKE_INSTALL_DOCDIR}/)
+  endif()
+  set(readme ${CMAKE_CURRENT_BINARY_DIR}/readme/${place}/README.md)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/package-readme.md.in ${readme} @ONLY)
+  install(FILES ${readme} DESTINATION ${place})
+endforeach()
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md
               ${PROJECT_SOURCE_DIR}/CONTRIBUTING.md ${PROJECT_SOURCE_DIR}/SECURITY.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs OPTIONAL

@@ -19,7 +19,8 @@ else()
 endif()
 foreach(file IN ITEMS bin/qvjvm.dll bin/qvshr.dll bin/qvjvm-doctor.exe bin/qvjvm-bind.exe include/qvjvm/qvjvm.h include/qvjvm/qvjvm.hpp
                       include/qvjvm/callbacks.h include/qvjvm/callbacks.hpp include/qvjvm/client/host_classes.inc
-                      lib/libqvjvm.dll.a lib/qvjvm.lib share/qvjvm/doctor-report.schema.json share/doc/qvjvm/README.md share/doc/qvjvm/LICENSE
+                      lib/libqvjvm.dll.a lib/qvjvm.lib README.md share/qvjvm/doctor-report.schema.json share/doc/qvjvm/README.md
+                      share/doc/qvjvm/LICENSE
                       share/doc/qvjvm/examples/README.md)
   if(NOT EXISTS ${package}/${file})
     message(FATAL_ERROR "the package lacks ${file}")

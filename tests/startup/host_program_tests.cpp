@@ -309,7 +309,11 @@ TEST(ApplicationStart, ClassPathIsMadeOfFilesAndOfFoldersJarsByName) {
   EXPECT_EQ(start(L"lib\\*").first.rfind("-Djava.class.path=" + lib + "A.jar;" + lib + "b.jar;" + lib + "c.JAR;", 0),
             0u)
       << start(L"lib\\*").first;
-  EXPECT_EQ(start(L"x.jar").first.rfind("-Djava.class.path=" + ToUtf8(installation.folder.Path(L"x.jar;")), 0), 0u);
+  for (const wchar_t* program : {L"any.exe", L"qv190.exe", L"javaw.exe"}) {
+    const json report = installation.RunHost(program, {L"classes", L"x.jar"}).report;
+    EXPECT_THAT(report.value("options", Strings{""}).at(0),
+                testing::StartsWith("-Djava.class.path=" + ToUtf8(installation.folder.Path(L"x.jar;"))));
+  }
   EXPECT_EQ(start(L"C:\\x.jar").first.rfind("-Djava.class.path=C:\\x.jar;", 0), 0u);
   EXPECT_EQ(start(L"none\\*"),
             std::pair(std::string(), "the class path names the jars of a folder that is not there: " +
@@ -332,6 +336,14 @@ TEST(ApplicationStart, RuntimeStandsBeforeJavaHomeWhichIsPutBack) {
     EXPECT_EQ(none.value("why", ""),
               "there is no Java runtime, bin\\server\\jvm.dll, in " + ToUtf8(installation.folder.Path(L"lib")));
   }
+}
+
+TEST(ApplicationStart, RuntimeIsNothingToAJavaLauncher) {
+  const Installation installation(L"\\..\\qvshr.dll");
+  installation.folder.CopyIn(FakeJvm::DefaultPath(), L"jre\\bin\\server\\jvm.dll");
+  const json report = installation.RunHost(L"javaw.exe", {L"runtime", L"jre"}).report;
+  EXPECT_EQ(report.value("status", -1), 0) << report.value("why", "");
+  EXPECT_EQ(report.value("path", ""), SearchPath(true, true));
 }
 
 TEST(ApplicationStart, LogIsTheApplicationsOwnAndTheLastOnesStay) {
