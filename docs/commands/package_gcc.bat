@@ -1,1 +1,1 @@
-g++ -std=c++20 -static -Iinclude client.cpp -o bin\client.exe
+g++ -std=c++20 -static -Iinclude client.cpp -o bin/client.exe
