@@ -89,7 +89,7 @@ void print_threads(const qvjvm::jvm& java) {
 // ---- the log ----
 
 void watch_collections(const qvjvm::jvm& java, const wchar_t* path) {
-  java.set_log_file(path);        // for the whole process; begins anew
+  java.set_log_file(path);  // for the whole process; begins anew
   java.set_log_enabled(true);
   std::printf("Java writes to %ls\n", java.log_file().c_str());
 }
@@ -120,7 +120,8 @@ int wmain(int argc, wchar_t** argv) {
       const auto list = java.create<"java/util/ArrayList">();
       for (;;) list.call<"add", bool(qvjvm::object)>(qvjvm::array<int64_t>::make(java, 1 << 22));
     } else if (part == L"crash") {
-      const auto broken = qvjvm::implement<"java/lang/Runnable">(java, [] { *static_cast<volatile int*>(nullptr) = 0; });
+      const auto broken =
+          qvjvm::implement<"java/lang/Runnable">(java, [] { *static_cast<volatile int*>(nullptr) = 0; });
       broken.call<"run">();
     }
     return 0;

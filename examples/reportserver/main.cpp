@@ -170,8 +170,7 @@ ExitCode Main(int argc, wchar_t** argv) {
       Write(STD_OUTPUT_HANDLE, kHelp);
       return kAllWritten;
     }
-    const qvjvm::jvm java =
-        qvjvm::jvm::start(qvjvm::options().library(OwnFolder() + L"\\qvjvm.dll").compiled());
+    const qvjvm::jvm java = qvjvm::jvm::start(qvjvm::options().library(OwnFolder() + L"\\qvjvm.dll").compiled());
     SetConsoleCtrlHandler(OnControl, TRUE);
     Server server(java, std::move(options));
     return server.Run();
