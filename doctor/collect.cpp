@@ -92,11 +92,23 @@ std::optional<std::wstring> JavaKeyValue(const Host& host, const wchar_t* name) 
   return Text(value);
 }
 
+// None when it is not there or no text.
+std::optional<std::wstring> RegistryValue(const wchar_t* key, const wchar_t* name) {
+  std::wstring text(4096, L'\0');
+  auto bytes = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+  const LSTATUS status = RegGetValueW(HKEY_LOCAL_MACHINE, key, name, RRF_RT_REG_SZ, nullptr, text.data(), &bytes);
+  if (status != ERROR_SUCCESS) return std::nullopt;
+  text.resize(std::wcslen(text.c_str()));
+  return text;
+}
+
 void CollectSettings(Facts& facts) {
   qv::HostText registered;
   const bool isRegistered = qv::ReadRegisteredHome(registered);
   facts.settings = {
       {SettingName::JavaHome, Variable(L"JAVA_HOME")},
+      {SettingName::RegisteredVersion,
+       RegistryValue(L"Software\\JavaSoft\\Java Runtime Environment", L"CurrentVersion")},
       {SettingName::RegisteredHome, isRegistered ? std::optional(std::wstring(registered.View())) : std::nullopt},
       {SettingName::NotCurrentRuntime, qv::ReadCurrentRuntimeSetting().text},
       {SettingName::JdkLocation, JavaKeyValue(facts.host, qv::names::kJDKLocation)},
@@ -209,7 +221,7 @@ void CollectClassPath(Facts& facts, CQV_JVMConfigInfo& config) {
   facts.classPathBuilt = config.ComposeClassPath(classPath.Out()) && entries.TrySplit(qv::TextOf(classPath));
   entries.ForEach([&](const wchar_t* entry) {
     const bool ofJdk = jdk != nullptr && !jdk->empty() && std::wstring_view(entry).starts_with(*jdk);
-    facts.classPath.push_back({entry, InspectArchive(entry), ofJdk || IsBuiltIn(entry)});
+    facts.classPath.push_back({entry, InspectArchive(entry), ofJdk || IsBuiltIn(entry), ArchiveContent(entry)});
   });
 }
 
@@ -332,6 +344,11 @@ bool CollectProducts(Facts& facts, LoadHost loadHost) {
   bool usable = true;
   for (ProductLibrary& each : facts.products) {
     each.version = FileVersion(each.library.path);
+    // One of them under the other's name.
+    const bool host = each.product == Product::HostLibrary;
+    if (each.library.state == FileState::Sound && NameInside(each.library.path) == (host ? "qvjvm.dll" : "qvshr.dll")) {
+      each.library.state = FileState::WrongKind;
+    }
     usable = usable && each.library.state == FileState::Sound;
   }
   if (!usable) return false;

@@ -31,6 +31,7 @@ struct Host {
 
 enum class SettingName {
   JavaHome,
+  RegisteredVersion,
   RegisteredHome,
   NotCurrentRuntime,
   JdkLocation,
@@ -102,6 +103,7 @@ struct ClassPathEntry {
   std::wstring path;
   FileState state = FileState::Missing;
   bool builtIn = false;  // of the built-in list, or a configured JDK's
+  uint64_t content = 0;  // the same for the same content; 0: not known
 
   [[nodiscard]] bool Exists() const { return state != FileState::Missing; }
 };
@@ -137,6 +139,7 @@ enum class FindingId {
   ProductVersion,
   ProductNotLoaded,
   JavaHome,
+  RegisteredRuntime,
   CurrentRuntimeOff,
   HostSettingsMissing,
   LocationMissing,
@@ -152,6 +155,7 @@ enum class FindingId {
   ClassPathFailed,
   ClassPathMissing,
   ClassPathDamaged,
+  ClassPathEqual,
   ClassPathSyntax,
   OptionsFailed,
   OptionRefused,
@@ -169,9 +173,16 @@ struct Finding {
   std::wstring remedy;
 };
 
+struct StartStep {
+  std::string name;
+  uint64_t beginMs = 0;  // since the trial began
+  uint64_t endMs = 0;
+};
+
 struct StartResult {
   std::wstring outcome;
   bool started = false;
+  std::vector<StartStep> steps{};     // those that came to an end
   std::vector<std::wstring> output;   // what HotSpot and the child printed
   std::vector<std::wstring> logTail;  // the end of the JVM log
 };

@@ -126,34 +126,81 @@ Library InspectLibrary(const std::wstring& path) {
   return library;
 }
 
-FileState InspectArchive(const std::wstring& path) {
-  const DWORD attributes = GetFileAttributesW(path.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileState::Sound;
-  const File file(path);
-  if (const auto state = WithoutContent(path, file)) return *state;
+// The record at the end of a zip, whose comment may hold anything.
+struct EndRecord {
+  uint64_t at, entries, size, begin;
+};
+std::optional<EndRecord> FindEndRecord(const File& file) {
   constexpr uint64_t kEndRecord = 22;
   constexpr uint64_t kLongestComment = 0xFFFF;
   const uint64_t tail = std::min(file.Size(), kEndRecord + kLongestComment);
   const auto bytes = file.Read(file.Size() - tail, tail);
-  if (!bytes) return FileState::Unreadable;
-  // Backwards: the comment behind the record may hold anything.
+  if (!bytes) return std::nullopt;
   for (size_t at = bytes->size() < kEndRecord ? 0 : bytes->size() - kEndRecord + 1; at-- > 0;) {
     if (NumberAt<uint32_t>(*bytes, at) != 0x06054B50) continue;
-    const uint64_t entries = NumberAt<uint16_t>(*bytes, at + 10);
-    const uint64_t size = NumberAt<uint32_t>(*bytes, at + 12);
-    const uint64_t begin = NumberAt<uint32_t>(*bytes, at + 16);
-    const uint64_t end = file.Size() - tail + at;
-    if (entries == 0xFFFF || begin == 0xFFFFFFFF) return FileState::Sound;  // the long form, which has other records
-    if (begin + size > end) return FileState::Truncated;
-    if (entries == 0) return FileState::Sound;
-    uint32_t first = 0;
-    // What stands before the archive, as in a self-extracting one, moves it all.
-    const bool read = file.ReadInto(end - size, first);
-    return read && first == 0x02014B50 ? FileState::Sound : FileState::WrongKind;
+    return EndRecord{file.Size() - tail + at, NumberAt<uint16_t>(*bytes, at + 10), NumberAt<uint32_t>(*bytes, at + 12),
+                     NumberAt<uint32_t>(*bytes, at + 16)};
   }
-  const auto first = file.Read(0, std::min<uint64_t>(4, file.Size()));
-  const bool begins = first && first->size() == 4 && NumberAt<uint32_t>(*first, 0) == 0x04034B50;
-  return begins ? FileState::Truncated : FileState::WrongKind;
+  return std::nullopt;
+}
+
+FileState InspectArchive(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    return path.ends_with(L".jar") ? FileState::WrongKind : FileState::Sound;
+  }
+  const File file(path);
+  if (const auto state = WithoutContent(path, file)) return *state;
+  const auto end = FindEndRecord(file);
+  if (!end) {
+    uint32_t first = 0;
+    return file.ReadInto(0, first) && first == 0x04034B50 ? FileState::Truncated : FileState::WrongKind;
+  }
+  if (end->entries == 0xFFFF || end->begin == 0xFFFFFFFF) return FileState::Sound;  // a long one has other records
+  if (end->begin + end->size > end->at) return FileState::Truncated;
+  if (end->entries == 0) return FileState::Sound;
+  uint32_t first = 0;
+  // What stands before the archive, as in one that unpacks itself, moves it all.
+  const bool read = file.ReadInto(end->at - end->size, first);
+  return read && first == 0x02014B50 ? FileState::Sound : FileState::WrongKind;
+}
+
+uint64_t ArchiveContent(const std::wstring& path) {
+  const File file(path);
+  const auto end = file.IsOpen() && file.Size() != 0 ? FindEndRecord(file) : std::nullopt;
+  if (!end || end->entries == 0 || end->size > end->at) return 0;
+  const auto directory = file.Read(end->at - end->size, end->size);
+  if (!directory) return 0;
+  uint64_t number = 14695981039346656037U;
+  for (const unsigned char byte : *directory) number = (number ^ byte) * 1099511628211U;
+  return number;
+}
+
+std::string NameInside(const std::wstring& path) {
+  const File file(path);
+  IMAGE_DOS_HEADER dos = {};
+  IMAGE_NT_HEADERS64 headers = {};
+  if (!file.ReadInto(0, dos) || dos.e_lfanew < 0) return {};
+  const auto at = static_cast<uint64_t>(dos.e_lfanew);
+  if (!file.ReadInto(at, headers) || headers.OptionalHeader.NumberOfRvaAndSizes == 0) return {};
+  const auto placeOf = [&](uint32_t address) -> uint64_t {
+    for (WORD i = 0; i < headers.FileHeader.NumberOfSections; ++i) {
+      IMAGE_SECTION_HEADER section = {};
+      const uint64_t table = at + sizeof(DWORD) + sizeof(IMAGE_FILE_HEADER) + headers.FileHeader.SizeOfOptionalHeader;
+      if (!file.ReadInto(table + i * sizeof(section), section)) return 0;
+      if (address - section.VirtualAddress < section.SizeOfRawData) {
+        return uint64_t{address} - section.VirtualAddress + section.PointerToRawData;
+      }
+    }
+    return 0;
+  };
+  IMAGE_EXPORT_DIRECTORY exports = {};
+  const uint64_t directory = placeOf(headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress);
+  if (directory == 0 || !file.ReadInto(directory, exports)) return {};
+  const uint64_t place = placeOf(exports.Name);
+  const auto name = file.Read(place, std::min<uint64_t>(MAX_PATH, file.Size() - std::min(place, file.Size())));
+  if (place == 0 || !name) return {};
+  return {name->begin(), std::find(name->begin(), name->end(), '\0')};
 }
 
 // Header, two tables of a word for each name, places, texts, then the content. A place is a list of attributes: kind

@@ -103,10 +103,15 @@ std::string AsJson(const Facts& facts) {
                 {"remedy", finding.remedy}};
   });
   if (facts.start) {
-    document["start"] = {{"started", facts.start->started},
-                         {"outcome", facts.start->outcome},
-                         {"output", facts.start->output},
-                         {"logTail", facts.start->logTail}};
+    document["start"] = {
+        {"started", facts.start->started},
+        {"outcome", facts.start->outcome},
+        {"steps", ListOf(facts.start->steps,
+                         [](const StartStep& step) {
+                           return json{{"name", step.name}, {"beginMs", step.beginMs}, {"endMs", step.endMs}};
+                         })},
+        {"output", facts.start->output},
+        {"logTail", facts.start->logTail}};
   }
   return document.dump(2) + "\n";
 }

@@ -47,6 +47,7 @@ class Judgement {
   }
   void ProductVersion(const ProductLibrary& product);
   void JavaHome();
+  void RegisteredHome();
   void DisabledCurrent();
   void ConfiguredRuntime();
   void JvmLibrary(const Library& library);
@@ -55,6 +56,7 @@ class Judgement {
   void Foreign(const doctor::Runtime& runtime);
   void MissingEntries();
   void DamagedEntries();
+  void EqualEntries();
   void ClassPathSyntax();
 
   Facts& m_facts;
@@ -76,7 +78,7 @@ void Judgement::Products() {
       case FileState::Empty:
       case FileState::Truncated:
       case FileState::WrongKind:
-        Problem(Id::ProductDamaged, path + L" is damaged: " + TextOf(each.library.state, L"a DLL"), reinstall);
+        Problem(Id::ProductDamaged, path + L" is damaged: " + TextOf(each.library.state, KindOf(path)), reinstall);
         break;
       case FileState::WrongArchitecture:
         Problem(Id::ProductArchitecture, path + L" is for " + each.library.architecture + L", not x64", reinstall);
@@ -134,6 +136,22 @@ void Judgement::JavaHome() {
   }
 }
 
+// Asked only without JAVA_HOME.
+void Judgement::RegisteredHome() {
+  const std::wstring* const version = m_facts.ValueOf(SettingName::RegisteredVersion);
+  const std::wstring* const home = m_facts.ValueOf(SettingName::RegisteredHome);
+  if (m_facts.host.Known() || m_facts.ValueOf(SettingName::JavaHome) != nullptr || version == nullptr) return;
+  const bool helps = std::any_of(m_facts.candidates.begin(), m_facts.candidates.end(), [](const Candidate& each) {
+    return each.source == qv::RuntimeSource::Registry && each.library.state != FileState::Missing;
+  });
+  if (helps) return;
+  const std::wstring key = L"HKLM\\Software\\JavaSoft\\Java Runtime Environment";
+  Add(Id::RegisteredRuntime, RuntimeFound() ? Severity::Warning : Severity::Problem,
+      home == nullptr ? L"CurrentVersion is " + *version + L", which has no JavaHome: " + key
+                      : L"the registered JavaHome has no jvm.dll: " + *home + L" (" + key + L"\\" + *version + L")",
+      L"Install the registered Java runtime anew, or set JAVA_HOME.");
+}
+
 void Judgement::ConfiguredRuntime() {
   const std::wstring key = L"HKLM\\" + m_facts.host.registryRoot + L"\\Java";
   if (!m_facts.host.rootExists) {
@@ -163,7 +181,7 @@ void Judgement::JvmLibrary(const Library& library) {
     case FileState::Empty:
     case FileState::Truncated:
     case FileState::WrongKind:
-      Problem(Id::RuntimeDamaged, library.path + L" is damaged: " + TextOf(library.state, L"a DLL"),
+      Problem(Id::RuntimeDamaged, library.path + L" is damaged: " + TextOf(library.state, KindOf(library.path)),
               L"Install the Java runtime anew.");
       break;
     case FileState::Unreadable:
@@ -195,6 +213,7 @@ void Judgement::Runtime() {
   if (m_facts.HostHasJvm()) return;
   DisabledCurrent();
   JavaHome();
+  RegisteredHome();
   if (m_facts.host.Known()) ConfiguredRuntime();
   if (!m_facts.runtime) {
     NoRuntime();
@@ -211,7 +230,15 @@ void Judgement::NoRuntime() {
   if (chosen != m_facts.candidates.end()) {
     JvmLibrary(chosen->library);
   } else if (!m_facts.host.Known()) {
-    Problem(Id::RuntimeMissing, L"no Java runtime was found: no jvm.dll at any place that is searched, nor on PATH",
+    const bool registered = m_facts.ValueOf(SettingName::RegisteredVersion) != nullptr;
+    const std::wstring first =
+        m_facts.ValueOf(SettingName::JavaHome) != nullptr ? L"JAVA_HOME has none"
+        : registered
+            ? L"JAVA_HOME is not set, the registered one has none"
+            : L"JAVA_HOME is not set, none is registered in HKLM\\Software\\JavaSoft\\Java Runtime Environment";
+    Problem(Id::RuntimeMissing,
+            L"no Java runtime was found: " + first + L", and there is none in " + m_facts.question.serviceFolder +
+                L"\\JRE nor on PATH",
             L"Install a 64-bit Java runtime and set JAVA_HOME to it, or put one into " +
                 m_facts.question.serviceFolder + L"\\JRE.");
   } else if (!m_facts.candidates.empty() && m_facts.candidates.front().library.state == FileState::Missing) {
@@ -336,6 +363,19 @@ void Judgement::DamagedEntries() {
   }
 }
 
+// A jar that was copied over another one.
+void Judgement::EqualEntries() {
+  const std::vector<ClassPathEntry>& all = m_facts.classPath;
+  for (size_t i = 0; i < all.size(); ++i) {
+    for (size_t j = 0; j < i; ++j) {
+      const auto name = [&](size_t at) { return std::filesystem::path(all[at].path).filename().wstring(); };
+      if (all[i].content == 0 || all[i].content != all[j].content || name(i) == name(j)) continue;
+      Warning(Id::ClassPathEqual, all[j].path + L" and " + all[i].path + L" hold the same",
+              L"One was copied over the other: copy both again; classes of one of them are missing.");
+    }
+  }
+}
+
 void Judgement::ClassPathSyntax() {
   const std::wstring* const variable = m_facts.ValueOf(SettingName::ClassPath);
   if (variable == nullptr) return;
@@ -360,6 +400,7 @@ void Judgement::ClassPath() {
             L"Repair the built-in configuration: reinstall the service.");
   }
   DamagedEntries();
+  EqualEntries();
   ClassPathSyntax();
   MissingEntries();
 }

@@ -6,11 +6,15 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <stdexcept>
 
+#include "doctor/bundle.h"
 #include "doctor/collect.h"
 #include "doctor/host_library.h"
 #include "doctor/judge.h"
 #include "doctor/print.h"
+#include "doctor/secrets.h"
 #include "doctor/trial_start.h"
 
 namespace {
@@ -20,6 +24,9 @@ enum ExitCode { kHealthy = 0, kWarnings = 1, kProblems = 2, kUsage = 3 };
 struct Arguments {
   doctor::Question question;
   bool json = false;
+  bool secrets = false;
+  std::filesystem::path html;
+  std::filesystem::path bundle;
   bool start = false;
   unsigned limitSeconds = 60;
 };
@@ -51,11 +58,29 @@ bool TerminalWithColors() {
          GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) == 0;
 }
 
+void WriteFile(const std::filesystem::path& path, const std::string& content) {
+  if (path.empty()) return;
+  std::ofstream file(path, std::ios::binary);
+  file << content;
+  if (!file.flush()) throw std::runtime_error(doctor::ToUtf8(path.wstring()) + " cannot be written");
+}
+
+// On the error output: the report may go to a script.
+void WriteBundle(const Arguments& arguments, const doctor::Facts& facts) {
+  if (arguments.bundle.empty()) return;
+  const std::vector<doctor::BundledFile> files = doctor::CollectBundle(facts, arguments.secrets);
+  WriteFile(arguments.bundle, doctor::AsZip(files));
+  std::fputs(files.front().content.c_str(), stderr);
+}
+
 int Examine(const Arguments& arguments) {
   doctor::Facts facts = doctor::Collect(arguments.question, doctor::LoadHostLibrary);
   if (arguments.start && facts.examined && !facts.HostHasJvm())
     facts.start = doctor::TryStart(facts, arguments.limitSeconds);
   doctor::Judge(facts);
+  if (!arguments.secrets) doctor::HideSecrets(facts);
+  if (!arguments.html.empty()) WriteFile(arguments.html, doctor::AsHtml(facts));
+  WriteBundle(arguments, facts);
   if (arguments.json) {
     const std::string json = doctor::AsJson(facts);
     std::fwrite(json.data(), 1, json.size(), stdout);
@@ -73,6 +98,8 @@ int wmain(int argc, wchar_t** argv) {
   Arguments arguments;
   std::string host = "program.exe";
   std::string folder;
+  std::string html;
+  std::string bundle;
   CLI::App app("Tells what the Java VM Service would do on this machine, without changing anything.", "qvjvm-doctor");
   app.add_option("--host", host, "the host program, such as qv190.exe, with its folder when that is not the service's")
       ->capture_default_str();
@@ -80,6 +107,9 @@ int wmain(int argc, wchar_t** argv) {
   app.add_option("--service", folder, "folder of qvjvm.dll; the doctor's own without it");
   app.add_flag("--start", arguments.start, "also start the JVM, in a process of its own");
   app.add_option("--time-limit", arguments.limitSeconds, "seconds for the start")->capture_default_str();
+  app.add_option("--html", html, "also write the report as a page for a browser");
+  app.add_option("--bundle", bundle, "also write a zip for support: the reports, the JVM log, files of crashes");
+  app.add_flag("--with-secrets", arguments.secrets, "keep values whose names say password, secret, token and the like");
   app.add_flag("--json", arguments.json, "for scripts");
   app.footer("Exit codes: 0 nothing wrong, 1 warnings, 2 a problem, 3 wrong usage.");
   std::vector<std::string> words;
@@ -97,6 +127,8 @@ int wmain(int argc, wchar_t** argv) {
   if (program.has_parent_path()) {
     arguments.question.hostFolder = std::filesystem::absolute(program.parent_path()).wstring();
   }
+  arguments.html = wide(html);
+  arguments.bundle = wide(bundle);
   arguments.question.serviceFolder = folder.empty() ? OwnFolder() : std::filesystem::absolute(wide(folder)).wstring();
   try {
     return Examine(arguments);

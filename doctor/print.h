@@ -1,4 +1,4 @@
-// The facts for people and for scripts.
+// The facts for people, on a console and in a browser, and for scripts.
 #pragma once
 
 #include <string>
@@ -11,6 +11,8 @@ namespace doctor {
 std::wstring AsText(const Facts& facts, bool colors);
 // UTF-8.
 std::string AsJson(const Facts& facts);
+// One page in UTF-8 that needs nothing else.
+std::string AsHtml(const Facts& facts);
 std::string ToUtf8(std::wstring_view text);
 
 }  // namespace doctor

@@ -29,9 +29,22 @@ bool IsNeeded(const std::wstring& name) {
                      [&](const wchar_t* needed) { return _wcsicmp(needed, name.c_str()) == 0; });
 }
 
+// One of the runtime's libraries under the name of another is as bad as none.
+Library InspectPart(const fs::path& path) {
+  Library library = InspectLibrary(path.wstring());
+  if (library.state != FileState::Sound) return library;
+  const fs::path inside = NameInside(path.wstring());
+  std::error_code error;
+  if (!inside.empty() && _wcsicmp(inside.c_str(), path.filename().c_str()) != 0 &&
+      fs::exists(path.parent_path() / inside, error)) {
+    library.state = FileState::WrongKind;
+  }
+  return library;
+}
+
 void AddLibraries(std::vector<RuntimePart>& parts, const fs::path& bin) {
   for (const wchar_t* const name : kNeededLibraries) {
-    const Library library = InspectLibrary((bin / name).wstring());
+    const Library library = InspectPart(bin / name);
     parts.push_back({library.path, library.state, library.architecture, true});
   }
   std::error_code error;
@@ -41,7 +54,7 @@ void AddLibraries(std::vector<RuntimePart>& parts, const fs::path& bin) {
     if (_wcsicmp(entry.path().extension().c_str(), L".dll") != 0 || name.starts_with(L"api-ms-") || IsNeeded(name)) {
       continue;
     }
-    const Library library = InspectLibrary(entry.path().wstring());
+    const Library library = InspectPart(entry.path());
     if (library.state != FileState::Sound) parts.push_back({library.path, library.state, library.architecture, false});
   }
 }

@@ -14,9 +14,10 @@ std::wstring TextOf(HostKind kind) {
 }
 
 std::wstring TextOf(SettingName name) {
-  constexpr const wchar_t* kTexts[] = {
-      L"JAVA_HOME", L"JavaHome",          L"QVJRENOTUSECURRENT", qv::names::kJDKLocation, qv::names::kJREBinLocation,
-      L"CLASSPATH", L"JAVA_TOOL_OPTIONS", L"_JAVA_OPTIONS",      L"JDK_JAVA_OPTIONS"};
+  constexpr const wchar_t* kTexts[] = {L"JAVA_HOME",          L"CurrentVersion",       L"JavaHome",
+                                       L"QVJRENOTUSECURRENT", qv::names::kJDKLocation, qv::names::kJREBinLocation,
+                                       L"CLASSPATH",          L"JAVA_TOOL_OPTIONS",    L"_JAVA_OPTIONS",
+                                       L"JDK_JAVA_OPTIONS"};
   return kTexts[static_cast<size_t>(name)];
 }
 
@@ -28,15 +29,10 @@ std::wstring TextOf(LogState state) {
 
 std::wstring OriginOf(SettingName name, const Facts& facts) {
   const std::wstring javaKey = L"registry HKLM\\" + facts.host.registryRoot + L"\\" + qv::names::kJavaKey;
-  const std::wstring origins[] = {L"environment",
-                                  L"registry HKLM\\Software\\JavaSoft\\Java Runtime Environment",
-                                  L"host setting, section QV",
-                                  javaKey,
-                                  javaKey,
-                                  L"environment",
-                                  L"environment",
-                                  L"environment",
-                                  L"environment"};
+  const std::wstring registered = L"registry HKLM\\Software\\JavaSoft\\Java Runtime Environment";
+  const std::wstring origins[] = {L"environment", registered,    registered,     L"host setting, section QV",
+                                  javaKey,        javaKey,       L"environment", L"environment",
+                                  L"environment", L"environment"};
   return origins[static_cast<size_t>(name)];
 }
 
@@ -68,6 +64,7 @@ const char* NameOf(FindingId id) {
                                  "product-version",
                                  "product-not-loaded",
                                  "java-home",
+                                 "registered-runtime",
                                  "current-runtime-off",
                                  "host-settings-missing",
                                  "location-missing",
@@ -83,6 +80,7 @@ const char* NameOf(FindingId id) {
                                  "class-path-failed",
                                  "class-path-missing",
                                  "class-path-damaged",
+                                 "class-path-equal",
                                  "class-path-syntax",
                                  "options-failed",
                                  "option-refused",
@@ -130,7 +128,7 @@ std::wstring TextOf(FileState state, const std::wstring& kind) {
 
 std::wstring KindOf(const std::wstring& path) {
   const auto ends = [&](std::wstring_view end) { return path.ends_with(end); };
-  if (ends(L".dll")) return L"a DLL";
+  if (ends(L".dll")) return path.substr(path.rfind(L'\\') + 1);
   if (ends(L".jar")) return L"a jar";
   if (ends(L"modules")) return L"a class library";
   if (ends(L".dat")) return L"a list of time zones";

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "doctor/print.h"
 #include "qvjvm/qvjvm.h"
 
 namespace doctor {
@@ -96,8 +97,8 @@ Child Run(const std::filesystem::path& program, const std::filesystem::path& out
   return child;
 }
 
-// What the host finds beside itself: its host library, unless that lies beside the service, and what hides libraries of
-// the runtime.
+// What the host finds beside itself: its settings, its host library unless that lies beside the service, and what hides
+// libraries of the runtime.
 bool CopyNeighbours(const Facts& facts, const std::filesystem::path& folder) {
   std::vector<std::filesystem::path> files;
   for (const ProductLibrary& each : facts.products) {
@@ -105,6 +106,8 @@ bool CopyNeighbours(const Facts& facts, const std::filesystem::path& folder) {
     if (each.product == Product::HostLibrary && path.parent_path() != facts.question.serviceFolder)
       files.push_back(path);
   }
+  const std::filesystem::path settings = std::filesystem::path(facts.question.hostFolder) / L"qvshr.ini";
+  if (std::filesystem::exists(settings)) files.push_back(settings);
   if (facts.runtime) {
     for (const Library& each : facts.runtime->foreign) files.emplace_back(each.path);
   }
@@ -137,6 +140,31 @@ constexpr Work kWork[] = {
     {"conf\\security\\java.security", "java/security/Security", "getProviders", "()[Ljava/security/Provider;"},
     {"lib\\tzdb.dat", "java/time/ZoneId", "getAvailableZoneIds", "()Ljava/util/Set;"},
 };
+
+// Told in a line of its own, which the parent takes out of the output. The clock is the system's, so it is the same in
+// both.
+constexpr char kStepMark[] = "step: ";
+void TellStep(const char* name) {
+  std::printf("%s%llu %s\n", kStepMark, static_cast<unsigned long long>(GetTickCount64()), name);
+  std::fflush(stdout);
+}
+
+void TakeSteps(StartResult& result, uint64_t begin, uint64_t end) {
+  const std::wstring mark(std::begin(kStepMark), std::end(kStepMark) - 1);
+  uint64_t before = begin;
+  const auto add = [&](const std::string& name, uint64_t now) {
+    result.steps.push_back({name, before - begin, std::max(now, before) - begin});
+    before = std::max(now, before);
+  };
+  std::erase_if(result.output, [&](const std::wstring& line) {
+    if (!line.starts_with(mark)) return false;
+    wchar_t* rest = nullptr;
+    const uint64_t now = std::wcstoull(line.c_str() + mark.size(), &rest, 10);
+    add(ToUtf8(rest + 1), now);
+    return true;
+  });
+  add(result.started ? "the process ends" : "until it ended", end);
+}
 
 bool DoWork(IQV_JavaVM* vm) {
   bool all = true;
@@ -178,17 +206,20 @@ StartResult TryStart(const Facts& facts, unsigned limitSeconds) {
   }
   const std::filesystem::file_time_type before = WrittenAt(facts.log.path);
   SetEnvironmentVariableW(kTrialVariable, facts.question.serviceFolder.c_str());
+  const uint64_t begin = GetTickCount64();
   const Child child = Run(host, folder.Path() / L"output.txt", limitSeconds);
   SetEnvironmentVariableW(kTrialVariable, nullptr);
   result.started = child.created && child.inTime && child.exitCode == 0;
   result.outcome = Describe(child, limitSeconds);
   result.output = LinesOf(ReadFile(folder.Path() / L"output.txt"), kOutputLines);
+  TakeSteps(result, begin, GetTickCount64());
   if (!result.started) result.logTail = LogTail(facts.log.path, before);
   return result;
 }
 
 void RunAsHost(const wchar_t* serviceFolder) {
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
+  TellStep("the program is loaded");
   const std::wstring dll = std::wstring(serviceFolder) + L"\\qvjvm.dll";
   const HMODULE service = LoadLibraryExW(dll.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   const auto create =
@@ -200,12 +231,15 @@ void RunAsHost(const wchar_t* serviceFolder) {
     std::fflush(stdout);
     std::_Exit(kStartFailed);
   }
+  TellStep("qvjvm.dll is loaded");
   IQV_JavaVM* vm = nullptr;
   const int32_t status = create(&vm, nullptr);
   std::printf("QV_CreateJavaVM: 0x%08lX\n", static_cast<unsigned long>(status));
+  TellStep("QV_CreateJavaVM");
   IQvString* version = nullptr;
   if (status >= 0 && vm->GetJavaVersion(&version) >= 0) std::printf("java.version: %ls\n", version->GetText());
   const bool works = status >= 0 && DoWork(vm);
+  if (works) TellStep("calls to its parts");
   std::fflush(stdout);
   std::_Exit(status < 0 ? kStartFailed : works ? 0 : kWorkFailed);
 }

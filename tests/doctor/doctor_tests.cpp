@@ -193,7 +193,7 @@ const Case kCases[] = {
        machine.ChangeJvm([](const std::string& content) { return content.substr(0, 600); });
      },
      L"is damaged"},
-    {"ATextInTheJvmsPlace", kUnknown, JvmHolds(std::string(10000, 'x')), L"is damaged: it is not a DLL"},
+    {"ATextInTheJvmsPlace", kUnknown, JvmHolds(std::string(10000, 'x')), L"is damaged: it is not jvm.dll"},
     {"AJvmThatCannotBeRead", kUnknown,
      [](SoundMachine& machine) {
        machine.held.Reset(
@@ -210,19 +210,38 @@ const Case kCases[] = {
     {"ACutLibraryOfTheRuntime", kUnknown, FileCut(L"java\\bin\\zip.dll"), L"zip.dll is damaged: it is cut off"},
     {"AnEmptyLibraryOfTheRuntime", kUnknown, FileHolds(L"java\\bin\\net.dll", ""), L"net.dll is damaged: it is empty"},
     {"ALibraryThatNoStartNeeds", kUnknown, FileHolds(L"java\\bin\\awt.dll", "x"),
-     L"awt.dll is damaged: it is not a DLL"},
+     L"awt.dll is damaged: it is not awt.dll"},
     {"A32BitLibraryOfTheRuntime", kUnknown, FileFor(L"java\\bin\\nio.dll", 0x014C), L"nio.dll is for x86, not x64"},
     {"TimeZonesOfSomethingElse", kUnknown, FileHolds(L"java\\lib\\tzdb.dat", "x"), L"tzdb.dat is damaged"},
     {"AForeignLibraryBesideTheHost", kUnknown,
      [](SoundMachine& machine) { machine.folder.WriteFile(L"service\\zip.dll", "x"); },
      L"service\\zip.dll hides the one of the Java runtime and is damaged"},
 
+    {"ALibraryUnderTheNameOfAnother", kUnknown,
+     [](SoundMachine& machine) {
+       machine.folder.CopyIn(ProgramFolder() + L"\\..\\qvshr.dll", L"java\\bin\\qvshr.dll");
+     },
+     L"java.dll is damaged: it is not java.dll"},
+    {"TheRegisteredRuntimeIsGone", kUnknown,
+     [](SoundMachine& machine) {
+       machine.SetVariable(L"JAVA_HOME", std::nullopt);
+       machine.registry.RegisterRuntime(L"17", L"C:\\gone");
+     },
+     L"the registered JavaHome has no jvm.dll: C:\\gone"},
+    {"TheRegisteredVersionIsUnknown", kUnknown,
+     [](SoundMachine& machine) {
+       machine.SetVariable(L"JAVA_HOME", std::nullopt);
+       machine.registry.SetText(Hive::Machine, L"Software\\JavaSoft\\Java Runtime Environment", L"CurrentVersion",
+                                L"9x");
+     },
+     L"CurrentVersion is 9x, which has no JavaHome"},
+
     // the product itself
     {"TheServiceIsMissing", kUnknown, FileGone(L"service\\qvjvm.dll"), L"qvjvm.dll is missing"},
     {"TheServiceIsCut", kUnknown, FileCut(L"service\\qvjvm.dll"), L"qvjvm.dll is damaged: it is cut off"},
     {"TheServiceIsEmpty", kUnknown, FileHolds(L"service\\qvjvm.dll", ""), L"qvjvm.dll is damaged: it is empty"},
     {"TheServiceIsNoLibrary", kUnknown, FileHolds(L"service\\qvjvm.dll", std::string(9999, 'x')),
-     L"qvjvm.dll is damaged: it is not a DLL"},
+     L"qvjvm.dll is damaged: it is not qvjvm.dll"},
     {"TheServiceIsForArm", kUnknown, FileFor(L"service\\qvjvm.dll", 0xAA64), L"qvjvm.dll is for ARM64, not x64"},
     {"TheHostLibraryIsFor32Bit", kUnknown,
      [](SoundMachine& machine) {
@@ -230,6 +249,9 @@ const Case kCases[] = {
        FileFor(L"service\\qvshr.dll", 0x014C)(machine);
      },
      L"qvshr.dll is for x86, not x64"},
+    {"TheServiceUnderTheOthersName", kUnknown,
+     [](SoundMachine& machine) { machine.folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm.dll", L"service\\qvshr.dll"); },
+     L"qvshr.dll is damaged: it is not qvshr.dll"},
     {"TheServiceIsAnotherVersion", kUnknown,
      [](SoundMachine& machine) {
        // In the resource, behind its signature and its own version.
@@ -293,6 +315,17 @@ const Case kCases[] = {
     {"AnEmptyJar", kUnknown, Jar(""), L"one.jar is damaged: it is empty"},
     {"AJarOfSomethingElse", kUnknown, Jar("<html>"), L"one.jar is damaged: it is not a jar"},
     {"ACutJar", kUnknown, Jar(std::string("PK\3\4", 4) + std::string(90, 'x')), L"one.jar is damaged: it is cut off"},
+    {"AFolderInAJarsPlace", kUnknown,
+     [](SoundMachine& machine) { machine.SetVariable(L"CLASSPATH", machine.folder.MakeFolder(L"one.jar")); },
+     L"one.jar is damaged: it is not a jar"},
+    {"AJarOverAnother", kUnknown,
+     [](SoundMachine& machine) {
+       const std::string jar = std::string("PK\1\2", 4) + std::string(42, 'x') +
+                               std::string("PK\5\6\0\0\0\0\1\0\1\0\x2E\0\0\0\0\0\0\0\0\0", 22);
+       machine.SetVariable(
+           L"CLASSPATH", machine.folder.WriteFile(L"one.jar", jar) + L";" + machine.folder.WriteFile(L"two.jar", jar));
+     },
+     L"two.jar hold the same"},
     {"AJarThatLacksItsBeginning", kUnknown, Jar(std::string("PK\5\6\0\0\0\0\1\0\1\0\x60\0\0\0\0\0\0\0\0\0", 22)),
      L"one.jar is damaged: it is cut off"},
     {"TheLogIsAFolder", kUnknown, [](SoundMachine& machine) { machine.folder.MakeFolder(L"log\\vm.out"); },

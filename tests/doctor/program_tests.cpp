@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <fstream>
+#include <map>
 
 #include "tests/support/child_process.h"
 #include "tests/support/environment.h"
@@ -89,6 +90,54 @@ TEST(DoctorProgram, AFailingTrialStartIsReported) {
   EXPECT_EQ(document["start"]["outcome"], "QV_CreateJavaVM failed");
   EXPECT_EQ(document["start"]["output"][0], "QV_CreateJavaVM: 0x80004005");
   SaveReport("start", result.output);
+}
+
+// The files of a zip, by its directory, which is at its end; nothing is compressed.
+std::map<std::string, std::string> FilesOf(const std::string& zip) {
+  const auto number = [&](size_t at, size_t bytes) {
+    size_t value = 0;
+    for (size_t i = 0; i < bytes; ++i)
+      value |= static_cast<size_t>(static_cast<unsigned char>(zip.at(at + i))) << 8 * i;
+    return value;
+  };
+  std::map<std::string, std::string> files;
+  size_t at = number(zip.size() - 6, 4);
+  for (size_t left = number(zip.size() - 12, 2); left > 0; --left) {
+    const size_t nameSize = number(at + 28, 2);
+    const size_t local = number(at + 42, 4);
+    const std::string name = zip.substr(at + 46, nameSize);
+    EXPECT_EQ(zip.substr(local + 30, nameSize), name);
+    files[name] = zip.substr(local + 30 + nameSize, number(at + 24, 4));
+    at += 46 + nameSize;
+  }
+  return files;
+}
+
+TEST(DoctorProgram, ABundleHoldsTheReportsAndNoSecret) {
+  const TempFolder folder;
+  folder.WriteFile(L"hs_err_1.log", "java_command: app -Dtoken=swordfish --name=any\r\n");
+  ChildOptions options = On(folder, {L"--json", L"--bundle", L"support.zip", L"--html", L"page.html"});
+  options.workFolder = folder.Path();
+  options.environment[L"JAVA_TOOL_OPTIONS"] = L"-Ddb.password=swordfish -Dx=<b>";
+  const ChildResult result = RunChild(kDoctor, options);
+  EXPECT_EQ(result.exitCode, 2U) << result.output;
+  const std::string zip = ReadWholeFile(folder.Path(L"support.zip"));
+  ASSERT_GT(zip.size(), 1000U);
+  EXPECT_EQ(zip.find("swordfish"), std::string::npos);
+  auto files = FilesOf(zip);
+  EXPECT_EQ(files["hs_err_1.log"], "java_command: app -Dtoken=*** --name=any\r\n");
+  for (const char* const name : {"report.html", "report.json", "report.txt", "hs_err_1.log"}) {
+    EXPECT_THAT(files["contents.txt"], HasSubstr(name));
+  }
+  EXPECT_EQ(nlohmann::json::parse(files["report.json"])["schemaVersion"], 1);
+  SaveReport("bundle", files["report.json"]);
+  const std::string page = ReadWholeFile(folder.Path(L"page.html"));
+  EXPECT_EQ(page, files["report.html"]);
+  EXPECT_THAT(page, HasSubstr("-Ddb.password=*** -Dx=&lt;b&gt;"));
+  // It needs nothing else, and the network least of all.
+  for (const char* const foreign : {"http:", "https:", "src=", "<link", "url("}) {
+    EXPECT_EQ(page.find(foreign), std::string::npos) << foreign;
+  }
 }
 
 TEST(DoctorProgram, LinesOfAFileHaveNoColors) {
