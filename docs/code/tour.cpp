@@ -155,6 +155,15 @@ void streams(const qvjvm::jvm& java) {
   std::printf("%d\n", number);
 }
 
+// ---- beside the host's own work ----
+
+void start_beside() {
+  const qvjvm::starting_jvm starting = qvjvm::jvm::start_async(qvjvm::options().compiled());
+  std::puts("the host reads its own files, opens its window");
+  const qvjvm::jvm java = starting.get();  // waits, and throws what jvm::start throws
+  std::printf("Java is %s\n", java.created() ? "there" : "another's");
+}
+
 int main() {
   try {
     const qvjvm::jvm java = start();
@@ -167,6 +176,7 @@ int main() {
     threads(java);
     callbacks(java);
     streams(java);
+    start_beside();
   } catch (const qvjvm::error& error) {
     std::printf("%s\n", error.what());
     return 1;

@@ -209,6 +209,8 @@ class thread_jvm : public detail::entry<thread_jvm> {
   qv_jnienv env_ = nullptr;
 };
 
+class starting_jvm;
+
 /// The process's Java VM, through a service object of its own. Copies share that object; move it or copy it freely.
 class jvm : public detail::entry<jvm> {
  public:
@@ -232,6 +234,10 @@ class jvm : public detail::entry<jvm> {
   [[nodiscard]] static jvm start(const options& asked) { return detail::value_of(open(asked)); }
   /// The same with a result instead of an exception.
   [[nodiscard]] static result<jvm> try_start(const options& asked) { return result<jvm>(open(asked)); }
+  /// The same on a thread of its own, while the host does other work; see starting_jvm. When a JVM runs already it is
+  /// joined at once. Until Java is there no other thread may start the service, use JAVA_HOME or change PATH. Not from
+  /// a DLL's notification (DllMain). Throws nothing but std::bad_alloc.
+  [[nodiscard]] static starting_jvm start_async(const options& asked = {});
   /// A client over a service object that the host has already; it takes a count of its own.
   /// @throws qvjvm::error for null, or when the calling thread cannot be joined.
   [[nodiscard]] static jvm share(IQV_JavaVM* vm) { return detail::value_of(open_shared(vm)); }
@@ -296,6 +302,7 @@ class jvm : public detail::entry<jvm> {
   friend detail::outcome<detail::context> enter_from(const jvm& where) noexcept { return detail::enter(where.home_); }
 
  private:
+  friend class starting_jvm;
   using text_operation = int32_t (IQV_JavaVM::*)(IQvString**) noexcept;
 
   static detail::outcome<jvm> open(const wchar_t* class_path, const wchar_t* library) {
@@ -408,6 +415,137 @@ class jvm : public detail::entry<jvm> {
   bool class_path_ignored_ = false;
   uint32_t ignored_ = 0;
 };
+
+/// Java that starts beside the host's own work, from jvm::start_async. Copies share it, and any thread may use it, also
+/// several at once. The thread that asked for it may end. Dropping it waits for nothing and stops nothing: Java starts
+/// all the same. A process may end meanwhile.
+///
+/// The thread that has made the JVM sleeps until the process ends; in Java it is "main". A DLL that starts Java like
+/// this stays loaded.
+class starting_jvm {
+ public:
+  /// Empty; get fails. So is one that was moved from.
+  starting_jvm() = default;
+  /// Shares it.
+  starting_jvm(const starting_jvm& other) noexcept : state_(other.state_) {
+    if (state_ != nullptr) state_->users.fetch_add(1, std::memory_order_relaxed);
+  }
+  /// Leaves an empty one behind.
+  starting_jvm(starting_jvm&& other) noexcept : state_(std::exchange(other.state_, nullptr)) {}
+  /// Shares or takes over the other one.
+  starting_jvm& operator=(starting_jvm other) noexcept {
+    std::swap(state_, other.state_);
+    return *this;
+  }
+  ~starting_jvm() {
+    if (state_ != nullptr && state_->users.fetch_sub(1, std::memory_order_acq_rel) == 1) delete state_;
+  }
+
+  /// Whether get would wait for nothing, because Java is there or could not be started.
+  [[nodiscard]] bool ready() const noexcept {
+    return state_ == nullptr || state_->ready.load(std::memory_order_acquire);
+  }
+  /// Java, as soon as it is there; each call gives the same. With options::context_class_loader the calling thread gets
+  /// Java's own loader if it has none.
+  /// @throws qvjvm::error what jvm::start throws, at each call; and when the process ends before Java is there.
+  [[nodiscard]] jvm get() const { return detail::value_of(wait()); }
+  /// The same with a result instead of an exception.
+  [[nodiscard]] result<jvm> try_get() const { return result<jvm>(wait()); }
+
+ private:
+  friend class jvm;
+
+  // What copies and the thread share. The thread, or the caller where there is none, writes it before it is ready.
+  struct state {
+    explicit state(const options& from) : asked(from), context_class_loader(from.context_class_loader_) {
+      asked.context_class_loader_ = false;  // not the thread that starts, but those that get it
+    }
+    state(const state&) = delete;
+    state& operator=(const state&) = delete;
+    ~state() {
+      for (const HANDLE handle : {done, thread}) {
+        if (handle != nullptr) CloseHandle(handle);
+      }
+    }
+
+    std::atomic<uint32_t> users{1};
+    options asked;
+    bool context_class_loader;
+    HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    HANDLE thread = nullptr;  // the caller's to set
+    std::atomic<bool> ready{false};
+    jvm java;
+    failure why;
+  };
+
+  explicit starting_jvm(state* counted) noexcept : state_(counted) {}
+
+  static starting_jvm begin(const options& asked) {
+    starting_jvm begun(new state(asked));
+    HMODULE self = nullptr;
+    const auto* const here = reinterpret_cast<const wchar_t*>(&on_its_thread);
+    if (begun.state_->done != nullptr && !qv_jvm_runs() &&
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN, here, &self)) {
+      starting_jvm of_thread(begun);
+      begun.state_->thread = CreateThread(nullptr, 0, &on_its_thread, of_thread.state_, 0, nullptr);
+      if (begun.state_->thread != nullptr) of_thread.state_ = nullptr;  // the thread has it
+    }
+    if (begun.state_->thread == nullptr) begun.start();
+    return begun;
+  }
+
+  static DWORD WINAPI on_its_thread(void* shared) noexcept {
+    bool created = false;
+    {
+      const starting_jvm mine(static_cast<state*>(shared));
+      mine.start();
+      created = mine.state_->java.get() != nullptr && mine.state_->java.created();
+    }
+    // A thread that ends leaves the JVM. Under Wine it can then wait for ever for a JVM that has just begun to start
+    // threads of its own; and nothing is gained by it.
+    while (created) Sleep(INFINITE);
+    return 0;
+  }
+
+  void start() const noexcept {
+#if QVJVM_EXCEPTIONS
+    try {
+      open();
+    } catch (const std::exception&) {
+      state_->why = failure(&detail::no_memory_for_a_record);
+    }
+#else
+    open();
+#endif
+    state_->ready.store(true, std::memory_order_release);
+    if (state_->done != nullptr) SetEvent(state_->done);
+  }
+  void open() const {
+    detail::outcome<jvm> made = jvm::open(state_->asked);
+    state_->why = failure(made.why);
+    state_->java = std::move(made.value);
+  }
+
+  [[nodiscard]] detail::outcome<jvm> wait() const {
+    if (state_ == nullptr) return jvm::fail(QV_E_INVALIDARG, L"this qvjvm::starting_jvm is empty");
+    if (!ready()) {
+      // While the process ends other threads are gone, and nobody would ever say that it is done.
+      const HANDLE either[] = {state_->done, state_->thread};
+      WaitForMultipleObjects(2, either, FALSE, INFINITE);
+      if (!ready()) return jvm::fail(QV_E_FAIL, L"the thread that starts Java is gone, because the process ends");
+    }
+    if (state_->why) return detail::failed<jvm>(state_->why);
+    if (state_->context_class_loader) {
+      const detail::outcome<void> given = state_->java.give_context_class_loader();
+      if (given.why != nullptr) return detail::failed<jvm>(given.why);
+    }
+    return {nullptr, state_->java};
+  }
+
+  state* state_ = nullptr;
+};
+
+inline starting_jvm jvm::start_async(const options& asked) { return starting_jvm::begin(asked); }
 
 /// Frees every local reference that the thread makes during its life, those of the service's own operations too. For
 /// loops on threads that live long. References made inside must not be used after it; failures and errors may.

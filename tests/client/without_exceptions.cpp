@@ -77,7 +77,8 @@ void UseCallbacks(const qvjvm::jvm& java) {
 }  // namespace
 
 int main() {
-  const auto java = qvjvm::jvm::try_start();
+  const qvjvm::starting_jvm starting = qvjvm::jvm::start_async();
+  const auto java = starting.try_get();
   if (!java) {
     std::printf("%s\n", java.reason().what());
     return 1;

@@ -18,6 +18,7 @@
 namespace qvjvm {
 
 class jvm;
+class starting_jvm;
 
 /// `512_MiB`, after `using namespace qvjvm::literals`.
 inline namespace literals {
@@ -93,6 +94,7 @@ class options {
 
  private:
   friend class jvm;
+  friend class starting_jvm;
 
   int32_t start(IQV_JavaVM** vm, uint32_t* ignored, wchar_t* why, int32_t why_units) const {
     const auto pointers = [](const std::vector<std::wstring>& from) {
