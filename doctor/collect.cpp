@@ -92,11 +92,12 @@ std::optional<std::wstring> JavaKeyValue(const Host& host, const wchar_t* name) 
   return Text(value);
 }
 
-// None when it is not there or no text.
+// None when it is not there.
 std::optional<std::wstring> RegistryValue(const wchar_t* key, const wchar_t* name) {
   std::wstring text(4096, L'\0');
   auto bytes = static_cast<DWORD>(text.size() * sizeof(wchar_t));
   const LSTATUS status = RegGetValueW(HKEY_LOCAL_MACHINE, key, name, RRF_RT_REG_SZ, nullptr, text.data(), &bytes);
+  if (status == ERROR_UNSUPPORTED_TYPE) return L"(no text)";
   if (status != ERROR_SUCCESS) return std::nullopt;
   text.resize(std::wcslen(text.c_str()));
   return text;
@@ -324,6 +325,23 @@ void CollectLog(Facts& facts, CQV_JVMConfigInfo& config) {
   }
 }
 
+// -- the host's file of settings --
+
+void CollectSettingsFile(Facts& facts) {
+  const std::filesystem::path path = std::filesystem::path(facts.question.hostFolder) / L"qvshr.ini";
+  wchar_t own[32768];
+  GetModuleFileNameW(nullptr, own, static_cast<DWORD>(std::size(own)));
+  std::error_code error;
+  if (!std::filesystem::exists(path, error)) return;
+  SettingsFile& file = facts.settingsFile.emplace();
+  file.path = path.wstring();
+  file.read = std::filesystem::equivalent(std::filesystem::path(own).parent_path(), facts.question.hostFolder, error);
+  using GetBadLineFn = int32_t (*)(int32_t);
+  const auto badLine = qv::FindProcedure<GetBadLineFn>(GetModuleHandleW(L"qvshr.dll"), "QvshrGetBadSettingsLine");
+  if (badLine == nullptr || !file.read) return;
+  for (int32_t i = 0; const int32_t line = badLine(i); ++i) file.badLines.push_back(line);
+}
+
 // -- the product's own libraries --
 
 std::wstring FindHostLibrary(const Question& question) {
@@ -424,6 +442,7 @@ Facts Collect(const Question& question, LoadHost loadHost) {
   facts.messageBox = listener.messageBox;
   config.m_pListener = &qv::ServiceListener();
   CollectLog(facts, config);
+  CollectSettingsFile(facts);
   return facts;
 }
 

@@ -68,6 +68,14 @@ struct ProductLibrary {
   int firstMissing = 0;      // the ordinal of the first
 };
 
+// qvshr.ini beside the host. The host library reads the one beside the program that runs, so a doctor elsewhere does
+// not.
+struct SettingsFile {
+  std::wstring path;
+  bool read = false;
+  std::vector<int> badLines{};  // that the host library skipped
+};
+
 struct Candidate {
   Library library;
   qv::RuntimeSource source;
@@ -142,6 +150,8 @@ enum class FindingId {
   RegisteredRuntime,
   CurrentRuntimeOff,
   HostSettingsMissing,
+  SettingsLine,
+  SettingsNotRead,
   LocationMissing,
   LocationEmpty,
   RuntimeMissing,
@@ -195,6 +205,7 @@ struct Facts {
   bool examined = false;  // the service could be asked; else nothing below is known
   Host host;
   std::vector<Setting> settings;
+  std::optional<SettingsFile> settingsFile;
   std::vector<Candidate> candidates;  // in the order of the search
   std::wstring path;                  // the process's PATH as the service would set it
   std::optional<Runtime> runtime;     // what loading "jvm.dll" would take

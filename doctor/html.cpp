@@ -247,6 +247,7 @@ std::string AsHtml(const Facts& facts) {
   page.End();
   if (!facts.examined) return page.Take();
   page.Begin("Settings", "", true);
+  if (facts.settingsFile) page.Row(L"file", facts.settingsFile->path, facts.settingsFile->read ? L"" : L"not read");
   for (const Setting& setting : facts.settings) {
     page.Row(TextOf(setting.name), setting.value ? *setting.value : L"(not set)", OriginOf(setting.name, facts));
   }

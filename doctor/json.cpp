@@ -80,6 +80,10 @@ std::string AsJson(const Facts& facts) {
                 {"value", setting.value ? json(*setting.value) : json(nullptr)},
                 {"origin", OriginOf(setting.name, facts)}};
   });
+  document["settingsFile"] = facts.settingsFile ? json{{"path", facts.settingsFile->path},
+                                                       {"read", facts.settingsFile->read},
+                                                       {"badLines", facts.settingsFile->badLines}}
+                                                : json(nullptr);
   document["candidates"] = ListOf(facts.candidates, [](const Candidate& candidate) {
     json each = LibraryOf(candidate.library);
     each["origin"] = std::wstring(qv::TextOf(candidate.source));

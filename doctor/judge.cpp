@@ -19,6 +19,7 @@ class Judgement {
 
   void Products();
   void Runtime();
+  void SettingsFile();
   void ClassPath();
   void Options();
   void Variables();
@@ -147,7 +148,7 @@ void Judgement::RegisteredHome() {
   if (helps) return;
   const std::wstring key = L"HKLM\\Software\\JavaSoft\\Java Runtime Environment";
   Add(Id::RegisteredRuntime, RuntimeFound() ? Severity::Warning : Severity::Problem,
-      home == nullptr ? L"CurrentVersion is " + *version + L", which has no JavaHome: " + key
+      home == nullptr ? L"CurrentVersion is " + *version + L", and there is no JavaHome in " + key + L"\\" + *version
                       : L"the registered JavaHome has no jvm.dll: " + *home + L" (" + key + L"\\" + *version + L")",
       L"Install the registered Java runtime anew, or set JAVA_HOME.");
 }
@@ -235,7 +236,8 @@ void Judgement::NoRuntime() {
         m_facts.ValueOf(SettingName::JavaHome) != nullptr ? L"JAVA_HOME has none"
         : registered
             ? L"JAVA_HOME is not set, the registered one has none"
-            : L"JAVA_HOME is not set, none is registered in HKLM\\Software\\JavaSoft\\Java Runtime Environment";
+            : L"JAVA_HOME is not set, none is registered (no CurrentVersion in HKLM\\Software\\JavaSoft\\Java Runtime "
+              L"Environment)";
     Problem(Id::RuntimeMissing,
             L"no Java runtime was found: " + first + L", and there is none in " + m_facts.question.serviceFolder +
                 L"\\JRE nor on PATH",
@@ -296,6 +298,23 @@ void Judgement::Foreign(const doctor::Runtime& runtime) {
     Warning(Id::ForeignLibrary, library.path + L" hides the one of the Java runtime" + fault,
             L"Remove it from the program's folder: Windows looks there before it looks into the runtime.");
   }
+}
+
+// -- the host's file of settings --
+
+void Judgement::SettingsFile() {
+  if (!m_facts.settingsFile) return;
+  const std::wstring& path = m_facts.settingsFile->path;
+  if (!m_facts.settingsFile->read) {
+    Warning(Id::SettingsNotRead, L"this report does not count what stands in " + path,
+            L"Copy qvjvm-doctor.exe beside the host, where it reads the file, or ask with --start, which does.");
+  }
+  std::wstring lines;
+  for (const int line : m_facts.settingsFile->badLines) lines += (lines.empty() ? L"" : L", ") + std::to_wstring(line);
+  if (lines.empty()) return;
+  Warning(Id::SettingsLine, path + L" has lines that cannot be understood: " + lines,
+          L"Correct them: a section is a key with its root, HKLM or HKCU, and below it stand lines name=value, each "
+          L"name once. These lines were skipped.");
 }
 
 // -- class path --
@@ -491,6 +510,7 @@ void Judge(Facts& facts) {
   judgement.Products();
   if (facts.examined) {
     judgement.Runtime();
+    judgement.SettingsFile();
     judgement.ClassPath();
     judgement.Options();
     judgement.Variables();

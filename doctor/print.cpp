@@ -100,6 +100,8 @@ void PrintHost(Page& page, const Facts& facts) {
   page.Row(L"settings", L"HKLM\\" + facts.host.registryRoot + (facts.host.rootExists ? L"" : L" (not there)"));
   page.Row(L"service", facts.question.serviceFolder);
   page.Heading(L"Settings");
+  if (facts.settingsFile)
+    page.Row(L"file", facts.settingsFile->path + (facts.settingsFile->read ? L"" : L" (not read)"));
   for (const Setting& setting : facts.settings) {
     page.Row(TextOf(setting.name),
              (setting.value ? *setting.value : L"(not set)") + L"  [" + OriginOf(setting.name, facts) + L"]");

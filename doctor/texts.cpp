@@ -67,6 +67,8 @@ const char* NameOf(FindingId id) {
                                  "registered-runtime",
                                  "current-runtime-off",
                                  "host-settings-missing",
+                                 "settings-line",
+                                 "settings-not-read",
                                  "location-missing",
                                  "location-empty",
                                  "runtime-missing",

@@ -234,7 +234,7 @@ const Case kCases[] = {
        machine.registry.SetText(Hive::Machine, L"Software\\JavaSoft\\Java Runtime Environment", L"CurrentVersion",
                                 L"9x");
      },
-     L"CurrentVersion is 9x, which has no JavaHome"},
+     L"CurrentVersion is 9x, and there is no JavaHome"},
 
     // the product itself
     {"TheServiceIsMissing", kUnknown, FileGone(L"service\\qvjvm.dll"), L"qvjvm.dll is missing"},

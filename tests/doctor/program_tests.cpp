@@ -62,6 +62,14 @@ TEST(DoctorProgram, StartsWithoutTheLibrariesThatItJudges) {
   folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm.dll", L"app\\qvjvm.dll");
   folder.CopyIn(ProgramFolder() + L"\\..\\qvshr.dll", L"other\\qvshr.dll");
   expect("product-version", "app\\qvshr.dll is another version: it lacks 11 functions");
+  folder.CopyIn(ProgramFolder() + L"\\..\\qvshr.dll", L"app\\qvshr.dll");
+  folder.WriteFile(L"app\\qvshr.ini", "[HKLM\\Software\\X]\nno value\na=1\na=2\n");
+  const ChildResult lines = RunChild(doctor, On(folder, {L"--json"}));
+  const auto found = nlohmann::json::parse(lines.output, nullptr, false);
+  ASSERT_TRUE(found.is_object()) << lines.output;
+  EXPECT_EQ(found["settingsFile"]["badLines"], nlohmann::json({2, 4}));
+  EXPECT_THAT(lines.output, HasSubstr("lines that cannot be understood: 2, 4"));
+  SaveReport("settings-line", lines.output);
   // The folder of the service counts, not the doctor's own.
   expect("product-missing", "other\\qvjvm.dll is missing", {L"--json", L"--service", folder.Path(L"other")});
 }
