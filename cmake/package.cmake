@@ -4,7 +4,7 @@ include(CMakePackageConfigHelpers)
 set(CMAKE_INSTALL_LIBDIR lib)  # no name of a Linux system's, even when one cross-compiles
 
 install(TARGETS qvjvm qvshr RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS qvjvm-doctor qvjvm-bind RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS qvjvm-doctor qvjvm-bind qvjvm-train RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/doctor/report.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/qvjvm RENAME doctor-report.schema.json)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qvjvm DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 

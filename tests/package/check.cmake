@@ -17,7 +17,7 @@ else()
   run("unpacking" ${CMAKE_COMMAND} -E chdir ${FOLDER} ${CMAKE_COMMAND} -E tar xf ${ZIP})
   file(GLOB package ${FOLDER}/qvjvm-*)
 endif()
-foreach(file IN ITEMS bin/qvjvm.dll bin/qvshr.dll bin/qvjvm-doctor.exe bin/qvjvm-bind.exe include/qvjvm/qvjvm.h include/qvjvm/qvjvm.hpp
+foreach(file IN ITEMS bin/qvjvm.dll bin/qvshr.dll bin/qvjvm-doctor.exe bin/qvjvm-bind.exe bin/qvjvm-train.exe include/qvjvm/qvjvm.h include/qvjvm/qvjvm.hpp
                       include/qvjvm/callbacks.h include/qvjvm/callbacks.hpp include/qvjvm/client/host_classes.inc
                       lib/libqvjvm.dll.a lib/qvjvm.lib README.md share/qvjvm/doctor-report.schema.json share/doc/qvjvm/README.md
                       share/doc/qvjvm/LICENSE

@@ -37,8 +37,9 @@ TEST(SettingsText, ASectionAtTheVeryEndWithoutALineEnd) {
 }
 
 TEST(SettingsText, AListIsReadAsTheHostLibraryReadsIt) {
-  EXPECT_THAT(*ReadList(Utf8(L"[HKLM\\Software\\Some\\QVJVMconfig]\n1=two\nCOUNT = 2\n0 = \" one \"\n0=late\n2=no\n"), kKey),
-              ElementsAre(L" one ", L"two"));
+  EXPECT_THAT(
+      *ReadList(Utf8(L"[HKLM\\Software\\Some\\QVJVMconfig]\n1=two\nCOUNT = 2\n0 = \" one \"\n0=late\n2=no\n"), kKey),
+      ElementsAre(L" one ", L"two"));
   EXPECT_THAT(*ReadList(WithList(Utf8(L""), kKey, kList), kKey), testing::ElementsAreArray(kList));
 }
 
@@ -49,9 +50,8 @@ TEST(SettingsText, WithoutASectionOrACountOrAnEntryThereIsNoList) {
 }
 
 TEST(SettingsText, EveryEncodingComesBackAsItWas) {
-  for (const std::string& bytes :
-       {"[QV]\r\nX=Gr\xC3\xBC\xC3\x9F\r\n"s, "\xEF\xBB\xBF;\n[QV]\n"s, "\xFF\xFE[\0Q\0]\0\n\0"s,
-        "\xFE\xFF\0[\0Q\0]\0\n"s, ""s}) {
+  for (const std::string& bytes : {"[QV]\r\nX=Gr\xC3\xBC\xC3\x9F\r\n"s, "\xEF\xBB\xBF;\n[QV]\n"s,
+                                   "\xFF\xFE[\0Q\0]\0\n\0"s, "\xFE\xFF\0[\0Q\0]\0\n"s, ""s}) {
     const auto settings = DecodeSettings(bytes);
     ASSERT_TRUE(settings);
     EXPECT_EQ(EncodeSettings(*settings), bytes);

@@ -1,5 +1,5 @@
-// qvjvm-train with hosts of their own: an archive is made, used and checked, and a failure changes nothing. JAVA_HOME is
-// the runtime.
+// qvjvm-train with hosts of their own: an archive is made, used and checked, and a failure changes nothing. JAVA_HOME
+// is the runtime.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,7 +17,8 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 constexpr const char* kBefore =
-    "; mine\r\n[HKLM\\Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMprops]\r\nqv.name=Gr\xC3\xBC\xC3\x9F\r\n";
+    "; "
+    "mine\r\n[HKLM\\Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMprops]\r\nqv.name=Gr\xC3\xBC\xC3\x9F\r\n";
 
 class Trained : public testing::Test {
  protected:
@@ -36,6 +37,7 @@ class Trained : public testing::Test {
       options.arguments.pop_back();
       options.arguments.insert(options.arguments.begin(), L"--check");
     }
+    options.workFolder = folder.Path();
     options.limitMs = 120000;
     return RunChild(ProgramFolder() + L"\\qvjvm-train.exe", options);
   }
@@ -75,7 +77,8 @@ TEST_F(Trained, AnArchiveIsMadeAndUsedUntilAJarChanges) {
 TEST_F(Trained, AHostWithOptionsOfItsOwnIsToldWhatToAskFor) {
   const ChildResult made = Train({L"own"});
   ASSERT_EQ(made.exitCode, 0u) << made.output;
-  EXPECT_THAT(made.output, HasSubstr("qvjvm-train:   -XX:SharedArchiveFile=" + ToUtf8(folder.Path(L"trained_host.jsa"))));
+  EXPECT_THAT(made.output,
+              HasSubstr("qvjvm-train:   -XX:SharedArchiveFile=" + ToUtf8(folder.Path(L"trained_host.jsa"))));
   EXPECT_EQ(ReadWholeFile(settings), kBefore);
 }
 
@@ -85,6 +88,15 @@ TEST_F(Trained, AJobThatFailsChangesNothing) {
   EXPECT_EQ(failed.exitCode, 2u) << failed.output;
   EXPECT_THAT(failed.output, HasSubstr("exit code 7"));
   EXPECT_EQ(ReadWholeFile(settings), kBefore);
+  EXPECT_EQ(Files(), before);
+}
+
+TEST_F(Trained, AJobThatFailsWithTheArchiveChangesNothing) {
+  std::set<std::wstring> before = Files();
+  const ChildResult failed = Train({L"once"});
+  EXPECT_EQ(failed.exitCode, 1u) << failed.output;
+  EXPECT_EQ(ReadWholeFile(settings), kBefore);
+  before.insert(L"done");
   EXPECT_EQ(Files(), before);
 }
 

@@ -1,0 +1,81 @@
+#include "train/processes.h"
+
+#include <windows.h>
+
+#include <jni.h>
+
+#include <sstream>
+
+#include "train/files.h"
+
+namespace train {
+namespace {
+
+// As the C runtime of the program takes it apart again.
+std::wstring Quoted(const std::wstring& argument) {
+  if (!argument.empty() && argument.find_first_of(L" \t\"") == std::wstring::npos) return argument;
+  std::wstring quoted = L"\"";
+  size_t backslashes = 0;
+  for (const wchar_t unit : argument) {
+    if (unit == L'"') quoted.append(backslashes + 1, L'\\');
+    backslashes = unit == L'\\' ? backslashes + 1 : 0;
+    quoted.push_back(unit);
+  }
+  return quoted.append(backslashes, L'\\') + L"\"";
+}
+
+std::wstring Variable(const wchar_t* name) {
+  std::wstring value(32767, L'\0');
+  value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
+  return value;
+}
+
+}  // namespace
+
+std::optional<unsigned long> RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments,
+                                        const std::vector<std::wstring>& javaOptions) {
+  constexpr const wchar_t* kVariable = L"JAVA_TOOL_OPTIONS";
+  std::wstring line = Quoted(program);
+  for (const std::wstring& argument : arguments) line += L" " + Quoted(argument);
+  const std::wstring before = Variable(kVariable);
+  std::wstring options = before;
+  for (const std::wstring& option : javaOptions) options += L" '" + option + L"'";
+  if (!options.empty()) SetEnvironmentVariableW(kVariable, options.c_str());
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process{};
+  const BOOL started =
+      CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+  SetEnvironmentVariableW(kVariable, before.empty() ? nullptr : before.c_str());
+  if (!started) return {};
+  WaitForSingleObject(process.hProcess, INFINITE);
+  DWORD code = 1;
+  GetExitCodeProcess(process.hProcess, &code);
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+  return code;
+}
+
+int CreateJvm(const std::wstring& home, const std::wstring& optionsFile) {
+  // What a JVM tells while it makes an archive is thousands of lines; its C runtime takes the handle when it is loaded.
+  SetStdHandle(STD_OUTPUT_HANDLE, CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  SetDllDirectoryW((home + L"\\bin").c_str());
+  HMODULE library = LoadLibraryW((home + L"\\bin\\server\\jvm.dll").c_str());
+  if (library == nullptr) library = LoadLibraryW((home + L"\\bin\\client\\jvm.dll").c_str());
+  const auto text = ReadFile(optionsFile);
+  if (library == nullptr || !text) return 1;
+  std::vector<std::string> lines;
+  std::istringstream stream(*text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  std::vector<JavaVMOption> options;
+  for (std::string& one : lines) options.push_back({one.data(), nullptr});
+  using CreateFn = jint(JNICALL*)(JavaVM**, void**, void*);
+  const auto create = reinterpret_cast<CreateFn>(reinterpret_cast<void*>(GetProcAddress(library, "JNI_CreateJavaVM")));
+  JavaVMInitArgs arguments = {JNI_VERSION_1_2, static_cast<jint>(options.size()), options.data(), JNI_FALSE};
+  JavaVM* vm = nullptr;
+  void* env = nullptr;
+  return create != nullptr && create(&vm, &env, &arguments) == JNI_OK ? 0 : 1;
+}
+
+}  // namespace train
