@@ -139,6 +139,7 @@ std::optional<OptionNote> NoteFor(std::wstring_view option, std::optional<int> m
       return OptionNote{L"not a size; the JVM refuses it", true};
     }
   }
+  if (option == L"-XX:") return OptionNote{L"an option without its name; the JVM refuses it", true};
   if (option.empty()) return OptionNote{L"an empty option; the JVM refuses it", true};
   if (option.find_first_of(L" \t") == 0 || !IsKnownShape(option)) {
     return OptionNote{L"not an option that a JVM knows; it refuses to start", true};

@@ -40,6 +40,7 @@ TEST(OptionNotes, FollowTheVersion) {
       {L"-Xss2m", 17, Row::Nothing},
       {L"-Xmx134217728", 17, Row::Nothing},
       {L"-Xmx", 17, Row::Refused},
+      {L"-XX:", 17, Row::Refused},
       {L"-Xmx128mb", 17, Row::Refused},
       {L"-Xms-1m", 17, Row::Refused},
   };
