@@ -294,7 +294,8 @@ class Training {
     wchar_t own[32768];
     GetModuleFileNameW(nullptr, own, static_cast<DWORD>(std::size(own)));
     const bool written = WriteFile(file, options);
-    if (written) (void)RunProgram(own, {L"--create", Wide(vm.home), file}, {});
+    // What a JVM tells while it makes an archive is thousands of lines.
+    if (written) (void)RunProgram(own, {L"--create", Wide(vm.home), file}, {}, Output::Dropped);
     m_undo.Add([this] { RemoveFile(m_host.archive + L".new"); });
     if (!FileExists(made)) {
       Say(L"Java made no archive");

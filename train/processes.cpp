@@ -33,7 +33,7 @@ std::wstring Variable(const wchar_t* name) {
 }  // namespace
 
 std::optional<unsigned long> RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments,
-                                        const std::vector<std::wstring>& javaOptions) {
+                                        const std::vector<std::wstring>& javaOptions, Output output) {
   constexpr const wchar_t* kVariable = L"JAVA_TOOL_OPTIONS";
   std::wstring line = Quoted(program);
   for (const std::wstring& argument : arguments) line += L" " + Quoted(argument);
@@ -43,9 +43,17 @@ std::optional<unsigned long> RunProgram(const std::wstring& program, const std::
   if (!options.empty()) SetEnvironmentVariableW(kVariable, options.c_str());
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
+  SECURITY_ATTRIBUTES inheritable = {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+  const HANDLE nowhere = CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
+                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (output == Output::Dropped) {
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = startup.hStdError = nowhere;
+  }
   PROCESS_INFORMATION process{};
   const BOOL started =
       CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+  CloseHandle(nowhere);
   SetEnvironmentVariableW(kVariable, before.empty() ? nullptr : before.c_str());
   if (!started) return {};
   WaitForSingleObject(process.hProcess, INFINITE);
@@ -57,9 +65,6 @@ std::optional<unsigned long> RunProgram(const std::wstring& program, const std::
 }
 
 int CreateJvm(const std::wstring& home, const std::wstring& optionsFile) {
-  // What a JVM tells while it makes an archive is thousands of lines; its C runtime takes the handle when it is loaded.
-  SetStdHandle(STD_OUTPUT_HANDLE, CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   SetDllDirectoryW((home + L"\\bin").c_str());
   HMODULE library = LoadLibraryW((home + L"\\bin\\server\\jvm.dll").c_str());
   if (library == nullptr) library = LoadLibraryW((home + L"\\bin\\client\\jvm.dll").c_str());
