@@ -11,6 +11,9 @@ else()
   target_compile_options(
     qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-Wall -Wextra -Wshadow -Wformat=2 -Wundef -Werror>
                        $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wsign-conversion -Wnon-virtual-dtor>)
+  # Two builds of one tree are equal byte for byte: no date in a file, and no folder of the build's.
+  target_compile_options(qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>)
+  target_link_options(qv_rules INTERFACE -Wl,--no-insert-timestamp)
   target_link_options(qv_rules INTERFACE -static -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat
                                          $<$<CONFIG:Release>:-s>)
 endif()

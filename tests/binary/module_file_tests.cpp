@@ -1,6 +1,7 @@
 // What the built modules say about themselves: exports, imports, hardening flags, version resources.
 #include <gtest/gtest.h>
 
+#include "qvjvm/qvjvm.h"
 #include "tests/binary/pe_file.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/text.h"
@@ -120,28 +121,31 @@ const Value* VersionValue(const std::vector<char>& resource, const std::wstring&
              : nullptr;
 }
 
-TEST(VersionResourceTest, BothModulesSayWhatTheyAre) {
-  for (const auto& [path, fileName] :
-       {std::pair(ServiceFile(), L"qvjvm.dll"), std::pair(HostLibraryFile(), L"qvshr.dll")}) {
-    SCOPED_TRACE(ToUtf8(path));
+TEST(VersionResourceTest, WhatIsShippedSaysWhatItIs) {
+  const std::wstring folder = ServiceFile().substr(0, ServiceFile().rfind(L'\\') + 1);
+  for (const std::wstring name : {L"qvjvm.dll", L"qvshr.dll", L"qvjvm-doctor.exe", L"qvjvm-bind.exe"}) {
+    SCOPED_TRACE(ToUtf8(name));
+    const std::wstring path = folder + name;
     DWORD ignored = 0;
     std::vector<char> resource(GetFileVersionInfoSizeW(path.c_str(), &ignored));
     GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(resource.size()), resource.data());
     const auto* const fixed = VersionValue<VS_FIXEDFILEINFO>(resource, L"\\");
     ASSERT_NE(fixed, nullptr);
-    EXPECT_EQ(fixed->dwFileVersionMS, 0x00010000u);
-    EXPECT_EQ(fixed->dwFileVersionLS, 0u);
-    EXPECT_EQ(fixed->dwFileType, DWORD{VFT_DLL});
-    const auto text = [&](const std::wstring& name) {
-      const auto* const found = VersionValue<wchar_t>(resource, L"\\StringFileInfo\\040904B0\\" + name);
+    EXPECT_EQ(fixed->dwFileVersionMS, DWORD{QVJVM_VERSION_MAJOR} << 16 | QVJVM_VERSION_MINOR);
+    EXPECT_EQ(fixed->dwFileVersionLS, DWORD{QVJVM_VERSION_PATCH} << 16);
+    EXPECT_EQ(fixed->dwFileType, name.ends_with(L".dll") ? DWORD{VFT_DLL} : DWORD{VFT_APP});
+    const auto text = [&](const std::wstring& value) {
+      const auto* const found = VersionValue<wchar_t>(resource, L"\\StringFileInfo\\040904B0\\" + value);
       return std::wstring(found != nullptr ? found : L"");
     };
+    EXPECT_EQ(text(L"OriginalFilename"), name);
+    EXPECT_EQ(text(L"InternalName"), name.substr(0, name.size() - 4));
+    EXPECT_EQ(text(L"ProductName"), L"Java VM Service");
     EXPECT_EQ(text(L"FileVersion"), L"1.0.0.0");
     EXPECT_EQ(text(L"ProductVersion"), L"1.0.0.0");
-    EXPECT_EQ(text(L"OriginalFilename"), fileName);
-    for (const wchar_t* name : {L"FileDescription", L"ProductName", L"InternalName"}) {
-      EXPECT_NE(text(name), L"") << ToUtf8(name);
-    }
+    EXPECT_EQ(text(L"LegalCopyright"), L"Copyright (c) 2026 the Java VM Service authors");
+    EXPECT_NE(text(L"FileDescription"), L"");
+    EXPECT_NE(text(L"CompanyName"), L"");
   }
 }
 

@@ -1,0 +1,18 @@
+# qv_add_version(target description): what Windows shows of a DLL or a program. The copyright is that of LICENSE.
+file(STRINGS ${PROJECT_SOURCE_DIR}/LICENSE QV_COPYRIGHT REGEX "^Copyright ")
+
+function(qv_add_version target description)
+  set(copyright ${QV_COPYRIGHT})
+  get_target_property(kind ${target} TYPE)
+  set(type VFT_APP)
+  set(suffix exe)
+  if(kind STREQUAL "SHARED_LIBRARY")
+    set(type VFT_DLL)
+    set(suffix dll)
+  endif()
+  set(file ${CMAKE_CURRENT_BINARY_DIR}/${target}-version.rc)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${file} @ONLY)
+  # The resource compiler knows nothing of the C++ warnings, so it gets a target of its own.
+  add_library(${target}_version OBJECT ${file})
+  target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_version>)
+endfunction()
