@@ -123,7 +123,8 @@ const Value* VersionValue(const std::vector<char>& resource, const std::wstring&
 
 TEST(VersionResourceTest, WhatIsShippedSaysWhatItIs) {
   const std::wstring folder = ServiceFile().substr(0, ServiceFile().rfind(L'\\') + 1);
-  for (const std::wstring name : {L"qvjvm.dll", L"qvshr.dll", L"qvjvm-doctor.exe", L"qvjvm-bind.exe", L"qvjvm-train.exe"}) {
+  for (const std::wstring name :
+       {L"qvjvm.dll", L"qvshr.dll", L"qvjvm-doctor.exe", L"qvjvm-bind.exe", L"qvjvm-train.exe"}) {
     SCOPED_TRACE(ToUtf8(name));
     const std::wstring path = folder + name;
     DWORD ignored = 0;
