@@ -170,6 +170,7 @@ enum class FindingId {
   OptionsFailed,
   OptionRefused,
   OptionVariable,
+  JavaInterpreted,
   CodePage,
   LogLost,
   StartRefused,

@@ -36,13 +36,23 @@ std::wstring OriginOf(SettingName name, const Facts& facts) {
   return origins[static_cast<size_t>(name)];
 }
 
+namespace {
+
+std::wstring ConfigKeyOf(const Host& host, std::wstring_view list) {
+  return std::wstring(host.Known() ? qv::names::kDevelopmentConfigKey : qv::names::kRuntimeConfigKey) + L"\\" +
+         std::wstring(list);
+}
+
+}  // namespace
+
+std::wstring PropertyKeyOf(const Host& host) { return ConfigKeyOf(host, qv::names::kPropertyKey); }
+
 std::wstring OriginOf(qv::OptionSource source, const Facts& facts) {
   if (source == qv::OptionSource::Service) return L"the service";
   const bool property = source == qv::OptionSource::Properties;
   const qv::KeyOrigin origin = property ? facts.origins.properties : facts.origins.options;
   return (origin == qv::KeyOrigin::Registry ? L"registry " : L"default tree ") +
-         std::wstring(facts.host.Known() ? qv::names::kDevelopmentConfigKey : qv::names::kRuntimeConfigKey) + L"\\" +
-         (property ? qv::names::kPropertyKey : qv::names::kOptionList);
+         ConfigKeyOf(facts.host, property ? qv::names::kPropertyKey : qv::names::kOptionList);
 }
 
 std::wstring VerdictOf(const Candidate& candidate) {
@@ -87,6 +97,7 @@ const char* NameOf(FindingId id) {
                                  "options-failed",
                                  "option-refused",
                                  "option-variable",
+                                 "java-interpreted",
                                  "code-page",
                                  "log-lost",
                                  "start-refused",

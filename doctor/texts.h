@@ -23,6 +23,8 @@ std::wstring OwnVersion();
 std::wstring PlaceOfOption(const std::wstring& option, const Facts& facts);
 // Where a setting is read from, which list an option stands in.
 std::wstring OriginOf(SettingName name, const Facts& facts);
+/// The key of the system properties, below the host's root.
+std::wstring PropertyKeyOf(const Host& host);
 std::wstring OriginOf(qv::OptionSource source, const Facts& facts);
 // What became of a candidate, and what is wrong with its file.
 std::wstring VerdictOf(const Candidate& candidate);

@@ -166,6 +166,11 @@ const Case kCases[] = {
     {"NothingForAKnownHost", kKnown, [](SoundMachine&) {}, L""},
     {"NothingForAJavaLauncher", L"javaw.exe", Variable(L"JAVA_HOME", std::nullopt), L""},
 
+    {"InterpretedJavaForAnUnknownHost", kUnknown, [](SoundMachine&) {},
+     L"note Java 17.0.9 interprets all code, many times slower, because of -Djava.compiler=NONE from the default tree "
+     L"Java\\QVRTConfig\\QVJVMprops > The program may ask for compiled() in its options, or qvshr.ini beside it have "
+     L"this line alone: [HKLM\\Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMprops]"},
+
     // the runtime of an unknown host
     {"NoRuntimeAnywhere", kUnknown,
      [](SoundMachine& machine) {
