@@ -1,7 +1,7 @@
 # Builds the tree once more, as a copy in another folder, and compares the files with those of this build byte for byte.
 # cmake -DBUILD=... -DSOURCE=... -DFOLDER=... -DTOOLCHAIN=... -DTYPE=... -DJNI=folder of jni.h
 # -DPACKAGE=name -DCPACK=cpack -P reproducible.cmake
-# With QV_NIGHTLY=1 the programs too, and the zip, PACKAGE of this build.
+# The host library alone; with QV_NIGHTLY=1 the service and the programs too, and the zip, PACKAGE of this build.
 cmake_minimum_required(VERSION 3.25)
 set(copy "${FOLDER}/the same tree in a folder of quite another name")
 file(REMOVE_RECURSE ${FOLDER})
@@ -19,11 +19,11 @@ function(run)
 endfunction()
 run(${CMAKE_COMMAND} -G Ninja -S . -B made -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCMAKE_BUILD_TYPE=${TYPE} -DQV_TESTS=OFF
     -DQV_JNI_INCLUDE=${JNI})
-set(files bin/qvjvm.dll bin/qvshr.dll service/libqvjvm.dll.a hostlib/libqvshr.dll.a)
-set(targets qvjvm qvshr)
+set(files bin/qvshr.dll hostlib/libqvshr.dll.a)
+set(targets qvshr)
 if("$ENV{QV_NIGHTLY}" STREQUAL "1")
-  list(APPEND files bin/qvjvm-doctor.exe bin/qvjvm-bind.exe bin/qvjvm-train.exe import/qvjvm.lib package/${PACKAGE}.zip)
-  list(APPEND targets qvjvm-doctor qvjvm-bind qvjvm-train qvjvm_msvc_import)
+  list(APPEND files bin/qvjvm.dll service/libqvjvm.dll.a bin/qvjvm-doctor.exe bin/qvjvm-bind.exe bin/qvjvm-train.exe import/qvjvm.lib package/${PACKAGE}.zip)
+  list(APPEND targets qvjvm qvjvm-doctor qvjvm-bind qvjvm-train qvjvm_msvc_import)
 endif()
 run(${CMAKE_COMMAND} --build made --target ${targets})
 if("$ENV{QV_NIGHTLY}" STREQUAL "1")

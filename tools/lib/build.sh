@@ -41,7 +41,8 @@ run_tests() {
     note "setarch -R is forbidden here: one Windows program of 4,000 will not start, so a test that fails runs again"
     again=(--repeat until-pass:2)
   fi
-  (cd "$qv_root" && watch "$log" ctest --preset "$preset" --output-junit "$report" "${again[@]}" "$@") || status=$?
+  # One more than there are processors: tests wait for a quarter of their time, for processes that start and end.
+  (cd "$qv_root" && watch "$log" ctest --preset "$preset" -j "$(($(nproc) + 1))" --output-junit "$report" "${again[@]}" "$@") || status=$?
   (cd "$qv_root" && ctest --preset "$preset" --show-only=json-v1 "$@") >"$report.list"
   case $status in 0 | 8) ;; *) rm -f "$report" ;; esac
   if [ ! -f "$report" ]; then
