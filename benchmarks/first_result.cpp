@@ -14,7 +14,6 @@
 
 #include "benchmarks/host.h"
 #include "qvjvm/qvjvm.hpp"
-#include "tests/support/start_process.h"
 
 namespace {
 
@@ -242,37 +241,6 @@ qvjvm::options Asked(const Job& job) {
 
 // -- the driver --
 
-// What it printed; nothing when it failed.
-std::optional<std::string> RunChild(std::wstring commandLine) {
-  SECURITY_ATTRIBUTES inheritable = {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-  HANDLE readEnd = nullptr;
-  HANDLE writeEnd = nullptr;
-  CreatePipe(&readEnd, &writeEnd, &inheritable, 0);
-  SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof(startup);
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdOutput = writeEnd;
-  startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
-  PROCESS_INFORMATION process = {};
-  const bool started = qvtest::StartProcess([&] {
-    return CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
-  });
-  if (!started) bench::Die("a process could not be started");
-  CloseHandle(writeEnd);
-  std::string output;
-  char buffer[4096];
-  DWORD got = 0;
-  while (ReadFile(readEnd, buffer, sizeof(buffer), &got, nullptr) && got > 0) output.append(buffer, got);
-  WaitForSingleObject(process.hProcess, INFINITE);
-  DWORD code = 1;
-  GetExitCodeProcess(process.hProcess, &code);
-  for (const HANDLE handle : {readEnd, process.hThread, process.hProcess}) CloseHandle(handle);
-  if (code != 0) return std::nullopt;
-  std::erase(output, '\r');
-  return output;
-}
-
 struct Way {
   std::string name;
   std::wstring how;
@@ -333,7 +301,7 @@ class FirstResult {
       std::wstring dump = Line(L"dump", 0, 0) + L" -Xshare:dump -XX:+UseSerialGC -Xlog:disable";
       dump += L" \"-XX:SharedClassListFile=" + list.wstring() + L"\"";
       dump += L" \"-XX:SharedArchiveFile=" + m_archive.wstring() + L"\"" + paths + (whole ? classPath : L"");
-      (void)RunChild(dump);
+      (void)bench::RunChild(dump);
       if (!fs::exists(m_archive)) bench::Die("no archive was made");
       if (!Run({"", L"start", false, {L"compiled", L"-XX:+UseSerialGC", L"-Xshare:on"}, true}, 1)) continue;
       m_results.Fact("archive", whole ? "all classes" : "Java's own classes");
@@ -379,7 +347,7 @@ class FirstResult {
     for (const std::wstring& option : way.options) line += L" \"" + option + L"\"";
     if (way.archive) line += L" \"-XX:SharedArchiveFile=" + m_archive.wstring() + L"\" \"" + Nothing() + L"\"";
     fs::remove(Pdf());
-    std::optional<std::string> output = RunChild(line);
+    std::optional<std::string> output = bench::RunChild(line);
     if (!output) return output;
     std::ifstream file(Pdf(), std::ios::binary);
     const std::string pdf{std::istreambuf_iterator<char>(file), {}};

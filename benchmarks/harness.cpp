@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/support/start_process.h"
+
 namespace bench {
 
 namespace {
@@ -140,6 +142,36 @@ bool Report::Write(const std::wstring& path) const {
        << '\n';
   file.close();
   return file.good();
+}
+
+std::optional<std::string> RunChild(std::wstring commandLine) {
+  SECURITY_ATTRIBUTES inheritable = {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+  HANDLE readEnd = nullptr;
+  HANDLE writeEnd = nullptr;
+  CreatePipe(&readEnd, &writeEnd, &inheritable, 0);
+  SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof(startup);
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdOutput = writeEnd;
+  startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+  PROCESS_INFORMATION process = {};
+  const bool started = qvtest::StartProcess([&] {
+    return CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+  });
+  if (!started) Die("a process could not be started");
+  CloseHandle(writeEnd);
+  std::string output;
+  char buffer[4096];
+  DWORD got = 0;
+  while (ReadFile(readEnd, buffer, sizeof(buffer), &got, nullptr) && got > 0) output.append(buffer, got);
+  WaitForSingleObject(process.hProcess, INFINITE);
+  DWORD code = 1;
+  GetExitCodeProcess(process.hProcess, &code);
+  for (const HANDLE handle : {readEnd, process.hThread, process.hProcess}) CloseHandle(handle);
+  if (code != 0) return std::nullopt;
+  std::erase(output, '\r');
+  return output;
 }
 
 }  // namespace bench

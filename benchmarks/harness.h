@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -108,5 +109,9 @@ double NowNs();
 
 /// Prints the message to standard error and ends the program with exit code 1.
 [[noreturn]] void Die(const std::string& message);
+
+/// Runs a program to its end. What it printed, with plain line ends; nothing when its exit code is not 0. Dies when it
+/// does not start.
+std::optional<std::string> RunChild(std::wstring commandLine);
 
 }  // namespace bench

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 #include "benchmarks/host.h"
@@ -15,7 +16,6 @@
 #include "config/jvm_config_info.h"
 #include "service/output_log.h"
 #include "service/process_events.h"
-#include "tests/support/start_process.h"
 
 namespace {
 
@@ -158,33 +158,9 @@ Times StartBare(const fs::path& file, bool log) {
 // -- the driver --
 
 std::string RunChild(const std::wstring& commandLine) {
-  SECURITY_ATTRIBUTES inheritable = {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-  HANDLE readEnd = nullptr;
-  HANDLE writeEnd = nullptr;
-  CreatePipe(&readEnd, &writeEnd, &inheritable, 0);
-  SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof(startup);
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdOutput = writeEnd;
-  startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
-  PROCESS_INFORMATION process = {};
-  std::wstring mutableLine = commandLine;
-  const bool started = qvtest::StartProcess([&] {
-    return CreateProcessW(nullptr, mutableLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
-  });
-  if (!started) bench::Die("a start could not be started");
-  CloseHandle(writeEnd);
-  std::string output;
-  char buffer[256];
-  DWORD got = 0;
-  while (ReadFile(readEnd, buffer, sizeof(buffer), &got, nullptr) && got > 0) output.append(buffer, got);
-  WaitForSingleObject(process.hProcess, INFINITE);
-  DWORD code = 1;
-  GetExitCodeProcess(process.hProcess, &code);
-  for (const HANDLE handle : {readEnd, process.hThread, process.hProcess}) CloseHandle(handle);
-  if (code != 0) bench::Die("a start failed");
-  return output;
+  std::optional<std::string> output = bench::RunChild(commandLine);
+  if (!output) bench::Die("a start failed");
+  return *std::move(output);
 }
 
 struct Setting {
