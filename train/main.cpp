@@ -14,6 +14,7 @@
 #include <mutex>
 
 #include "config/host_recognition.h"
+#include "store/default_tree.h"
 #include "store/names.h"
 #include "store/product.h"
 #include "train/files.h"
@@ -164,6 +165,19 @@ JobRun RunJob(const Host& host, const Scratch& scratch, List javaOptions) {
   return run;
 }
 
+List BuiltInOptions() {
+  List list;
+  bool inList = false;
+  for (const DefaultConfigRecord& record : qv::g_DefaultConfigTree) {
+    if (record.kind == kOpenKey) inList = _wcsicmp(record.name, qv::names::kOptionList) == 0;
+    if (record.kind == kCloseKey) inList = false;
+    if (inList && record.kind == kStringValue && std::wcscmp(record.name, L"Count") != 0) {
+      list.emplace_back(record.value);
+    }
+  }
+  return list;
+}
+
 // The options that the host starts with, but for those of an archive.
 List ConfiguredOptions(const Host& host, const SettingsText& settings) {
   List list;
@@ -183,7 +197,7 @@ List ConfiguredOptions(const Host& host, const SettingsText& settings) {
         list.push_back(read(std::to_wstring(at)).value_or(L""));
       }
     } else {
-      list = {L"-Xmx128m", L"-verbose:jni"};  // the built-in tree's
+      list = BuiltInOptions();
     }
   }
   std::erase_if(list, [&](const std::wstring& option) {
