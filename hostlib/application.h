@@ -15,4 +15,7 @@ __declspec(dllexport) int32_t
 // The numbers, from 1, of the lines of qvshr.ini that were skipped because they cannot be understood; 0 past the last.
 // A file of more than 1 MiB is not read, and its line 1 is given.
 __declspec(dllexport) int32_t QvshrGetBadSettingsLine(int32_t index) noexcept;
+// 1 when the application brings this very key, by qvshr.ini or for the running process; 0 when only the registry can
+// have it, and for what names no key.
+__declspec(dllexport) int32_t QvshrHasApplicationKey(const wchar_t* key) noexcept;
 }

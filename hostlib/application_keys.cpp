@@ -233,3 +233,10 @@ extern "C" int32_t QvshrGetBadSettingsLine(int32_t index) noexcept {
   if (!ReadFileOnce() || index < 0 || static_cast<uint32_t>(index) >= g_badLineCount) return 0;
   return static_cast<int32_t>(g_badLines[index]);
 }
+
+extern "C" int32_t QvshrHasApplicationKey(const wchar_t* key) noexcept {
+  const KeyName name = key != nullptr ? KeyNameFrom(key) : KeyName{};
+  ApplicationKeys keys;
+  if (name.root == Root::None || !CurrentKeys(keys)) return 0;
+  return keys.Find(name.root, name.path).first != nullptr ? 1 : 0;
+}

@@ -56,6 +56,17 @@ TEST_P(ApplicationFileTest, KeysAboveExistAndHaveTheRegistrysValuesAndSubKeys) {
       (Lines{"v=registry", "s=registry", "n=file", "b=registry", "", "", "d=file", "d=file", "<no key>", "<no key>"}));
 }
 
+TEST_P(ApplicationFileTest, SaysWhichKeysItBrings) {
+  SetRegistry(L"Registry's", L"v", L"registry");
+  Write("[@\\Own]\n[@\\Above\\Named]\nn=file\n");
+  EXPECT_EQ(
+      m_process.Run({L"brought:HKCU\\" + path + L"\\OWN", L"brought:HKEY_CURRENT_USER\\" + path + L"\\Above\\Named\\",
+                     L"brought:HKCU\\" + path + L"\\Above", L"brought:HKLM\\" + path + L"\\Own",
+                     L"brought:HKCU\\" + path + L"\\Registry's", L"brought:Own", L"brought:",
+                     L"set:HKCU\\" + path + L"\\Set|a|1", L"brought:HKCU\\" + path + L"\\Set"}),
+      (Lines{"yes", "yes", "no", "no", "no", "no", "no", "set", "yes"}));
+}
+
 TEST_P(ApplicationFileTest, AKeyWithoutValuesIsThereAndEmpty) {
   SetRegistry(L"Own", L"a", L"registry");
   Write("[@\\Own]");

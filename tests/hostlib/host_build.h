@@ -43,6 +43,8 @@ struct HostApi {
       qv::FindProcedure<decltype(&QvshrSetApplicationValue)>(module, "QvshrSetApplicationValue");
   decltype(&QvshrGetBadSettingsLine) GetBadSettingsLine =
       qv::FindProcedure<decltype(&QvshrGetBadSettingsLine)>(module, "QvshrGetBadSettingsLine");
+  decltype(&QvshrHasApplicationKey) HasApplicationKey =
+      qv::FindProcedure<decltype(&QvshrHasApplicationKey)>(module, "QvshrHasApplicationKey");
 
  private:
   struct Export {

@@ -111,6 +111,7 @@ std::wstring CarryOut(const HostApi& host, const std::wstring& command) {
     }
     return lines;
   }
+  if (verb == L"brought") return host.HasApplicationKey(parts.At(0)) == 1 ? L"yes" : L"no";
   if (verb == L"alloc") return Allocations(host, parts.Number(0));
   if (verb == L"leak") return host.Alloc(static_cast<size_t>(parts.Number(0))) != nullptr ? L"leaked" : L"no memory";
   if (verb == L"leakstring") {
