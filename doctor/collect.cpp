@@ -18,6 +18,7 @@
 #include "doctor/file_checks.h"
 #include "doctor/option_notes.h"
 #include "doctor/runtime_parts.h"
+#include "doctor/texts.h"
 #include "service/process_events.h"
 #include "store/config_store.h"
 #include "store/default_tree.h"
@@ -337,9 +338,15 @@ void CollectSettingsFile(Facts& facts) {
   file.path = path.wstring();
   file.read = std::filesystem::equivalent(std::filesystem::path(own).parent_path(), facts.question.hostFolder, error);
   using GetBadLineFn = int32_t (*)(int32_t);
-  const auto badLine = qv::FindProcedure<GetBadLineFn>(GetModuleHandleW(L"qvshr.dll"), "QvshrGetBadSettingsLine");
-  if (badLine == nullptr || !file.read) return;
+  using HasKeyFn = int32_t (*)(const wchar_t*);
+  const HMODULE library = GetModuleHandleW(L"qvshr.dll");
+  const auto badLine = qv::FindProcedure<GetBadLineFn>(library, "QvshrGetBadSettingsLine");
+  const auto hasKey = qv::FindProcedure<HasKeyFn>(library, "QvshrHasApplicationKey");
+  if (badLine == nullptr || hasKey == nullptr || !file.read) return;
   for (int32_t i = 0; const int32_t line = badLine(i); ++i) file.badLines.push_back(line);
+  file.javaKey = hasKey(JavaKeyOf(facts.host).c_str()) == 1;
+  file.options = hasKey(OptionKeyOf(facts.host).c_str()) == 1;
+  file.properties = hasKey(PropertyKeyOf(facts.host).c_str()) == 1;
 }
 
 // -- the product's own libraries --

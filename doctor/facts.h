@@ -74,6 +74,10 @@ struct SettingsFile {
   std::wstring path;
   bool read = false;
   std::vector<int> badLines{};  // that the host library skipped
+  // Which of the keys that the service reads stand in it, and so in place of the registry's.
+  bool javaKey = false;
+  bool options = false;
+  bool properties = false;
 };
 
 struct Candidate {

@@ -437,7 +437,7 @@ void Judgement::Options() {
   const std::wstring version = m_facts.runtime ? m_facts.runtime->version : std::wstring();
   for (const Option& option : m_facts.options) {
     if (option.text == L"-Djava.compiler=NONE" && m_facts.runtime && m_facts.runtime->major.value_or(21) < 21) {
-      const std::wstring key = L"[HKLM\\" + m_facts.host.registryRoot + L"\\" + PropertyKeyOf(m_facts.host) + L"]";
+      const std::wstring key = L"[" + PropertyKeyOf(m_facts.host) + L"]";
       Add(Id::JavaInterpreted, Severity::Note,
           L"Java " + version + L" interprets all code, many times slower, because of " + option.text + L" from the " +
               OriginOf(option.source, m_facts),

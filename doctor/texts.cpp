@@ -27,8 +27,27 @@ std::wstring TextOf(LogState state) {
   return kTexts[static_cast<size_t>(state)];
 }
 
+namespace {
+
+std::wstring KeyOf(const Host& host, std::wstring_view below) {
+  return L"HKLM\\" + host.registryRoot + L"\\" + std::wstring(below);
+}
+
+// Below the root.
+std::wstring ListKeyOf(const Host& host, std::wstring_view list) {
+  return std::wstring(host.Known() ? qv::names::kDevelopmentConfigKey : qv::names::kRuntimeConfigKey) + L"\\" +
+         std::wstring(list);
+}
+
+}  // namespace
+
+std::wstring JavaKeyOf(const Host& host) { return KeyOf(host, qv::names::kJavaKey); }
+std::wstring OptionKeyOf(const Host& host) { return KeyOf(host, ListKeyOf(host, qv::names::kOptionList)); }
+std::wstring PropertyKeyOf(const Host& host) { return KeyOf(host, ListKeyOf(host, qv::names::kPropertyKey)); }
+
 std::wstring OriginOf(SettingName name, const Facts& facts) {
-  const std::wstring javaKey = L"registry HKLM\\" + facts.host.registryRoot + L"\\" + qv::names::kJavaKey;
+  const bool ofFile = facts.settingsFile && facts.settingsFile->javaKey;
+  const std::wstring javaKey = (ofFile ? L"qvshr.ini " : L"registry ") + JavaKeyOf(facts.host);
   const std::wstring registered = L"registry HKLM\\Software\\JavaSoft\\Java Runtime Environment";
   const std::wstring origins[] = {L"environment", registered,    registered,     L"host setting, section QV",
                                   javaKey,        javaKey,       L"environment", L"environment",
@@ -36,23 +55,16 @@ std::wstring OriginOf(SettingName name, const Facts& facts) {
   return origins[static_cast<size_t>(name)];
 }
 
-namespace {
-
-std::wstring ConfigKeyOf(const Host& host, std::wstring_view list) {
-  return std::wstring(host.Known() ? qv::names::kDevelopmentConfigKey : qv::names::kRuntimeConfigKey) + L"\\" +
-         std::wstring(list);
-}
-
-}  // namespace
-
-std::wstring PropertyKeyOf(const Host& host) { return ConfigKeyOf(host, qv::names::kPropertyKey); }
-
 std::wstring OriginOf(qv::OptionSource source, const Facts& facts) {
   if (source == qv::OptionSource::Service) return L"the service";
   const bool property = source == qv::OptionSource::Properties;
   const qv::KeyOrigin origin = property ? facts.origins.properties : facts.origins.options;
-  return (origin == qv::KeyOrigin::Registry ? L"registry " : L"default tree ") +
-         ConfigKeyOf(facts.host, property ? qv::names::kPropertyKey : qv::names::kOptionList);
+  const auto& file = facts.settingsFile;
+  const bool ofFile = file && (property ? file->properties : file->options);
+  return (origin != qv::KeyOrigin::Registry ? L"default tree "
+          : ofFile                          ? L"qvshr.ini "
+                                            : L"registry ") +
+         ListKeyOf(facts.host, property ? qv::names::kPropertyKey : qv::names::kOptionList);
 }
 
 std::wstring VerdictOf(const Candidate& candidate) {

@@ -23,7 +23,9 @@ std::wstring OwnVersion();
 std::wstring PlaceOfOption(const std::wstring& option, const Facts& facts);
 // Where a setting is read from, which list an option stands in.
 std::wstring OriginOf(SettingName name, const Facts& facts);
-/// The key of the system properties, below the host's root.
+/// The keys of the runtime's place, of the options and of the system properties, with their root: "HKLM\Software\...".
+std::wstring JavaKeyOf(const Host& host);
+std::wstring OptionKeyOf(const Host& host);
 std::wstring PropertyKeyOf(const Host& host);
 std::wstring OriginOf(qv::OptionSource source, const Facts& facts);
 // What became of a candidate, and what is wrong with its file.

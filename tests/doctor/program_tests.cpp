@@ -24,6 +24,13 @@ ChildOptions On(const TempFolder& folder, std::vector<std::wstring> arguments) {
   return options;
 }
 
+std::string OriginIn(const nlohmann::json& report, const std::string& option) {
+  for (const auto& each : report["options"]) {
+    if (each["text"] == option) return each["origin"];
+  }
+  return "no such option";
+}
+
 // For tests/doctor/check-reports, which holds them to the schema.
 void SaveReport(const std::string& name, const std::string& json) {
   const auto folder = ReadVariable(L"QV_DOCTOR_REPORTS");
@@ -63,11 +70,14 @@ TEST(DoctorProgram, StartsWithoutTheLibrariesThatItJudges) {
   folder.CopyIn(ProgramFolder() + L"\\..\\qvshr.dll", L"other\\qvshr.dll");
   expect("product-version", "app\\qvshr.dll is another version: it lacks 11 functions");
   folder.CopyIn(ProgramFolder() + L"\\..\\qvshr.dll", L"app\\qvshr.dll");
-  folder.WriteFile(L"app\\qvshr.ini", "[HKLM\\Software\\X]\nno value\na=1\na=2\n");
+  folder.WriteFile(L"app\\qvshr.ini",
+                   "[HKLM\\Software\\X]\nno value\na=1\na=2\n"
+                   "[HKLM\\Software\\Harlowe\\Quovant\\19.0\\Java\\QVRTConfig\\QVJVMconfig]\nCount=1\n0=-Xmx77m\n");
   const ChildResult lines = RunChild(doctor, On(folder, {L"--json"}));
   const auto found = nlohmann::json::parse(lines.output, nullptr, false);
   ASSERT_TRUE(found.is_object()) << lines.output;
   EXPECT_EQ(found["settingsFile"]["badLines"], nlohmann::json({2, 4}));
+  EXPECT_EQ(OriginIn(found, "-Xmx77m"), "qvshr.ini Java\\QVRTConfig\\QVJVMconfig");
   EXPECT_THAT(lines.output, HasSubstr("lines that cannot be understood: 2, 4"));
   SaveReport("settings-line", lines.output);
   // The folder of the service counts, not the doctor's own.
