@@ -2,7 +2,7 @@
 // and enters it into the qvshr.ini beside the host. Nothing but that file, the archive and what lies beside it changes,
 // and on any failure nothing does.
 // Exit codes: 0 done, or --check finds all in order; 1 no archive, or one that no longer fits; 2 the host's job failed;
-// 3 wrong usage.
+// 3 wrong usage; 4 stopped by Ctrl+C.
 #include <windows.h>
 
 #include <CLI/CLI.hpp>
@@ -11,7 +11,6 @@
 #include <cwctype>
 #include <filesystem>
 #include <functional>
-#include <mutex>
 
 #include "config/host_recognition.h"
 #include "store/default_tree.h"
@@ -28,7 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 using List = std::vector<std::wstring>;
 
-enum ExitCode { kDone = 0, kNoArchive = 1, kJobFailed = 2, kUsage = 3 };
+enum ExitCode { kDone = 0, kNoArchive = 1, kJobFailed = 2, kUsage = 3, kStopped = 4 };
 
 constexpr std::wstring_view kArchiveOption = L"-XX:SharedArchiveFile=";
 constexpr std::wstring_view kBootOption = L"-Xbootclasspath/a:";
@@ -58,42 +57,21 @@ std::wstring Wide(const std::string& bytes) {
   return text;
 }
 
-// Takes back what was done when a failure, or Ctrl+C, comes before it is kept.
+// Takes back what was done when a failure comes before it is kept; Ctrl+C makes programs fail.
 class Undo {
  public:
-  Undo() {
-    s_active = this;
-    SetConsoleCtrlHandler(&OnControl, TRUE);
-  }
-  ~Undo() {
-    Run();
-    SetConsoleCtrlHandler(&OnControl, FALSE);
-    s_active = nullptr;
-  }
+  Undo() = default;
+  ~Undo() { Run(); }
   Undo(const Undo&) = delete;
   Undo& operator=(const Undo&) = delete;
 
-  void Add(std::function<void()> step) {
-    const std::lock_guard guard(m_lock);
-    m_steps.push_back(std::move(step));
-  }
-  void Keep() {
-    const std::lock_guard guard(m_lock);
-    m_steps.clear();
-  }
+  void Add(std::function<void()> step) { m_steps.push_back(std::move(step)); }
+  void Keep() { m_steps.clear(); }
   void Run() {
-    const std::lock_guard guard(m_lock);
     for (; !m_steps.empty(); m_steps.pop_back()) m_steps.back()();
   }
 
  private:
-  static BOOL WINAPI OnControl(DWORD) {
-    s_active->Run();
-    return FALSE;  // and then the process ends
-  }
-
-  static inline Undo* s_active = nullptr;
-  std::mutex m_lock;
   std::vector<std::function<void()>> m_steps;
 };
 
@@ -239,6 +217,7 @@ class Training {
       if (!plan.hostClasses) Say(L"this runtime does not take the host's classes; Java's own alone");
       if (Try(plan, *recorded.vm, classes)) return kDone;
       m_undo.Run();
+      if (Stopped()) break;
     }
     return Fail(L"this runtime takes no archive; everything is as it was");
   }
@@ -250,8 +229,8 @@ class Training {
   };
 
   static int Fail(const std::wstring& why, int code = kNoArchive) {
-    Say(why);
-    return code;
+    Say(Stopped() ? L"stopped; everything is as it was" : why);
+    return Stopped() ? kStopped : code;
   }
 
   bool Try(const Plan& plan, const VmReport& vm, const std::wstring& classes) {
@@ -355,6 +334,10 @@ int Check(const Host& host) {
   const Scratch scratch;
   const std::wstring option = std::wstring(kArchiveOption) + host.archive;
   const JobRun now = RunJob(host, scratch, {L"-Xshare:on"});
+  if (Stopped()) {
+    Say(L"stopped");
+    return kStopped;
+  }
   if (now.Succeeded() && now.Has(option)) {
     Say(host.archive + L" fits and is used");
     return kDone;
@@ -392,7 +375,9 @@ int Main(int argc, wchar_t** argv) {
   std::vector<std::string> words;
   app.add_flag("--check", check, "run the job and tell whether the archive still fits; change nothing");
   app.add_option("job", words, "-- HOST.EXE ARGUMENT...: the job, which has to end with exit code 0")->required();
-  app.footer("Exit codes: 0 done, 1 no archive or one that does not fit, 2 the job failed, 3 wrong usage.");
+  app.footer(
+      "Exit codes: 0 done, 1 no archive or one that does not fit, 2 the job failed, 3 wrong usage, 4 "
+      "stopped by Ctrl+C.");
   std::vector<std::string> line;
   for (int i = argc - 1; i > 0; --i) line.push_back(ToUtf8(argv[i]));
   try {
@@ -407,6 +392,7 @@ int Main(int argc, wchar_t** argv) {
     Say(executable.wstring() + L" is not there");
     return kUsage;
   }
+  StopProgramsAtCtrlC();
   const Host host(executable, List(job.begin() + 1, job.end()));
   return check ? Check(host) : Training(host).Run();
 }

@@ -4,6 +4,7 @@
 
 #include <jni.h>
 
+#include <mutex>
 #include <sstream>
 
 #include "train/files.h"
@@ -30,11 +31,41 @@ std::wstring Variable(const wchar_t* name) {
   return value;
 }
 
+std::mutex g_lock;
+HANDLE g_running = nullptr;
+bool g_stopped = false;
+
+// The program that is waited for, or null. One that comes too late is ended.
+void SetRunning(HANDLE process) {
+  const std::lock_guard guard(g_lock);
+  g_running = process;
+  if (process != nullptr && g_stopped) TerminateProcess(process, 1);
+}
+
+BOOL WINAPI OnControl(DWORD event) {
+  {
+    const std::lock_guard guard(g_lock);
+    g_stopped = true;
+    if (g_running != nullptr && WaitForSingleObject(g_running, 3000) != WAIT_OBJECT_0) TerminateProcess(g_running, 1);
+  }
+  // After the other events Windows ends the process when this comes back.
+  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(INFINITE);
+  return TRUE;
+}
+
 }  // namespace
+
+void StopProgramsAtCtrlC() { SetConsoleCtrlHandler(&OnControl, TRUE); }
+
+bool Stopped() {
+  const std::lock_guard guard(g_lock);
+  return g_stopped;
+}
 
 std::optional<unsigned long> RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments,
                                         const std::vector<std::wstring>& javaOptions, Output output) {
   constexpr const wchar_t* kVariable = L"JAVA_TOOL_OPTIONS";
+  if (Stopped()) return {};
   std::wstring line = Quoted(program);
   for (const std::wstring& argument : arguments) line += L" " + Quoted(argument);
   const std::wstring before = Variable(kVariable);
@@ -56,12 +87,14 @@ std::optional<unsigned long> RunProgram(const std::wstring& program, const std::
   CloseHandle(nowhere);
   SetEnvironmentVariableW(kVariable, before.empty() ? nullptr : before.c_str());
   if (!started) return {};
+  SetRunning(process.hProcess);
   WaitForSingleObject(process.hProcess, INFINITE);
   DWORD code = 1;
   GetExitCodeProcess(process.hProcess, &code);
+  SetRunning(nullptr);
   CloseHandle(process.hThread);
   CloseHandle(process.hProcess);
-  return code;
+  return Stopped() ? std::nullopt : std::optional<unsigned long>(code);
 }
 
 int CreateJvm(const std::wstring& home, const std::wstring& optionsFile) {

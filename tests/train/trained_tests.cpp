@@ -100,6 +100,27 @@ TEST_F(Trained, AJobThatFailsWithTheArchiveChangesNothing) {
   EXPECT_EQ(Files(), before);
 }
 
+TEST_F(Trained, CtrlCChangesNothing) {
+  std::set<std::wstring> before = Files();
+  const TempFolder temporary;
+  ChildOptions options;
+  options.arguments = {L"console", ProgramFolder() + L"\\qvjvm-train.exe", L"--", host, L"0", L"interrupt"};
+  options.workFolder = folder.Path();
+  options.environment = {{L"TEMP", temporary.Path()}, {L"TMP", temporary.Path()}};
+  options.limitMs = 50000;  // the job alone would take longer
+  const ChildResult ended = RunChild(host, options);
+  EXPECT_FALSE(ended.hung);
+  EXPECT_EQ(ended.exitCode, 4u) << ended.output;
+  EXPECT_THAT(ended.output, HasSubstr("stopped; everything is as it was"));
+  EXPECT_THAT(ended.output, HasSubstr("the job again")) << "it comes while the settings are changed";
+  EXPECT_EQ(ReadWholeFile(settings), kBefore);
+  before.insert(L"done");
+  EXPECT_EQ(Files(), before);
+  for (const auto& left : std::filesystem::directory_iterator(temporary.Path())) {
+    EXPECT_THAT(left.path().filename().string(), testing::Not(StartsWith("qvjvm-train"))) << "left behind";
+  }
+}
+
 TEST_F(Trained, WithoutAnArchiveThereIsNothingToCheck) {
   const ChildResult checked = Train({L"--check"});
   EXPECT_EQ(checked.exitCode, 1u);
