@@ -4,7 +4,7 @@
  * nothing but the running process.
  *
  * One source file of the host (each EXE or DLL that uses this has one) defines QVJVM_OPTIONS_IMPLEMENTATION before it
- * includes this header, and gets the function; that file includes windows.h too. C++ hosts have `qvjvm::options`.
+ * includes this header, and gets the functions; that file includes windows.h too. C++ hosts have `qvjvm::options`.
  *
  * @code
  * static const wchar_t* const kOptions[] = {L"-XX:+UseSerialGC"};
@@ -80,6 +80,31 @@ typedef struct qv_options {
 int32_t qv_start(const wchar_t* library, const qv_options* options, IQV_JavaVM** vm, uint32_t* ignored, wchar_t* why,
                  int32_t whyUnits) QV_NOEXCEPT;
 
+/** The version of the service, as QVJVM_VERSION has it; it is loaded for that and stays so.
+ *  @param library  as with qv_start.
+ *  @return 0 when it cannot be loaded, and for a library that says no version. */
+int32_t qv_service_version(const wchar_t* library) QV_NOEXCEPT;
+
+/** Java that starts beside the host's own work. */
+typedef struct qv_starting qv_starting;
+
+/** Begins what qv_start does, on a thread of its own, and comes back at once. Where a JVM runs already, or no thread
+ * can be made, all is done before it comes back. The thread that has made the JVM sleeps until the process ends; the
+ * EXE or DLL with this code stays loaded.
+ *  @param library, options  as with qv_start; they and what they point to stay as they are until qv_finish_start has
+ *                           come back.
+ *  @return for one call of qv_finish_start; null without memory, which that tells. */
+qv_starting* qv_begin_start(const wchar_t* library, const qv_options* options) QV_NOEXCEPT;
+
+/** Whether qv_finish_start would wait for nothing: 1 or 0. Any thread. */
+int32_t qv_is_started(const qv_starting* starting) QV_NOEXCEPT;
+
+/** Waits until Java is there or could not be started, and frees `starting`. Any thread. The parameters and the result
+ *  are those of qv_start; QV_E_FAIL, and nothing is freed, when the process ends before Java is there; QV_E_INVALIDARG,
+ *  and nothing is freed, without `vm`. */
+int32_t qv_finish_start(qv_starting* starting, IQV_JavaVM** vm, uint32_t* ignored, wchar_t* why,
+                        int32_t whyUnits) QV_NOEXCEPT;
+
 #if defined(__cplusplus)
 }
 #endif
@@ -90,11 +115,24 @@ int32_t qv_start(const wchar_t* library, const qv_options* options, IQV_JavaVM**
 #define QVJVM_OPTIONS_IMPLEMENTED
 #include "qvjvm/client/start_functions.h"
 #if defined(__cplusplus)
-extern "C"
+extern "C" {
 #endif
-    int32_t
-    qv_start(const wchar_t* library, const qv_options* options, IQV_JavaVM** vm, uint32_t* ignored, wchar_t* why,
-             int32_t whyUnits) QV_NOEXCEPT {
+int32_t qv_start(const wchar_t* library, const qv_options* options, IQV_JavaVM** vm, uint32_t* ignored, wchar_t* why,
+                 int32_t whyUnits) QV_NOEXCEPT {
   return qv_start_service(library, options, vm, ignored, why, whyUnits);
 }
+int32_t qv_service_version(const wchar_t* library) QV_NOEXCEPT {
+  return qv_module_version(qv_load_service(library != NULL ? library : L"qvjvm.dll"));
+}
+qv_starting* qv_begin_start(const wchar_t* library, const qv_options* options) QV_NOEXCEPT {
+  return qv_begin_start_of(library, options);
+}
+int32_t qv_is_started(const qv_starting* starting) QV_NOEXCEPT { return qv_has_started(starting); }
+int32_t qv_finish_start(qv_starting* starting, IQV_JavaVM** vm, uint32_t* ignored, wchar_t* why,
+                        int32_t whyUnits) QV_NOEXCEPT {
+  return qv_finish_start_of(starting, vm, ignored, why, whyUnits);
+}
+#if defined(__cplusplus)
+}
+#endif
 #endif

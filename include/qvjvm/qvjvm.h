@@ -28,6 +28,9 @@
 #define QVJVM_VERSION_MAJOR 1
 #define QVJVM_VERSION_MINOR 0
 #define QVJVM_VERSION_PATCH 0
+/** All three in a number, for comparisons: 10203 is 1.2.3. The library that is there at run time says its own by
+ *  qv_service_version of qvjvm/options.h, or qvjvm::service_version. */
+#define QVJVM_VERSION (QVJVM_VERSION_MAJOR * 10000 + QVJVM_VERSION_MINOR * 100 + QVJVM_VERSION_PATCH)
 
 /* ---- status codes ---- */
 

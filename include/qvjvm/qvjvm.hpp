@@ -545,6 +545,12 @@ class starting_jvm {
   state* state_ = nullptr;
 };
 
+/// The version of the service that is there at run time, as QVJVM_VERSION has it: 10203 is 1.2.3. It is loaded for that
+/// and stays so. 0 when it cannot be loaded, and for a library that says no version.
+[[nodiscard]] inline int32_t service_version(const wchar_t* library = L"qvjvm.dll") noexcept {
+  return qv_module_version(qv_load_service(library));
+}
+
 inline starting_jvm jvm::start_async(const options& asked) { return starting_jvm::begin(asked); }
 
 /// Frees every local reference that the thread makes during its life, those of the service's own operations too. For

@@ -42,6 +42,12 @@ const qvjvm::jvm& Java() {
 
 using system = qvjvm::instance<"java/lang/System">;
 
+TEST(ClientOptions, TheServiceSaysItsVersion) {
+  EXPECT_EQ(qvjvm::service_version(), QVJVM_VERSION);
+  EXPECT_EQ(qvjvm::service_version(L"client_library.dll"), 0) << "a library without a version";
+  EXPECT_EQ(qvjvm::service_version(L"no such library.dll"), 0);
+}
+
 TEST(ClientOptions, ReachTheJvm) {
   const qvjvm::jvm& java = Java();
   EXPECT_THAT(java.ignored(), testing::IsEmpty());

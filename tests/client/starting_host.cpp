@@ -6,6 +6,8 @@
 #include <string_view>
 #include <thread>
 
+#define QVJVM_OPTIONS_IMPLEMENTATION
+#include "qvjvm/options.h"
 #include "qvjvm/qvjvm.hpp"
 #include "tests/client/gate_library.h"
 
@@ -130,6 +132,45 @@ void DropBeforeItIsReady() {
   Print("done\n");
 }
 
+// The functions for hosts in C.
+void UseFromC() {
+  IQV_JavaVM* vm = nullptr;
+  uint32_t ignored = 0;
+  wchar_t why[200];
+  qv_options wrong = {};
+  wrong.runtime = L"no such folder";
+  Expect(qv_finish_start(qv_begin_start(nullptr, &wrong), &vm, &ignored, why, 200) == QV_E_INVALIDARG &&
+             vm == nullptr && std::wstring_view(why).starts_with(L"there is no Java runtime"),
+         "the failure of a start");
+  Expect(qv_finish_start(nullptr, &vm, nullptr, why, 5) == QV_E_OUTOFMEMORY && std::wstring_view(why) == L"no m",
+         "no memory is told, as much as there is room for");
+
+  (void)LoadLibraryW(L"qvjvm.dll");
+  const qv_property property = {L"qv.name", L"asked"};
+  qv_options asked = {};
+  asked.properties = &property;
+  asked.propertyCount = 1;
+  asked.compiled = 1;
+  qv_starting* const starting = qv_begin_start(kGate, &asked);
+  WaitForStart();
+  Expect(qv_is_started(starting) == 0, "Java is not there yet");
+  Expect(qv_finish_start(starting, nullptr, nullptr, nullptr, 0) == QV_E_INVALIDARG, "no place for the result");
+  OpenGate();
+  Expect(qv_finish_start(starting, &vm, &ignored, nullptr, 0) == QV_S_OK && vm != nullptr && ignored == 0,
+         "it was created as asked");
+  Expect(Property(qvjvm::jvm::start(), "qv.name") == "asked", "the options count");
+  vm->Release();
+
+  asked.heap = 1_GiB;
+  qv_starting* const again = qv_begin_start(nullptr, &asked);
+  Expect(qv_is_started(again) == 1, "a JVM that runs is joined at once");
+  Expect(qv_finish_start(again, &vm, &ignored, why, 200) == QV_S_OK &&
+             ignored == (QV_IGNORED_HEAP | QV_IGNORED_PROPERTIES | QV_IGNORED_COMPILED) && why[0] == 0,
+         "what came too late is told");
+  vm->Release();
+  Print("done\n");
+}
+
 const qvjvm::starting_jvm& Begin(const qvjvm::options& asked) {
   static const qvjvm::starting_jvm starting = qvjvm::jvm::start_async(asked);
   return starting;
@@ -167,6 +208,10 @@ int main(int argc, char** argv) {
     }
     if (way == "drop") {
       DropBeforeItIsReady();
+      return kExitCode;
+    }
+    if (way == "c") {
+      UseFromC();
       return kExitCode;
     }
     if (way.starts_with("gate-")) return EndAtTheGate(way.substr(5));

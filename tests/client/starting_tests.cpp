@@ -36,6 +36,8 @@ TEST(ClientStarting, AllThreadsGetTheSameAndAFailureIsToldToEach) { EXPECT_EQ(Ru
 
 TEST(ClientStarting, OneThatIsDroppedStartsJavaAllTheSame) { EXPECT_EQ(RunHost({L"drop"}), "done\n"); }
 
+TEST(ClientStarting, HostsInCHaveItAsWell) { EXPECT_EQ(RunHost({L"c"}), "done\n"); }
+
 // At moments that lie all over the start.
 TEST(ClientStarting, AProcessEndsWhileJavaStarts) {
   const uint64_t ends = TimesOfThisRun(L"QV_TEST_STARTING", 40, 3);

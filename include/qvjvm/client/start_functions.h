@@ -519,6 +519,19 @@ static inline int32_t qv_create(QV_CreateJavaVMFn create, const qv_options* opti
   return status;
 }
 
+/* The version resource of a module that is loaded: a header, the text VS_VERSION_INFO, and 40 bytes from the beginning
+ * the signature and the words of the versions. */
+static inline int32_t qv_module_version(HMODULE module) {
+  const HRSRC found = module == NULL ? NULL : FindResourceW(module, MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(16));
+  const HGLOBAL loaded = found == NULL ? NULL : LoadResource(module, found);
+  const unsigned char* const bytes = QV_START_VALUE(const unsigned char*, loaded == NULL ? NULL : LockResource(loaded));
+  const uint16_t* words;
+  if (bytes == NULL || SizeofResource(module, found) < 40 + 16) return 0;
+  words = QV_START_CAST(const uint16_t*, bytes + 40);
+  if (words[0] != 0x04BD || words[1] != 0xFEEF) return 0;
+  return words[5] * 10000 + words[4] * 100 + words[7];
+}
+
 static inline int32_t qv_start_with(const wchar_t* library, const qv_options* options, IQV_JavaVM** vm,
                                     uint32_t* ignored, qv_text* why) {
   const HMODULE service = qv_load_service(library);
@@ -558,6 +571,13 @@ static inline int32_t qv_start_with(const wchar_t* library, const qv_options* op
   return QV_S_OK;
 }
 
+static inline void qv_tell_why(wchar_t* why, int32_t why_units, const wchar_t* text) {
+  int32_t i = 0;
+  if (why == NULL || why_units <= 0) return;
+  for (; i + 1 < why_units && text[i] != 0; ++i) why[i] = text[i];
+  why[i] = 0;
+}
+
 static inline int32_t qv_start_service(const wchar_t* library, const qv_options* options, IQV_JavaVM** vm,
                                        uint32_t* ignored, wchar_t* why, int32_t why_units) {
   static const qv_options none = {0, NULL, 0, NULL, 0, 0, NULL, 0, NULL, NULL, 0};
@@ -570,13 +590,86 @@ static inline int32_t qv_start_service(const wchar_t* library, const qv_options*
                            &reason);
   }
   if (ignored != NULL) *ignored = too_late;
-  if (why != NULL && why_units > 0) {
-    const wchar_t* const text = status == QV_E_OUTOFMEMORY && reason.length == 0 ? L"no memory" : qv_text_of(&reason);
-    int32_t i = 0;
-    for (; i + 1 < why_units && text[i] != 0; ++i) why[i] = text[i];
-    why[i] = 0;
-  }
+  qv_tell_why(why, why_units, status == QV_E_OUTOFMEMORY && reason.length == 0 ? L"no memory" : qv_text_of(&reason));
   qv_text_free(&reason);
+  return status;
+}
+
+/* ---- beside the host's own work ---- */
+
+struct qv_starting {
+  const wchar_t* library;
+  const qv_options* options;
+  HANDLE done;
+  HANDLE thread; /* null: it was done at once */
+  IQV_JavaVM* vm;
+  uint32_t ignored;
+  int32_t status;
+  wchar_t why[600];
+};
+
+static inline void qv_do_start(qv_starting* starting) {
+  starting->status =
+      qv_start_service(starting->library, starting->options, &starting->vm, &starting->ignored, starting->why, 600);
+}
+
+static inline DWORD WINAPI qv_start_thread(void* shared) {
+  qv_starting* const starting = QV_START_VALUE(qv_starting*, shared);
+  qv_do_start(starting);
+  const int created = starting->status >= 0;
+  SetEvent(starting->done); /* and then it is the other thread's */
+  /* A thread that ends leaves the JVM, and can wait for a JVM that has just begun to start threads of its own. */
+  while (created) Sleep(INFINITE);
+  return 0;
+}
+
+static inline qv_starting* qv_begin_start_of(const wchar_t* library, const qv_options* options) {
+  static const wchar_t here = 0; /* in the module that has this code */
+  HMODULE self = NULL;
+  qv_starting* const starting =
+      QV_START_VALUE(qv_starting*, HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, sizeof(qv_starting)));
+  if (starting == NULL) return NULL;
+  starting->library = library;
+  starting->options = options;
+  starting->done = CreateEventW(NULL, TRUE, FALSE, NULL);
+  if (starting->done != NULL && !qv_jvm_runs() &&
+      GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN, &here, &self)) {
+    starting->thread = CreateThread(NULL, 0, &qv_start_thread, starting, 0, NULL);
+  }
+  if (starting->thread == NULL) qv_do_start(starting);
+  return starting;
+}
+
+static inline int qv_has_started(const qv_starting* starting) {
+  return starting == NULL || starting->thread == NULL || WaitForSingleObject(starting->done, 0) == WAIT_OBJECT_0;
+}
+
+static inline int32_t qv_finish_start_of(qv_starting* starting, IQV_JavaVM** vm, uint32_t* ignored, wchar_t* why,
+                                         int32_t why_units) {
+  int32_t status = QV_E_OUTOFMEMORY;
+  if (vm == NULL) return QV_E_INVALIDARG;
+  *vm = NULL;
+  if (ignored != NULL) *ignored = 0;
+  qv_tell_why(why, why_units, L"no memory");
+  if (starting == NULL) return status;
+  if (!qv_has_started(starting)) {
+    /* While the process ends other threads are gone, and nobody would ever say that it is done. */
+    HANDLE either[2];
+    either[0] = starting->done;
+    either[1] = starting->thread;
+    WaitForMultipleObjects(2, either, FALSE, INFINITE);
+    if (!qv_has_started(starting)) {
+      qv_tell_why(why, why_units, L"the thread that starts Java is gone, because the process ends");
+      return QV_E_FAIL;
+    }
+  }
+  status = starting->status;
+  *vm = starting->vm;
+  if (ignored != NULL) *ignored = starting->ignored;
+  qv_tell_why(why, why_units, starting->why);
+  if (starting->thread != NULL) CloseHandle(starting->thread);
+  if (starting->done != NULL) CloseHandle(starting->done);
+  HeapFree(GetProcessHeap(), 0, starting);
   return status;
 }
 
