@@ -36,6 +36,9 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/qvjvmConfig.cmake ${CMAKE_CURRENT_BINA
               ${CMAKE_CURRENT_LIST_DIR}/qvjvmBind.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qvjvm)
 
+configure_file(${CMAKE_CURRENT_LIST_DIR}/qvjvm.pc.in ${CMAKE_CURRENT_BINARY_DIR}/qvjvm.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/qvjvm.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
 # The package's own first page, where one unpacks it and among the documents; that of the checkout is for those who build it.
 file(READ ${PROJECT_SOURCE_DIR}/docs/code/client.cpp client)
 file(READ ${PROJECT_SOURCE_DIR}/docs/commands/package_gcc.bat gcc)
