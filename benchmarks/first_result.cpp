@@ -2,8 +2,9 @@
 //   bench_first-result JARS REPORT [--quick] [--json FILE]   the driver; JAVA_HOME is the Java runtime, JARS holds FOP
 //   first_result.exe HOW WORK DOCUMENTS REPORT PDF [OPTION...]  one process of the driver's
 // HOW: "raw", hand-written JNI; "start", the service; "async", the service beside the host's own work; "list", which
-// prints besides what an archive of classes has to be made with; "dump", which makes one. WORK: steps of the host's own
-// work. OPTION: of the JVM, or "compiled"; without any the service is as it comes.
+// prints besides what an archive of classes has to be made with; "record", hand-written JNI with the options alone,
+// which ends by System.exit, when Java writes what it recorded; "dump", which makes an archive. WORK: steps of the
+// host's own work. OPTION: of the JVM, or "compiled"; without any the service is as it comes.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -42,10 +43,12 @@ uint64_t Work(uint64_t steps) {
 
 // The steps of 0.67 s on this machine as it is now.
 uint64_t StepsOfTheHost() {
-  constexpr uint64_t kTrial = 100'000'000;
+  // Atomic, so that the compiler works between the two readings of the clock.
+  static std::atomic<uint64_t> trial = 100'000'000;
+  static std::atomic<uint64_t> sink;
   const double begin = bench::NowNs();
-  std::atomic<uint64_t> sink = Work(kTrial);
-  return static_cast<uint64_t>(0.67e9 / (bench::NowNs() - begin) * kTrial);
+  sink = Work(trial);
+  return static_cast<uint64_t>(0.67e9 / (bench::NowNs() - begin) * static_cast<double>(trial));
 }
 
 // -- one document --
@@ -93,6 +96,11 @@ class RawJni {
     CallVoid(fop, "run", "()V");
     CallVoid(output, "close", "()V");
     m_env->PopLocalFrame(nullptr);
+  }
+
+  void Exit() {
+    jclass system = Class("java/lang/System");
+    m_env->CallStaticVoidMethod(system, Checked(m_env->GetStaticMethodID(system, "exit", "(I)V")), jint{0});
   }
 
  private:
@@ -207,6 +215,11 @@ qvjvm::options Asked(const Job& job) {
     CreateJavaVM(job.options);  // before Java 25 that is the end of the process
     std::_Exit(0);
   }
+  if (job.how == "record") {
+    RawJni jni(CreateJavaVM(job.options));
+    jni.Make(job.report, job.pdf);
+    jni.Exit();
+  }
   std::string times;
   const auto make = [&](const auto& document) {
     for (int i = 0; i < job.documents; ++i) {
@@ -241,12 +254,14 @@ qvjvm::options Asked(const Job& job) {
 
 // -- the driver --
 
+enum class Kept { Nothing, Archive, AotCache };
+
 struct Way {
   std::string name;
   std::wstring how;
   bool ownWork;
   std::vector<std::wstring> options{};
-  bool archive = false;
+  Kept kept = Kept::Nothing;
   std::string against{};  // what the limits compare it with
   double firstLimit = 0;
   double laterLimit = 0;
@@ -286,29 +301,40 @@ class FirstResult {
     Way way = {"", L"list", false, {L"compiled", L"-XX:+UseSerialGC"}};
     way.options.push_back(L"-XX:DumpLoadedClassList=" + list.wstring());
     way.options.push_back(Nothing());
-    std::wstring paths;
-    std::wstring classPath;
-    std::istringstream lines(*Run(way, 1));
-    for (std::string line; std::getline(lines, line);) {
-      if (line.starts_with("-Xbootclasspath/a:")) paths += L" \"" + qvjvm::detail::to_utf16(line) + L"\"";
-      if (!line.starts_with("-Djava.class.path=")) continue;
-      if (line.ends_with(";.")) line.resize(line.size() - 2);  // a folder is none of an archive's
-      classPath = L" \"" + qvjvm::detail::to_utf16(line) + L"\"";
-    }
+    const Paths paths = PathsIn(*Run(way, 1));
     for (const bool whole : {true, false}) {
-      SetFileAttributesW(m_archive.c_str(), FILE_ATTRIBUTE_NORMAL);  // the JVM makes it read-only
-      fs::remove(m_archive);
+      Remove(m_archive);
       std::wstring dump = Line(L"dump", 0, 0) + L" -Xshare:dump -XX:+UseSerialGC -Xlog:disable";
       dump += L" \"-XX:SharedClassListFile=" + list.wstring() + L"\"";
-      dump += L" \"-XX:SharedArchiveFile=" + m_archive.wstring() + L"\"" + paths + (whole ? classPath : L"");
+      dump += L" \"-XX:SharedArchiveFile=" + m_archive.wstring() + L"\"" + paths.boot + (whole ? paths.host : L"");
       (void)bench::RunChild(dump);
       if (!fs::exists(m_archive)) bench::Die("no archive was made");
-      if (!Run({"", L"start", false, {L"compiled", L"-XX:+UseSerialGC", L"-Xshare:on"}, true}, 1)) continue;
+      if (!Run({"", L"start", false, {L"compiled", L"-XX:+UseSerialGC", L"-Xshare:on"}, Kept::Archive}, 1)) continue;
       m_results.Fact("archive", whole ? "all classes" : "Java's own classes");
       m_results.Note("archive", static_cast<double>(fs::file_size(m_archive)), "bytes");
       return;
     }
     bench::Die("no archive was used");
+  }
+
+  // The same as the AOT cache that Java has from 25 on, which holds linked classes and profiles as well. Nothing that
+  // was recorded with a class path with a folder in it can be made one, and the service's ends in ";."; so the job is
+  // recorded by hand.
+  void MakeAotCache() {
+    const fs::path recorded = m_folder / L"recorded.aotconf";
+    m_aotCache = m_folder / L"classes.aot";
+    const Paths paths = PathsIn(*Run({"", L"list", false, {L"compiled", L"-XX:+UseSerialGC", Nothing()}}, 1));
+    const std::wstring common = L" -XX:+UseSerialGC -Xlog:disable \"-XX:AOTConfiguration=" + recorded.wstring() +
+                                L"\"" + paths.boot + paths.host;
+    (void)bench::RunChild(Line(L"record", 0, 1) + L" -XX:AOTMode=record" + common);
+    Remove(m_aotCache);
+    (void)bench::RunChild(Line(L"dump", 0, 0) + L" -XX:AOTMode=create" + common + L" \"-XX:AOTCache=" +
+                          m_aotCache.wstring() + L"\"");
+    if (!fs::exists(m_aotCache)) bench::Die("no AOT cache was made");
+    if (!Run({"", L"start", false, {L"compiled", L"-XX:+UseSerialGC", L"-XX:AOTMode=on"}, Kept::AotCache}, 1)) {
+      bench::Die("no AOT cache was used");
+    }
+    m_results.Note("AOT cache", static_cast<double>(fs::file_size(m_aotCache)), "bytes");
   }
 
   void Compare(const std::vector<Way>& ways) {
@@ -325,11 +351,34 @@ class FirstResult {
   }
 
  private:
-  static constexpr int kRounds = 11;
+  static constexpr int kRounds = 7;
   static constexpr int kDocuments = 6;
 
   static void Copy(const fs::path& from, const fs::path& to) {
     if (!CopyFileW(from.c_str(), to.c_str(), FALSE)) bench::Die("no copy of " + from.string());
+  }
+
+  // The JVM makes its archives read-only.
+  static void Remove(const fs::path& archive) {
+    SetFileAttributesW(archive.c_str(), FILE_ATTRIBUTE_NORMAL);
+    fs::remove(archive);
+  }
+
+  // Options in quotes for a command line.
+  struct Paths {
+    std::wstring boot;
+    std::wstring host;
+  };
+  static Paths PathsIn(const std::string& arguments) {
+    Paths paths;
+    std::istringstream lines(arguments);
+    for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with("-Xbootclasspath/a:")) paths.boot += L" \"" + qvjvm::detail::to_utf16(line) + L"\"";
+      if (!line.starts_with("-Djava.class.path=")) continue;
+      if (line.ends_with(";.")) line.resize(line.size() - 2);  // a folder is none of an archive's
+      paths.host = L" \"" + qvjvm::detail::to_utf16(line) + L"\"";
+    }
+    return paths;
   }
 
   [[nodiscard]] fs::path Pdf() const { return m_folder / L"report.pdf"; }
@@ -345,7 +394,9 @@ class FirstResult {
   std::optional<std::string> Run(const Way& way, int documents) {
     std::wstring line = Line(way.how, way.ownWork ? m_work : 0, documents);
     for (const std::wstring& option : way.options) line += L" \"" + option + L"\"";
-    if (way.archive) line += L" \"-XX:SharedArchiveFile=" + m_archive.wstring() + L"\" \"" + Nothing() + L"\"";
+    if (way.kept == Kept::Archive) line += L" \"-XX:SharedArchiveFile=" + m_archive.wstring() + L"\"";
+    if (way.kept == Kept::AotCache) line += L" \"-XX:AOTCache=" + m_aotCache.wstring() + L"\"";
+    if (way.kept != Kept::Nothing) line += L" \"" + Nothing() + L"\"";
     fs::remove(Pdf());
     std::optional<std::string> output = bench::RunChild(line);
     if (!output) return output;
@@ -434,40 +485,45 @@ class FirstResult {
   fs::path m_folder;
   fs::path m_report;
   fs::path m_archive;
+  fs::path m_aotCache;
   bench::Report& m_results;
   uint64_t m_work = 1'000'000;
   size_t m_pdfBytes = 0;
 };
 
 // What a host may choose from, and the two ways that everything is compared with.
-std::vector<Way> Ways(bool interpretedByDefault, bool quick) {
+std::vector<Way> Ways(bool interpretedByDefault, bool aotCache, bool quick) {
   const std::wstring c1 = L"-XX:TieredStopAtLevel=1";
   const std::wstring serial = L"-XX:+UseSerialGC";
   const std::string raw = "hand-written JNI";
   const std::string service = "the service as it comes";
   const std::string after = ", after 0.67 s of the host's own work";
   const std::string beside = ", beside 0.67 s of the host's own work";
-  const std::string all = "compiled by C1 alone, serial collector, archive";
-  std::vector<Way> ways = {{raw, L"raw", false}, {service, L"start", false, {}, false, raw}};
+  const std::string all = "compiled by C1 alone, serial collector, ";
+  const Kept best = quick ? Kept::Nothing : Kept::Archive;
+  std::vector<Way> ways = {{raw, L"raw", false}, {service, L"start", false, {}, Kept::Nothing, raw}};
   if (!quick) {
     if (interpretedByDefault) {
-      ways.push_back({"compiled", L"start", false, {L"compiled"}, false, service});
-      ways.push_back({"interpreted, serial collector, archive", L"start", false, {serial}, true, service});
+      ways.push_back({"compiled", L"start", false, {L"compiled"}, Kept::Nothing, service});
+      ways.push_back({"interpreted, serial collector, archive", L"start", false, {serial}, Kept::Archive, service});
     }
-    ways.push_back({"compiled by C1 alone", L"start", false, {L"compiled", c1}, false, service});
+    ways.push_back({"compiled by C1 alone", L"start", false, {L"compiled", c1}, Kept::Nothing, service});
     ways.push_back(
-        {"compiled by C1 alone, serial collector", L"start", false, {L"compiled", c1, serial}, false, service});
-    ways.push_back({all, L"start", false, {L"compiled", c1, serial}, true, service});
+        {"compiled by C1 alone, serial collector", L"start", false, {L"compiled", c1, serial}, Kept::Nothing, service});
+    ways.push_back({all + "archive", L"start", false, {L"compiled", c1, serial}, Kept::Archive, service});
+    if (aotCache) {
+      ways.push_back({all + "AOT cache", L"start", false, {L"compiled", c1, serial}, Kept::AotCache, service});
+    }
     ways.push_back({raw + after, L"raw", true});
-    ways.push_back({service + after, L"start", true, {}, false, raw + after});
-    ways.push_back({service + beside, L"async", true, {}, false, service + after});
+    ways.push_back({service + after, L"start", true, {}, Kept::Nothing, raw + after});
+    ways.push_back({service + beside, L"async", true, {}, Kept::Nothing, service + after});
   }
   const std::string base = quick ? service : interpretedByDefault ? service + after : raw + after;
-  ways.push_back({all + beside,
+  ways.push_back({all + (quick ? "nothing kept" : "archive") + beside,
                   L"async",
                   true,
                   {L"compiled", c1, serial},
-                  true,
+                  best,
                   base,
                   interpretedByDefault ? 0.8 : 0.7,
                   interpretedByDefault ? 0.2 : 0.0});
@@ -482,8 +538,13 @@ int Drive(int argc, char** argv) {
   report.Fact("java", runtime.filename().string());
   report.Fact("processors", std::to_string(GetActiveProcessorCount(ALL_PROCESSOR_GROUPS)));
   FirstResult first(fs::absolute(argv[1]), fs::absolute(argv[2]), report);
-  first.MakeArchive();
-  first.Compare(Ways(std::atoi(runtime.filename().string().c_str()) < 21, line.settings.quick));
+  const int version = std::atoi(runtime.filename().string().c_str());
+  const bool aotCache = version >= 25;
+  if (!line.settings.quick) {
+    first.MakeArchive();
+    if (aotCache) first.MakeAotCache();
+  }
+  first.Compare(Ways(version < 21, aotCache, line.settings.quick));
   return report.Write(line.json) ? 0 : 1;
 }
 
