@@ -7,7 +7,8 @@
 #   qv_add_java(package jar)                     compiles java/<package> into a jar at the same place
 #   qv_add_installation(name [RUNTIME version] [TIER tier] FILES file ...)
 #                                                a test that makes the installation, "<tier>.install.<name>"
-#   qv_add_real_test(runtime program group ...)  a test that runs a group of a program's tests in an installation
+#   qv_add_real_test(runtime program group ...)  a test that runs a group of a program's tests in an installation; LONG:
+#                                                in the long form alone
 include_guard(DIRECTORY)
 include(${CMAKE_SOURCE_DIR}/cmake/downloads.cmake)
 include(${CMAKE_SOURCE_DIR}/cmake/java.cmake)
@@ -81,7 +82,7 @@ endfunction()
 # A group is a test suite, or what FILTER says in GoogleTest's way; one that has no tests fails. LAUNCHER is the
 # command that runs the tests when <program>.exe does not.
 function(qv_add_real_test runtime program group)
-  cmake_parse_arguments(PARSE_ARGV 3 arg "" "FILTER;INSTALLATION;PROCESSORS;TIMEOUT;TIER" "ENVIRONMENT;LAUNCHER")
+  cmake_parse_arguments(PARSE_ARGV 3 arg "LONG" "FILTER;INSTALLATION;PROCESSORS;TIMEOUT;TIER" "ENVIRONMENT;LAUNCHER")
   foreach(default IN ITEMS FILTER=${group}.* INSTALLATION=${runtime} PROCESSORS=1 TIMEOUT=120 TIER=real)
     string(REPLACE "=" ";" default ${default})
     list(GET default 0 name)
@@ -96,7 +97,11 @@ function(qv_add_real_test runtime program group)
     message(FATAL_ERROR "'${group}' names no group of tests; FILTER says which tests are in one")
   endif()
   set(name ${arg_TIER}.runtime${runtime}.${program}.${group})
-  add_test(NAME ${name} COMMAND ${arg_LAUNCHER} --gtest_filter=${arg_FILTER})
+  set(when "")
+  if(arg_LONG)
+    set(when CONFIGURATIONS Long)
+  endif()
+  add_test(NAME ${name} COMMAND ${arg_LAUNCHER} --gtest_filter=${arg_FILTER} ${when})
   set_tests_properties(
     ${name}
     PROPERTIES LABELS "${arg_TIER};runtime${runtime}"

@@ -36,13 +36,14 @@ build_preset() {
 run_tests() {
   local preset=$1 report=$2 log=$qv_build/logs/test-$1.log status=0 again=()
   shift 2
+  [ "${QV_NIGHTLY:-}" != 1 ] || set -- "$@" -C Long
   rm -f "$report"
   if [ "${qv_wine[0]}" != setarch ]; then
     note "setarch -R is forbidden here: one Windows program of 4,000 will not start, so a test that fails runs again"
     again=(--repeat until-pass:2)
   fi
-  # One more than there are processors: tests wait for a quarter of their time, for processes that start and end.
-  (cd "$qv_root" && watch "$log" ctest --preset "$preset" -j "$(($(nproc) + 1))" --output-junit "$report" "${again[@]}" "$@") || status=$?
+  # Twice as many as there are processors: tests wait for a third of their time, for processes that start and end.
+  (cd "$qv_root" && watch "$log" ctest --preset "$preset" -j "$(($(nproc) * 2))" --output-junit "$report" "${again[@]}" "$@") || status=$?
   (cd "$qv_root" && ctest --preset "$preset" --show-only=json-v1 "$@") >"$report.list"
   case $status in 0 | 8) ;; *) rm -f "$report" ;; esac
   if [ ! -f "$report" ]; then
