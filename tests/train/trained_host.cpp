@@ -24,6 +24,8 @@ int RunInConsole(int count, char** program) {
   for (int at = 0; at < count; ++at) line += std::string(at == 0 ? "\"" : " \"") + program[at] + "\"";
   STARTUPINFOA startup{};
   startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdOutput = startup.hStdError = GetStdHandle(STD_OUTPUT_HANDLE);
   PROCESS_INFORMATION started{};
   if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr, nullptr, &startup,
                       &started)) {
