@@ -4,10 +4,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstring>
 #include <cwchar>
 #include <fstream>
-#include <latch>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -58,6 +59,23 @@ void WriteWhole(const fs::path& path, const std::vector<std::byte>& content) {
 
 std::wstring Wide(const char* text) { return std::wstring(text, text + std::strlen(text)); }
 
+/// Lets nobody through before all threads have come. (std::latch of g++ 12 can miss a wake on Windows.)
+class Meeting {
+ public:
+  explicit Meeting(size_t threads) : missing_(threads) {}
+
+  void ArriveAndWait() {
+    std::unique_lock guard(lock_);
+    if (--missing_ == 0) complete_.notify_all();
+    complete_.wait(guard, [this] { return missing_ == 0; });
+  }
+
+ private:
+  std::mutex lock_;
+  std::condition_variable complete_;
+  size_t missing_;
+};
+
 class Server {
  public:
   Server(qvjvm::jvm java, Options options)
@@ -73,11 +91,11 @@ class Server {
     for (size_t place = 1; place < options_.threads; ++place) {
       workers.emplace_back([this, place] {
         Work(place);
-        done_.arrive_and_wait();  // together: under Wine a thread must not end while Java starts one
+        done_.ArriveAndWait();  // together: under Wine a thread must not end while Java starts one
       });
     }
     ConvertAll(first, 0);
-    done_.arrive_and_wait();
+    done_.ArriveAndWait();
     for (std::thread& worker : workers) worker.join();
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     return Sum(took.count());
@@ -155,7 +173,7 @@ class Server {
   qvjvm::jvm java_;
   Options options_;
   Display display_;
-  std::latch done_;
+  Meeting done_;
   std::vector<std::wstring> names_ = std::vector<std::wstring>(options_.threads);  // each worker has its own
   std::vector<int> pages_ = std::vector<int>(options_.threads);
   std::atomic<size_t> next_{0};
