@@ -4,11 +4,18 @@
 #if defined(_MSC_VER)
 #define QV_NOINLINE __declspec(noinline)
 #define QV_ALWAYS_INLINE __forceinline
-#define QV_STRUCTURED_TRY 1  // __try and __except are part of the language
 #else
 #define QV_NOINLINE __attribute__((noinline))
 #define QV_ALWAYS_INLINE inline __attribute__((always_inline))
+#endif
+
+// Whether __try and __except are part of the language. A build may say so itself: clang for Microsoft's ABI has them.
+#if !defined(QV_STRUCTURED_TRY)
+#if defined(_MSC_VER)
+#define QV_STRUCTURED_TRY 1
+#else
 #define QV_STRUCTURED_TRY 0
+#endif
 #endif
 
 // A vfprintf that knows C99's formats. mingw's own does; its default is the old system C runtime's.

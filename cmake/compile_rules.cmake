@@ -18,6 +18,12 @@ else()
                                          $<$<CONFIG:Release>:-s>)
 endif()
 
+# The symbols of what clang compiles: a PDB beside each file, which names no folder of the build's.
+if(MINGW AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-g -gcodeview>)
+  target_link_options(qv_rules INTERFACE -Wl,--pdb= -Wl,-Xlink=-pdbaltpath:%_PDB%)
+endif()
+
 # What only the product's own code gets: counters and traps stay out of the test frameworks.
 add_library(qv_product INTERFACE)
 add_library(qv::product ALIAS qv_product)

@@ -1,6 +1,6 @@
 """Packs a folder into a zip whose bytes depend on the files' names and contents alone: sorted, and all of one time, which
 is SOURCE_DATE_EPOCH (seconds since 1970), or that of the last commit, or 1980, where the times of a zip begin.
-Usage: pack.py FOLDER ZIP
+Usage: pack.py [--inside] FOLDER ZIP    --inside: without the folder's own name
 """
 import os
 import subprocess
@@ -22,11 +22,13 @@ def seconds():
 
 
 def main():
-    folder, target = Path(sys.argv[1]), Path(sys.argv[2])
+    inside = sys.argv[1] == "--inside"
+    folder, target = map(Path, sys.argv[-2:])
+    base = folder if inside else folder.parent
     when = time.gmtime(seconds())[:6]
     new = target.with_suffix(".new")
     with zipfile.ZipFile(new, "w", zipfile.ZIP_DEFLATED) as archive:
-        names = {file.relative_to(folder.parent).as_posix(): file for file in folder.rglob("*") if file.is_file()}
+        names = {file.relative_to(base).as_posix(): file for file in folder.rglob("*") if file.is_file()}
         for name, file in sorted(names.items()):
             entry = zipfile.ZipInfo(name, when)
             entry.compress_type = zipfile.ZIP_DEFLATED

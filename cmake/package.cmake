@@ -59,6 +59,15 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR
 # Where the documents look.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} REGEX "/(tests\\.cmake|check)$" EXCLUDE)
 
+# What the package needs built.
+add_custom_target(package_files)
+add_dependencies(package_files qvjvm qvshr qvjvm-doctor qvjvm-bind qvjvm-train)
+foreach(target IN ITEMS qvjvm_msvc_import qvjvm_csharp)
+  if(TARGET ${target})
+    add_dependencies(package_files ${target})
+  endif()
+endforeach()
+
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(CPACK_QV_PYTHON ${Python3_EXECUTABLE})
 set(CPACK_GENERATOR External)
