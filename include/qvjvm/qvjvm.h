@@ -26,7 +26,7 @@
 /* ---- version of this interface and of the library that it was made with ---- */
 
 #define QVJVM_VERSION_MAJOR 1
-#define QVJVM_VERSION_MINOR 0
+#define QVJVM_VERSION_MINOR 1
 #define QVJVM_VERSION_PATCH 0
 /** All three in a number, for comparisons: 10203 is 1.2.3. The library that is there at run time says its own by
  *  qv_service_version of qvjvm/options.h, or qvjvm::service_version. */

@@ -143,8 +143,8 @@ TEST(VersionResourceTest, WhatIsShippedSaysWhatItIs) {
     EXPECT_EQ(text(L"OriginalFilename"), name);
     EXPECT_EQ(text(L"InternalName"), name.substr(0, name.size() - 4));
     EXPECT_EQ(text(L"ProductName"), L"Java VM Service");
-    EXPECT_EQ(text(L"FileVersion"), L"1.0.0.0");
-    EXPECT_EQ(text(L"ProductVersion"), L"1.0.0.0");
+    EXPECT_EQ(text(L"FileVersion"), L"1.1.0.0");
+    EXPECT_EQ(text(L"ProductVersion"), L"1.1.0.0");
     EXPECT_EQ(text(L"LegalCopyright"), L"Copyright (c) 2026 the Java VM Service authors");
     EXPECT_NE(text(L"FileDescription"), L"");
     EXPECT_NE(text(L"CompanyName"), L"");

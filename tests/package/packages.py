@@ -56,7 +56,7 @@ def python(*command, cache, **environment):
 
 
 def compiler():
-    return SETTINGS["CMAKE_CXX_COMPILER"]
+    return SETTINGS["QV_CXX_COMPILER"]
 
 
 # ---- interface ----
