@@ -44,7 +44,7 @@ class QvjvmConan(ConanFile):
         if built:
             self.folders.source = self._root
         self.folders.build = built or "build"
-        self.folders.generators = "generators"
+        self.folders.generators = os.path.join(self.folders.build, "conan")
 
     def validate(self):
         if self.settings.os != "Windows" or self.settings.arch != "x86_64":
@@ -54,6 +54,7 @@ class QvjvmConan(ConanFile):
 
     def generate(self):
         tools = CMakeToolchain(self, generator="Ninja")
+        tools.user_presets_path = False
         # Programs of the product's own: no tests, and nothing of Conan's between it and its own rules.
         tools.cache_variables["QV_TESTS"] = False
         tools.generate()

@@ -193,6 +193,10 @@ def conan():
     major = run(compiler(), "-dumpversion").split("-")[0].strip()
     profile = ["--profile:host", recipe / "mingw", "--profile:build", "default", "-s", f"compiler.version={major}",
                "-c", f"user.qvjvm:run={ROOT / 'tools/wine-run'}"]
+    # It builds where it lies.
+    user = FOLDER / "user"
+    shutil.copytree(recipe / "test_package", user)
+    profile += ["--test-folder", user]
     created = os.environ.get("QV_NIGHTLY") == "1"
     if created:
         told = call("create", recipe, *profile)

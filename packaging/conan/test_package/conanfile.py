@@ -17,6 +17,7 @@ class TestConan(ConanFile):
 
     def generate(self):
         tools = CMakeToolchain(self, generator="Ninja")
+        tools.user_presets_path = False
         package = self.dependencies["qvjvm"].package_folder
         tools.cache_variables["qvjvm_DIR"] = os.path.join(package, "lib", "cmake", "qvjvm").replace("\\", "/")
         tools.generate()
@@ -29,5 +30,8 @@ class TestConan(ConanFile):
     def test(self):
         # Cross-compiled, the programs run by Wine, which a profile names so: user.qvjvm:run=wine
         run = self.conf.get("user.qvjvm:run", default="")
-        if run or can_run(self):
-            self.run(f'{run} "{os.path.join(self.build_folder, "consumer.exe")}"'.strip(), env="conanrun")
+        program = os.path.join(self.build_folder, "consumer.exe")
+        if run:
+            self.run(f'{run} "{program}"')
+        elif can_run(self):
+            self.run(f'"{program}"', env="conanrun")
