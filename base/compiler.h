@@ -25,6 +25,16 @@
 #define QV_VFPRINTF vfprintf
 #endif
 
+// That a function's arguments are those of a format of C99's. mingw's own formats are g++'s default, and clang knows no
+// others.
+#if defined(__clang__)
+#define QV_PRINTF(format, first) __attribute__((format(printf, format, first)))
+#elif defined(__GNUC__)
+#define QV_PRINTF(format, first) __attribute__((format(gnu_printf, format, first)))
+#else
+#define QV_PRINTF(format, first)
+#endif
+
 // Which lock guards what, for the compiler that can check it (-Wthread-safety); nothing for the others.
 #if defined(__clang__)
 #define QV_THREAD_SAFETY(attribute) __attribute__((attribute))

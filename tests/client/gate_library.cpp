@@ -15,7 +15,7 @@ void (*g_inDetach)() = nullptr;
 
 extern "C" {
 
-__declspec(dllexport) int32_t QV_CreateJavaVM(IQV_JavaVM** vm, const wchar_t* classPath) noexcept {
+int32_t QV_CreateJavaVM(IQV_JavaVM** vm, const wchar_t* classPath) noexcept {
   SetEvent(g_came);
   WaitForSingleObject(g_open, INFINITE);
   const HMODULE service = GetModuleHandleW(L"qvjvm.dll");

@@ -81,7 +81,7 @@ std::vector<Row> CheckJni::Rows() {
     EXPECT_EQ(vm->NewString(&string, L""), QV_S_OK);
     return (vm->*remove)(string);
   };
-  const auto construct = [=, this](qv_jclass cls, const char* signature, auto... arguments) {
+  const auto construct = [=](qv_jclass cls, const char* signature, auto... arguments) {
     return vm->NewObject(Local(vm).Out(), cls, signature, arguments...);
   };
   return {

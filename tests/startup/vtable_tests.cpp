@@ -104,10 +104,13 @@ TEST(Tables, InitializersDestructorTerminatesThroughItsTable) {
 
 TEST(Tables, ClassesCarryTheirTypeInformation) {
   const StartedWorld world;
-  EXPECT_EQ(typeid(*static_cast<CQV_JavaVMManager*>(world.vm.get())), typeid(CQV_JNIVMManager));
-  EXPECT_EQ(typeid(JVMConfigInfo()), typeid(CQV_JVMConfigInfo));
+  const auto& manager = *static_cast<CQV_JavaVMManager*>(world.vm.get());
+  EXPECT_EQ(typeid(manager), typeid(CQV_JNIVMManager));
+  const auto& config = JVMConfigInfo();
+  EXPECT_EQ(typeid(config), typeid(CQV_JVMConfigInfo));
   const InitializerOwner initializer(new CQV_JNIInitializer());
-  EXPECT_EQ(typeid(static_cast<CQV_JavaInitializer&>(*initializer)), typeid(CQV_JNIInitializer));
+  const CQV_JavaInitializer& base = *initializer;
+  EXPECT_EQ(typeid(base), typeid(CQV_JNIInitializer));
 }
 
 }  // namespace

@@ -68,15 +68,16 @@ TEST_F(Sweep, EveryJniCallFailsInTurn) {
         for (int n = 1; n <= count; ++n) {
           SCOPED_TRACE(testing::Message()
                        << function << " number " << n << (fault == Fault::Null ? " gives null" : " throws"));
-          const auto row = std::find_if(operation.faults.begin(), operation.faults.end(), [&](const FaultRow& known) {
-            return known.function == function && known.n == n && known.fault == fault;
-          });
+          const auto row = std::find_if(operation.faults.begin(), operation.faults.end(),
+                                        [&, &function = function](const FaultRow& known) {
+                                          return known.function == function && known.n == n && known.fault == fault;
+                                        });
           if (row == operation.faults.end()) {
             ADD_FAILURE() << "no row says how this ends";
             continue;
           }
           ++rowsUsed;
-          const End end = Run(operation, [&] {
+          const End end = Run(operation, [&, &function = function] {
             Java().FailAt(function, n, fault);
             return 0;
           });

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <mutex>
 
+#include "base/compiler.h"
 #include "qvjvm/qvjvm.h"
 #include "tests/support/random.h"
 
@@ -78,7 +79,7 @@ class Walker {
 
   // -- the frame of an operation --
   // Which operation with which arguments; for the report.
-  [[gnu::format(gnu_printf, 3, 4)]] void Begin(int slot, const char* format, ...);
+  QV_PRINTF(3, 4) void Begin(int slot, const char* format, ...);
   bool Is(bool right, const char* what);
   void StatusIs(int32_t status, int32_t wanted);
   void Drop(std::vector<Held>& held, size_t index);

@@ -1,7 +1,7 @@
-# qv_add_version(target description): what Windows shows of a DLL or a program. The copyright is that of LICENSE.
+# qv_ship(target description): what Windows shows of a DLL or a program of the package. The copyright is that of LICENSE.
 file(STRINGS ${PROJECT_SOURCE_DIR}/LICENSE QV_COPYRIGHT REGEX "^Copyright ")
 
-function(qv_add_version target description)
+function(qv_ship target description)
   set(copyright ${QV_COPYRIGHT})
   get_target_property(kind ${target} TYPE)
   set(type VFT_APP)
@@ -15,4 +15,9 @@ function(qv_add_version target description)
   # The resource compiler knows nothing of the C++ warnings, so it gets a target of its own.
   add_library(${target}_version OBJECT ${file})
   target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_version>)
+  # Beside a PDB lld leaves the DWARF of mingw's own libraries.
+  if(MINGW AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    find_program(QV_LLVM_STRIP llvm-strip REQUIRED)
+    add_custom_command(TARGET ${target} POST_BUILD COMMAND ${QV_LLVM_STRIP} --strip-debug $<TARGET_FILE:${target}>)
+  endif()
 endfunction()
