@@ -28,11 +28,11 @@
 // That a function's arguments are those of a format of C99's. mingw's own formats are g++'s default, and clang knows no
 // others.
 #if defined(__clang__)
-#define QV_PRINTF(format, first) __attribute__((format(printf, format, first)))
+#define QV_PRINTF(text, first) __attribute__((format(printf, text, first)))
 #elif defined(__GNUC__)
-#define QV_PRINTF(format, first) __attribute__((format(gnu_printf, format, first)))
+#define QV_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
 #else
-#define QV_PRINTF(format, first)
+#define QV_PRINTF(text, first)
 #endif
 
 // Which lock guards what, for the compiler that can check it (-Wthread-safety); nothing for the others.
