@@ -1,0 +1,35 @@
+using System;
+using System.Runtime.InteropServices;
+using Qvjvm;
+
+/// <summary>The tests that share one Java VM, or one of those that want a process of their own.
+/// Usage: tests values RUNTIME JAR [PART OF A NAME] | tests start SERVICES RUNTIME | tests joined RUNTIME JAR SERVICES</summary>
+static class Program
+{
+    internal static JavaVm Java;
+
+    static int Main(string[] arguments)
+    {
+        switch (arguments[0])
+        {
+            case "values":
+                JavaOptions options = new JavaOptions { Runtime = arguments[1], Compiled = true, HeapBytes = 256 << 20 };
+                options.ClassPath.Add(arguments[2]);
+                options.Options.Add("-Xcheck:jni");
+                options.Properties["greeting"] = "Grüße aus C#";
+                Java = JavaVm.Start(options);
+                return Harness.Run(arguments.Length > 3 ? arguments[3] : null, typeof(ValueTests), typeof(ArrayTests),
+                                   typeof(ErrorTests), typeof(LifetimeTests), typeof(VmTests));
+            case "start":
+                StartTests.Services = arguments[1];
+                StartTests.Runtime = arguments[2];
+                return Harness.Run(null, typeof(StartTests));
+            case "joined":
+                JoinedTests.Runtime = arguments[1];
+                JoinedTests.Jar = arguments[2];
+                return Harness.Run(null, typeof(JoinedTests));
+            default:
+                return 2;
+        }
+    }
+}
