@@ -5,3 +5,6 @@ if(NOT qv_cache)
 endif()
 set(QV_RUNTIMES_DIR ${qv_cache}/runtimes CACHE PATH "Java runtimes for Windows, one folder for each major version")
 set(QV_JARS_DIR ${qv_cache}/jars CACHE PATH "The jars of examples/pom.xml, at their places")
+# A .NET Core runtime for Windows, which ./test puts beside them.
+cmake_path(GET QV_RUNTIMES_DIR PARENT_PATH QV_DOTNET_DIR)
+cmake_path(APPEND QV_DOTNET_DIR dotnet)

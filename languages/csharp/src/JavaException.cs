@@ -45,26 +45,30 @@ namespace Qvjvm
 
         private static JavaException Of(IntPtr env, IntPtr throwable, int depth)
         {
+            string name, message, text;
+            JavaObject kept;
+            IntPtr cause;
             try
             {
-                IntPtr cause = depth < MostCauses ? Ask(env, throwable, Roots.GetCause) : IntPtr.Zero;
-                JavaException inner = cause != IntPtr.Zero ? Of(env, cause, depth + 1) : null;
-                string name = ClassName(env, throwable);
-                string message = AskText(env, throwable, Roots.GetMessage);
-                string text = AskText(env, throwable, Roots.ToStringId);
-                // Java without memory or stack often cannot run toString.
-                if (text == null && name.Length != 0) text = message != null ? name + ": " + message : name;
-                return new JavaException(text ?? "a Java exception that cannot say what it is", inner)
-                {
-                    JavaClassName = name,
-                    JavaMessage = message,
-                    Throwable = new JavaObject(env, throwable)
-                };
+                name = ClassName(env, throwable);
+                message = AskText(env, throwable, Roots.GetMessage);
+                text = AskText(env, throwable, Roots.ToStringId);
+                cause = depth < MostCauses ? Ask(env, throwable, Roots.GetCause) : IntPtr.Zero;
+                kept = new JavaObject(env, throwable);
             }
             finally
             {
                 Service.DeleteLocal(env, throwable);
             }
+            // Java without memory or stack often cannot run toString.
+            if (text == null && name.Length != 0) text = message != null ? name + ": " + message : name;
+            JavaException inner = cause != IntPtr.Zero ? Of(env, cause, depth + 1) : null;
+            return new JavaException(text ?? "a Java exception that cannot say what it is", inner)
+            {
+                JavaClassName = name,
+                JavaMessage = message,
+                Throwable = kept
+            };
         }
 
         private static string ClassName(IntPtr env, IntPtr throwable)

@@ -11,8 +11,9 @@ namespace Qvjvm
     /// "[B" for a field. What was looked up once is kept with its class.</para>
     /// <para>Arguments go to Java so: numbers, bool and char as C# converts them without a cast; a byte's bits as Java's
     /// byte; a string, a number or bool in its Java box, or a JavaObject for a parameter that is a class they are of; an
-    /// array as a new Java array with a copy of its elements, arrays of arrays too; null for any class. A single argument
-    /// that is an object[] is cast to object. What does not fit raises ArgumentException before Java is called.</para>
+    /// array as a new Java array with a copy of its elements, arrays of arrays too, seven deep at most; null for any class. A
+    /// single argument that is an object[] is cast to object. What does not fit raises ArgumentException before Java is
+    /// called.</para>
     /// <para>Results and fields come as the type that is asked for: a primitive type as its own (a byte as sbyte or byte); a
     /// reference as JavaObject, string, JavaClass, JavaArray, an array (byte[], string[], int[][]: a copy), or what is in
     /// its box (int; int? where it may be null). ArgumentException tells before the call that it never can be one,
@@ -104,7 +105,8 @@ namespace Qvjvm
         /// <param name="type">Its type, "I" or "Ljava/lang/String;".</param>
         /// <param name="value">The value; see the remarks of the class.</param>
         /// <exception cref="JavaException">There is no such field (NoSuchFieldError).</exception>
-        /// <exception cref="ArgumentException">The type is malformed, the value does not fit it, or the field is final.</exception>
+        /// <exception cref="ArgumentException">The type is malformed, the value does not fit it, or the field is
+        /// final.</exception>
         /// <exception cref="ObjectDisposedException">This object or the value was disposed of.</exception>
         public void Set(string name, string type, object value)
         {
@@ -252,7 +254,8 @@ namespace Qvjvm
             }
         }
 
-        /// <summary>Lets the Java object go. Any thread; again is no harm. A call that is under way keeps it to its end.</summary>
+        /// <summary>Lets the Java object go. Any thread; again is no harm. A call that is under way keeps it to its
+        /// end.</summary>
         public void Dispose()
         {
             reference.Dispose();

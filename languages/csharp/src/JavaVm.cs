@@ -79,11 +79,12 @@ namespace Qvjvm
             Ignored = ignored;
         }
 
-        /// <summary>Starts Java, or joins the Java VM that runs. Again it only tells what of its options came too late.</summary>
+        /// <summary>Starts Java, or joins the Java VM that runs. Again it only tells what of its options came too
+        /// late.</summary>
         /// <param name="options">What the start asks for; null for nothing.</param>
         /// <returns>The Java VM.</returns>
-        /// <exception cref="JavaStartException">There is none; the next call tries again. HResult is the service's
-        /// status.</exception>
+        /// <exception cref="JavaStartException">There is none. HResult is the service's status. A DLL that was missing may be
+        /// there at the next call; a Java runtime is looked for once in the life of a process.</exception>
         /// <exception cref="ArgumentException">An option, property, path or runtime that cannot be.</exception>
         /// <exception cref="PlatformNotSupportedException">This is no 64-bit process of Windows.</exception>
         /// <remarks>While it runs, no other code may start the service or read JAVA_HOME, which names Options.Runtime for that
@@ -160,8 +161,8 @@ namespace Qvjvm
             using (JavaClass cls = FindClass(className)) return cls.New(signature, arguments);
         }
 
-        /// <summary>Makes a Java object of a .NET value: a String of a string, an Integer of an int, an array of an array, as for
-        /// an argument; see <see cref="JavaObject"/>.</summary>
+        /// <summary>Makes a Java object of a .NET value: a String of a string, an Integer of an int, an array of an array, as
+        /// for an argument; see <see cref="JavaObject"/>.</summary>
         /// <param name="value">The value.</param>
         /// <returns>The object, a JavaArray of an array; the caller's to dispose of. Null for null.</returns>
         /// <exception cref="ArgumentException">There is nothing in Java for it.</exception>

@@ -90,7 +90,7 @@ namespace Qvjvm
 
         private static IntPtr MakeReferences(IntPtr env, Array array, IntPtr cls, Place what, int depth)
         {
-            const int MostDimensions = 255;
+            const int MostDimensions = 7; // each has two local references, of which a thread has 16 without asking
             if (depth == MostDimensions) throw new ArgumentException(what + " is an array with too many dimensions");
             IntPtr component = IntPtr.Zero;
             IntPtr made = IntPtr.Zero;

@@ -98,28 +98,39 @@ namespace Qvjvm
             deleteGlobalRef(vm, reference);
         }
 
-        /// <summary>A local reference to a class, by the service's own way: in a joined Java VM its class path is searched
-        /// second.</summary>
-        /// <exception cref="JavaException">There is no such class, or it cannot be loaded.</exception>
+        /// <summary>A local reference to a class.</summary>
+        /// <exception cref="JavaException">There is no such class, or it cannot be loaded or begin.</exception>
         internal static IntPtr FindClass(IntPtr env, string name)
         {
             fixed (byte* bytes = ModifiedUtf8(name))
             {
-                if (findClass(vm, out IntPtr cls, bytes) >= 0 && cls != IntPtr.Zero) return cls;
-                // The service tells a text alone; Java is asked again for the exception itself.
-                cls = Jni.FindClass(env, bytes);
-                Check(env);
-                return cls;
+                IntPtr cls = Jni.FindClass(env, bytes);
+                JavaException missing = TakeException(env);
+                if (missing == null) return cls;
+                // In a joined Java VM the service has a class path of its own.
+                if (!IsCreated && findClass(vm, out cls, bytes) >= 0 && cls != IntPtr.Zero)
+                {
+                    missing.Throwable.Dispose();
+                    return cls;
+                }
+                throw missing;
             }
         }
 
         /// <summary>Throws the pending Java exception, if there is one.</summary>
         internal static void Check(IntPtr env)
         {
-            if (Jni.ExceptionCheck(env) == 0) return;
+            JavaException thrown = TakeException(env);
+            if (thrown != null) throw thrown;
+        }
+
+        /// <summary>The pending Java exception, which is cleared; or null.</summary>
+        private static JavaException TakeException(IntPtr env)
+        {
+            if (Jni.ExceptionCheck(env) == 0) return null;
             IntPtr throwable = Jni.ExceptionOccurred(env);
             Jni.ExceptionClear(env);
-            throw JavaException.Of(env, throwable);
+            return JavaException.Of(env, throwable);
         }
 
         internal static void DeleteLocal(IntPtr env, IntPtr reference)

@@ -226,7 +226,8 @@ namespace Qvjvm
             return values;
         }
 
-        /// <summary>A key with these values alone: nothing of it comes from the file or the registry. Null gives it back.</summary>
+        /// <summary>A key with these values alone: nothing of it comes from the file or the registry. Null gives it
+        /// back.</summary>
         private static void SetKey(SetValueFn set, string key, List<KeyValuePair<string, string>> values)
         {
             Set(set, key, null, null);
@@ -320,8 +321,8 @@ namespace Qvjvm
             if (create != null)
             {
                 if (path == null || string.Equals(path, loadedFrom, StringComparison.OrdinalIgnoreCase)) return;
-                throw new JavaStartException("the service was loaded from " + (loadedFrom ?? ServiceName) + " already, not from "
-                                             + path, Failed);
+                throw new JavaStartException("the service was loaded from " + (loadedFrom ?? ServiceName) +
+                                             " already, not from " + path, Failed);
             }
             if (path == null)
             {

@@ -104,7 +104,10 @@ static class Check
         }
         else if (text != null)
         {
-            foreach (char unit in text) shown.Append(unit >= ' ' && unit < 127 ? unit.ToString() : "\\u" + ((int)unit).ToString("x4"));
+            foreach (char unit in text)
+            {
+                shown.Append(unit >= ' ' && unit < 127 ? unit.ToString() : "\\u" + ((int)unit).ToString("x4"));
+            }
         }
         else shown.Append(value);
         return shown.ToString();

@@ -32,8 +32,12 @@ static unsafe class JoinedTests
     [DllImport("kernel32.dll", CharSet = CharSet.Ansi, ExactSpelling = true)]
     private static extern IntPtr GetProcAddress(IntPtr module, string name);
 
+    [DllImport("kernel32.dll", CharSet = CharSet.Unicode, ExactSpelling = true)]
+    private static extern int SetDllDirectoryW(string path);
+
     public static void TheServiceJoins()
     {
+        SetDllDirectoryW(Runtime + @"\bin"); // for what the Java VM loads by name
         IntPtr jvm = LoadLibraryExW(Runtime + @"\bin\server\jvm.dll", IntPtr.Zero, 8);
         CreateFn create = Marshal.GetDelegateForFunctionPointer<CreateFn>(GetProcAddress(jvm, "JNI_CreateJavaVM"));
         Option option = new Option { Text = Marshal.StringToHGlobalAnsi("-Djava.class.path=" + Jar) };

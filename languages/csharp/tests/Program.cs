@@ -1,9 +1,10 @@
 using System;
-using System.Runtime.InteropServices;
+using System.IO;
 using Qvjvm;
 
 /// <summary>The tests that share one Java VM, or one of those that want a process of their own.
-/// Usage: tests values RUNTIME JAR [PART OF A NAME] | tests start SERVICES RUNTIME | tests joined RUNTIME JAR SERVICES</summary>
+/// Usage: tests values RUNTIME JAR [PART OF A NAME] | tests start SERVICES RUNTIME | tests nojava |
+/// tests joined RUNTIME JAR</summary>
 static class Program
 {
     internal static JavaVm Java;
@@ -13,17 +14,27 @@ static class Program
         switch (arguments[0])
         {
             case "values":
-                JavaOptions options = new JavaOptions { Runtime = arguments[1], Compiled = true, HeapBytes = 256 << 20 };
+                string log = "check-jni-" + Path.GetFileName(arguments[1]) + ".log";
+                File.Delete(Path.Combine(AppContext.BaseDirectory, log));
+                JavaOptions options = new JavaOptions
+                {
+                    Runtime = arguments[1],
+                    Compiled = true,
+                    HeapBytes = 256 << 20,
+                    LogFile = log
+                };
                 options.ClassPath.Add(arguments[2]);
                 options.Options.Add("-Xcheck:jni");
                 options.Properties["greeting"] = "Grüße aus C#";
                 Java = JavaVm.Start(options);
                 return Harness.Run(arguments.Length > 3 ? arguments[3] : null, typeof(ValueTests), typeof(ArrayTests),
-                                   typeof(ErrorTests), typeof(LifetimeTests), typeof(VmTests));
+                                   typeof(ErrorTests), typeof(LifetimeTests), typeof(CheckJniTests), typeof(VmTests));
             case "start":
                 StartTests.Services = arguments[1];
                 StartTests.Runtime = arguments[2];
                 return Harness.Run(null, typeof(StartTests));
+            case "nojava":
+                return Harness.Run(null, typeof(NoJavaTests));
             case "joined":
                 JoinedTests.Runtime = arguments[1];
                 JoinedTests.Jar = arguments[2];

@@ -2,6 +2,19 @@ using System;
 using System.IO;
 using Qvjvm;
 
+/// <summary>A process that finds no Java.</summary>
+static class NoJavaTests
+{
+    public static void ThereIsNone()
+    {
+        const string Text = "no Java runtime was found; JAVA_HOME is not set";
+        JavaStartException first = Check.Throws<JavaStartException>(() => JavaVm.Start(), Text);
+        Check.Equal(unchecked((int)0x80004005), first.HResult);
+        Check.Throws<JavaStartException>(() => JavaVm.Start(), Text);
+        Check.Throws<JavaStartException>(() => JavaVm.Start(new JavaOptions { Library = @"C:\other\qvjvm.dll" }), "already");
+    }
+}
+
 /// <summary>Starts that fail, in an order in which the last one does not: the folder of this program has neither the service
 /// nor the host library at first.</summary>
 static class StartTests
@@ -29,8 +42,6 @@ static class StartTests
         Copy("qvjvm.dll", here);
         Check.Throws<JavaStartException>(() => JavaVm.Start(), "qvshr.dll is not beside it");
         Copy("qvshr.dll", here);
-        Check.Throws<JavaStartException>(() => JavaVm.Start(), "no Java runtime was found; JAVA_HOME is not set");
-        Check.Throws<JavaStartException>(() => JavaVm.Start(new JavaOptions { Library = @"alone\qvjvm.dll" }), "already");
 
         Check.Throws<ArgumentException>(() => JavaVm.Start(new JavaOptions { Runtime = "no-runtime" }), here + "no-runtime");
         Check.Throws<ArgumentException>(() => JavaVm.Start(new JavaOptions { Runtime = "" }));

@@ -80,7 +80,11 @@ static class ValueTests
     {
         const string Twice = "(Ljava/lang/String;)Ljava/lang/String;";
         JavaObject sample = Make();
-        foreach (string text in new[] { "", "a", "Grüße", "\u65e5\u672c", "\ud83d\ude00", "a\0b\0", "\0", "\ud800 alone", "\udc00\ud800" })
+        string[] texts =
+        {
+            "", "a", "Grüße", "\u65e5\u672c", "\ud83d\ude00", "a\0b\0", "\0", "\ud800 alone", "\udc00\ud800"
+        };
+        foreach (string text in texts)
         {
             Check.Equal(text + text, sample.Call<string>("twice", Twice, text));
         }
@@ -117,7 +121,7 @@ static class ValueTests
         const string Same = "(Ljava/lang/Object;)Ljava/lang/Object;";
         JavaObject sample = Make();
         Check.Equal(null, sample.Call<JavaObject>("same", Same, null));
-        Check.Equal(null, sample.Call<string>("same", Same, new object[] { null }));
+        Check.Equal(null, sample.Call<string>("same", Same, (object)null));
         Check.Equal(null, sample.Call<byte[]>("same", Same, null));
         Check.Equal(null, sample.Call<JavaArray>("same", Same, null));
         Check.Equal(null, sample.Get<string>("aString", "Ljava/lang/String;"));
@@ -137,7 +141,8 @@ static class ValueTests
         Check.Equal(4, made.Get<int>("anInt", "I"));
         Check.Equal("four", made.Get<string>("aString", "Ljava/lang/String;"));
         Check.Equal("qvcs.Sample", made.ClassName);
-        Check.Equal("five", Program.Java.New("qvcs.Sample", "(ILjava/lang/String;)", 5, "five").Get<string>("aString", "Ljava/lang/String;"));
+        made = Program.Java.New("qvcs.Sample", "(ILjava/lang/String;)", 5, "five");
+        Check.Equal("five", made.Get<string>("aString", "Ljava/lang/String;"));
         Check.Contains("NoSuchMethodError", Check.Throws<JavaException>(() => Sample.New("(J)", 1L)).JavaClassName);
         Check.Equal("java.lang.InstantiationException",
                     Check.Throws<JavaException>(() => Program.Java.New("java.lang.Number")).JavaClassName);
@@ -181,7 +186,8 @@ static class ValueTests
     public static void WrongFields()
     {
         JavaObject sample = Make();
-        Check.Equal("java.lang.NoSuchFieldError", Check.Throws<JavaException>(() => sample.Get<int>("missing", "I")).JavaClassName);
+        Check.Equal("java.lang.NoSuchFieldError",
+                    Check.Throws<JavaException>(() => sample.Get<int>("missing", "I")).JavaClassName);
         Check.Throws<JavaException>(() => sample.Get<long>("anInt", "J"));
         Check.Throws<JavaException>(() => Sample.GetStatic<int>("anInt", "I"));
         Check.Throws<ArgumentException>(() => sample.Get<long>("anInt", "I"));

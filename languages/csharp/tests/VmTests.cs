@@ -2,6 +2,25 @@ using System;
 using System.IO;
 using Qvjvm;
 
+/// <summary>What the Java VM has to say about the JNI calls of the tests before.</summary>
+static class CheckJniTests
+{
+    public static void NoCallWasWrong()
+    {
+        string log = Program.Java.LogFile;
+        if (!File.Exists(log)) return; // it had nothing to say
+        using (FileStream file = new FileStream(log, FileMode.Open, FileAccess.Read, FileShare.ReadWrite))
+        using (StreamReader reader = new StreamReader(file))
+        {
+            // "VM warning" is about Wine.
+            foreach (string line in reader.ReadToEnd().Split('\n'))
+            {
+                if (line.Contains("WARNING") || line.Contains("FATAL")) throw new CheckFailed(line);
+            }
+        }
+    }
+}
+
 /// <summary>The Java VM, and what its start was asked for.</summary>
 static class VmTests
 {
