@@ -209,6 +209,18 @@ static class LifetimeTests
         });
     }
 
+    internal static void EndTheProcess(int code)
+    {
+        Thread busy = new Thread(() =>
+        {
+            for (;;) Program.Java.ToJava("forgotten");
+        });
+        busy.IsBackground = true;
+        busy.Start();
+        while (Program.Java.LiveReferences < 1000) Thread.Yield();
+        using (JavaClass system = Program.Java.FindClass("java.lang.System")) system.CallStatic("exit", "(I)V", code);
+    }
+
     private static void Parallel(int count, Action<int> work)
     {
         Exception first = null;
