@@ -116,10 +116,15 @@ namespace Qvjvm
         private readonly ClassInfo next; // of the same hash
         private readonly ConcurrentDictionary<Key, Member> members = new ConcurrentDictionary<Key, Member>();
 
-        private ClassInfo(IntPtr cls, ClassInfo next)
+        // The class of int: HotSpot must not be asked for its fields.
+        private readonly bool isPrimitive;
+
+        private unsafe ClassInfo(IntPtr env, IntPtr cls, ClassInfo next)
         {
             Class = cls;
             this.next = next;
+            isPrimitive = Service.Jni.Call(env, false, cls, Roots.IsPrimitive, 'Z', null).Boolean != 0;
+            Service.Check(env);
         }
 
         /// <summary>Of a class by any reference to it, which stays.</summary>
@@ -134,7 +139,7 @@ namespace Qvjvm
                 ByHash.TryGetValue(hash, out first);
                 found = Find(env, first, cls);
                 if (found != null) return found;
-                found = new ClassInfo(Service.NewGlobal(env, cls), first);
+                found = new ClassInfo(env, Service.NewGlobal(env, cls), first);
                 ByHash[hash] = found;
                 return found;
             }
@@ -160,6 +165,7 @@ namespace Qvjvm
         {
             if (name == null) throw new ArgumentNullException("name");
             if (signature == null) throw new ArgumentNullException("signature");
+            if (isPrimitive) throw new ArgumentException("a primitive type has no member " + name);
             Key key = new Key(kind, name, signature);
             if (!members.TryGetValue(key, out Member member))
             {

@@ -211,10 +211,10 @@ namespace Qvjvm
     internal static unsafe class Roots
     {
         /// <summary>Classes, as global references that are never deleted.</summary>
-        internal static IntPtr Object, String, Class, Throwable, ObjectArray;
+        internal static IntPtr Object, String, Class, ObjectArray;
 
         /// <summary>Methods.</summary>
-        internal static IntPtr ToStringId, GetName, GetComponentType, IsArray, GetMessage, GetCause, GetParameterTypes,
+        internal static IntPtr ToStringId, GetName, GetComponentType, IsPrimitive, GetMessage, GetCause, GetParameterTypes,
             GetFieldType, GetModifiers, IdentityHashCode;
 
         private static IntPtr system;
@@ -236,15 +236,15 @@ namespace Qvjvm
             Object = Find(env, "java/lang/Object");
             String = Find(env, "java/lang/String");
             Class = Find(env, "java/lang/Class");
-            Throwable = Find(env, "java/lang/Throwable");
             ObjectArray = Find(env, "[Ljava/lang/Object;");
             system = Find(env, "java/lang/System");
             ToStringId = Id(env, Object, "toString", "()Ljava/lang/String;", false);
             GetName = Id(env, Class, "getName", "()Ljava/lang/String;", false);
             GetComponentType = Id(env, Class, "getComponentType", "()Ljava/lang/Class;", false);
-            IsArray = Id(env, Class, "isArray", "()Z", false);
-            GetMessage = Id(env, Throwable, "getMessage", "()Ljava/lang/String;", false);
-            GetCause = Id(env, Throwable, "getCause", "()Ljava/lang/Throwable;", false);
+            IsPrimitive = Id(env, Class, "isPrimitive", "()Z", false);
+            IntPtr throwable = Find(env, "java/lang/Throwable");
+            GetMessage = Id(env, throwable, "getMessage", "()Ljava/lang/String;", false);
+            GetCause = Id(env, throwable, "getCause", "()Ljava/lang/Throwable;", false);
             IdentityHashCode = Id(env, system, "identityHashCode", "(Ljava/lang/Object;)I", true);
             GetParameterTypes =
                 Id(env, Find(env, "java/lang/reflect/Executable"), "getParameterTypes", "()[Ljava/lang/Class;", false);

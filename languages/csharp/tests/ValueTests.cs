@@ -220,6 +220,22 @@ static class ValueTests
         Check.Throws<InvalidCastException>(() => list.As<JavaClass>());
     }
 
+    public static void ClassesWithoutMembers()
+    {
+        JavaClass type = Program.Java.FindClass("java.lang.Integer").GetStatic<JavaClass>("TYPE", "Ljava/lang/Class;");
+        Check.Equal("int", type.Name);
+        Check.Throws<ArgumentException>(() => type.New(), "primitive");
+        Check.Throws<ArgumentException>(() => type.GetStatic<int>("MAX_VALUE", "I"));
+        Check.Throws<ArgumentException>(() => type.CallStatic("parseInt", "(Ljava/lang/String;)I", "1"));
+        Check.True(!Make().IsInstanceOf(type), "nothing is an int");
+        JavaClass array = Program.Java.FindClass("[I");
+        Check.Throws<JavaException>(() => array.GetStatic<int>("length", "I"));
+        Check.Throws<JavaException>(() => Program.Java.ToJava(new int[1]).Get<int>("length", "I"));
+        Check.Equal(2, Program.Java.ToJava(new int[2]).Call<int[]>("clone", "()Ljava/lang/Object;").Length);
+        JavaClass nothing = Program.Java.FindClass("java.lang.Void").GetStatic<JavaClass>("TYPE", "Ljava/lang/Class;");
+        Check.Throws<JavaException>(() => nothing.NewArray(1), "IllegalArgumentException");
+    }
+
     public static void APrivateMethodAboveIsNotTaken()
     {
         JavaObject above = Program.Java.New("qvcs.Base");
