@@ -88,6 +88,24 @@ static class LifetimeTests
         GC.KeepAlive(all);
     }
 
+    public static void WhatWasPassedAroundIsGoneToo()
+    {
+        using (JavaObject list = Program.Java.New("java.util.ArrayList"))
+        using (JavaClass type = Program.Java.FindClass("java.util.ArrayList"))
+        using (JavaClass objects = Program.Java.FindClass("java.lang.Object"))
+        using (JavaArray array = objects.NewArray(1))
+        {
+            long before = LiveAfterCollection();
+            JavaObject passed = Program.Java.New("java.util.ArrayList");
+            Check.Equal(false, list.Call<bool>("contains", "(Ljava/lang/Object;)Z", passed));
+            Check.True(!list.IsSame(passed) && passed.IsInstanceOf(type) && passed.Equals(list), "used");
+            Program.Java.ToJava(new object[] { passed }).Dispose();
+            array.Set(0, passed);
+            passed.Dispose();
+            Check.Equal(before, Program.Java.LiveReferences);
+        }
+    }
+
     public static void FailuresLeaveNothing()
     {
         JavaObject list = Program.Java.New("java.util.ArrayList");
