@@ -27,6 +27,21 @@ setup_packaging() {
   cp "$list" "$place/requirements.txt"
 }
 
+# The .NET Core runtime for Windows, which runs the tests of the library for C#.
+qv_dotnet=$qv_cache/dotnet
+
+setup_dotnet() {
+  local requirement new=$qv_dotnet.new
+  requirement=$(grep '^dotnetcore2==' "$qv_root/tools/dotnet.txt")
+  [ "$(cat "$qv_dotnet/.requirement" 2>/dev/null)" != "$requirement" ] || return 0
+  note ".NET Core runtime (${requirement%% *})"
+  pip_install dotnet "$qv_root/tools/dotnet.txt" "$new" --platform win_amd64
+  printf '%s\n' "$requirement" >"$new/dotnetcore2/bin/.requirement"
+  rm -rf "$qv_dotnet"
+  mv "$new/dotnetcore2/bin" "$qv_dotnet"
+  rm -rf "$new"
+}
+
 setup_downloads() {
   cmake "-DCACHE=$qv_cache" "-DLOGS=$qv_build/logs" -P "$qv_root/tools/download.cmake" || fail "see above"
 }

@@ -1,5 +1,5 @@
-// The Java VM Service from C#, through its binary interface alone. NOT VERIFIED: a test compiles it, but it was never
-// run. Build it as a 64-bit program and put qvjvm.dll and qvshr.dll beside it.
+// The Java VM Service from C#, through its binary interface alone; the library in languages/csharp does this and more. Build
+// it as a 64-bit program and put qvjvm.dll and qvshr.dll beside it.
 using System;
 using System.Runtime.InteropServices;
 
