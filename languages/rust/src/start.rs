@@ -101,7 +101,8 @@ impl Options {
     }
 
     /// Starts Java, or joins the JVM that runs in the process; [`Jvm::ignored`] tells what came too late for that. Starts by
-    /// this crate wait for each other. While it runs, nothing else may start the service or use `JAVA_HOME`.
+    /// this crate wait for each other. While it runs, nothing else may start the service or use `JAVA_HOME`. A process in which
+    /// no runtime was found does not look again.
     ///
     /// # Errors
     /// When the service cannot be loaded, when there is no Java VM to be had, for an option, path or runtime that cannot be,
