@@ -9,9 +9,11 @@ fn call(jvm: &Jvm) -> Result<()> {
         println!("{}", text.call::<bool>("endsWith", ("ße",))?);
         // By a signature, with which the types are compared.
         let words = ObjectArray::of_texts(java, &["three", "a", "by"])?;
-        let list: qvjvm::Object = java
-            .find_class("java/util/Arrays")?
-            .call_static_as("asList", "([Ljava/lang/Object;)Ljava/util/List;", (&words,))?;
+        let list: qvjvm::Object = java.find_class("java/util/Arrays")?.call_static_as(
+            "asList",
+            "([Ljava/lang/Object;)Ljava/util/List;",
+            (&words,),
+        )?;
         list.call_as::<()>("sort", "(Ljava/util/Comparator;)V", (qvjvm::Null,))?;
         println!("{}", list.to_text()?);
         // Null is a None where the result is an Option, and an error elsewhere.
@@ -75,9 +77,8 @@ fn share(jvm: &Jvm) -> Result<()> {
 
 fn main() -> Result<()> {
     let jvm = Jvm::options().heap(256 << 20).property("greeting", "moin").compiled().start()?;
-    let greeting = jvm.with(|java| {
-        java.find_class("java/lang/System")?.call_static::<Option<String>>("getProperty", ("greeting",))
-    })?;
+    let greeting =
+        jvm.with(|java| java.find_class("java/lang/System")?.call_static::<Option<String>>("getProperty", ("greeting",)))?;
     println!("{:?}, came too late: {:?}", greeting, jvm.ignored());
     call(&jvm)?;
     look_up_once(&jvm)?;

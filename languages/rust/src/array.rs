@@ -192,9 +192,8 @@ impl<'j> ObjectArray<'j> {
     /// For an index that is not there.
     pub fn get(&self, index: usize) -> Result<Option<Object<'j>>> {
         let (java, index) = (self.0.java(), java_length(index)?);
-        let element = unsafe {
-            sys::invoke!(java.env, place::GET_OBJECT_ARRAY_ELEMENT, (self.0.as_raw() => Raw, index => i32) -> Raw)
-        };
+        let element =
+            unsafe { sys::invoke!(java.env, place::GET_OBJECT_ARRAY_ELEMENT, (self.0.as_raw() => Raw, index => i32) -> Raw) };
         error::check(java)?;
         if element.is_null() {
             return Ok(None);

@@ -44,8 +44,11 @@ impl Member {
     fn declared_classes<'j>(self, java: Java<'j>) -> Result<Vec<Option<Object<'j>>>> {
         let at = if self.is_field { place::TO_REFLECTED_FIELD } else { place::TO_REFLECTED_METHOD };
         let reflected = unsafe {
-            Object::own(java, sys::invoke!(java.env, at,
-                (self.class => Raw, self.id => Raw, u8::from(self.is_static) => u8) -> Raw))?
+            Object::own(
+                java,
+                sys::invoke!(java.env, at,
+                (self.class => Raw, self.id => Raw, u8::from(self.is_static) => u8) -> Raw),
+            )?
         };
         if self.is_field {
             return Ok(vec![reflected.call_as("getType", "()Ljava/lang/Class;", ())?]);

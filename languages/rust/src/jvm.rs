@@ -100,7 +100,6 @@ impl Jvm {
     }
 
     /// What a start of Java asks for: heap, options, class path and so on.
-    #[must_use]
     pub fn options() -> Options {
         Options::new()
     }
@@ -327,9 +326,7 @@ impl<'j> Java<'j> {
     /// When Java has no memory, and for more units than a string can have.
     pub fn new_string_of(self, units: &[u16]) -> Result<JString<'j>> {
         let length = crate::array::java_length(units.len())?;
-        let made = unsafe {
-            sys::invoke!(self.env, place::NEW_STRING, (units.as_ptr() => *const u16, length => i32) -> Raw)
-        };
+        let made = unsafe { sys::invoke!(self.env, place::NEW_STRING, (units.as_ptr() => *const u16, length => i32) -> Raw) };
         Ok(JString::of_object(unsafe { Object::own(self, made) }?))
     }
 
@@ -412,4 +409,3 @@ impl std::fmt::Debug for Java<'_> {
         to.debug_struct("Java").finish_non_exhaustive()
     }
 }
-

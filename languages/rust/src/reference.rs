@@ -84,9 +84,7 @@ impl<'j> Object<'j> {
     /// # Errors
     /// When Java has no memory.
     pub fn try_clone(&self) -> Result<Object<'j>> {
-        unsafe {
-            Object::own(self.java, sys::invoke!(self.java.env, place::NEW_LOCAL_REF, (self.raw => Raw) -> Raw))
-        }
+        unsafe { Object::own(self.java, sys::invoke!(self.java.env, place::NEW_LOCAL_REF, (self.raw => Raw) -> Raw)) }
     }
 
     /// A reference to the same object that lasts and may go to other threads.

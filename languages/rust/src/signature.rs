@@ -109,7 +109,11 @@ pub(crate) fn java_name(text: &str) -> Result<CString> {
             bytes.extend_from_slice(letter.encode_utf8(&mut [0; 4]).as_bytes());
         } else {
             for &unit in letter.encode_utf16(&mut [0; 2]).iter() {
-                bytes.extend_from_slice(&[0xE0 | (unit >> 12) as u8, 0x80 | (unit >> 6 & 0x3F) as u8, 0x80 | (unit & 0x3F) as u8]);
+                bytes.extend_from_slice(&[
+                    0xE0 | (unit >> 12) as u8,
+                    0x80 | (unit >> 6 & 0x3F) as u8,
+                    0x80 | (unit & 0x3F) as u8,
+                ]);
             }
         }
     }
@@ -135,8 +139,27 @@ mod tests {
     #[test]
     fn what_is_no_signature_is_refused() {
         let wrong = [
-            "", "V", "(", "()", "(V)V", "(I", "I)V", "()VV", "()I ", "(Ljava/lang/String)V", "(L;)V", "()L;", "(Q)V",
-            "()[", "([V)V", "(Ljava.lang.String;)V", "(Ljava/lang/String;", "()Ljava/lang/String", "(ä)V", "(I)ä", "((I)V)V",
+            "",
+            "V",
+            "(",
+            "()",
+            "(V)V",
+            "(I",
+            "I)V",
+            "()VV",
+            "()I ",
+            "(Ljava/lang/String)V",
+            "(L;)V",
+            "()L;",
+            "(Q)V",
+            "()[",
+            "([V)V",
+            "(Ljava.lang.String;)V",
+            "(Ljava/lang/String;",
+            "()Ljava/lang/String",
+            "(ä)V",
+            "(I)ä",
+            "((I)V)V",
         ];
         for text in wrong {
             let error = Signature::parse(text).expect_err(text);

@@ -445,9 +445,9 @@ fn find_runtime(path: &Path) -> Result<(PathBuf, PathBuf)> {
     let runtime: PathBuf = in_host_folder(path)?.components().collect();
     let below = [r"bin\server", r"bin\client", r"jre\bin\server", r"jre\bin\client"];
     let found = below.iter().map(|below| runtime.join(below)).find(|folder| folder.join("jvm.dll").is_file());
-    found.map(|folder| (runtime.clone(), folder)).ok_or_else(|| {
-        Error::invalid(format!("there is no Java runtime, bin\\server\\jvm.dll, in {}", runtime.display()))
-    })
+    found
+        .map(|folder| (runtime.clone(), folder))
+        .ok_or_else(|| Error::invalid(format!("there is no Java runtime, bin\\server\\jvm.dll, in {}", runtime.display())))
 }
 
 /// `path.1` becomes `path.2`, and so on; the last one goes. One that cannot be moved stays where it is.
@@ -487,8 +487,7 @@ fn create_vm(create: CreateJavaVm, class_path: Option<&OsStr>) -> Result<(Com, S
 /// Why there is no Java VM, as far as it can be seen from outside.
 fn explain() -> Result<String> {
     let name = wide("jvm.dll".as_ref())?;
-    let found =
-        filled(|to, units| unsafe { sys::SearchPathW(null(), name.as_ptr(), null(), units, to, null_mut()) });
+    let found = filled(|to, units| unsafe { sys::SearchPathW(null(), name.as_ptr(), null(), units, to, null_mut()) });
     let loaded = loaded_jvm()?;
     let why = if !loaded.is_null() {
         format!("{} refused to start", path_of_module(loaded).display())

@@ -91,7 +91,9 @@ fn java_has_what_was_asked_for(jvm: &Jvm) -> Result<()> {
 
 fn strings(jvm: &Jvm) -> Result<()> {
     jvm.with(|java| {
-        for text in ["", "plain", "Grüße, Łódź", "nulls\0in\0side\0", "\0", "pairs 😀𝄞", "\u{FFFF}\u{FFFE}", &"ß".repeat(100_000)] {
+        for text in
+            ["", "plain", "Grüße, Łódź", "nulls\0in\0side\0", "\0", "pairs 😀𝄞", "\u{FFFF}\u{FFFE}", &"ß".repeat(100_000)]
+        {
             let string = java.new_string(text)?;
             assert_eq!(string.length(), text.encode_utf16().count());
             assert_eq!(string.text()?, text);
@@ -142,7 +144,7 @@ fn every_type_of_value(jvm: &Jvm) -> Result<()> {
         assert_eq!(class("java/lang/Short")?.call_static::<i16>("reverseBytes", (0x0102_i16,))?, 0x0201);
         assert_eq!(class("java/lang/Integer")?.call_static::<i32>("parseInt", ("-12", 10))?, -12);
         assert_eq!(class("java/lang/Long")?.call_static::<i64>("rotateLeft", (1_i64, 63))?, i64::MIN);
-        assert_eq!(class("java/lang/Float")?.call_static::<f32>("intBitsToFloat", (0x4048_F5C3,))?, 3.14);
+        assert_eq!(class("java/lang/Float")?.call_static::<f32>("intBitsToFloat", (0x40A8_0000,))?, 5.25);
         assert_eq!(class("java/lang/Math")?.call_static::<f64>("hypot", (3.0, 4.0))?, 5.0);
         assert_eq!(class("java/lang/String")?.call_static::<String>("valueOf", (1.5_f64,))?, "1.5");
         class("java/lang/System")?.call_static::<()>("gc", ())?;
@@ -396,10 +398,14 @@ fn arrays(jvm: &Jvm) -> Result<()> {
         let nested = ObjectArray::new(&array.class()?, 2)?;
         nested.set(0, Some(&array))?;
         assert!(nested.get(0)?.unwrap().is_same(&array));
-        let deep: String =
-            java.find_class("java/util/Arrays")?.call_static_as("deepToString", "([Ljava/lang/Object;)Ljava/lang/String;", (&nested,))?;
+        let deep: String = java.find_class("java/util/Arrays")?.call_static_as(
+            "deepToString",
+            "([Ljava/lang/Object;)Ljava/lang/String;",
+            (&nested,),
+        )?;
         assert_eq!(deep, "[[b, null, a\0, ä😀], null]");
-        assert_eq!(nested.call::<ObjectArray<'_>>("clone", ()).map_err(|error| error.to_string()).is_err(), true);
+        let copy: ObjectArray<'_> = nested.call_as("clone", "()Ljava/lang/Object;", ())?;
+        assert!(copy.length() == 2 && !copy.is_same(&nested));
         Ok(())
     })
 }
@@ -449,10 +455,16 @@ fn references_are_given_back(jvm: &Jvm) -> Result<()> {
             let kept = Array::<i8>::new(java, 1 << 18)?.to_global()?.try_clone()?;
             assert!(kept.get_as::<Array<'_, i8>>(java)?.length() == 1 << 18);
         }
-        let long = "9".repeat(200_000);
-        let integer = java.find_class("java/lang/Integer")?;
+        // Exceptions with something large in their cause.
+        let failed = java
+            .find_class("java/util/concurrent/CompletableFuture")?
+            .static_method("failedFuture", "(Ljava/lang/Throwable;)Ljava/util/concurrent/CompletableFuture;")?;
         for _ in 0..400 {
-            raised(integer.call_static::<i32>("parseInt", (&long,)), "java.lang.NumberFormatException");
+            let cause = java.new_object("javax/naming/NamingException", ())?;
+            let large = Array::<i8>::new(java, 1 << 18)?;
+            cause.call_as::<()>("setResolvedObj", "(Ljava/lang/Object;)V", (&large,))?;
+            let future: Object<'_> = failed.call(java, (&cause,))?;
+            raised(future.call::<Object<'_>>("join", ()), "java.util.concurrent.CompletionException");
         }
         Ok(())
     })

@@ -8,6 +8,10 @@ fn main() {
     let error = Jvm::options().heap(64 << 20).property("a", "b").start().expect_err("there is no Java there");
     assert!(error.exception().is_none() && error.status() < Some(0), "{:?}", error);
     let text = error.to_string();
-    assert!(text.starts_with("no Java VM: no Java runtime was found; JAVA_HOME is C:\\elsewhere. qvjvm-doctor.exe"), "{}", text);
+    assert!(
+        text.starts_with("no Java VM: no Java runtime was found; JAVA_HOME is C:\\elsewhere. qvjvm-doctor.exe"),
+        "{}",
+        text
+    );
     println!("1 passed, 0 failed");
 }
