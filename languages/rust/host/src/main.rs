@@ -1,5 +1,3 @@
-//! The first program of docs/rust.md.
-
 fn main() -> qvjvm::Result<()> {
     let jvm = qvjvm::Jvm::start()?;
     jvm.with(|java| {
