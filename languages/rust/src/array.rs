@@ -21,7 +21,8 @@ fn length_of(array: &Object<'_>) -> usize {
 /// The element of an array of a primitive type.
 ///
 /// # Safety
-/// For this crate's own types alone: the type has the size of Java's, and every value that Java can store is made one of the type's by `settle`.
+/// For this crate's own types alone: the type has the size of Java's, and `settle` makes every value that Java can store one
+/// of the type's.
 pub unsafe trait Element: Copy + Default + 'static {
     #[doc(hidden)]
     const ARRAY: &'static str;

@@ -117,7 +117,10 @@ fn check_kinds(signature: &Signature<'_>, given: &[&str], result: &str) -> Resul
     Ok(())
 }
 
-/// Calls the function of a family for a kind of result. `$more` are the arguments between the environment and the id.
+/// Calls the function of a family for a kind of result.
+///
+/// # Safety
+/// The id is that of a method of the target, with such a result and with parameters as the values.
 unsafe fn call_raw(env: Env, family: usize, kind: Kind, target: Raw, id: Raw, values: *const Value) -> Value {
     let at = family + 3 * kind as usize;
     macro_rules! call {
@@ -147,7 +150,7 @@ unsafe fn call_raw(env: Env, family: usize, kind: Kind, target: Raw, id: Raw, va
 
 /// # Safety
 /// The value is of that kind, and a reference in it the caller's.
-unsafe fn received<'j>(java: Java<'j>, kind: Kind, value: Value) -> Result<Received<'j>> {
+unsafe fn received(java: Java<'_>, kind: Kind, value: Value) -> Result<Received<'_>> {
     Ok(match kind {
         Kind::Boolean => Received::Boolean(value.z != 0),
         Kind::Byte => Received::Byte(value.b),
