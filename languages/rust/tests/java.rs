@@ -47,6 +47,7 @@ fn start(log: &PathBuf) -> Result<Jvm> {
     let mut options = Jvm::options()
         .heap(64 << 20)
         .option("-XX:+UseSerialGC")
+        .option("-XX:-UseDynamicNumberOfCompilerThreads") // Wine can hang where threads end and others start
         .property("qvjvm.text", "Grüße")
         .compiled()
         .class_path(["a folder", "C:/another.jar"])
@@ -432,7 +433,10 @@ fn threads(jvm: &Jvm) -> Result<()> {
         Ok(())
     };
     std::thread::scope(|scope| {
-        let all: Vec<_> = (0..THREADS).map(|thread| scope.spawn(move || work(thread))).collect();
+        let mut all = Vec::new();
+        for thread in 0..THREADS {
+            all.push(scope.spawn(move || work(thread)));
+        }
         all.into_iter().try_for_each(|thread| thread.join().unwrap())
     })?;
     let counted: i32 = jvm.with(|java| count.get(java)?.call("get", ()))?;
