@@ -67,6 +67,7 @@ foreach(target IN ITEMS qvjvm_msvc_import qvjvm_csharp)
     add_dependencies(package_files ${target})
   endif()
 endforeach()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/languages DESTINATION ${CMAKE_INSTALL_DOCDIR} REGEX "/(tests|CMakeLists\\.txt|build-tests|check-crate|target)$" EXCLUDE)
 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(CPACK_QV_PYTHON ${Python3_EXECUTABLE})

@@ -114,7 +114,7 @@ def text_of(path, name):
 
 def nuget():
     package = unpack()
-    library = BUILD / "languages/csharp/Qvjvm.dll"
+    library = BUILD / "csharp/Qvjvm.Client.dll"
     made = FOLDER / "made"
     run(sys.executable, ROOT / "packaging/nuget/make", package, made, *([library] if library.exists() else []))
     expected = {f"qvjvm.native.{version()}.nupkg"} | ({f"Qvjvm.{version()}.nupkg"} if library.exists() else set())
@@ -308,6 +308,10 @@ def release():
     name = f"qvjvm-{version()}-win64"
     wanted = {f"{name}.zip", f"{name}.cdx.json", f"qvjvm-{version()}-source.zip", f"qvjvm-{version()}-interface.txt",
               f"qvjvm.native.{version()}.nupkg", "notes.md", "SHA256SUMS"}
+    if shutil.which("cargo"):
+        wanted.add(f"qvjvm-{version()}.crate")
+    if (BUILD / "csharp/Qvjvm.Client.dll").exists():
+        wanted.add(f"Qvjvm.{version()}.nupkg")
     expect(wanted <= set(files(out)), f"the release has all files: {sorted(wanted - set(files(out)))}")
     run("sha256sum", "--check", "--strict", "SHA256SUMS", cwd=out)
     expect(len((out / "SHA256SUMS").read_text().splitlines()) == len(files(out)) - 1, "each file has a checksum")
