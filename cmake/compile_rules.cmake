@@ -18,11 +18,9 @@ else()
                                          $<$<CONFIG:Release>:-s>)
 endif()
 
-# The symbols of what clang compiles: a PDB beside each file, which names no folder of the build's.
 if(MINGW AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-g -gcodeview>)
-  target_link_options(qv_rules INTERFACE -Wl,--pdb= -Wl,-Xlink=-pdbaltpath:%_PDB%)
-  target_link_libraries(qv_rules INTERFACE winpthread)  # which g++ names by itself
+  target_link_options(qv_rules INTERFACE -pthread)  # which g++'s own library wants
 endif()
 
 # What only the product's own code gets: counters and traps stay out of the test frameworks.

@@ -1,4 +1,6 @@
-# The same with clang and lld, on the headers and libraries of g++'s: what it links has PDBs, which debuggers on Windows read.
+# The same with clang, on the headers and libraries of g++'s. What is shipped is linked by lld, with PDBs, which debuggers on
+# Windows read; the rest by GNU's linker, since in what lld 14 links, libstdc++'s streams pass exceptions on that they
+# should keep.
 include(${CMAKE_CURRENT_LIST_DIR}/mingw-w64.cmake)
 
 # Debian's folder, "12-posix", is no version to clang, which so does not find it.
@@ -8,7 +10,7 @@ cmake_path(GET gcc PARENT_PATH gcc)
 # Threads' own variables as in g++'s libraries.
 set(CMAKE_CXX_FLAGS_INIT "-femulated-tls -isystem ${gcc}/include/c++ -isystem ${gcc}/include/c++/${QV_MINGW_PREFIX}")
 foreach(kind IN ITEMS EXE SHARED MODULE)
-  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld -L${gcc}")
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT -L${gcc})
 endforeach()
 
 set(CMAKE_C_COMPILER clang)

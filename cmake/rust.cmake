@@ -3,10 +3,7 @@
 find_program(QV_RUSTC rustc PATHS /usr/bin NO_DEFAULT_PATH NO_CACHE)
 find_program(QV_RUSTC rustc NO_CACHE)
 set(QV_RUST_TARGET x86_64-pc-windows-gnu)
-set(QV_RUST_LINKER ${CMAKE_C_COMPILER})
-if(QV_MINGW_PREFIX)
-  set(QV_RUST_LINKER ${QV_MINGW_PREFIX}-gcc-posix)  # whichever compiler builds the rest
-endif()
+set(QV_RUST_LINKER ${QV_USERS_CC})
 set(library "")
 if(QV_RUSTC AND MINGW)
   execute_process(COMMAND ${QV_RUSTC} --print target-libdir --target ${QV_RUST_TARGET} OUTPUT_VARIABLE library

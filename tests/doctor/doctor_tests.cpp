@@ -265,7 +265,7 @@ const Case kCases[] = {
          return content;
        });
      },
-     L"qvjvm.dll is version 7.0.0.0"},
+     L"qvjvm.dll is version 7."},
     {"AVeryOldRuntime", kUnknown, [](SoundMachine& machine) { machine.MakeRuntime(L"java", "1.6.0_45"); },
      L"Java 1.6.0_45 is older"},
 

@@ -228,7 +228,7 @@ def vcpkg():
     expect((installed / "share/qvjvm/copyright").read_text() == (ROOT / "LICENSE").read_text(), "the license is where vcpkg wants it")
     expect((installed / "share/qvjvm/usage").exists(), "it tells its use")
     consumer = FOLDER / "consumer"
-    run("cmake", "-G", "Ninja", "-S", ROOT / "packaging/conan/test_package", "-B", consumer, f"-DCMAKE_TOOLCHAIN_FILE={SETTINGS['CMAKE_TOOLCHAIN_FILE']}",
+    run("cmake", "-G", "Ninja", "-S", ROOT / "packaging/conan/test_package", "-B", consumer, f"-DCMAKE_TOOLCHAIN_FILE={ROOT / 'cmake/mingw-w64.cmake'}",
         f"-Dqvjvm_DIR={installed / 'share/qvjvm'}", "-DCMAKE_BUILD_TYPE=Release")
     run("cmake", "--build", consumer)
     told = run(ROOT / "tools/wine-run", consumer / "consumer.exe")

@@ -74,12 +74,12 @@ tell_failure() {
   printf 'error: exit code %d from: %s\n' "$status" "$*" >&2
 }
 
-# Takes a lock file until this shell ends, and says so when it has to wait. Usage: take_lock FILE "who holds it"
+# Takes a lock file until this shell ends, and says so when it has to wait for long. Usage: take_lock FILE "who holds it"
 take_lock() {
   local held
   mkdir -p "$(dirname "$1")"
   exec {held}>"$1"
-  flock -n "$held" || { note "waiting: $2" && flock "$held"; }
+  flock -w 3 "$held" || { note "waiting: $2" && flock "$held"; }
 }
 
 # Prints the first comment of the script, which is its help, and ends it, when its arguments ask for that.
