@@ -42,6 +42,14 @@ setup_dotnet() {
   rm -rf "$new"
 }
 
+# What tests need besides Java.
+setup_tests() {
+  setup_clang_format
+  setup_packaging sbom
+  setup_packaging conan
+  setup_dotnet
+}
+
 setup_downloads() {
   cmake "-DCACHE=$qv_cache" "-DLOGS=$qv_build/logs" -P "$qv_root/tools/download.cmake" || fail "see above"
 }
