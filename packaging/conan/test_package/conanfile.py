@@ -32,6 +32,6 @@ class TestConan(ConanFile):
         run = self.conf.get("user.qvjvm:run", default="")
         program = os.path.join(self.build_folder, "consumer.exe")
         if run:
-            self.run(f'{run} "{program}"')
+            self.run(f'"{run}" "{program}"')
         elif can_run(self):
             self.run(f'"{program}"', env="conanrun")
