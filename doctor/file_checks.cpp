@@ -118,7 +118,8 @@ Library InspectLibrary(const std::wstring& path) {
     library.state = FileState::Truncated;
     return library;
   }
-  if (signature != IMAGE_NT_SIGNATURE) return library;
+  // A program, which is no library, has not this mark.
+  if (signature != IMAGE_NT_SIGNATURE || (header.Characteristics & IMAGE_FILE_DLL) == 0) return library;
   library.architecture = ArchitectureName(header.Machine);
   library.state = file.Size() < ClaimedSize(file, headers, header) ? FileState::Truncated
                   : header.Machine == IMAGE_FILE_MACHINE_AMD64     ? FileState::Sound

@@ -7,7 +7,7 @@
 
 namespace doctor {
 
-// An executable image: its processor, and whether the file is as long as its sections and its signature claim.
+// A DLL's image: its processor, and whether the file is as long as its sections and its signature claim.
 Library InspectLibrary(const std::wstring& path);
 // A jar, by the record at its end and the directory that this leads to. A folder is sound.
 FileState InspectArchive(const std::wstring& path);

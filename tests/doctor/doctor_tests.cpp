@@ -257,6 +257,9 @@ const Case kCases[] = {
     {"TheServiceUnderTheOthersName", kUnknown,
      [](SoundMachine& machine) { machine.folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm.dll", L"service\\qvshr.dll"); },
      L"qvshr.dll is damaged: it is not qvshr.dll"},
+    {"TheServiceIsAProgram", kUnknown,
+     [](SoundMachine& machine) { machine.folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm-doctor.exe", L"service\\qvjvm.dll"); },
+     L"qvjvm.dll is damaged: it is not qvjvm.dll"},
     {"TheServiceIsAnotherVersion", kUnknown,
      [](SoundMachine& machine) {
        // In the resource, behind its signature and its own version.
