@@ -258,7 +258,9 @@ const Case kCases[] = {
      [](SoundMachine& machine) { machine.folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm.dll", L"service\\qvshr.dll"); },
      L"qvshr.dll is damaged: it is not qvshr.dll"},
     {"TheServiceIsAProgram", kUnknown,
-     [](SoundMachine& machine) { machine.folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm-doctor.exe", L"service\\qvjvm.dll"); },
+     [](SoundMachine& machine) {
+       machine.folder.CopyIn(ProgramFolder() + L"\\..\\qvjvm-doctor.exe", L"service\\qvjvm.dll");
+     },
      L"qvjvm.dll is damaged: it is not qvjvm.dll"},
     {"TheServiceIsAnotherVersion", kUnknown,
      [](SoundMachine& machine) {
