@@ -123,6 +123,12 @@ Break FileCut(const wchar_t* relative, size_t bytes = 1) {
     machine.ChangeFile(relative, [=](const std::string& content) { return content.substr(0, content.size() - bytes); });
   };
 }
+// A library, whose end may be symbols that no start needs.
+Break LibraryCut(const wchar_t* relative) {
+  return [=](SoundMachine& machine) {
+    machine.ChangeFile(relative, [](const std::string& content) { return content.substr(0, content.size() / 8); });
+  };
+}
 Break FileFor(const wchar_t* relative, unsigned short processor) {
   return [=](SoundMachine& machine) {
     machine.ChangeFile(relative, [=](const std::string& content) { return ForMachine(content, processor); });
@@ -212,7 +218,7 @@ const Case kCases[] = {
     {"ACutClassLibrary", kUnknown, FileCut(L"java\\lib\\modules"), L"lib\\modules is damaged: it is cut off"},
     {"AClassLibraryOfSomethingElse", kUnknown, FileHolds(L"java\\lib\\modules", std::string(99, 'x')),
      L"lib\\modules is damaged: it is not a class library"},
-    {"ACutLibraryOfTheRuntime", kUnknown, FileCut(L"java\\bin\\zip.dll"), L"zip.dll is damaged: it is cut off"},
+    {"ACutLibraryOfTheRuntime", kUnknown, LibraryCut(L"java\\bin\\zip.dll"), L"zip.dll is damaged: it is cut off"},
     {"AnEmptyLibraryOfTheRuntime", kUnknown, FileHolds(L"java\\bin\\net.dll", ""), L"net.dll is damaged: it is empty"},
     {"ALibraryThatNoStartNeeds", kUnknown, FileHolds(L"java\\bin\\awt.dll", "x"),
      L"awt.dll is damaged: it is not awt.dll"},
@@ -243,7 +249,7 @@ const Case kCases[] = {
 
     // the product itself
     {"TheServiceIsMissing", kUnknown, FileGone(L"service\\qvjvm.dll"), L"qvjvm.dll is missing"},
-    {"TheServiceIsCut", kUnknown, FileCut(L"service\\qvjvm.dll"), L"qvjvm.dll is damaged: it is cut off"},
+    {"TheServiceIsCut", kUnknown, LibraryCut(L"service\\qvjvm.dll"), L"qvjvm.dll is damaged: it is cut off"},
     {"TheServiceIsEmpty", kUnknown, FileHolds(L"service\\qvjvm.dll", ""), L"qvjvm.dll is damaged: it is empty"},
     {"TheServiceIsNoLibrary", kUnknown, FileHolds(L"service\\qvjvm.dll", std::string(9999, 'x')),
      L"qvjvm.dll is damaged: it is not qvjvm.dll"},
