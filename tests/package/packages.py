@@ -140,7 +140,7 @@ def nuget():
 
 def form_of_package(folder, name):
     spec = folder / f"{name}.nuspec"
-    expect(text_of(spec, "id") == name and text_of(spec, "version") == version(), "the specification has name and version")
+    expect(text_of(spec, "id") == name and text_of(spec, "version") == version(), "the nuspec has name and version")
     for tag in ("license", "readme"):
         expect((folder / text_of(spec, tag)).exists(), f"the {tag} is there")
     types = xml_names(folder / "[Content_Types].xml")
