@@ -1,9 +1,8 @@
-# Finds a Rust that compiles for Windows: QV_RUSTC, empty when there is none, and QV_RUST_LINKER. Debian's comes first, since
-# what newer ones make does not start under Wine 8; nothing is kept, since a later set-up may bring it.
+# Finds a Rust that compiles for Windows: QV_RUSTC, empty when there is none. Debian's comes first, since what newer
+# ones make does not start under Wine 8; nothing is kept, since a later set-up may bring it.
 find_program(QV_RUSTC rustc PATHS /usr/bin NO_DEFAULT_PATH NO_CACHE)
 find_program(QV_RUSTC rustc NO_CACHE)
 set(QV_RUST_TARGET x86_64-pc-windows-gnu)
-set(QV_RUST_LINKER ${QV_USERS_CC})
 set(library "")
 if(QV_RUSTC AND MINGW)
   execute_process(COMMAND ${QV_RUSTC} --print target-libdir --target ${QV_RUST_TARGET} OUTPUT_VARIABLE library

@@ -1,3 +1,12 @@
+# qv_expect_version(file line): a file of another tool's, which says the version again, has this line.
+function(qv_expect_version file line)
+  file(STRINGS ${file} lines)
+  if(NOT line IN_LIST lines)
+    message(FATAL_ERROR "${CMAKE_CURRENT_SOURCE_DIR}/${file} has no line '${line}'.")
+  endif()
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+endfunction()
+
 # qv_ship(target description): what Windows shows of a DLL or a program of the package. The copyright is that of LICENSE.
 file(STRINGS ${PROJECT_SOURCE_DIR}/LICENSE QV_COPYRIGHT REGEX "^Copyright ")
 

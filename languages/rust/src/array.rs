@@ -1,6 +1,6 @@
 //! Java's arrays.
 
-use crate::reference::checked;
+use crate::reference::{checked, object_type};
 use crate::signature::Kind;
 use crate::sys::{self, place, Raw};
 use crate::{error, Class, Error, Java, Object, Reference, Result};
@@ -154,6 +154,7 @@ impl<T> std::fmt::Debug for Array<'_, T> {
 /// A reference to a Java array of objects.
 #[derive(Debug)]
 pub struct ObjectArray<'j>(Object<'j>);
+object_type!(ObjectArray);
 
 impl<'j> ObjectArray<'j> {
     /// A new array for objects of that class, all null.
@@ -166,7 +167,7 @@ impl<'j> ObjectArray<'j> {
         let made = unsafe {
             sys::invoke!(java.env, place::NEW_OBJECT_ARRAY, (length => i32, class.as_raw() => Raw, none => Raw) -> Raw)
         };
-        Ok(ObjectArray(unsafe { Object::own(java, made) }?))
+        Ok(ObjectArray::of_object(unsafe { Object::own(java, made) }?))
     }
 
     /// A new `String[]` with these texts.
@@ -214,19 +215,6 @@ impl<'j> ObjectArray<'j> {
                 (self.0.as_raw() => Raw, index => i32, value => Raw));
         }
         error::check(java)
-    }
-
-    /// The plain object.
-    #[must_use]
-    pub fn into_object(self) -> Object<'j> {
-        self.0
-    }
-}
-
-impl<'j> Deref for ObjectArray<'j> {
-    type Target = Object<'j>;
-    fn deref(&self) -> &Object<'j> {
-        &self.0
     }
 }
 

@@ -161,6 +161,7 @@ macro_rules! object_type {
         }
     };
 }
+pub(crate) use object_type;
 
 /// A reference to a Java string.
 #[derive(Debug)]
