@@ -7,7 +7,9 @@ set(CURRENT_INSTALLED_DIR ${PREFIX}/of-others)
 
 function(vcpkg_cmake_configure)
   cmake_parse_arguments(PARSE_ARGV 0 arg "" "SOURCE_PATH" "OPTIONS")
-  file(READ ${arg_SOURCE_PATH}/CMakeLists.txt rules)
+  if(NOT EXISTS ${arg_SOURCE_PATH}/CMakeLists.txt)
+    message(FATAL_ERROR "${arg_SOURCE_PATH} is not the product's tree")
+  endif()
   foreach(option IN LISTS arg_OPTIONS)
     string(REGEX REPLACE "^-D([^=]*)=.*" "\\1" name ${option})
     # An option that nothing reads would be a mistake in the port.
