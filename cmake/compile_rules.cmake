@@ -12,14 +12,25 @@ else()
     qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-Wall -Wextra -Wshadow -Wformat=2 -Wundef -Werror>
                        $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wsign-conversion -Wnon-virtual-dtor>)
   # Two builds of one tree are equal byte for byte: no date in a file, and no folder of the build's.
-  target_compile_options(qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>)
+  target_compile_options(qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=>)
   target_link_options(qv_rules INTERFACE -Wl,--no-insert-timestamp)
   target_link_options(qv_rules INTERFACE -static -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat
                                          $<$<CONFIG:Release>:-s>)
 endif()
 
 if(MINGW AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  target_compile_options(qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-g -gcodeview>)
+  # Two builds' PDBs are equal too, though compiler and linker write their whole commands into them: there the tree is
+  # called "source", and the file names are those of the archive of sources that a release has.
+  file(CREATE_LINK ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/source SYMBOLIC)
+  set(without_folders ${CMAKE_CURRENT_LIST_DIR}/without-folders ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
+  foreach(language IN ITEMS C CXX)
+    set(CMAKE_${language}_COMPILER_LAUNCHER ${without_folders})
+    set(CMAKE_${language}_LINKER_LAUNCHER ${without_folders})
+  endforeach()
+  set(archive /qvjvm-${PROJECT_VERSION})
+  target_compile_options(
+    qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-g -gcodeview -ffile-compilation-dir=${archive}/build
+                       -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/=${archive}/>)
   target_link_options(qv_rules INTERFACE -pthread)  # which g++'s own library wants
 endif()
 

@@ -24,9 +24,10 @@ function(qv_ship target description)
   # The resource compiler knows nothing of the C++ warnings, so it gets a target of its own.
   add_library(${target}_version OBJECT ${file})
   target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_version>)
-  # A PDB beside it, which names no folder of the build's; lld leaves the DWARF of mingw's own libraries beside that.
+  # A PDB beside it, which knows no folder of the build's; lld leaves the DWARF of mingw's own libraries beside that.
   if(MINGW AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    target_link_options(${target} PRIVATE -fuse-ld=lld -Wl,--pdb= -Wl,-Xlink=-pdbaltpath:%_PDB%)
+    target_link_options(${target} PRIVATE -fuse-ld=lld -Wl,--pdb= -Wl,-Xlink=-pdbaltpath:%_PDB%
+                        -Wl,-Xlink=-pdbsourcepath:/build)
     find_program(QV_LLVM_STRIP llvm-strip REQUIRED)
     add_custom_command(TARGET ${target} POST_BUILD COMMAND ${QV_LLVM_STRIP} --strip-debug $<TARGET_FILE:${target}>)
   endif()

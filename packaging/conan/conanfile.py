@@ -7,6 +7,7 @@ built there already.
 """
 import os
 import re
+import shutil
 
 from conan import ConanFile
 from conan.errors import ConanInvalidConfiguration
@@ -36,8 +37,12 @@ class QvjvmConan(ConanFile):
                                 for part in ("MAJOR", "MINOR", "PATCH"))
 
     def export_sources(self):
-        for name in ["CMakeLists.txt", "*.md", "LICENSE"] + [f"{folder}/*" for folder in FOLDERS]:
-            copy(self, name, self._root, self.export_sources_folder)
+        # File by file at the top: Conan's copy() looks into all folders, those of builds too.
+        for name in os.listdir(self._root):
+            if name in ("CMakeLists.txt", "LICENSE") or name.endswith(".md"):
+                shutil.copy2(os.path.join(self._root, name), self.export_sources_folder)
+        for folder in FOLDERS:
+            copy(self, "*", os.path.join(self._root, folder), os.path.join(self.export_sources_folder, folder))
 
     def layout(self):
         built = self.conf.get("user.qvjvm:build")

@@ -6,6 +6,9 @@ if(MSVC)
   return()  # its build of the tests compiles the headers already, and it has no -fsyntax-only
 endif()
 
+set(compiler_of_c ${QV_USERS_CC})
+set(compiler_of_c++ ${QV_USERS_CXX})
+
 # qv_add_header_test(header name language compiler and options...)
 # Parts of the client, which no host includes, are seconds of compiling each: in the long form alone.
 function(qv_add_header_test header name language)
@@ -27,9 +30,7 @@ foreach(header IN LISTS c_and_cxx)
   foreach(form IN ITEMS c99 c++11 c++20 c++20-c-view)
     string(REGEX MATCH "^c(\\+\\+)?" language ${form})
     string(REGEX REPLACE "-c-view" ";-DQV_C_VIEW" standard -std=${form})
-    string(REPLACE "c++" cxx upper ${language})
-    string(TOUPPER ${upper} upper)
-    qv_add_header_test(${header} mingw.${form} ${language} ${CMAKE_${upper}_COMPILER} ${standard})
+    qv_add_header_test(${header} mingw.${form} ${language} ${compiler_of_${language}} ${standard})
     foreach(target IN ITEMS x86_64-pc-windows-msvc ${QV_CLANG_TARGET})
       qv_add_header_test(${header} clang-${target}.${form} ${language} "${QV_CLANG}" --target=${target} ${QV_CLANG_C_HEADERS}
                          ${standard})
@@ -42,10 +43,7 @@ endforeach()
 foreach(form IN ITEMS c99 c11 c++11 c++20 c++20-c-view)
   string(REGEX MATCH "^c(\\+\\+)?" language ${form})
   string(REGEX REPLACE "-c-view" ";-DQV_C_VIEW" standard -std=${form})
-  set(compiler ${QV_USERS_CC})
-  if(language STREQUAL "c++")
-    set(compiler ${QV_USERS_CXX})
-  endif()
+  set(compiler ${compiler_of_${language}})
   set(strict ${standard} -Wshadow -Wconversion -Wundef -DQVJVM_CALLBACKS_IMPLEMENTATION)
   qv_add_header_test(qvjvm/callbacks.h functions.mingw.${form} ${language} ${compiler} ${strict})
   qv_add_header_test(qvjvm/callbacks.h functions.clang.${form} ${language} "${QV_CLANG}" --target=${QV_CLANG_TARGET}
