@@ -1,6 +1,6 @@
 # Builds the tree once more, as a copy in another folder, and compares the files with those of this build byte for byte.
 # cmake -DBUILD=... -DSOURCE=... -DFOLDER=... -DTOOLCHAIN=... -DTYPE=... -DJNI=folder of jni.h
-# -DPACKAGE=name -DCPACK=cpack -P reproducible.cmake
+# -DPACKAGE=name -DPDB=1 where each file has a PDB -DCPACK=cpack -P reproducible.cmake
 # The host library alone; with QV_NIGHTLY=1 the service and the programs too, and the zip, PACKAGE of this build.
 cmake_minimum_required(VERSION 3.25)
 set(copy "${FOLDER}/the same tree in a folder of quite another name")
@@ -24,6 +24,12 @@ set(targets qvshr)
 if("$ENV{QV_NIGHTLY}" STREQUAL "1")
   list(APPEND files bin/qvjvm.dll service/libqvjvm.dll.a bin/qvjvm-doctor.exe bin/qvjvm-bind.exe bin/qvjvm-train.exe import/qvjvm.lib package/${PACKAGE}.zip)
   list(APPEND targets qvjvm qvjvm-doctor qvjvm-bind qvjvm-train qvjvm_msvc_import)
+endif()
+if(PDB)
+  set(symbols ${files})
+  list(FILTER symbols INCLUDE REGEX "^bin/")
+  list(TRANSFORM symbols REPLACE "[.][a-z]+$" ".pdb")
+  list(APPEND files ${symbols})
 endif()
 run(${CMAKE_COMMAND} --build made --target ${targets})
 if("$ENV{QV_NIGHTLY}" STREQUAL "1")
