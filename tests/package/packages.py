@@ -1,6 +1,7 @@
 """The packages beside the zip: made, compared with the zip's files, and used as far as they can be here.
 
-packages.py KIND ROOT BUILD ZIP FOLDER     KIND: interface, sbom, nuget, conan, vcpkg, sign, release; FOLDER is emptied
+packages.py KIND ROOT BUILD ZIP FOLDER     KIND: interface, sbom, nuget, conan, vcpkg, sign, symbols, release; FOLDER is
+emptied
 """
 import hashlib
 import json
@@ -273,6 +274,27 @@ def sign():
     expect("2147483647" in told, f"the signed program runs with the signed DLLs: {told}")
 
 
+# ---- symbols, where the compiler makes PDBs ----
+
+def symbols():
+    """A debugger finds function, file and line of each thing that is exported, the file under the name of the source archive."""
+    exported = 0
+    for pdb in sorted((BUILD / "bin").glob("*.pdb")):
+        [binary] = [file for file in pdb.parent.glob(f"{pdb.stem}.*") if file.suffix in (".dll", ".exe")]
+        number = re.search(rb"RSDS(.{16}).{4}" + re.escape(pdb.name.encode()) + b"\0", binary.read_bytes(), re.DOTALL)
+        expect(number and number[1] in pdb.read_bytes(), f"{binary.name} is the file that {pdb.name} belongs to")
+        expect(str(BUILD).encode() not in pdb.read_bytes(), f"{pdb.name} does not know its folder")
+        for block in run("llvm-readobj", "--coff-exports", binary).split("Export {")[1:]:
+            ordinal, address = (re.search(rf"{key}: (.*)\n", block).group(1) for key in ("Ordinal", "RVA"))
+            if address == "0x0":
+                continue  # a number that nothing has
+            function, place = run("llvm-symbolizer", "--relative-address", f"--obj={binary}", address).splitlines()[:2]
+            source = re.fullmatch(rf"/qvjvm-{version()}/(.+):(\d+):0", place)
+            expect(source and (ROOT / source[1]).is_file(), f"export {ordinal} of {binary.name} has a line of its source: {function}, {place}")
+            exported += 1
+    expect(exported > 0, "there are exports with symbols")
+
+
 # ---- a release ----
 
 def release():
@@ -291,7 +313,8 @@ def release():
         run(*git, "commit", "-q", "-m", text)
 
     def make(expected=0):
-        return run(tree / "release", "--from", BUILD, expected=expected, env={**os.environ, "QV_CACHE": str(CACHE)})
+        symbols = [BUILD] if (BUILD / "bin/qvjvm.pdb").exists() else []
+        return run(tree / "release", "--from", BUILD, *symbols, expected=expected, env={**os.environ, "QV_CACHE": str(CACHE)})
 
     commit("as it is")
     changes = (tree / "CHANGELOG.md").read_text()
@@ -312,6 +335,8 @@ def release():
         wanted.add(f"qvjvm-{version()}.crate")
     if (BUILD / "csharp/Qvjvm.Client.dll").exists():
         wanted.add(f"Qvjvm.{version()}.nupkg")
+    if (BUILD / "bin/qvjvm.pdb").exists():
+        wanted.add(f"{name}-symbols.zip")
     expect(wanted <= set(files(out)), f"the release has all files: {sorted(wanted - set(files(out)))}")
     run("sha256sum", "--check", "--strict", "SHA256SUMS", cwd=out)
     expect(len((out / "SHA256SUMS").read_text().splitlines()) == len(files(out)) - 1, "each file has a checksum")
@@ -323,10 +348,16 @@ def release():
         expect(inside == {entry: archive.read(entry) for entry in archive.namelist()}, "the zip has the files of this build")
     with zipfile.ZipFile(out / f"qvjvm-{version()}-source.zip") as archive:
         expect(f"qvjvm-{version()}/CMakeLists.txt" in archive.namelist(), "the source has its build rules")
+    if (out / f"{name}-symbols.zip").exists():
+        with zipfile.ZipFile(out / f"{name}-symbols.zip") as archive:
+            expect({entry: archive.read(entry) for entry in archive.namelist()} ==
+                   {f"{name}-symbols/{file.name}": file.read_bytes() for pdb in (BUILD / "bin").glob("*.pdb")
+                    for file in pdb.parent.glob(f"{pdb.stem}.*") if file.suffix in (".pdb", ".dll", ".exe")},
+                   "the symbols are those of the build, with the files that they belong to")
     expect("there already" in make(expected=1), "a release is not made over one that is there")
 
 
 shutil.rmtree(FOLDER, ignore_errors=True)
 FOLDER.mkdir(parents=True)
-{function.__name__: function for function in (interface, sbom, nuget, conan, vcpkg, sign, release)}[KIND]()
+{function.__name__: function for function in (interface, sbom, nuget, conan, vcpkg, sign, symbols, release)}[KIND]()
 shutil.rmtree(FOLDER)
