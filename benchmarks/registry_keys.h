@@ -47,8 +47,8 @@ class PrivateMachine {
   HKEY m_key = nullptr;
 };
 
-/// Where a host of the name qv190.exe finds its configuration. The first is a constant that needs no initialisation: clang's
-/// programs for MinGW do not keep the order of two inline variables.
+/// Where a host of the name qv190.exe finds its configuration. The first is a constant that needs no initialisation:
+/// clang's programs for MinGW do not keep the order of two inline variables.
 constexpr const wchar_t* kQuovantJava = L"Software\\Harlowe\\Quovant\\19.0\\Java";
 inline const std::wstring kKnownHostConfig = std::wstring(kQuovantJava) + L"\\QVIDEConfig";
 
