@@ -4,7 +4,9 @@
 
 #include <windows.h>
 
-#include <intrin.h>
+#ifdef _MSC_VER
+#include <intrin.h>  // which mingw's windows.h need not be told
+#endif
 
 namespace qv {
 

@@ -2,8 +2,6 @@
 // tables are changed in the library itself. The library calls those too, so only calls from the service count.
 #include <gtest/gtest.h>
 
-#include <intrin.h>
-
 #include "tests/reliability/faults/fault_point.h"
 
 namespace qvtest {
