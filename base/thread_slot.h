@@ -4,8 +4,8 @@
 
 #include <windows.h>
 
-#ifdef _MSC_VER
-#include <intrin.h>  // which mingw's windows.h need not be told
+#ifndef __MINGW32__
+#include <intrin.h>  // mingw's windows.h has what is wanted of it
 #endif
 
 namespace qv {
