@@ -10,21 +10,24 @@ import sys
 
 
 def from_gnu(symbol):
-    """What the source calls it; a variable is called so itself, and of templates there are none in question."""
-    parts = re.fullmatch(r"_Z(TV)?(?:NK?)?((?:\d+\D\w*?)+?)(?:[CD][12])?(?:E.*|[^\dE]*|$).*", symbol)
-    if not parts:
+    """What the source calls it. A variable is called as its symbol is; of templates there are none in question."""
+    start = re.match(r"_Z(TV)?(?:NK?)?(?=\d)", symbol)
+    if not start:
         return symbol
-    names, rest = [], symbol.removeprefix("_ZTV").removeprefix("_Z").removeprefix("N").removeprefix("K")
+    names, rest = [], symbol[start.end():]
     while length := re.match(r"\d+", rest):
         end = length.end() + int(length[0])
         names.append(rest[length.end():end])
         rest = rest[end:]
-    if rest.startswith(("C1", "C2", "D1", "D2")):
-        names.append("~" * (rest[0] == "D") + names[-1])
-    return "::".join(names + ["table"] * bool(parts[1]))
+    if rest[:2] in ("C1", "C2"):
+        names.append(names[-1])
+    elif rest[:2] in ("D1", "D2"):
+        names.append("~" + names[-1])
+    return "::".join(names + ["table"] * bool(start[1]))
 
 
 def from_microsoft(symbol):
+    """The same, None for what has no such name."""
     parts = re.match(r"\?(\?0|\?1|\?_7)?([A-Za-z_]\w*(?:@[A-Za-z_]\w*)*)@@", symbol)
     if not parts:
         return None

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <mutex>
 
+#include "base/compiler.h"
 #include "tests/real/running_vm.h"
 
 namespace qvtest {
@@ -17,7 +18,7 @@ JavaVM* g_vmOfJavaProgram = nullptr;
 std::mutex g_lock;
 std::string g_output;
 
-jint JNICALL KeepOutput(FILE*, const char* format, va_list arguments) {
+QV_PRINTF(2, 0) jint JNICALL KeepOutput(FILE*, const char* format, va_list arguments) {
   char text[4096];
   const int written = std::vsnprintf(text, sizeof(text), format, arguments);
   const std::lock_guard guard(g_lock);

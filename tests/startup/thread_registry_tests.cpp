@@ -256,6 +256,7 @@ TEST(ThreadEnd, ServiceCallsOfAThreadThatLeavesTheJvmLeaveNothingBehind) {
   const JoinedWorld world;
   qv_jnienv env = nullptr;
   int handled = 0;
+  const Event begun;
   const Event ask;
   const Event answered;
   bool othersGoOn = false;
@@ -270,10 +271,12 @@ TEST(ThreadEnd, ServiceCallsOfAThreadThatLeavesTheJvmLeaveNothingBehind) {
   world.jvm.Script().duringDetach = [](void* context) { (*static_cast<std::function<void()>*>(context))(); };
   // Runs already when the first one ends: under Wine no thread can begin or end while such a callback waits.
   const HostThread other([&] {
+    begun.Set();
     ask.Wait();
     g_pThreadRegistry->FindThreadEnv(kSomeThread);
     answered.Set();
   });
+  begun.Wait();
   const DWORD threadId = OnThread([&] { env = QV_AcquireThreadEnv(world.vm.get()); });
   other.Join();
   world.jvm.Script().duringDetach = nullptr;
