@@ -11,6 +11,7 @@
 #include <optional>
 #include <sstream>
 
+#include "base/compiler.h"
 #include "benchmarks/host.h"
 #include "benchmarks/registry_keys.h"
 #include "config/jvm_config_info.h"
@@ -96,7 +97,7 @@ Times StartWithService(bool log) {
 std::wstring g_twinLog;
 bool g_twinLogStarted = false;
 
-jint JNICALL TwinHook(FILE*, const char* format, va_list arguments) {
+QV_PRINTF(2, 0) jint JNICALL TwinHook(FILE*, const char* format, va_list arguments) {
   if (g_twinLog.empty()) return 1;
   FILE* const file = _wfopen(g_twinLog.c_str(), g_twinLogStarted ? L"a" : L"w");
   if (file == nullptr) return -1;

@@ -13,7 +13,9 @@ constexpr char kHeader[] = "*** Starting JVM Logging ***\r\n\r\n";
 int32_t Print(const char* format, ...) {
   va_list args;
   va_start(args, format);
-  const int32_t written = JvmVfprintfHook(reinterpret_cast<FILE*>(uintptr_t{0x10}), format, args);
+  // Through a pointer, as the JVM does: some of its formats no compiler knows.
+  jint(JNICALL* const hook)(FILE*, const char*, va_list) = JvmVfprintfHook;
+  const int32_t written = hook(reinterpret_cast<FILE*>(uintptr_t{0x10}), format, args);
   va_end(args);
   return written;
 }

@@ -68,8 +68,8 @@ TEST_F(AllocationSweepTest, CountedLists) {
       m_registry.SetText(Hive::Machine, std::wstring(kQuovantRoot) + L"\\" + list, L"Count", count);
       for (const bool quiet : {true, false}) {
         // An entry that cannot be read for want of memory is not a missing one.
-        Sweep(whole, {L"false: ", L"false: <null>"}, [&, list = list](CQV_JVMConfigInfo& config, IQvString** text) {
-          return config.ReadCountedList(HKEY_LOCAL_MACHINE, list, 0x20019, text, quiet);
+        Sweep(whole, {L"false: ", L"false: <null>"}, [&, of = list](CQV_JVMConfigInfo& config, IQvString** text) {
+          return config.ReadCountedList(HKEY_LOCAL_MACHINE, of, 0x20019, text, quiet);
         });
       }
     }
