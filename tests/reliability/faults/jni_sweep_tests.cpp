@@ -69,16 +69,16 @@ TEST_F(Sweep, EveryJniCallFailsInTurn) {
           SCOPED_TRACE(testing::Message()
                        << function << " number " << n << (fault == Fault::Null ? " gives null" : " throws"));
           const auto row = std::find_if(operation.faults.begin(), operation.faults.end(),
-                                        [&, &function = function](const FaultRow& known) {
-                                          return known.function == function && known.n == n && known.fault == fault;
+                                        [&, &name = function](const FaultRow& known) {
+                                          return known.function == name && known.n == n && known.fault == fault;
                                         });
           if (row == operation.faults.end()) {
             ADD_FAILURE() << "no row says how this ends";
             continue;
           }
           ++rowsUsed;
-          const End end = Run(operation, [&, &function = function] {
-            Java().FailAt(function, n, fault);
+          const End end = Run(operation, [&, &name = function] {
+            Java().FailAt(name, n, fault);
             return 0;
           });
           EXPECT_EQ(end, row->end);
