@@ -1,6 +1,11 @@
 // What only one compiler understands. Nothing else in the tree tests for a compiler.
 #pragma once
 
+// The words that a processor's instruction reads; mingw's windows.h has them.
+#if !defined(__MINGW32__)
+#include <intrin.h>
+#endif
+
 #if defined(_MSC_VER)
 #define QV_NOINLINE __declspec(noinline)
 #define QV_ALWAYS_INLINE __forceinline

@@ -4,9 +4,7 @@
 
 #include <windows.h>
 
-#ifndef __MINGW32__
-#include <intrin.h>  // mingw's windows.h has what is wanted of it
-#endif
+#include "base/compiler.h"
 
 namespace qv {
 

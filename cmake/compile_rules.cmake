@@ -29,7 +29,7 @@ if(MINGW AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   endforeach()
   set(archive /qvjvm-${PROJECT_VERSION})
   target_compile_options(
-    qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-g -gcodeview -ffile-compilation-dir=${archive}/build
+    qv_rules INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-g -gcodeview -ffile-compilation-dir=.
                        -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/=${archive}/>)
   target_link_options(qv_rules INTERFACE -pthread)  # which g++'s own library wants
 endif()
