@@ -35,7 +35,9 @@ tidy_sources() {
   mapfile -t options < <(cross_include_options)
   setup_packages tidy
   configure_preset release
-  [ $# -gt 0 ] || set -- "$qv_root/(base|host|store|config|bridge|service|hostlib|doctor|bind|train|examples|docs/code|benchmarks)/"
+  # The operations of the object are compiled as one file of the build's, which includes theirs.
+  [ $# -gt 0 ] || set -- "$qv_root/(base|host|store|config|service|hostlib|doctor|bind|train|examples|docs/code|benchmarks)/.*[.]cpp" \
+    "$qv_build/release/service/slots.cpp"
   (cd "$qv_root" && run-clang-tidy -quiet -p "$qv_build/release" -extra-arg-before=--target=x86_64-w64-mingw32 \
-    "${options[@]}" "$@") || fail "clang-tidy found the above"
+    -extra-arg=-Wno-unknown-warning-option "${options[@]}" "$@") || fail "clang-tidy found the above"
 }
