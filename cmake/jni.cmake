@@ -1,8 +1,11 @@
-# Finds jni.h. A Linux JDK serves for cross-compiling: its types are right on 64-bit Windows too.
+# Finds jni.h. A Linux JDK serves for cross-compiling: its types are right on 64-bit Windows too. Debian has a default JDK, if
+# its package is there, or any others.
+file(GLOB jdks /usr/lib/jvm/*)
+list(TRANSFORM jdks APPEND /include)
 find_path(
   QV_JNI_INCLUDE jni.h
   HINTS $ENV{JAVA_HOME}/include
-  PATHS /usr/lib/jvm/default-java/include
+  PATHS /usr/lib/jvm/default-java/include ${jdks}
   NO_CMAKE_FIND_ROOT_PATH)
 if(NOT QV_JNI_INCLUDE)
   message(FATAL_ERROR "jni.h was not found. Install a JDK (on Debian: default-jdk-headless) or set JAVA_HOME.")
