@@ -15,8 +15,8 @@ from conan.tools.build import check_min_cppstd
 from conan.tools.cmake import CMake, CMakeToolchain
 from conan.tools.files import copy, load
 
-FOLDERS = ["base", "bind", "bridge", "cmake", "config", "docs", "doctor", "examples", "host", "hostlib", "include", "service",
-           "store", "train"]
+FOLDERS = ["base", "benchmarks", "bind", "bridge", "cmake", "config", "docs", "doctor", "examples", "host", "hostlib", "include",
+           "languages", "service", "store", "train"]
 
 
 class QvjvmConan(ConanFile):
@@ -42,7 +42,7 @@ class QvjvmConan(ConanFile):
             if name in ("CMakeLists.txt", "LICENSE") or name.endswith(".md"):
                 shutil.copy2(os.path.join(self._root, name), self.export_sources_folder)
         for folder in FOLDERS:
-            copy(self, "*", os.path.join(self._root, folder), os.path.join(self.export_sources_folder, folder))
+            copy(self, "*", os.path.join(self._root, folder), os.path.join(self.export_sources_folder, folder), excludes="*/target/*")
 
     def layout(self):
         built = self.conf.get("user.qvjvm:build")

@@ -211,6 +211,9 @@ def conan():
     expect_same(files(stored / "include"), files(package / "include"), "include of Conan's package and of the zip")
     if not created:
         expect_same(files(stored / "bin"), files(package / "bin"), "bin of Conan's package and of the zip")
+        sources = next((FOLDER / "home/p").glob("*/es"))
+        run("cmake", "-G", "Ninja", "-S", sources, "-B", FOLDER / "configured", "-DQV_TESTS=OFF", "-DCMAKE_BUILD_TYPE=Release",
+            f"-DCMAKE_TOOLCHAIN_FILE={ROOT / 'cmake/mingw-w64.cmake'}")
 
 
 # ---- vcpkg ----
