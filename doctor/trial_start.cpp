@@ -44,12 +44,16 @@ std::string ReadFile(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Gone at the end, whatever happens.
+// Gone at the end, whatever happens. On a machine whose folder for temporary files is gone it is none, and copying
+// there fails.
 class TemporaryFolder {
  public:
-  TemporaryFolder()
-      : m_path(std::filesystem::temp_directory_path() / (L"qvjvm-doctor-" + std::to_wstring(GetCurrentProcessId()))) {
-    std::filesystem::create_directories(m_path);
+  TemporaryFolder() {
+    wchar_t base[MAX_PATH + 1] = {};
+    GetTempPathW(static_cast<DWORD>(std::size(base)), base);
+    m_path = std::filesystem::path(base) / (L"qvjvm-doctor-" + std::to_wstring(GetCurrentProcessId()));
+    std::error_code ignored;
+    std::filesystem::create_directory(m_path, ignored);
   }
   ~TemporaryFolder() {
     std::error_code ignored;

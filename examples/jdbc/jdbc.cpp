@@ -13,10 +13,11 @@ constexpr wchar_t kEmbeddedDatabase[] = L"jdbc:h2:mem:readings";
 constexpr int32_t kRows = 10000;
 constexpr int32_t kRowsInABatch = 1000;
 
-constexpr wchar_t kDrop[] = L"drop table if exists readings";
+constexpr wchar_t kDrop[] = L"drop table readings";
 constexpr wchar_t kCreate[] =
-    L"create table readings (id integer primary key, flag boolean, tiny smallint, letter char(1), small smallint, "
-    L"large bigint, real32 real, real64 double precision, note varchar(100), amount numeric(20, 4), raw bytea)";
+    L"create local temporary table readings (id integer primary key, flag boolean, tiny smallint, letter char(1), "
+    L"small smallint, large bigint, real32 real, real64 double precision, note varchar(100), amount numeric(20, 4), "
+    L"raw bytea)";
 constexpr wchar_t kInsert[] = L"insert into readings values (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)";
 constexpr wchar_t kSelect[] = L"select * from readings where id <= ? order by id";
 constexpr wchar_t kMistake[] = L"select depth from readings";
@@ -130,8 +131,7 @@ void Jdbc(int argc, wchar_t** argv) {
   const Connection connection = Connect(java, argc == 2 ? argv[1] : kEmbeddedDatabase);
   TellDatabase(connection);
   connection.call<"setAutoCommit">(false);
-  Execute(connection, kDrop);
-  Execute(connection, kCreate);
+  Execute(connection, kCreate);  // the session's own: a table of that name is neither lost nor seen by others
   InsertRows(java, connection);
   CheckRows(connection);
   ShowError(connection);

@@ -110,6 +110,20 @@ TEST(DoctorProgram, AFailingTrialStartIsReported) {
   SaveReport("start", result.output);
 }
 
+TEST(DoctorProgram, WithoutAFolderForTemporaryFilesTheReportIsWholeAndTellsWhy) {
+  const TempFolder folder;
+  ChildOptions options = On(folder, {L"--start", L"--json"});
+  options.environment[L"TMP"] = folder.Path() + L"\\none";
+  options.environment[L"TEMP"] = folder.Path() + L"\\none";
+  const ChildResult result = RunChild(kDoctor, options);
+  EXPECT_EQ(result.exitCode, 2U);
+  const auto document = nlohmann::json::parse(result.output);
+  EXPECT_EQ(document["host"]["name"], "program.exe");
+  EXPECT_THAT(document["start"]["outcome"].get<std::string>(),
+              AllOf(HasSubstr("the trial's copy cannot be made in "), HasSubstr("\\none\\qvjvm-doctor-")));
+  EXPECT_FALSE(std::filesystem::exists(folder.Path() + L"\\none"));
+}
+
 // The files of a zip, by its directory, which is at its end; nothing is compressed.
 std::map<std::string, std::string> FilesOf(const std::string& zip) {
   const auto number = [&](size_t at, size_t bytes) {
