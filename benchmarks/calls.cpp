@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstring>
 
+#include "base/compiler.h"
 #include "benchmarks/host.h"
 #include "host/qvshr.h"
 
@@ -15,8 +16,7 @@ using bench::Report;
 
 // A host by hand, in the habit of one: look up, call, look for an exception.
 template <class Result, auto Function>
-__attribute__((noinline)) Result CallByHand(JNIEnv* env, jclass cls, jobject object, const char* name,
-                                            const char* signature, ...) {
+QV_NOINLINE Result CallByHand(JNIEnv* env, jclass cls, jobject object, const char* name, const char* signature, ...) {
   Result result{};
   if (const jmethodID id = env->GetMethodID(cls, name, signature)) {
     va_list arguments;
@@ -29,8 +29,7 @@ __attribute__((noinline)) Result CallByHand(JNIEnv* env, jclass cls, jobject obj
 }
 
 template <auto Function>
-__attribute__((noinline)) void CallVoidByHand(JNIEnv* env, jclass cls, jobject object, const char* name,
-                                              const char* signature, ...) {
+QV_NOINLINE void CallVoidByHand(JNIEnv* env, jclass cls, jobject object, const char* name, const char* signature, ...) {
   if (const jmethodID id = env->GetMethodID(cls, name, signature)) {
     va_list arguments;
     va_start(arguments, signature);
@@ -41,7 +40,7 @@ __attribute__((noinline)) void CallVoidByHand(JNIEnv* env, jclass cls, jobject o
 }
 
 template <auto Function>
-__attribute__((noinline)) auto CallStaticByHand(JNIEnv* env, jclass cls, const char* name, const char* signature, ...) {
+QV_NOINLINE auto CallStaticByHand(JNIEnv* env, jclass cls, const char* name, const char* signature, ...) {
   decltype((env->*Function)(cls, nullptr, va_list{})) result{};
   if (const jmethodID id = env->GetStaticMethodID(cls, name, signature)) {
     va_list arguments;

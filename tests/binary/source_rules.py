@@ -15,6 +15,7 @@ import sys
 PRODUCT = ["base", "host", "store", "config", "bridge", "service"]
 LIBRARIES = PRODUCT + ["hostlib"]
 FOLDERS = LIBRARIES + ["include"]
+EVERYWHERE = FOLDERS + ["doctor", "bind", "train", "examples", "benchmarks", "tests"]
 DIAGRAM = "docs/diagrams/layers.dot"
 
 
@@ -117,6 +118,9 @@ RULES = [
          "one guard, around one call", except_in=["base/seh_guard.cpp"]),
     Rule(PRODUCT, r"\b(_MSC_VER|__GNUC__|__MINGW32__|__clang__)\b", "#if defined(_MSC_VER)",
          "what one compiler understands has one place", except_in=["base/compiler.h"]),
+    Rule(EVERYWHERE, r"\b(__attribute__|__builtin_\w+|__asm__|__forceinline|_ReturnAddress)\b", "__attribute__((noinline)) void f();",
+         "a word of one compiler; base/compiler.h has it for all of them",
+         except_in=["base/compiler.h", "hostlib/backend.h", "include/qvjvm/client/realm.hpp", "tests/msvc/library.cpp"]),
     Rule(PRODUCT, r"\b(printf|puts|OutputDebugString[AW]?)\s*\(|\bstd::(cout|cerr|wcout)\b", "printf(text);",
          "the service never writes to its host's output", except_in=["base/trace.cpp"]),
     # -- the binary interface --
@@ -151,7 +155,7 @@ def breaches_of(path, code):
         for number, line in enumerate(plain.split("\n"), 1):
             if rule.pattern.search(line):
                 found.append(f"line {number}: {line.strip()}: {rule.why}")
-    if path.endswith((".h", ".hpp")) and "#pragma once" not in code and "#ifndef QVJVM_" not in code:
+    if folder in FOLDERS and path.endswith((".h", ".hpp")) and "#pragma once" not in code and "#ifndef QVJVM_" not in code:
         found.append("a header without a guard")
     return found
 
@@ -159,13 +163,13 @@ def breaches_of(path, code):
 def check_tree(root, layers):
     seen = 0
     found = layers.circles() + [f"{DIAGRAM}: nothing about {folder}" for folder in FOLDERS if folder not in layers.arrows]
-    for folder in layers.arrows:
+    for folder in sorted(set(layers.arrows) | set(EVERYWHERE)):
         for file in sorted((root / folder).rglob("*")):
             if file.suffix in (".h", ".hpp", ".cpp", ".c", ".rc"):
                 seen += 1
                 path, code = file.relative_to(root).as_posix(), file.read_text(encoding="utf-8")
-                rules = breaches_of(path, code) if folder in FOLDERS else []
-                found += [f"{path}: {breach}" for breach in layers.breaches_of(path, code) + rules]
+                arrows = layers.breaches_of(path, code) if folder in layers.arrows else []
+                found += [f"{path}: {breach}" for breach in arrows + breaches_of(path, code)]
     for rule in RULES:
         found += [f"{path}: an exception of a rule, but not there" for path in rule.except_in
                   if not (root / path).is_file()]

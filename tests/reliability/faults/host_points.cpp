@@ -2,6 +2,7 @@
 // tables are changed in the library itself. The library calls those too, so only calls from the service count.
 #include <gtest/gtest.h>
 
+#include "hostlib/backend.h"
 #include "tests/reliability/faults/fault_point.h"
 
 namespace qvtest {
@@ -18,7 +19,7 @@ struct SlotHook {
   static inline Result (*original)(Object*, Arguments...) = nullptr;
 
   static Result Call(Object* self, Arguments... arguments) {
-    if (CalledByService(__builtin_return_address(0)) &&
+    if (CalledByService(QVSHR_CALLER) &&
         CountCall(HookOf<Fail, Describe, Result, Object*, Arguments...>::calls, Describe{}, self, arguments...)) {
       return Fail{}(self, arguments...);
     }
